@@ -1,0 +1,80 @@
+#include "Image.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace pyrelux {
+
+namespace {
+
+float fromByte(std::uint8_t value) { return static_cast<float>(value) / 255.0f; }
+
+std::uint8_t toByte(float value) {
+  // Written so that NaN fails the comparison and becomes 0.
+  if (!(value > 0.0f)) return 0;
+  return static_cast<std::uint8_t>(std::lround(std::min(value, 1.0f) * 255.0f));
+}
+
+/// Applies `convert(colour, alpha) -> colour` to the three colour channels of every pixel, keeping the sample kind.
+template <typename Convert>
+Image convertColour(const Image &image, Alpha alpha, Convert convert) {
+  const bool isFloat = image.isFloat();
+  Image result = isFloat ? Image::floats(image.width(), image.height(), alpha)
+                         : Image::bytes(image.width(), image.height(), alpha);
+  for (std::size_t pixel = 0; pixel < image.sampleCount(); pixel += 4) {
+    if (isFloat) {
+      const float *from = &image.asFloats()[pixel];
+      float *to = &result.asFloats()[pixel];
+      for (int channel = 0; channel < 3; ++channel) to[channel] = convert(from[channel], from[3]);
+      to[3] = from[3];
+    } else {
+      const std::uint8_t *from = &image.asBytes()[pixel];
+      std::uint8_t *to = &result.asBytes()[pixel];
+      for (int channel = 0; channel < 3; ++channel)
+        to[channel] = toByte(convert(fromByte(from[channel]), fromByte(from[3])));
+      to[3] = from[3];
+    }
+  }
+  return result;
+}
+
+}  // namespace
+
+Image::Image(int width, int height, Alpha alpha, std::variant<Bytes, Floats> samples)
+    : width_(width), height_(height), alpha_(alpha), samples_(std::move(samples)) {}
+
+Image Image::bytes(int width, int height, Alpha alpha) {
+  return Image(width, height, alpha, Bytes(static_cast<std::size_t>(width) * height * 4));
+}
+
+Image Image::floats(int width, int height, Alpha alpha) {
+  return Image(width, height, alpha, Floats(static_cast<std::size_t>(width) * height * 4));
+}
+
+Image toFloat(const Image &image) {
+  if (image.isFloat()) return image;
+  Image result = Image::floats(image.width(), image.height(), image.alpha());
+  std::transform(image.asBytes().begin(), image.asBytes().end(), result.asFloats().begin(), fromByte);
+  return result;
+}
+
+Image toBytes(const Image &image) {
+  if (!image.isFloat()) return image;
+  Image result = Image::bytes(image.width(), image.height(), image.alpha());
+  std::transform(image.asFloats().begin(), image.asFloats().end(), result.asBytes().begin(), toByte);
+  return result;
+}
+
+Image premultiplied(const Image &image) {
+  if (image.alpha() == Alpha::Premultiplied) return image;
+  return convertColour(image, Alpha::Premultiplied, [](float colour, float alpha) { return colour * alpha; });
+}
+
+Image straightened(const Image &image) {
+  if (image.alpha() == Alpha::Straight) return image;
+  return convertColour(image, Alpha::Straight,
+                       [](float colour, float alpha) { return alpha > 0.0f ? colour / alpha : colour; });
+}
+
+}  // namespace pyrelux

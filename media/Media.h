@@ -1,0 +1,99 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "Image.h"
+
+/// Pictures and movies in and out, on FFmpeg's libraries. Thread: one object from one thread at a time; different
+/// objects are independent.
+namespace pyrelux::media {
+
+/// A file cannot be read or written. what() is one sentence without a final stop that names the file and the cause,
+/// fit to be shown to a user as it stands: "cannot read 'title.png': no such file".
+class MediaError : public std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+/// Frames per second as an exact fraction.
+struct FrameRate {
+  int numerator = 24;
+  int denominator = 1;
+  double perSecond() const { return static_cast<double>(numerator) / denominator; }
+};
+
+enum class InputKind { Still, Sequence, Movie };
+
+struct InputInfo {
+  InputKind kind = InputKind::Still;
+  int width = 0;   ///< pixels
+  int height = 0;  ///< pixels
+  bool hasAlpha = false;
+  int bitsPerComponent = 8;  ///< of the file: 8, 10, 12, 16 or 32
+  double pixelAspect = 1.0;  ///< width of a pixel / its height
+  /// Frame numbers, inclusive. A still answers every frame number (both 0 here); a sequence has its files' own
+  /// numbers; a movie counts from 1.
+  std::int64_t firstFrame = 0;
+  std::int64_t lastFrame = 0;
+  FrameRate frameRate;  ///< of a movie; 24 otherwise
+};
+
+/// The largest picture that is read, in pixels along one side and in all. Anything larger is refused before it is
+/// decoded.
+constexpr int maximumSide = 16384;
+constexpr std::int64_t maximumPixels = 16384LL * 8192;
+
+/// Reads a still, a numbered sequence or a movie. A path with "%04d" (any width) or a run of "#" names a sequence.
+class Reader {
+ public:
+  /// Throws MediaError: missing, empty, truncated, not an image, too large.
+  static std::unique_ptr<Reader> open(const std::string &path);
+  virtual ~Reader() = default;
+
+  const InputInfo &info() const { return info_; }
+
+  /// The picture of a frame. 8-bit sources come as bytes, deeper ones as floats. PNG and movies are taken as straight
+  /// alpha, EXR as premultiplied; without alpha the picture is opaque. Going forwards through a movie is cheap, going
+  /// backwards decodes again. Throws MediaError: no such frame, damaged data, a size that differs from info().
+  virtual Image read(std::int64_t frame) = 0;
+
+ protected:
+  InputInfo info_;
+};
+
+struct OutputFormat {
+  int width = 0;      ///< pixels
+  int height = 0;     ///< pixels
+  int bits = 8;       ///< 8 or 16 per component asked for; PNG and FFV1 follow it, the others have a depth of their own
+  FrameRate frameRate;  ///< of a movie
+};
+
+/// Writes a still, a numbered sequence or a movie, chosen by the path's extension: .png, .exr, .mov (ProRes 4444 with
+/// alpha), .mkv (FFV1 with alpha, lossless), .mp4 (H.264 over black). Everything is written beside the final name and
+/// renamed when it is complete, so that a partial file never carries the final name.
+class Writer {
+ public:
+  /// Throws MediaError: unknown extension, unwritable folder, a folder of that name, a size the encoder refuses.
+  static std::unique_ptr<Writer> open(const std::string &path, const OutputFormat &format);
+
+  /// Whether the path can hold more than one frame: a movie, or a still's extension with a frame pattern in its name.
+  /// Throws MediaError for an unknown extension.
+  static bool holdsManyFrames(const std::string &path);
+
+  /// Whether the format is deeper than 8 bits by nature (EXR, ProRes 4444). Throws MediaError as above.
+  static bool isDeep(const std::string &path);
+
+  /// Discards what is not finished.
+  virtual ~Writer() = default;
+
+  /// Adds a frame. `image` is premultiplied, bytes or floats, of the size given to open(). The frame number fills the
+  /// pattern of a sequence; movies take frames in the order of the calls. Throws MediaError.
+  virtual void write(std::int64_t frame, const Image &image) = 0;
+
+  /// Completes the output and gives it its final name. Throws MediaError: disk full, encoder failure.
+  virtual void finish() = 0;
+};
+
+}  // namespace pyrelux::media
