@@ -1,0 +1,240 @@
+#include "EGLBackend.h"
+
+#include <OpenGL/glext.h>
+
+#include <utility>
+#include <vector>
+
+#include "EGLDisplays.h"
+
+// A pbuffer is backed by a framebuffer object with a rectangle texture as its storage, not by a pbuffer of EGL's: so its
+// image reaches the filter's texture by a copy on the renderer's side, floats come through unclamped, and freeing it
+// frees everything.
+
+namespace pyrelux::platform {
+
+namespace {
+
+constexpr GLenum GL_TEXTURE_BINDING_RECTANGLE = 0x84F6;
+constexpr GLenum GL_FRAMEBUFFER = 0x8D40;
+constexpr GLenum GL_COLOR_ATTACHMENT0 = 0x8CE0;
+constexpr GLenum GL_FRAMEBUFFER_COMPLETE = 0x8CD5;
+
+/// OpenGL's functions: the product's, and those that the backend needs for itself.
+struct Functions {
+  PyreluxGLDispatch dispatch;
+  void (*BindFramebuffer)(GLenum target, GLuint framebuffer);
+  GLenum (*CheckFramebufferStatus)(GLenum target);
+  void (*CopyImageSubData)(GLuint source, GLenum sourceTarget, GLint sourceLevel, GLint sourceX, GLint sourceY,
+                           GLint sourceZ, GLuint destination, GLenum destinationTarget, GLint destinationLevel,
+                           GLint destinationX, GLint destinationY, GLint destinationZ, GLsizei width, GLsizei height,
+                           GLsizei depth);
+  void (*DeleteFramebuffers)(GLsizei count, const GLuint *framebuffers);
+  void (*FramebufferTexture2D)(GLenum target, GLenum attachment, GLenum textureTarget, GLuint texture, GLint level);
+  void (*GenFramebuffers)(GLsizei count, GLuint *framebuffers);
+  GLboolean (*IsTexture)(GLuint texture);
+  void (*Scissor)(GLint x, GLint y, GLsizei width, GLsizei height);
+  bool complete = true;
+};
+
+template <typename Function>
+void load(Functions &functions, Function &function, const char *name) {
+  function = reinterpret_cast<Function>(eglGetProcAddress(name));
+  if (!function) functions.complete = false;
+}
+
+Functions loadFunctions() {
+  Functions functions;
+#define PYRELUX_GL(result, name, parameters, arguments) load(functions, functions.dispatch.name, "gl" #name);
+#include <OpenGL/GLFunctions.inc>
+#undef PYRELUX_GL
+  load(functions, functions.BindFramebuffer, "glBindFramebuffer");
+  load(functions, functions.CheckFramebufferStatus, "glCheckFramebufferStatus");
+  load(functions, functions.CopyImageSubData, "glCopyImageSubData");
+  load(functions, functions.DeleteFramebuffers, "glDeleteFramebuffers");
+  load(functions, functions.FramebufferTexture2D, "glFramebufferTexture2D");
+  load(functions, functions.GenFramebuffers, "glGenFramebuffers");
+  load(functions, functions.IsTexture, "glIsTexture");
+  load(functions, functions.Scissor, "glScissor");
+  return functions;
+}
+
+const Functions &gl() {
+  static const Functions functions = loadFunctions();
+  return functions;
+}
+
+bool makeEGLCurrent(EGLContext context) {
+  // The bound API is a property of the thread, and OpenGL ES at its start.
+  return eglBindAPI(EGL_OPENGL_API) &&
+         eglMakeCurrent(chosenDisplay().display, EGL_NO_SURFACE, EGL_NO_SURFACE, context);
+}
+
+/// Makes a context current for a block, and the one that was current again afterwards.
+class CurrentFor {
+ public:
+  explicit CurrentFor(EGLContext context) : previous_(eglGetCurrentContext()), switched_(previous_ != context) {
+    if (switched_) makeEGLCurrent(context);
+  }
+  ~CurrentFor() {
+    if (switched_) makeEGLCurrent(previous_);
+  }
+  CurrentFor(const CurrentFor &) = delete;
+  CurrentFor &operator=(const CurrentFor &) = delete;
+
+ private:
+  EGLContext previous_;
+  bool switched_;
+};
+
+void allocate(GLint internalFormat, GLsizei width, GLsizei height) {
+  gl().dispatch.TexImage2D(GL_TEXTURE_RECTANGLE_EXT, 0, internalFormat, width, height, 0, GL_RGBA,
+                           GL_UNSIGNED_BYTE, nullptr);
+}
+
+GLuint boundRectangle() {
+  GLint name = 0;
+  gl().dispatch.GetIntegerv(GL_TEXTURE_BINDING_RECTANGLE, &name);
+  return static_cast<GLuint>(name);
+}
+
+class EGLSurfaceStorage : public Surface {
+ public:
+  EGLSurfaceStorage(EGLContext context, GLint internalFormat, GLsizei width, GLsizei height)
+      : context_(context), internalFormat_(internalFormat), width_(width), height_(height) {
+    const GLuint bound = boundRectangle();
+    gl().dispatch.GenTextures(1, &image_);
+    gl().dispatch.BindTexture(GL_TEXTURE_RECTANGLE_EXT, image_);
+    allocate(internalFormat_, width_, height_);
+    gl().dispatch.BindTexture(GL_TEXTURE_RECTANGLE_EXT, bound);
+    gl().GenFramebuffers(1, &framebuffer_);
+    drawIntoImage();
+  }
+
+  ~EGLSurfaceStorage() override {
+    const CurrentFor current(context_);
+    // The framebuffer first: it would keep the storage of the textures that it refers to.
+    gl().DeleteFramebuffers(1, &framebuffer_);
+    if (attached_.empty()) {
+      gl().dispatch.DeleteTextures(1, &image_);
+      return;
+    }
+    // Whoever asked for the image may never delete the texture, so its storage is given back without it.
+    const GLuint bound = boundRectangle();
+    for (const GLuint texture : attached_) {
+      if (!gl().IsTexture(texture)) continue;
+      gl().dispatch.BindTexture(GL_TEXTURE_RECTANGLE_EXT, texture);
+      allocate(GL_RGBA8, 1, 1);
+    }
+    gl().dispatch.BindTexture(GL_TEXTURE_RECTANGLE_EXT, bound);
+  }
+
+  GLsizei width() const { return width_; }
+  GLsizei height() const { return height_; }
+
+  /// The context that made it is current.
+  bool bind() const {
+    gl().BindFramebuffer(GL_FRAMEBUFFER, framebuffer_);
+    return gl().CheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
+  }
+
+  /// Moves the image into the rectangle texture bound in the current context and draws there from now on.
+  bool moveIntoBoundTexture() {
+    const GLuint texture = boundRectangle();
+    if (texture == 0) return false;
+    if (texture == image_) return true;
+    allocate(internalFormat_, width_, height_);
+    gl().CopyImageSubData(image_, GL_TEXTURE_RECTANGLE_EXT, 0, 0, 0, 0, texture, GL_TEXTURE_RECTANGLE_EXT, 0, 0, 0, 0,
+                          width_, height_, 1);
+    const GLuint previous = std::exchange(image_, texture);
+    {
+      const CurrentFor current(context_);
+      drawIntoImage();
+    }
+    if (attached_.empty()) gl().dispatch.DeleteTextures(1, &previous);
+    attached_.push_back(texture);
+    return true;
+  }
+
+ private:
+  void drawIntoImage() const {
+    gl().BindFramebuffer(GL_FRAMEBUFFER, framebuffer_);
+    gl().FramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_RECTANGLE_EXT, image_, 0);
+  }
+
+  EGLContext context_;
+  GLint internalFormat_;
+  GLsizei width_;
+  GLsizei height_;
+  GLuint framebuffer_ = 0;
+  GLuint image_ = 0;               ///< the texture drawn into: our own, later the last attached one
+  std::vector<GLuint> attached_;   ///< others' texture names that were given the image
+};
+
+class EGLContextHandle : public Context {
+ public:
+  EGLContextHandle(EGLContext context, const PixelFormat &format)
+      : context_(context),
+        internalFormat_(static_cast<GLint>(format.floatComponents ? GL_RGBA16F_ARB : GL_RGBA8)) {}
+  ~EGLContextHandle() override { eglDestroyContext(chosenDisplay().display, context_); }
+
+  EGLContext handle() const { return context_; }
+  const PyreluxGLDispatch &dispatch() const override { return gl().dispatch; }
+  bool makeCurrent() override { return makeEGLCurrent(context_); }
+
+  std::unique_ptr<Surface> createSurface(GLsizei width, GLsizei height) override {
+    return std::make_unique<EGLSurfaceStorage>(context_, internalFormat_, width, height);
+  }
+
+  bool drawInto(Surface &surface) override {
+    auto &storage = static_cast<EGLSurfaceStorage &>(surface);
+    if (!storage.bind()) return false;
+    if (!hadSurface_) {
+      // A context that began without a surface has an empty viewport and scissor box.
+      gl().dispatch.Viewport(0, 0, storage.width(), storage.height());
+      gl().Scissor(0, 0, storage.width(), storage.height());
+      hadSurface_ = true;
+    }
+    return true;
+  }
+
+  bool attachToBoundTexture(Surface &surface) override {
+    return static_cast<EGLSurfaceStorage &>(surface).moveIntoBoundTexture();
+  }
+
+ private:
+  EGLContext context_;
+  GLint internalFormat_;
+  bool hadSurface_ = false;
+};
+
+class EGLBackend : public Backend {
+ public:
+  const char *name() const override { return "egl"; }
+
+  std::string unavailable() override {
+    if (!chosenDisplay().problem.empty()) return chosenDisplay().problem;
+    if (!gl().complete) return "the OpenGL driver lacks framebuffer objects or image copies; update it";
+    return {};
+  }
+
+  std::unique_ptr<Context> createContext(const PixelFormat &format, Context *share) override {
+    if (!unavailable().empty() || !eglBindAPI(EGL_OPENGL_API)) return nullptr;
+    const EGLContext shareHandle = share ? static_cast<EGLContextHandle *>(share)->handle() : EGL_NO_CONTEXT;
+    const EGLContext context =
+        eglCreateContext(chosenDisplay().display, EGL_NO_CONFIG_KHR, shareHandle, nullptr);
+    if (context == EGL_NO_CONTEXT) return nullptr;
+    return std::make_unique<EGLContextHandle>(context, format);
+  }
+
+  void releaseCurrent() override { makeEGLCurrent(EGL_NO_CONTEXT); }
+};
+
+}  // namespace
+
+Backend &eglBackend() {
+  static EGLBackend backend;
+  return backend;
+}
+
+}  // namespace pyrelux::platform

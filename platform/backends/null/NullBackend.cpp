@@ -1,0 +1,93 @@
+#include "NullBackend.h"
+
+#include <atomic>
+#include <cstring>
+
+#include <OpenGL/glext.h>
+
+#include "Backends.h"
+#include "CurrentContext.h"
+
+namespace pyrelux::platform {
+
+namespace {
+
+constexpr GLint largestTexture = 16384;
+
+std::atomic<GLuint> lastTextureName{0};
+std::atomic<std::uint64_t> quads{0};
+thread_local std::uint64_t verticesSinceBegin = 0;
+
+void genTextures(GLsizei count, GLuint *textures) {
+  for (GLsizei i = 0; i < count; ++i) textures[i] = ++lastTextureName;
+}
+
+void getIntegerv(GLenum name, GLint *values) {
+  if (name == GL_MAX_RECTANGLE_TEXTURE_SIZE_EXT) *values = largestTexture;
+}
+
+const GLubyte *getString(GLenum) { return reinterpret_cast<const GLubyte *>("nothing drawn"); }
+
+void readPixels(GLint, GLint, GLsizei width, GLsizei height, GLenum, GLenum type, GLvoid *pixels) {
+  const std::size_t component = type == GL_FLOAT ? sizeof(float) : 1;
+  std::memset(pixels, 0, static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4 * component);
+}
+
+void begin(GLenum) { verticesSinceBegin = 0; }
+void vertex2f(GLfloat, GLfloat) { ++verticesSinceBegin; }
+void end() { quads += verticesSinceBegin / 4; }
+
+PyreluxGLDispatch makeDispatch() {
+  PyreluxGLDispatch dispatch = inertDispatch();
+  dispatch.GenTextures = genTextures;
+  dispatch.GetIntegerv = getIntegerv;
+  dispatch.GetString = getString;
+  dispatch.ReadPixels = readPixels;
+  dispatch.Begin = begin;
+  dispatch.Vertex2f = vertex2f;
+  dispatch.End = end;
+  return dispatch;
+}
+
+class HollowContext : public Context {
+ public:
+  explicit HollowContext(const PyreluxGLDispatch &dispatch) : dispatch_(dispatch) {}
+  const PyreluxGLDispatch &dispatch() const override { return dispatch_; }
+  bool makeCurrent() override { return true; }
+  std::unique_ptr<Surface> createSurface(GLsizei, GLsizei) override { return std::make_unique<Surface>(); }
+  bool drawInto(Surface &) override { return true; }
+  bool attachToBoundTexture(Surface &) override { return true; }
+
+ private:
+  const PyreluxGLDispatch &dispatch_;
+};
+
+class NullBackend : public Backend {
+ public:
+  const char *name() const override { return "null"; }
+  std::string unavailable() override { return {}; }
+  std::unique_ptr<Context> createContext(const PixelFormat &, Context *) override {
+    return makeHollowContext(nullDispatch());
+  }
+  void releaseCurrent() override {}
+};
+
+}  // namespace
+
+std::unique_ptr<Context> makeHollowContext(const PyreluxGLDispatch &dispatch) {
+  return std::make_unique<HollowContext>(dispatch);
+}
+
+const PyreluxGLDispatch &nullDispatch() {
+  static const PyreluxGLDispatch dispatch = makeDispatch();
+  return dispatch;
+}
+
+Backend &nullBackend() {
+  static NullBackend backend;
+  return backend;
+}
+
+std::uint64_t nullRendererQuads() { return quads; }
+
+}  // namespace pyrelux::platform

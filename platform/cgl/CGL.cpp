@@ -1,0 +1,223 @@
+#include <OpenGL/OpenGL.h>
+#include <OpenGL/glext.h>
+
+#include <algorithm>
+
+#include "Backend.h"
+#include "BackendRegistry.h"
+#include "CurrentContext.h"
+#include "Trace.h"
+
+using namespace pyrelux::platform;
+
+struct _CGLPixelFormatObject {
+  PixelFormat format;
+};
+
+struct _CGLContextObject {
+  Backend *backend;
+  std::unique_ptr<Context> context;
+  std::vector<CGLPBufferObj> pbuffers;  ///< those whose image lives in this context
+};
+
+struct _CGLPBufferObject {
+  GLsizei width;
+  GLsizei height;
+  CGLContextObj owner = nullptr;  ///< the context that first drew into it
+  std::unique_ptr<Surface> surface;
+};
+
+namespace {
+
+thread_local CGLContextObj currentContext = nullptr;
+
+/// The attribute list as numbers, its closing zero included.
+std::vector<double> attributeNumbers(const CGLPixelFormatAttribute *attributes) {
+  std::vector<double> numbers;
+  for (; *attributes; ++attributes) numbers.push_back(*attributes);
+  numbers.push_back(0);
+  return numbers;
+}
+
+CGLError readAttributes(const CGLPixelFormatAttribute *attributes, PixelFormat &format) {
+  while (*attributes) {
+    switch (*attributes++) {
+      // "Accelerated" is accepted from any renderer: a plug-in that insists on it must still draw where the only
+      // renderer is the processor.
+      case kCGLPFAAccelerated:
+      case kCGLPFAWindow:
+      case kCGLPFAPBuffer:
+      case kCGLPFANoRecovery:
+      case kCGLPFAAllowOfflineRenderers:
+        break;
+      case kCGLPFAColorFloat:
+        format.floatComponents = true;
+        break;
+      case kCGLPFAColorSize:
+        format.colorBits = *attributes++;
+        break;
+      case kCGLPFADepthSize:
+        format.depthBits = *attributes++;
+        break;
+      case kCGLPFARendererID:
+        format.rendererId = *attributes++;
+        break;
+      default:
+        return kCGLBadAttribute;
+    }
+  }
+  return kCGLNoError;
+}
+
+}  // namespace
+
+const char *CGLErrorString(CGLError error) {
+  switch (error) {
+    case kCGLNoError:
+      return "no error";
+    case kCGLBadAttribute:
+      return "invalid pixel format attribute";
+    case kCGLBadPixelFormat:
+      return "invalid pixel format";
+    case kCGLBadContext:
+      return "invalid context";
+    case kCGLBadDrawable:
+      return "invalid drawable";
+    case kCGLBadState:
+      return "invalid context state";
+    case kCGLBadValue:
+      return "invalid numerical value";
+    case kCGLBadMatch:
+      return "contexts that do not go together";
+    case kCGLBadEnumeration:
+      return "invalid enumerant";
+    case kCGLBadAddress:
+      return "invalid pointer";
+    case kCGLBadAlloc:
+      return "invalid memory allocation";
+  }
+  return "unknown error";
+}
+
+CGLError CGLChoosePixelFormat(const CGLPixelFormatAttribute *attributes, CGLPixelFormatObj *format, GLint *count) {
+  if (!attributes || !format || !count) return kCGLBadAddress;
+  trace("cgl", "CGLChoosePixelFormat", attributeNumbers(attributes));
+  *format = nullptr;
+  *count = 0;
+  PixelFormat wanted;
+  if (const CGLError error = readAttributes(attributes, wanted)) return error;
+  Backend *backend = wanted.rendererId ? findBackend(wanted.rendererId) : defaultBackend();
+  if (!backend) return kCGLNoError;
+  if (wanted.rendererId && !backend->unavailable().empty()) return kCGLNoError;
+  *format = new _CGLPixelFormatObject{wanted};
+  *count = 1;
+  return kCGLNoError;
+}
+
+CGLError CGLDestroyPixelFormat(CGLPixelFormatObj format) {
+  trace("cgl", "CGLDestroyPixelFormat", format);
+  if (!format) return kCGLBadPixelFormat;
+  delete format;
+  return kCGLNoError;
+}
+
+CGLError CGLCreateContext(CGLPixelFormatObj format, CGLContextObj share, CGLContextObj *context) {
+  trace("cgl", "CGLCreateContext", format, share);
+  if (!context) return kCGLBadAddress;
+  *context = nullptr;
+  if (!format) return kCGLBadPixelFormat;
+  const std::int32_t rendererId = format->format.rendererId;
+  Backend *backend = share ? share->backend : rendererId ? findBackend(rendererId) : defaultBackend();
+  if (rendererId && backend != findBackend(rendererId)) return kCGLBadMatch;
+  auto made = backend->createContext(format->format, share ? share->context.get() : nullptr);
+  if (!made) return kCGLBadAlloc;
+  *context = new _CGLContextObject{backend, std::move(made), {}};
+  return kCGLNoError;
+}
+
+CGLError CGLDestroyContext(CGLContextObj context) {
+  trace("cgl", "CGLDestroyContext", context);
+  if (!context) return kCGLBadContext;
+  for (CGLPBufferObj pbuffer : context->pbuffers) {
+    pbuffer->surface.reset();
+    pbuffer->owner = nullptr;
+  }
+  if (context == currentContext) {
+    context->backend->releaseCurrent();
+    currentContext = nullptr;
+    setCurrentDispatch(nullptr);
+  }
+  delete context;
+  return kCGLNoError;
+}
+
+CGLContextObj CGLGetCurrentContext() {
+  trace("cgl", "CGLGetCurrentContext");
+  return currentContext;
+}
+
+CGLError CGLSetCurrentContext(CGLContextObj context) {
+  trace("cgl", "CGLSetCurrentContext", context);
+  if (currentContext && (!context || context->backend != currentContext->backend))
+    currentContext->backend->releaseCurrent();
+  if (context && !context->context->makeCurrent()) return kCGLBadState;
+  currentContext = context;
+  setCurrentDispatch(context ? &context->context->dispatch() : nullptr);
+  return kCGLNoError;
+}
+
+CGLError CGLGetVirtualScreen(CGLContextObj context, GLint *screen) {
+  trace("cgl", "CGLGetVirtualScreen", context);
+  if (!context) return kCGLBadContext;
+  if (!screen) return kCGLBadAddress;
+  *screen = 0;
+  return kCGLNoError;
+}
+
+CGLError CGLCreatePBuffer(GLsizei width, GLsizei height, GLenum target, GLenum internalFormat, GLint maxLevel,
+                          CGLPBufferObj *pbuffer) {
+  trace("cgl", "CGLCreatePBuffer", width, height, target, internalFormat, maxLevel);
+  if (!pbuffer) return kCGLBadAddress;
+  *pbuffer = nullptr;
+  if (width < 1 || height < 1 || maxLevel != 0) return kCGLBadValue;
+  if (target != GL_TEXTURE_RECTANGLE_EXT || internalFormat != GL_RGBA) return kCGLBadEnumeration;
+  *pbuffer = new _CGLPBufferObject{width, height, nullptr, nullptr};
+  return kCGLNoError;
+}
+
+CGLError CGLDestroyPBuffer(CGLPBufferObj pbuffer) {
+  trace("cgl", "CGLDestroyPBuffer", pbuffer);
+  if (!pbuffer) return kCGLBadDrawable;
+  if (pbuffer->owner) {
+    auto &siblings = pbuffer->owner->pbuffers;
+    siblings.erase(std::remove(siblings.begin(), siblings.end(), pbuffer), siblings.end());
+  }
+  delete pbuffer;
+  return kCGLNoError;
+}
+
+CGLError CGLSetPBuffer(CGLContextObj context, CGLPBufferObj pbuffer, GLenum face, GLint level, GLint screen) {
+  trace("cgl", "CGLSetPBuffer", context, pbuffer, face, level, screen);
+  if (!context) return kCGLBadContext;
+  if (!pbuffer) return kCGLBadDrawable;
+  if (face != 0 || level != 0 || screen != 0) return kCGLBadValue;
+  if (context != currentContext) return kCGLBadState;
+  if (pbuffer->owner && pbuffer->owner != context) return kCGLBadMatch;
+  if (!pbuffer->surface) {
+    pbuffer->surface = context->context->createSurface(pbuffer->width, pbuffer->height);
+    if (!pbuffer->surface) return kCGLBadAlloc;
+    pbuffer->owner = context;
+    context->pbuffers.push_back(pbuffer);
+  }
+  return context->context->drawInto(*pbuffer->surface) ? kCGLNoError : kCGLBadDrawable;
+}
+
+CGLError CGLTexImagePBuffer(CGLContextObj context, CGLPBufferObj pbuffer, GLenum source) {
+  trace("cgl", "CGLTexImagePBuffer", context, pbuffer, source);
+  if (!context) return kCGLBadContext;
+  if (!pbuffer || !pbuffer->surface) return kCGLBadDrawable;
+  if (source != GL_FRONT_LEFT) return kCGLBadEnumeration;
+  if (context != currentContext) return kCGLBadState;
+  if (context->backend != pbuffer->owner->backend) return kCGLBadMatch;
+  return context->context->attachToBoundTexture(*pbuffer->surface) ? kCGLNoError : kCGLBadState;
+}

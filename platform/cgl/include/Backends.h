@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+// Choosing among the OpenGL implementations that the platform layer has, and finding out about them.
+
+namespace pyrelux::platform {
+
+#define PYRELUX_PLATFORM __attribute__((visibility("default")))
+
+/// Renderer ids for kCGLPFARendererID in a host's pixel format. A plug-in names none: its contexts draw with the
+/// renderer of the context they share with.
+enum RendererId : std::int32_t {
+  kRendererEGL = 0x50590001,        ///< OpenGL through EGL: a GPU where there is one, else Mesa's software renderer
+  kRendererNull = 0x50590002,       ///< draws nothing; counts what it is asked to draw
+  kRendererRecording = 0x50590003,  ///< draws nothing; keeps the call stream as data
+};
+
+/// Empty when the renderer can draw on this machine; otherwise one sentence that says why not and what to do.
+PYRELUX_PLATFORM std::string rendererUnavailable(std::int32_t rendererId);
+
+/// Quads that the null renderer was asked to draw, in this process.
+PYRELUX_PLATFORM std::uint64_t nullRendererQuads();
+
+}  // namespace pyrelux::platform
