@@ -1,0 +1,103 @@
+#include "Bundles.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+
+#include "Foundation.h"
+#include "HostError.h"
+
+namespace pyrelux::host {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::vector<std::string> split(const std::string &text, char separator) {
+  std::vector<std::string> parts;
+  std::size_t begin = 0;
+  while (begin <= text.size()) {
+    const std::size_t end = std::min(text.find(separator, begin), text.size());
+    if (end > begin) parts.push_back(text.substr(begin, end - begin));
+    begin = end + 1;
+  }
+  return parts;
+}
+
+/// The bundles directly in a folder, by name.
+std::vector<fs::path> bundlesIn(const std::string &folder) {
+  std::vector<fs::path> bundles;
+  std::error_code error;
+  for (const fs::directory_entry &entry : fs::directory_iterator(folder, error))
+    if (entry.path().extension() == ".bundle" && entry.is_directory(error)) bundles.push_back(entry.path());
+  std::sort(bundles.begin(), bundles.end());
+  return bundles;
+}
+
+NSArray *arrayOf(NSDictionary *dictionary, NSString *key) {
+  id value = [dictionary objectForKey:key];
+  return [value isKindOfClass:[NSArray class]] ? value : [NSArray array];
+}
+
+std::string groupName(NSDictionary *list, const std::string &uuid) {
+  NSArray *groups = arrayOf(list, @"ProPlugPlugInGroupList");
+  for (NSUInteger i = 0; i < [groups count]; ++i) {
+    NSDictionary *group = [groups objectAtIndex:i];
+    if ([group isKindOfClass:[NSDictionary class]] && toStdString([group objectForKey:@"uuid"]) == uuid)
+      return toStdString([group objectForKey:@"groupName"]);
+  }
+  return {};
+}
+
+void appendFilters(const fs::path &bundle, std::vector<FilterInfo> &filters) {
+  NSDictionary *list = [NSDictionary
+      dictionaryWithContentsOfFile:toNSString((bundle / "Resources" / "Info-gnustep.plist").string())];
+  NSArray *plugIns = arrayOf(list, @"ProPlugPlugInList");
+  for (NSUInteger i = 0; i < [plugIns count]; ++i) {
+    NSDictionary *plugIn = [plugIns objectAtIndex:i];
+    if (![plugIn isKindOfClass:[NSDictionary class]]) continue;
+    if (![arrayOf(plugIn, @"protocolNames") containsObject:@"FxFilter"]) continue;
+    FilterInfo info;
+    info.bundlePath = bundle.string();
+    info.className = toStdString([plugIn objectForKey:@"className"]);
+    info.displayName = toStdString([plugIn objectForKey:@"displayName"]);
+    info.groupName = groupName(list, toStdString([plugIn objectForKey:@"group"]));
+    info.infoString = toStdString([plugIn objectForKey:@"infoString"]);
+    info.uuid = toStdString([plugIn objectForKey:@"uuid"]);
+    info.version = toStdString([plugIn objectForKey:@"version"]);
+    if (!info.className.empty()) filters.push_back(info);
+  }
+}
+
+}  // namespace
+
+std::vector<std::string> defaultSearchPath() {
+  if (const char *path = std::getenv("PYRELUX_PLUGIN_PATH")) return split(path, ':');
+  std::vector<std::string> folders;
+  std::error_code error;
+  const fs::path program = fs::read_symlink("/proc/self/exe", error);
+  if (!error) folders.push_back((program.parent_path().parent_path() / "lib" / "pyrelux").string());
+  if (const char *home = std::getenv("HOME")) folders.push_back((fs::path(home) / ".local/lib/pyrelux").string());
+  folders.push_back("/usr/local/lib/pyrelux");
+  folders.push_back("/usr/lib/pyrelux");
+  return folders;
+}
+
+std::vector<FilterInfo> findFilters(const std::vector<std::string> &searchPath) {
+  const AutoreleasePool pool;
+  std::vector<FilterInfo> filters;
+  for (const std::string &folder : searchPath)
+    for (const fs::path &bundle : bundlesIn(folder)) appendFilters(bundle, filters);
+  return filters;
+}
+
+FilterInfo findFilter(const std::vector<std::string> &searchPath) {
+  const std::vector<FilterInfo> filters = findFilters(searchPath);
+  if (!filters.empty()) return filters.front();
+  std::string folders;
+  for (const std::string &folder : searchPath) folders += (folders.empty() ? "" : ", ") + folder;
+  throw HostError("no filter bundle in " + (folders.empty() ? "an empty PYRELUX_PLUGIN_PATH" : folders) +
+                  "; name the folder that holds Pyrelux.bundle in PYRELUX_PLUGIN_PATH");
+}
+
+}  // namespace pyrelux::host

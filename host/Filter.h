@@ -1,0 +1,40 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "Bundles.h"
+#include "Parameters.h"
+
+namespace pyrelux::host {
+
+/// A filter object of a loaded bundle, with the parameter values that this host owns for it. A bundle stays loaded once it
+/// is. Thread: one at a time.
+class Filter {
+ public:
+  /// Loads the bundle, creates the object and asks it for its properties and parameters. Throws HostError: a bundle
+  /// that can't be loaded, a class that is not there or is no filter, a filter that declares no parameters.
+  explicit Filter(const FilterInfo &info);
+  ~Filter();
+  Filter(const Filter &) = delete;
+  Filter &operator=(const Filter &) = delete;
+
+  const FilterInfo &info() const { return info_; }
+  ParameterSet &parameters() { return *parameters_; }
+  const ParameterSet &parameters() const { return *parameters_; }
+
+  /// The booleans it declares, "IsThreadSafe" and the like.
+  const std::map<std::string, bool> &properties() const { return properties_; }
+
+ private:
+  friend class FrameRenderer;
+  struct Objects;
+
+  FilterInfo info_;
+  std::unique_ptr<Objects> objects_;
+  std::unique_ptr<ParameterSet> parameters_;
+  std::map<std::string, bool> properties_;
+};
+
+}  // namespace pyrelux::host

@@ -1,0 +1,259 @@
+#include "FrameRenderer.h"
+
+#include <OpenGL/OpenGL.h>
+#include <OpenGL/gl.h>
+#include <OpenGL/glext.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "FilterObjects.h"
+#include "Foundation.h"
+#include "HostError.h"
+
+namespace pyrelux::host {
+
+namespace {
+
+/// A context of the renderer that draws into surfaces of a depth, sharing with `share` (may be null).
+CGLContextObj createContext(std::int32_t rendererId, bool floatComponents, CGLContextObj share) {
+  CGLPixelFormatAttribute attributes[6];
+  int count = 0;
+  const auto add = [&](int attribute) { attributes[count++] = static_cast<CGLPixelFormatAttribute>(attribute); };
+  add(kCGLPFARendererID);
+  add(rendererId);
+  add(kCGLPFAColorSize);
+  add(floatComponents ? 64 : 32);
+  if (floatComponents) add(kCGLPFAColorFloat);
+  add(0);
+  CGLPixelFormatObj format = nullptr;
+  GLint formats = 0;
+  CGLChoosePixelFormat(attributes, &format, &formats);
+  if (!format) throw HostError("the renderer gives no pixel format");
+  CGLContextObj context = nullptr;
+  const CGLError error = CGLCreateContext(format, share, &context);
+  CGLDestroyPixelFormat(format);
+  if (error) throw HostError(std::string("the renderer gives no context: ") + CGLErrorString(error));
+  return context;
+}
+
+/// Makes a context current for a block, and none afterwards.
+class CurrentFor {
+ public:
+  explicit CurrentFor(CGLContextObj context) {
+    if (const CGLError error = CGLSetCurrentContext(context))
+      throw HostError(std::string("the OpenGL context can't be made current: ") + CGLErrorString(error));
+  }
+  ~CurrentFor() { CGLSetCurrentContext(nullptr); }
+  CurrentFor(const CurrentFor &) = delete;
+  CurrentFor &operator=(const CurrentFor &) = delete;
+};
+
+/// Copies rows, in the opposite order when `flip`.
+template <typename Sample>
+std::vector<Sample> inRowOrder(const std::vector<Sample> &samples, int height, bool flip) {
+  if (!flip) return samples;
+  std::vector<Sample> flipped(samples.size());
+  const std::size_t row = samples.size() / static_cast<std::size_t>(height);
+  for (std::size_t offset = 0; offset < samples.size(); offset += row)
+    std::copy_n(samples.begin() + static_cast<std::ptrdiff_t>(offset), row,
+                flipped.end() - static_cast<std::ptrdiff_t>(offset + row));
+  return flipped;
+}
+
+GLuint makeRectangleTexture() {
+  GLuint name = 0;
+  glGenTextures(1, &name);
+  glBindTexture(GL_TEXTURE_RECTANGLE_EXT, name);
+  const auto set = [](GLenum parameter, GLenum value) {
+    glTexParameteri(GL_TEXTURE_RECTANGLE_EXT, parameter, static_cast<GLint>(value));
+  };
+  set(GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+  set(GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+  set(GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+  set(GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+  return name;
+}
+
+void checkErrors(const char *when) {
+  const GLenum first = glGetError();
+  if (first == GL_NO_ERROR) return;
+  // The rest are consequences.
+  while (glGetError() != GL_NO_ERROR) {
+  }
+  char code[16];
+  std::snprintf(code, sizeof code, "0x%04X", first);
+  throw HostError(std::string("OpenGL reports error ") + code + " " + when);
+}
+
+FxImageInfo imageInfo(int width, int height, NSUInteger depth, const FrameSettings &settings) {
+  FxImageInfo info = {};
+  info.width = static_cast<NSUInteger>(width);
+  info.height = static_cast<NSUInteger>(height);
+  info.depth = depth;
+  info.channels = 4;
+  info.imageType = kFxImageType_TEXTURE;
+  info.origin = settings.origin == Origin::TopLeft ? kFxImageOrigin_TOP_LEFT : kFxImageOrigin_BOTTOM_LEFT;
+  info.pixelFormat = kFxPixelFormat_RGBA;
+  info.isPremultiplied = YES;
+  info.pixelAspect = settings.pixelAspect;
+  return info;
+}
+
+}  // namespace
+
+/// The output image: a pbuffer whose image is a rectangle texture, in a context whose pixel format has its depth.
+struct OutputSurface {
+  CGLContextObj context = nullptr;
+  CGLPBufferObj pbuffer = nullptr;
+  GLuint texture = 0;
+  GLsizei width = 0;
+  GLsizei height = 0;
+
+  bool fits(GLsizei wantedWidth, GLsizei wantedHeight) const {
+    return pbuffer && width == wantedWidth && height == wantedHeight;
+  }
+
+  /// Makes the image anew in that size. The context is current.
+  void resize(GLsizei newWidth, GLsizei newHeight) {
+    CGLDestroyPBuffer(pbuffer);
+    pbuffer = nullptr;
+    if (texture) glDeleteTextures(1, &texture);
+    CGLError error = CGLCreatePBuffer(newWidth, newHeight, GL_TEXTURE_RECTANGLE_EXT, GL_RGBA, 0, &pbuffer);
+    if (!error) error = CGLSetPBuffer(context, pbuffer, 0, 0, 0);
+    texture = makeRectangleTexture();
+    if (!error) error = CGLTexImagePBuffer(context, pbuffer, GL_FRONT_LEFT);
+    if (error)
+      throw HostError("an output of " + std::to_string(newWidth) + "x" + std::to_string(newHeight) +
+                      " pixels can't be made: " + CGLErrorString(error));
+    width = newWidth;
+    height = newHeight;
+  }
+};
+
+struct FrameRenderer::Resources {
+  std::int32_t rendererId = 0;
+  OutputSurface outputs[2];  ///< 8-bit and half-float; made when first asked for
+  GLuint input = 0;          ///< shared by both contexts
+  GLint largestTexture = 0;
+
+  ~Resources() {
+    for (OutputSurface &output : outputs) {
+      CGLDestroyPBuffer(output.pbuffer);
+      if (output.context) CGLDestroyContext(output.context);
+    }
+  }
+
+  OutputSurface &output(bool floatComponents) {
+    OutputSurface &chosen = outputs[floatComponents];
+    if (!chosen.context) chosen.context = createContext(rendererId, floatComponents, outputs[!floatComponents].context);
+    return chosen;
+  }
+
+  /// Puts the picture into the input texture, rows in the filter's order. The context is current.
+  void upload(const Image &image, Origin origin) {
+    if (image.width() > largestTexture || image.height() > largestTexture)
+      throw HostError("the picture is " + std::to_string(image.width()) + "x" + std::to_string(image.height()) +
+                      " pixels; the renderer takes " + std::to_string(largestTexture) + " on a side at most");
+    const Image source = premultiplied(image);
+    const bool flip = origin == Origin::BottomLeft;
+    if (!input) input = makeRectangleTexture();
+    glBindTexture(GL_TEXTURE_RECTANGLE_EXT, input);
+    const auto define = [&](GLenum internalFormat, GLenum type, const void *pixels) {
+      glTexImage2D(GL_TEXTURE_RECTANGLE_EXT, 0, static_cast<GLint>(internalFormat), image.width(), image.height(), 0,
+                   GL_RGBA, type, pixels);
+    };
+    if (source.isFloat())
+      define(GL_RGBA32F_ARB, GL_FLOAT, inRowOrder(source.asFloats(), image.height(), flip).data());
+    else
+      define(GL_RGBA8, GL_UNSIGNED_BYTE, inRowOrder(source.asBytes(), image.height(), flip).data());
+  }
+
+  /// The state that a filter finds: the output drawn into, its centre at the origin of the coordinates.
+  void prepareOutput(const OutputSurface &output) {
+    CGLSetPBuffer(output.context, output.pbuffer, 0, 0, 0);
+    glViewport(0, 0, output.width, output.height);
+    glMatrixMode(GL_PROJECTION);
+    glLoadIdentity();
+    const double halfWidth = output.width / 2.0;
+    const double halfHeight = output.height / 2.0;
+    glOrtho(-halfWidth, halfWidth, -halfHeight, halfHeight, -1.0, 1.0);
+    glMatrixMode(GL_MODELVIEW);
+    glLoadIdentity();
+  }
+
+  /// The output image's pixels. Its context is current.
+  static Image readBack(const OutputSurface &output, bool floats, Origin origin) {
+    Image image = floats ? Image::floats(output.width, output.height, Alpha::Premultiplied)
+                         : Image::bytes(output.width, output.height, Alpha::Premultiplied);
+    const bool flip = origin == Origin::BottomLeft;
+    const auto read = [&](auto &samples, GLenum type) {
+      glReadPixels(0, 0, output.width, output.height, GL_RGBA, type, samples.data());
+      samples = inRowOrder(samples, output.height, flip);
+    };
+    if (floats)
+      read(image.asFloats(), GL_FLOAT);
+    else
+      read(image.asBytes(), GL_UNSIGNED_BYTE);
+    return image;
+  }
+};
+
+FrameRenderer::FrameRenderer(std::int32_t rendererId) : resources_(std::make_unique<Resources>()) {
+  resources_->rendererId = rendererId;
+  const CurrentFor current(resources_->output(false).context);
+  glGetIntegerv(GL_MAX_RECTANGLE_TEXTURE_SIZE_EXT, &resources_->largestTexture);
+  if (const GLubyte *text = glGetString(GL_RENDERER)) description_ = reinterpret_cast<const char *>(text);
+}
+
+FrameRenderer::~FrameRenderer() = default;
+
+Image FrameRenderer::render(Filter &filter, const Image &input, double timeFrames, const FrameSettings &settings) {
+  const AutoreleasePool pool;
+  Filter::Objects &objects = *filter.objects_;
+  [objects.retrieval setTopLeftOrigin:settings.origin == Origin::TopLeft];
+
+  OutputSurface &output = resources_->output(settings.floatOutput);
+  const CurrentFor current(output.context);
+  resources_->upload(input, settings.origin);
+
+  const FxImageInfo inputInfo = imageInfo(input.width(), input.height(), input.isFloat() ? 32 : 8, settings);
+  FxRenderInfo renderInfo = {};
+  renderInfo.frame = timeFrames;
+  renderInfo.qualityLevel = kFxQuality_HIGH;
+  renderInfo.fieldOrder = kFxField_PROGRESSIVE;
+  renderInfo.scaleX = 1.0;
+  renderInfo.scaleY = 1.0;
+  renderInfo.sharedContext = output.context;
+  renderInfo.depth = settings.floatOutput ? kFxDepth_FLOAT16 : kFxDepth_UINT8;
+
+  const std::string name = "the filter '" + filter.info().displayName + "'";
+  BOOL hardware = NO;
+  BOOL software = NO;
+  [objects.filter frameSetup:renderInfo inputInfo:inputInfo hardware:&hardware software:&software];
+  if (!hardware) throw HostError(name + " does not render with OpenGL");
+
+  UInt64 width = 0;
+  UInt64 height = 0;
+  if (![objects.filter getOutputWidth:&width height:&height withInput:inputInfo withInfo:renderInfo] || width == 0 ||
+      height == 0)
+    throw HostError(name + " gives no output size");
+  const auto outputWidth = static_cast<GLsizei>(width);
+  const auto outputHeight = static_cast<GLsizei>(height);
+  if (!output.fits(outputWidth, outputHeight)) output.resize(outputWidth, outputHeight);
+  resources_->prepareOutput(output);
+
+  FxTexture *inputImage = [[[FxTexture alloc] initWithInfo:inputInfo textureName:resources_->input] autorelease];
+  FxTexture *outputImage =
+      [[[FxTexture alloc] initWithInfo:imageInfo(outputWidth, outputHeight, settings.floatOutput ? 16 : 8, settings)
+                           textureName:output.texture] autorelease];
+  const BOOL rendered = [objects.filter renderOutput:outputImage withInput:inputImage withInfo:renderInfo];
+  [objects.filter frameCleanup];
+  if (!rendered) throw HostError(name + " refused frame " + std::to_string(timeFrames));
+
+  Image image = Resources::readBack(output, settings.floatOutput, settings.origin);
+  checkErrors("after the frame");
+  return image;
+}
+
+}  // namespace pyrelux::host
