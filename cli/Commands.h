@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace pyrelux::cli {
+
+struct RenderOptions {
+  std::string input;
+  std::string output;
+  std::string frames;                 ///< empty: all of the input's, or a default for stills
+  std::string fps;                    ///< empty: the input's, or 24
+  std::vector<std::string> settings;  ///< NAME=VALUE
+  int bits = 0;                       ///< 8 or 16; 0: what the output's format holds
+  std::string backend = "auto";
+  bool quiet = false;
+};
+
+// Each command throws the errors of media/, host/ and UsageError; its result is the program's exit code.
+
+/// Burns an input into an output.
+int render(const RenderOptions &options);
+
+/// Prints the filter's parameters in the inspector's order.
+int listParameters(bool json);
+
+/// Prints what draws and which filter was found; 1 when either is missing.
+int info(const std::string &backend);
+
+}  // namespace pyrelux::cli

@@ -1,0 +1,94 @@
+#include <algorithm>
+#include <iomanip>
+#include <iostream>
+#include <nlohmann/json.hpp>
+
+#include "Commands.h"
+#include "Filter.h"
+#include "ParameterText.h"
+
+namespace pyrelux::cli {
+
+namespace {
+
+using host::ParameterDeclaration;
+using host::ParameterKind;
+using Json = nlohmann::ordered_json;
+
+Json number(const ParameterDeclaration &parameter, double value) {
+  if (parameter.kind == ParameterKind::Integer || parameter.kind == ParameterKind::Popup)
+    return static_cast<int>(value);
+  return value;
+}
+
+Json defaultOf(const ParameterDeclaration &parameter) {
+  const auto &value = parameter.defaultValue;
+  switch (parameter.kind) {
+    case ParameterKind::Custom:
+      return nullptr;
+    case ParameterKind::Colour:
+      return {value[0], value[1], value[2]};
+    case ParameterKind::Point:
+      return {value[0], value[1]};
+    default:
+      return number(parameter, value[0]);
+  }
+}
+
+Json describe(const ParameterDeclaration &parameter) {
+  Json description;
+  description["id"] = parameter.id;
+  description["name"] = parameter.slug();
+  description["key"] = parameter.key;
+  description["label"] = parameter.label;
+  description["kind"] = host::kindName(parameter.kind);
+  description["range"] = nullptr;
+  if (parameter.hasRange())
+    description["range"] = {number(parameter, parameter.minimum), number(parameter, parameter.maximum)};
+  description["default"] = defaultOf(parameter);
+  description["entries"] = parameter.entries;
+  description["unit"] = parameter.unit();
+  return description;
+}
+
+std::string takes(const ParameterDeclaration &parameter) {
+  if (parameter.hasRange()) return host::formatRange(parameter);
+  return parameter.kind == ParameterKind::Popup ? host::formatEntries(parameter) : parameter.unit();
+}
+
+void printTable(const std::vector<ParameterDeclaration> &parameters) {
+  std::vector<std::vector<std::string>> rows{{"ID", "NAME", "LABEL", "KIND", "DEFAULT", "TAKES"}};
+  for (const ParameterDeclaration &parameter : parameters)
+    rows.push_back({std::to_string(parameter.id), parameter.slug(), parameter.label, host::kindName(parameter.kind),
+                    host::formatValue(parameter, parameter.defaultValue), takes(parameter)});
+  std::vector<std::size_t> widths(rows[0].size());
+  for (const auto &row : rows)
+    for (std::size_t column = 0; column < row.size(); ++column)
+      widths[column] = std::max(widths[column], row[column].size());
+  for (const auto &row : rows) {
+    std::string line;
+    for (std::size_t column = 0; column < row.size(); ++column) {
+      line += row[column];
+      line.append(widths[column] - row[column].size() + 2, ' ');
+    }
+    line.erase(line.find_last_not_of(' ') + 1);
+    std::cout << line << '\n';
+  }
+}
+
+}  // namespace
+
+int listParameters(bool json) {
+  const host::Filter filter(host::findFilter(host::defaultSearchPath()));
+  const auto &parameters = filter.parameters().declarations();
+  if (json) {
+    Json list = Json::array();
+    for (const ParameterDeclaration &parameter : parameters) list.push_back(describe(parameter));
+    std::cout << list.dump(2) << '\n';
+  } else {
+    printTable(parameters);
+  }
+  return 0;
+}
+
+}  // namespace pyrelux::cli

@@ -1,0 +1,102 @@
+#include <CLI/CLI.hpp>
+#include <exception>
+#include <iostream>
+
+#include "Commands.h"
+#include "FrameRange.h"
+#include "HostError.h"
+#include "Renderers.h"
+
+namespace {
+
+constexpr int usageExit = 2;
+
+int fail(const std::string &message, int exitCode) {
+  std::cerr << "pyrelux: " << message << '\n';
+  return exitCode;
+}
+
+/// CLI11's message without what it adds on further lines.
+std::string firstLine(const std::string &text) { return text.substr(0, text.find('\n')); }
+
+void addBackendOption(CLI::App &command, std::string &backend) {
+  command.add_option("--backend", backend, "What draws: auto, or egl (OpenGL through EGL: a GPU, else Mesa's software renderer)")
+      ->type_name("NAME")
+      ->check(CLI::IsMember(pyrelux::host::rendererNames()))
+      ->capture_default_str();
+}
+
+int run(int argc, char **argv) {
+  using namespace pyrelux::cli;
+  CLI::App app("Sets titles, logos and mattes on fire.", "pyrelux");
+  app.set_version_flag("--version", "pyrelux " PYRELUX_VERSION, "Print the version and exit");
+  app.set_help_flag("-h,--help", "Print this help and exit");
+  app.require_subcommand(1);
+  int exitCode = 0;
+
+  RenderOptions options;
+  CLI::App *renderCommand = app.add_subcommand("render", "Burn a picture, a sequence or a movie");
+  renderCommand->add_option("INPUT", options.input,
+                            "Picture, movie, or numbered sequence with %04d or #### in its name")
+      ->type_name("")
+      ->required();
+  renderCommand
+      ->add_option("-o,--output", options.output,
+                   "Where to: .png .exr (%04d or #### for a sequence), .mov (ProRes 4444), .mkv (FFV1, lossless), "
+                   ".mp4 (H.264 over black)")
+      ->type_name("FILE")
+      ->required();
+  renderCommand
+      ->add_option("--frames", options.frames,
+                   "Frames to render, 7 or 1-48; frame N is rendered at time N (default: all of the input; of a "
+                   "picture 1-48 into a movie or sequence, 1 into a picture)")
+      ->type_name("RANGE");
+  renderCommand
+      ->add_option("--fps", options.fps, "Frames per second of a movie, 24, 23.976 or 30000/1001 (default: the input's, else 24)")
+      ->type_name("RATE");
+  renderCommand
+      ->add_option("--set", options.settings,
+                   "A parameter's value; may be repeated. 'pyrelux parameters' lists names, ranges and units")
+      ->type_name("NAME=VALUE")
+      ->allow_extra_args(false);
+  renderCommand
+      ->add_option("--bits", options.bits,
+                   "Bits per channel of drawing and output, 8 or 16 (default: 16 for .exr and .mov, else 8)")
+      ->type_name("BITS")
+      ->check(CLI::IsMember({8, 16}));
+  addBackendOption(*renderCommand, options.backend);
+  renderCommand->add_flag("--quiet", options.quiet, "No progress line");
+  renderCommand->callback([&] { exitCode = render(options); });
+
+  bool json = false;
+  CLI::App *parametersCommand = app.add_subcommand("parameters", "List the effect's parameters in the inspector's order");
+  parametersCommand->add_flag("--json", json, "As JSON");
+  parametersCommand->callback([&] { exitCode = listParameters(json); });
+
+  std::string infoBackend = "auto";
+  CLI::App *infoCommand = app.add_subcommand("info", "Tell the version, what draws, and which bundle was found");
+  addBackendOption(*infoCommand, infoBackend);
+  infoCommand->callback([&] { exitCode = info(infoBackend); });
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError &error) {
+    if (error.get_exit_code() == 0) return app.exit(error);
+    return fail(firstLine(error.what()) + "; see 'pyrelux --help'", usageExit);
+  }
+  return exitCode;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  try {
+    return run(argc, argv);
+  } catch (const pyrelux::cli::UsageError &error) {
+    return fail(error.what(), usageExit);
+  } catch (const std::bad_alloc &) {
+    return fail("not enough memory", 1);
+  } catch (const std::exception &error) {
+    return fail(error.what(), 1);
+  }
+}
