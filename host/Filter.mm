@@ -3,8 +3,8 @@
 #include <vector>
 
 #include "FilterObjects.h"
+#include "ForeignCalls.h"
 #include "Foundation.h"
-#include "HostError.h"
 
 /// How a filter is created; the class itself is known by name alone.
 @protocol PyreluxFilterCreation
@@ -28,16 +28,6 @@ std::map<std::string, std::string> keysByLabel(NSBundle *bundle) {
     keys[toStdString([table objectForKey:key])] = toStdString(key);
   }
   return keys;
-}
-
-/// Calls into foreign code, which may raise.
-template <typename Call>
-auto guarded(const std::string &what, Call call) {
-  try {
-    return call();
-  } catch (...) {
-    throw HostError(what + " raised an exception");
-  }
 }
 
 }  // namespace

@@ -8,8 +8,9 @@
 #include <cmath>
 
 #include "FilterObjects.h"
+#include "ForeignCalls.h"
 #include "Foundation.h"
-#include "HostError.h"
+#include "ParameterText.h"
 
 namespace pyrelux::host {
 
@@ -110,12 +111,9 @@ struct OutputSurface {
   GLsizei width = 0;
   GLsizei height = 0;
 
-  bool fits(GLsizei wantedWidth, GLsizei wantedHeight) const {
-    return pbuffer && width == wantedWidth && height == wantedHeight;
-  }
-
-  /// Makes the image anew in that size. The context is current.
-  void resize(GLsizei newWidth, GLsizei newHeight) {
+  /// Makes the image anew when it has another size. The context is current.
+  void fit(GLsizei newWidth, GLsizei newHeight) {
+    if (pbuffer && width == newWidth && height == newHeight) return;
     CGLDestroyPBuffer(pbuffer);
     pbuffer = nullptr;
     if (texture) glDeleteTextures(1, &texture);
@@ -182,8 +180,9 @@ struct FrameRenderer::Resources {
     glLoadIdentity();
   }
 
-  /// The output image's pixels. Its context is current.
+  /// The output image's pixels.
   static Image readBack(const OutputSurface &output, bool floats, Origin origin) {
+    if (CGLGetCurrentContext() != output.context) CGLSetCurrentContext(output.context);
     Image image = floats ? Image::floats(output.width, output.height, Alpha::Premultiplied)
                          : Image::bytes(output.width, output.height, Alpha::Premultiplied);
     const bool flip = origin == Origin::BottomLeft;
@@ -228,28 +227,36 @@ Image FrameRenderer::render(Filter &filter, const Image &input, double timeFrame
   renderInfo.depth = settings.floatOutput ? kFxDepth_FLOAT16 : kFxDepth_UINT8;
 
   const std::string name = "the filter '" + filter.info().displayName + "'";
-  BOOL hardware = NO;
-  BOOL software = NO;
-  [objects.filter frameSetup:renderInfo inputInfo:inputInfo hardware:&hardware software:&software];
-  if (!hardware) throw HostError(name + " does not render with OpenGL");
+  guarded(name, [&] {
+    BOOL hardware = NO;
+    BOOL software = NO;
+    [objects.filter frameSetup:renderInfo inputInfo:inputInfo hardware:&hardware software:&software];
+    if (!hardware) throw HostError(name + " does not render with OpenGL");
 
-  UInt64 width = 0;
-  UInt64 height = 0;
-  if (![objects.filter getOutputWidth:&width height:&height withInput:inputInfo withInfo:renderInfo] || width == 0 ||
-      height == 0)
-    throw HostError(name + " gives no output size");
-  const auto outputWidth = static_cast<GLsizei>(width);
-  const auto outputHeight = static_cast<GLsizei>(height);
-  if (!output.fits(outputWidth, outputHeight)) output.resize(outputWidth, outputHeight);
+    UInt64 width = 0;
+    UInt64 height = 0;
+    if (![objects.filter getOutputWidth:&width height:&height withInput:inputInfo withInfo:renderInfo] ||
+        width == 0 || height == 0)
+      throw HostError(name + " gives no output size");
+    output.fit(static_cast<GLsizei>(width), static_cast<GLsizei>(height));
+  });
   resources_->prepareOutput(output);
 
   FxTexture *inputImage = [[[FxTexture alloc] initWithInfo:inputInfo textureName:resources_->input] autorelease];
   FxTexture *outputImage =
-      [[[FxTexture alloc] initWithInfo:imageInfo(outputWidth, outputHeight, settings.floatOutput ? 16 : 8, settings)
+      [[[FxTexture alloc] initWithInfo:imageInfo(output.width, output.height, settings.floatOutput ? 16 : 8, settings)
                            textureName:output.texture] autorelease];
-  const BOOL rendered = [objects.filter renderOutput:outputImage withInput:inputImage withInfo:renderInfo];
-  [objects.filter frameCleanup];
-  if (!rendered) throw HostError(name + " refused frame " + std::to_string(timeFrames));
+  const auto cleanUp = [&] { guarded(name, [&] { [objects.filter frameCleanup]; }); };
+  BOOL rendered = NO;
+  try {
+    rendered = guarded(
+        name, [&] { return [objects.filter renderOutput:outputImage withInput:inputImage withInfo:renderInfo]; });
+  } catch (const HostError &) {
+    cleanUp();
+    throw;
+  }
+  cleanUp();
+  if (!rendered) throw HostError(name + " refused the frame at time " + formatNumber(timeFrames));
 
   Image image = Resources::readBack(output, settings.floatOutput, settings.origin);
   checkErrors("after the frame");
