@@ -1,0 +1,296 @@
+// The host against the probe filters: discovery, loading, units, images, and filters that misbehave.
+
+#include <gtest/gtest.h>
+
+#import <FxPlug/FxPlugSDK.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "Bundles.h"
+#include "Filter.h"
+#include "FrameRenderer.h"
+#include "HostError.h"
+#include "ParameterText.h"
+#include "Renderers.h"
+
+@interface NSObject (ProbeReport)
++ (NSDictionary *)report;
+@end
+
+namespace pyrelux::host {
+namespace {
+
+namespace fs = std::filesystem;
+
+FilterInfo probe(const std::string &displayName) {
+  for (const FilterInfo &info : findFilters({PYRELUX_PROBE_BUNDLES}))
+    if (info.displayName == displayName) return info;
+  throw HostError("there is no probe '" + displayName + "'");
+}
+
+/// The sentence of the HostError that `call` throws; "nothing thrown" when it throws none.
+template <typename Call>
+std::string complaint(Call call) {
+  try {
+    call();
+  } catch (const HostError &error) {
+    return error.what();
+  }
+  return "nothing thrown";
+}
+
+/// Rows, columns and channels all different; straight alpha.
+Image smallInput(bool floats) {
+  Image image = floats ? Image::floats(3, 2, Alpha::Straight) : Image::bytes(3, 2, Alpha::Straight);
+  for (std::size_t i = 0; i < image.sampleCount(); ++i) {
+    if (floats)
+      image.asFloats()[i] = i % 4 == 3 ? 1.0f : 0.125f * static_cast<float>(i);
+    else
+      image.asBytes()[i] = static_cast<std::uint8_t>(i % 4 == 3 ? 255 : 10 * i);
+  }
+  return image;
+}
+
+class Host : public ::testing::Test {
+ protected:
+  void SetUp() override { pool_ = [[NSAutoreleasePool alloc] init]; }
+  void TearDown() override { [pool_ release]; }
+
+  static double reported(NSString *name) {
+    return [[[NSClassFromString(@"ProbeFilter") report] objectForKey:name] doubleValue];
+  }
+
+  FrameRenderer renderer{chooseRenderer("auto")};
+
+ private:
+  NSAutoreleasePool *pool_ = nil;
+};
+
+// --- Discovery
+
+TEST_F(Host, FindsTheFiltersOfAPropertyListWithoutLoadingThem) {
+  const FilterInfo info = probe("Probe");
+  EXPECT_EQ(info.className, "ProbeFilter");
+  EXPECT_EQ(info.groupName, "Probes");
+  EXPECT_EQ(info.infoString, "Tells what it was given");
+  EXPECT_EQ(info.uuid, "P-1");
+  EXPECT_EQ(info.version, "2.5");
+  EXPECT_EQ(fs::path(info.bundlePath).filename(), "ProbeFilters.bundle");
+  EXPECT_EQ(findFilters({PYRELUX_PROBE_BUNDLES}).size(), 10u) << "the generator is no filter";
+}
+
+TEST_F(Host, SearchesFoldersInOrderAndSkipsWhatIsNoBundle) {
+  const fs::path folder = fs::temp_directory_path() / ("pyrelux-host-" + std::to_string(getpid()));
+  fs::create_directories(folder / "Broken.bundle" / "Resources");
+  std::ofstream(folder / "Broken.bundle" / "Resources" / "Info-gnustep.plist") << "{ ProPlugPlugInList = ( oops";
+  fs::create_directories(folder / "Odd.bundle" / "Resources");
+  std::ofstream(folder / "Odd.bundle" / "Resources" / "Info-gnustep.plist")
+      << "{ ProPlugPlugInList = ( \"text\", { className = (\"list\"); protocolNames = (FxFilter); } ); }";
+  fs::create_directories(folder / "Empty.bundle");
+  std::ofstream(folder / "File.bundle") << "no folder";
+  EXPECT_TRUE(findFilters({folder.string(), "/no/such/folder"}).empty());
+  EXPECT_EQ(findFilter({folder.string(), PYRELUX_TEST_BUNDLES, PYRELUX_PROBE_BUNDLES}).className, "Pyrelux_64");
+  EXPECT_EQ(findFilter({PYRELUX_PROBE_BUNDLES, PYRELUX_TEST_BUNDLES}).className, "ProbeFilter");
+  EXPECT_EQ(complaint([&] { findFilter({"/no/a", "/no/b"}); }),
+            "no filter bundle in /no/a, /no/b; name the folder that holds Pyrelux.bundle in PYRELUX_PLUGIN_PATH");
+  fs::remove_all(folder);
+}
+
+TEST_F(Host, TakesTheSearchPathFromTheEnvironment) {
+  setenv("PYRELUX_PLUGIN_PATH", "/one:/two/three::", 1);
+  EXPECT_EQ(defaultSearchPath(), (std::vector<std::string>{"/one", "/two/three"}));
+  unsetenv("PYRELUX_PLUGIN_PATH");
+  // The test's program lies in the build's bin folder, as the real one does.
+  EXPECT_TRUE(fs::equivalent(defaultSearchPath().front(), PYRELUX_TEST_BUNDLES));
+  EXPECT_EQ(defaultSearchPath().back(), "/usr/lib/pyrelux");
+}
+
+TEST_F(Host, SaysWhatIsWrongWithABundle) {
+  FilterInfo nowhere = probe("Probe");
+  nowhere.bundlePath = "/no/such.bundle";
+  EXPECT_EQ(complaint([&] { Filter filter(nowhere); }),
+            "the bundle '/no/such.bundle' can't be loaded; build or install it again");
+  const std::string bundle = probe("Probe").bundlePath;
+  EXPECT_EQ(complaint([] { Filter filter(probe("Missing")); }),
+            "the bundle '" + bundle + "' has no class 'MissingFilter'");
+  EXPECT_EQ(complaint([] { Filter filter(probe("Not a filter")); }),
+            "the class 'NotAFilter' in '" + bundle + "' is no filter");
+  EXPECT_EQ(complaint([] { Filter filter(probe("Silent")); }), "the filter 'Silent' declares no parameters");
+  EXPECT_EQ(complaint([] { Filter filter(probe("Raising Early")); }), "the filter 'Raising Early' raised an exception");
+}
+
+// --- Declarations and values
+
+TEST_F(Host, KeepsDeclarationsInOrderAndInAPersonsUnits) {
+  const Filter filter(probe("Probe"));
+  const auto &declarations = filter.parameters().declarations();
+  ASSERT_EQ(declarations.size(), 7u);
+  EXPECT_EQ(declarations[0].label, "Turn");
+  EXPECT_EQ(declarations[0].kind, ParameterKind::Angle);
+  EXPECT_DOUBLE_EQ(declarations[0].defaultValue[0], 30.0);
+  EXPECT_DOUBLE_EQ(declarations[0].minimum, -180.0);
+  EXPECT_DOUBLE_EQ(declarations[0].maximum, 360.0);
+  EXPECT_EQ(declarations[1].kind, ParameterKind::Integer);
+  EXPECT_EQ(declarations[1].sliderMinimum, 2);
+  EXPECT_EQ(declarations[1].sliderMaximum, 8);
+  EXPECT_EQ(declarations[2].delta, 0.01);
+  EXPECT_EQ(declarations[3].defaultValue, (ParameterValue{0.25, 0.5, 0.75}));
+  EXPECT_EQ(declarations[4].defaultValue, (ParameterValue{0.25, 0.125}));
+  EXPECT_EQ(declarations[5].entries, (std::vector<std::string>{"First", "Second One"}));
+  EXPECT_EQ(declarations[5].defaultValue[0], 1);
+  EXPECT_EQ(declarations[6].kind, ParameterKind::Custom);
+  EXPECT_EQ(declarations[6].flags, 64u);
+  EXPECT_EQ(filter.properties(), (std::map<std::string, bool>{{"IsThreadSafe", false}, {"SupportsRowBytes", true}}));
+}
+
+TEST_F(Host, FindsTheKeyBehindATranslatedLabel) {
+  const Filter filter(findFilter({PYRELUX_TEST_BUNDLES}));
+  EXPECT_EQ(filter.parameters().find(14)->key, "Pyrelux::Pyrelux");
+  EXPECT_EQ(filter.parameters().find(14)->label, "Tongues");
+  EXPECT_EQ(filter.parameters().named("tongues").id, 14u);
+  EXPECT_EQ(filter.parameters().named("pyrelux").id, 14u);
+}
+
+TEST_F(Host, HandsDefaultsToTheFilterInItsUnits) {
+  Filter filter(probe("Probe"));
+  renderer.render(filter, smallInput(false), 2.5, {});
+  EXPECT_DOUBLE_EQ(reported(@"turn"), 0.5235987755982988) << "30 degrees in radians";
+  EXPECT_EQ(reported(@"count"), 5);
+  EXPECT_EQ(reported(@"amount"), 0.5);
+  EXPECT_EQ(reported(@"red"), 0.25);
+  EXPECT_EQ(reported(@"blue"), 0.75);
+  EXPECT_EQ(reported(@"x"), 0.25);
+  EXPECT_EQ(reported(@"y"), 0.125);
+  EXPECT_EQ(reported(@"mode"), 1);
+  EXPECT_EQ(reported(@"time"), 2.5);
+  EXPECT_EQ(reported(@"outputAsked"), 2.5);
+  EXPECT_EQ(reported(@"answersUnknownId"), 0);
+  EXPECT_EQ(reported(@"answersWrongKind"), 0);
+}
+
+TEST_F(Host, HandsSetValuesToTheFilterAndLeavesTheOthers) {
+  Filter filter(probe("Probe"));
+  ParameterSet &parameters = filter.parameters();
+  parameters.set(parameters.named("turn"), {-90});
+  parameters.set(parameters.named("mode"), {0});
+  parameters.set(parameters.named("centre"), {0.75, 0.875});
+  renderer.render(filter, smallInput(false), 0, {});
+  EXPECT_DOUBLE_EQ(reported(@"turn"), -M_PI / 2);
+  EXPECT_EQ(reported(@"mode"), 0);
+  EXPECT_EQ(reported(@"y"), 0.875);
+  EXPECT_EQ(reported(@"count"), 5);
+}
+
+// --- Frames
+
+TEST_F(Host, TellsTheFilterWhatItsImagesAre) {
+  Filter filter(probe("Probe"));
+  FrameSettings settings;
+  settings.pixelAspect = 0.9;
+  renderer.render(filter, smallInput(false), 0, settings);
+  EXPECT_EQ(reported(@"inputDepth"), 8);
+  EXPECT_EQ(reported(@"renderDepth"), kFxDepth_UINT8);
+  EXPECT_EQ(reported(@"inputPremultiplied"), 1);
+  EXPECT_EQ(reported(@"outputType"), kFxImageType_TEXTURE);
+  EXPECT_EQ(reported(@"outputOrigin"), kFxImageOrigin_BOTTOM_LEFT);
+  EXPECT_EQ(reported(@"inputWidth"), 3);
+  EXPECT_EQ(reported(@"inputHeight"), 2);
+  EXPECT_EQ(reported(@"inputRight"), 3);
+  EXPECT_EQ(reported(@"inputTop"), 2);
+  EXPECT_EQ(reported(@"pixelAspect"), 0.9);
+  EXPECT_EQ(reported(@"sharesContext"), 1);
+  EXPECT_EQ(reported(@"scaleX"), 1.0);
+
+  settings.origin = Origin::TopLeft;
+  settings.floatOutput = true;
+  renderer.render(filter, smallInput(true), 0, settings);
+  EXPECT_EQ(reported(@"inputDepth"), 32);
+  EXPECT_EQ(reported(@"renderDepth"), kFxDepth_FLOAT16);
+  EXPECT_EQ(reported(@"outputOrigin"), kFxImageOrigin_TOP_LEFT);
+  EXPECT_EQ(reported(@"y"), 0.875) << "the point counts from the first row, which is the top";
+}
+
+TEST_F(Host, BringsBytesThroughUnchangedWithBothOrigins) {
+  Filter filter(probe("Probe"));
+  for (const Origin origin : {Origin::BottomLeft, Origin::TopLeft}) {
+    FrameSettings settings;
+    settings.origin = origin;
+    const Image output = renderer.render(filter, smallInput(false), 0, settings);
+    EXPECT_EQ(output.asBytes(), smallInput(false).asBytes());
+    EXPECT_EQ(output.alpha(), Alpha::Premultiplied);
+  }
+}
+
+TEST_F(Host, BringsFloatsThroughAboveOneWithBothOrigins) {
+  Filter filter(probe("Probe"));
+  for (const Origin origin : {Origin::BottomLeft, Origin::TopLeft}) {
+    FrameSettings settings;
+    settings.origin = origin;
+    settings.floatOutput = true;
+    // Multiples of 1/8 up to 2.75, which halves hold exactly.
+    EXPECT_EQ(renderer.render(filter, smallInput(true), 0, settings).asFloats(), smallInput(true).asFloats());
+  }
+}
+
+TEST_F(Host, PremultipliesInFloatBeforeTheUpload) {
+  Filter filter(probe("Probe"));
+  Image input = Image::bytes(1, 1, Alpha::Straight);
+  input.asBytes() = {200, 51, 255, 77};
+  EXPECT_EQ(renderer.render(filter, input, 0, {}).asBytes(), (Image::Bytes{60, 15, 77, 77}));
+}
+
+TEST_F(Host, FollowsSizesAndDepthsFromFrameToFrame) {
+  Filter filter(probe("Probe"));
+  FrameSettings deep;
+  deep.floatOutput = true;
+  Image other = Image::bytes(5, 7, Alpha::Premultiplied);
+  for (std::size_t i = 0; i < other.sampleCount(); ++i) other.asBytes()[i] = static_cast<std::uint8_t>(i);
+  for (int round = 0; round < 3; ++round) {
+    EXPECT_EQ(renderer.render(filter, other, 0, {}).asBytes(), other.asBytes());
+    EXPECT_EQ(renderer.render(filter, smallInput(false), 0, {}).asBytes(), smallInput(false).asBytes());
+    EXPECT_EQ(renderer.render(filter, smallInput(true), 0, deep).asFloats(), smallInput(true).asFloats());
+  }
+}
+
+TEST_F(Host, LeavesNoContextCurrent) {
+  Filter filter(probe("Probe"));
+  renderer.render(filter, smallInput(false), 0, {});
+  EXPECT_EQ(CGLGetCurrentContext(), nullptr);
+}
+
+TEST_F(Host, RefusesAnInputLargerThanTextures) {
+  Filter filter(probe("Probe"));
+  EXPECT_NE(complaint([&] { renderer.render(filter, Image::bytes(100000, 1, Alpha::Straight), 0, {}); })
+                .find("the picture is 100000x1 pixels; the renderer takes "),
+            std::string::npos);
+}
+
+TEST_F(Host, SaysWhatAFilterDidWrongAndGoesOn) {
+  const auto rendering = [&](const char *name) {
+    Filter filter(probe(name));
+    return complaint([&] { renderer.render(filter, smallInput(false), 4.5, {}); });
+  };
+  EXPECT_EQ(rendering("Refusing"), "the filter 'Refusing' refused the frame at time 4.5");
+  const double cleanups = reported(@"cleanups");
+  EXPECT_EQ(rendering("Raising"), "the filter 'Raising' raised an exception");
+  EXPECT_EQ(reported(@"cleanups"), cleanups + 1) << "a frame that raised is cleaned up after";
+  EXPECT_EQ(rendering("Erroneous"), "OpenGL reports error 0x0500 after the frame");
+  EXPECT_EQ(rendering("Software"), "the filter 'Software' does not render with OpenGL");
+  EXPECT_EQ(rendering("Sizeless"), "the filter 'Sizeless' gives no output size");
+  EXPECT_EQ(rendering("Probe"), "nothing thrown") << "the renderer is fit for the next filter";
+}
+
+// --- Renderers
+
+TEST_F(Host, NamesItsRenderers) {
+  EXPECT_EQ(rendererNames().front(), "auto");
+  EXPECT_EQ(rendererName(chooseRenderer("egl")), "egl");
+  EXPECT_EQ(complaint([] { chooseRenderer("abacus"); }), "there is no backend 'abacus'");
+  EXPECT_FALSE(renderer.description().empty());
+}
+
+}  // namespace
+}  // namespace pyrelux::host
