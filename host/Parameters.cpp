@@ -27,6 +27,12 @@ std::size_t editDistance(const std::string &a, const std::string &b) {
   return row[b.size()];
 }
 
+/// How far a name is from what was typed. One that begins with or contains it is near, however long it is.
+std::size_t nameDistance(const std::string &typed, const std::string &name) {
+  const std::size_t edits = editDistance(typed, name);
+  return !typed.empty() && name.find(typed) != std::string::npos ? std::min<std::size_t>(edits, 1) : edits;
+}
+
 }  // namespace
 
 const char *kindName(ParameterKind kind) {
@@ -108,7 +114,7 @@ const ParameterDeclaration &ParameterSet::named(const std::string &name) const {
   for (const ParameterDeclaration &parameter : declarations_) {
     if (parameter.kind == ParameterKind::Custom) continue;
     const std::size_t candidate =
-        std::min(editDistance(wanted, parameter.slug()), editDistance(wanted, slugOf(parameter.label)));
+        std::min(nameDistance(wanted, parameter.slug()), nameDistance(wanted, slugOf(parameter.label)));
     if (!nearest || candidate < distance) {
       nearest = &parameter;
       distance = candidate;

@@ -1,0 +1,48 @@
+// A whole frame, from the picture in memory to the picture in memory, on a real renderer.
+
+#include <benchmark/benchmark.h>
+
+#include "Bundles.h"
+#include "Filter.h"
+#include "FrameRenderer.h"
+#include "Renderers.h"
+
+namespace {
+
+using namespace pyrelux;
+
+/// White bars on transparent black, about 6 % of the picture: as much as a title covers.
+Image bars(int width, int height) {
+  Image image = Image::bytes(width, height, Alpha::Premultiplied);
+  for (int y = height / 2; y < height * 3 / 4; ++y)
+    for (int x = 0; x < width; ++x)
+      if (x % 64 < 15)
+        for (int c = 0; c < 4; ++c)
+          image.asBytes()[4 * (static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x)) +
+                          static_cast<std::size_t>(c)] = 255;
+  return image;
+}
+
+/// Arguments: width, height, bits.
+void wholeFrame(benchmark::State &state, const char *backend) {
+  host::Filter filter(host::findFilter({PYRELUX_BENCH_BUNDLES}));
+  host::FrameRenderer renderer(host::chooseRenderer(backend));
+  const Image input = bars(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
+  host::FrameSettings settings;
+  settings.floatOutput = state.range(2) == 16;
+  filter.parameters().set(filter.parameters().named("color-depth"), {settings.floatOutput ? 1.0 : 0.0});
+  double time = 0;
+  for (auto _ : state) benchmark::DoNotOptimize(renderer.render(filter, input, time += 1, settings));
+  state.SetLabel(renderer.description());
+  state.counters["fps"] = benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
+}
+BENCHMARK_CAPTURE(wholeFrame, egl, "egl")
+    ->Args({320, 180, 8})
+    ->Args({320, 180, 16})
+    ->Args({1280, 720, 8})
+    ->Args({1280, 720, 16})
+    ->Args({1920, 1080, 8})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+
+}  // namespace

@@ -1,0 +1,83 @@
+// The filter's own work: path, ramp and quads, drawn by a renderer that draws nothing.
+
+#include <OpenGL/OpenGL.h>
+#include <benchmark/benchmark.h>
+
+#include "Backends.h"
+#include "ColourRamp.h"
+#include "FlamePath.h"
+#include "FlameQuads.h"
+#include "NumericHelpers.h"
+
+namespace {
+
+using namespace pyrelux;
+
+/// A context of the null renderer, current for a block.
+class NullContext {
+ public:
+  NullContext() {
+    const CGLPixelFormatAttribute attributes[] = {
+        kCGLPFARendererID, static_cast<CGLPixelFormatAttribute>(platform::kRendererNull), CGLPixelFormatAttribute{}};
+    CGLPixelFormatObj format = nullptr;
+    GLint count = 0;
+    CGLChoosePixelFormat(attributes, &format, &count);
+    CGLCreateContext(format, nullptr, &context_);
+    CGLDestroyPixelFormat(format);
+    CGLSetCurrentContext(context_);
+  }
+  ~NullContext() { CGLDestroyContext(context_); }
+  NullContext(const NullContext &) = delete;
+  NullContext &operator=(const NullContext &) = delete;
+
+ private:
+  CGLContextObj context_ = nullptr;
+};
+
+Snapshot defaults() {
+  Snapshot s{};
+  s.tongues = 6;
+  s.turbAmount = 0.12;
+  s.turbWavelength = 0.375;
+  s.turbSpeed = 0.1;
+  s.wiggleAmount = 0.5;
+  s.wiggleTurbulence = 0.075;
+  s.glow = 40.6;
+  s.spread = pi / 6;
+  s.length = 0.3;
+  s.inner = {1, 1, 0};
+  s.centre = {1, 0.5, 0};
+  s.outer = {1, 0, 0};
+  s.point = {0.5, 0.5};
+  s.steps = 40;
+  return s;
+}
+
+/// Arguments: tongues, steps.
+void flameWithoutGL(benchmark::State &state) {
+  const NullContext context;
+  Snapshot snapshot = defaults();
+  snapshot.tongues = static_cast<double>(state.range(0));
+  snapshot.steps = static_cast<double>(state.range(1));
+  const FrameGeometry geometry{1920, 1080, 1920, 1080, 1920, 1080, 1920, 1080, 0, 1920.0 / 1080.0};
+  double oldFrame = 0, turbulencePhase = 0, wigglePhase = 0, time = 0;
+  const std::uint64_t before = platform::nullRendererQuads();
+  for (auto _ : state) {
+    const ColourRamp ramp = makeFlameRamp(snapshot.inner, snapshot.centre, snapshot.outer);
+    FlameQuads quads(snapshot, geometry, ramp);
+    generateFlamePath(snapshot, time, {oldFrame, turbulencePhase, wigglePhase},
+                      [&](const Tongue &tongue) { quads.draw(tongue); });
+    time += 1;
+  }
+  state.counters["quads"] =
+      static_cast<double>(platform::nullRendererQuads() - before) / static_cast<double>(state.iterations());
+}
+BENCHMARK(flameWithoutGL)->Args({6, 40})->Args({50, 300})->Unit(benchmark::kMillisecond);
+
+void noiseOfTenOctaves(benchmark::State &state) {
+  double x = 0;
+  for (auto _ : state) benchmark::DoNotOptimize(noise(x += 0.1, 10, -1, 1));
+}
+BENCHMARK(noiseOfTenOctaves);
+
+}  // namespace

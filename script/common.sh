@@ -1,0 +1,50 @@
+# What the scripts share; sourced, not run. Sets $root, the project's folder.
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+# What the program is built from and runs on.
+program_packages=(
+  g++ gobjc++ cmake ninja-build pkg-config
+  libgnustep-base-dev libgnustep-gui-dev
+  libegl-dev libegl1 libegl-mesa0 libgl1-mesa-dri
+  libavformat-dev libavcodec-dev libavutil-dev libswscale-dev
+  libcli11-dev nlohmann-json3-dev
+)
+
+# What the tests and benchmarks need besides: a second compiler, the frameworks, and a backend for AppKit's buttons.
+test_packages=(clang libgtest-dev libgmock-dev libbenchmark-dev gnustep-back0.29-cairo ffmpeg)
+
+# install_missing PACKAGE…: installs those that are not there, saying so; does nothing otherwise.
+install_missing() {
+  local package missing=() as_root=()
+  for package; do
+    dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing+=("$package")
+  done
+  ((${#missing[@]})) || return 0
+  if ! command -v apt-get >/dev/null; then
+    echo "These packages of Debian 12 are needed, or what your system calls them: ${missing[*]}" >&2
+    return 1
+  fi
+  if ((EUID != 0)); then
+    as_root=(sudo)
+    echo "Installing with sudo: ${missing[*]}" >&2
+  else
+    echo "Installing: ${missing[*]}" >&2
+  fi
+  "${as_root[@]}" apt-get update -qq >&2
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
+}
+
+# build PRESET [TARGET…]: configures once and builds what has changed; prints only what went wrong.
+build() {
+  local preset=$1 log
+  shift
+  log=$(mktemp)
+  if ! (cd "$root" &&
+        { [[ -f build/$preset/build.ninja ]] || cmake --preset "$preset"; } &&
+        cmake --build --preset "$preset" ${1:+--target "$@"}) >"$log" 2>&1; then
+    cat "$log" >&2
+    rm -f "$log"
+    return 1
+  fi
+  rm -f "$log"
+}
