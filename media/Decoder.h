@@ -1,0 +1,63 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "Handles.h"
+#include "LibraryLog.h"
+#include "Media.h"
+
+namespace pyrelux::media {
+
+/// A decoder that delivers sound pictures of a readable size and throws for any other: where the library would paint
+/// over what is missing, this finds out.
+class Decoder {
+ public:
+  /// For a codec without parameters from a container. `path` is for messages. Throws MediaError if there is no decoder.
+  Decoder(AVCodecID codec, const std::string &path) : Decoder(codec, nullptr, path) {}
+  Decoder(const AVCodecParameters &parameters, const std::string &path)
+      : Decoder(parameters.codec_id, &parameters, path) {}
+  Decoder(const Decoder &) = delete;
+  Decoder &operator=(const Decoder &) = delete;
+
+  AVCodecID codec() const { return context_->codec_id; }
+  bool isAtEnd() const { return isAtEnd_; }
+
+  /// Hands in coded data; null once at the end. Throws MediaError.
+  void send(const AVPacket *packet);
+
+  /// The next picture, valid until the next call; null if it needs more data or is at the end. Throws MediaError.
+  AVFrame *receive();
+
+ private:
+  Decoder(AVCodecID codec, const AVCodecParameters *parameters, const std::string &path);
+
+  static int runParts(AVCodecContext *context, int (*part)(AVCodecContext *, void *, int, int), void *argument,
+                      int *results, int count);
+  static int allocatePicture(AVCodecContext *context, AVFrame *frame, int flags);
+
+  [[noreturn]] void failDecoding() const;
+
+  std::string path_;
+  CodecPtr context_;
+  std::optional<DecoderLog> log_;
+  FramePtr frame_ = newFrame();
+  decltype(AVCodecContext::execute2) execute_ = nullptr;
+  std::optional<PictureSize> refusedSize_;
+  bool partFailed_ = false;
+  bool isAtEnd_ = false;
+};
+
+/// Throws MediaError if the size is above what is read.
+void requireReadableSize(const PictureSize &size, const std::string &path);
+
+/// Throws MediaError if the input has no such frame.
+void requireFrame(const InputInfo &info, std::int64_t frame, const std::string &path);
+
+/// EXR is premultiplied by definition; everywhere else straight is the custom.
+Alpha alphaKindOf(AVCodecID codec);
+
+/// Size, alpha, depth and pixel aspect of a picture; the rest as for a still.
+InputInfo describe(const AVFrame &frame);
+
+}  // namespace pyrelux::media

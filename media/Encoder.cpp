@@ -1,0 +1,78 @@
+#include "Encoder.h"
+
+#include <algorithm>
+
+#include "Errors.h"
+#include "PixelConversion.h"
+
+extern "C" {
+#include <libavutil/pixdesc.h>
+}
+
+namespace pyrelux::media {
+
+namespace {
+
+/// Colour subsampled in both directions needs an even width and height.
+int paddedSide(int side, int subsampling) { return (side + (1 << subsampling) - 1) >> subsampling << subsampling; }
+
+}  // namespace
+
+Encoder::Encoder(const std::string &path, const FileFormat &file, const OutputFormat &format, Dictionary &options)
+    : path_(path), format_(format), alpha_(file.alpha) {
+  const std::string refusedSize = "pictures of " + sizeText(format.width, format.height) + " cannot be encoded";
+  if (format.width < 1 || format.height < 1) failWriting(path, refusedSize);
+  const FrameRate rate = format.frameRate;
+  if (rate.numerator < 1 || rate.denominator < 1)
+    failWriting(path, "a frame rate of " + std::to_string(rate.numerator) + "/" + std::to_string(rate.denominator) +
+                          " is not possible");
+
+  const AVCodec *encoder = avcodec_find_encoder_by_name(file.encoder);
+  if (!encoder) failWriting(path, "the installed FFmpeg lacks the encoder '" + std::string(file.encoder) + "'");
+  codec_ = allocated<CodecPtr>(avcodec_alloc_context3(encoder));
+  codec_->pix_fmt = format.bits > 8 ? file.pixels16 : file.pixels8;
+  const AVPixFmtDescriptor &layout = *av_pix_fmt_desc_get(codec_->pix_fmt);
+  codec_->width = paddedSide(format.width, layout.log2_chroma_w);
+  codec_->height = paddedSide(format.height, layout.log2_chroma_h);
+  codec_->time_base = {rate.denominator, rate.numerator};
+  codec_->framerate = {rate.numerator, rate.denominator};
+  if (file.isMovie()) {
+    codec_->thread_count = 0;
+    codec_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    const bool isYuv = !(layout.flags & AV_PIX_FMT_FLAG_RGB);
+    codec_->color_primaries = AVCOL_PRI_BT709;
+    codec_->color_trc = AVCOL_TRC_BT709;
+    codec_->colorspace = isYuv ? AVCOL_SPC_BT709 : AVCOL_SPC_RGB;
+    codec_->color_range = isYuv ? AVCOL_RANGE_MPEG : AVCOL_RANGE_JPEG;
+    if (layout.log2_chroma_w) codec_->chroma_sample_location = AVCHROMA_LOC_LEFT;
+  }
+  for (const auto &[name, value] : file.options) options.set(name, value);
+  // FFV1's level 3 divides a picture in slices, 2 x 2 or more, and loses pixels of pictures too small for that.
+  constexpr int smallestSliced = 4;
+  if (codec_->codec_id == AV_CODEC_ID_FFV1 && std::min(codec_->width, codec_->height) < smallestSliced)
+    options.set("level", "1");
+  if (avcodec_open2(codec_.get(), encoder, options.get()) < 0) failWriting(path, refusedSize);
+}
+
+void Encoder::encode(const Image &image, const Sink &sink) {
+  if (image.width() != format_.width || image.height() != format_.height)
+    failWriting(path_, "a picture of " + sizeText(image.width(), image.height()) + " was given for one of " +
+                           sizeText(format_.width, format_.height));
+  const Image stored = alpha_ == AlphaUse::Straight ? straightened(image) : premultiplied(image);
+  const FramePtr frame = toFrame(stored, codec_->pix_fmt, codec_->width, codec_->height, path_);
+  frame->pts = count_++;
+  send(frame.get(), sink);
+}
+
+void Encoder::send(const AVFrame *frame, const Sink &sink) {
+  const PacketPtr packet = newPacket();
+  int result = avcodec_send_frame(codec_.get(), frame);
+  while (result >= 0 && (result = avcodec_receive_packet(codec_.get(), packet.get())) >= 0) {
+    packet->duration = 1;
+    sink(*packet);
+    av_packet_unref(packet.get());
+  }
+  if (result != AVERROR(EAGAIN) && result != AVERROR_EOF) failWriting(path_, libraryCause(result));
+}
+
+}  // namespace pyrelux::media

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "FileFormat.h"
+#include "Media.h"
+
+namespace pyrelux::media {
+
+/// Turns pictures into packets.
+class Encoder {
+ public:
+  using Sink = std::function<void(AVPacket &)>;
+
+  /// `options` gives what the encoder does not know back. Throws MediaError: a size or frame rate that is refused.
+  Encoder(const std::string &path, const FileFormat &file, const OutputFormat &format, Dictionary &options);
+
+  /// Encodes a picture as the next one. `sink` gets the packets that are ready, times in units of context().time_base.
+  /// Throws MediaError.
+  void encode(const Image &image, const Sink &sink);
+
+  /// Encodes what is held back, as the last call.
+  void flush(const Sink &sink) { send(nullptr, sink); }
+
+  const AVCodecContext &context() const { return *codec_; }
+
+ private:
+  void send(const AVFrame *frame, const Sink &sink);
+
+  std::string path_;
+  OutputFormat format_;
+  AlphaUse alpha_;
+  CodecPtr codec_;
+  std::int64_t count_ = 0;
+};
+
+}  // namespace pyrelux::media

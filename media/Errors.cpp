@@ -1,0 +1,35 @@
+#include "Errors.h"
+
+#include <cctype>
+#include <system_error>
+
+#include "Handles.h"
+
+namespace pyrelux::media {
+
+void failReading(const std::string &path, const std::string &cause) {
+  throw MediaError("cannot read '" + path + "': " + cause);
+}
+
+void failWriting(const std::string &path, const std::string &cause) {
+  throw MediaError("cannot write '" + path + "': " + cause);
+}
+
+std::string systemCause(int errnoValue) {
+  std::string text = std::generic_category().message(errnoValue);
+  if (!text.empty()) text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));
+  return text;
+}
+
+std::string libraryCause(int code) {
+  // The libraries' own codes are four letters and far below any errno value.
+  constexpr int largestErrno = 4096;
+  if (code > -largestErrno) return systemCause(AVUNERROR(code));
+  char text[AV_ERROR_MAX_STRING_SIZE];
+  av_strerror(code, text, sizeof text);
+  return text;
+}
+
+std::string sizeText(int width, int height) { return std::to_string(width) + "x" + std::to_string(height) + " pixels"; }
+
+}  // namespace pyrelux::media

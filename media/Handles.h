@@ -1,0 +1,68 @@
+#pragma once
+
+#include <memory>
+#include <new>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/dict.h>
+#include <libavutil/frame.h>
+#include <libswscale/swscale.h>
+}
+
+/// Owners of the libraries' objects.
+namespace pyrelux::media {
+
+/// For the functions that take the address of a pointer and clear it.
+template <auto function>
+struct Clear {
+  template <typename Object>
+  void operator()(Object *object) const {
+    function(&object);
+  }
+};
+
+/// For the functions that take the pointer.
+template <auto function>
+struct Free {
+  template <typename Object>
+  void operator()(Object *object) const {
+    function(object);
+  }
+};
+
+using FramePtr = std::unique_ptr<AVFrame, Clear<av_frame_free>>;
+using PacketPtr = std::unique_ptr<AVPacket, Clear<av_packet_free>>;
+using CodecPtr = std::unique_ptr<AVCodecContext, Clear<avcodec_free_context>>;
+using DemuxerPtr = std::unique_ptr<AVFormatContext, Clear<avformat_close_input>>;
+using MuxerPtr = std::unique_ptr<AVFormatContext, Free<avformat_free_context>>;
+using IoPtr = std::unique_ptr<AVIOContext, Clear<avio_closep>>;
+using ScalerPtr = std::unique_ptr<SwsContext, Free<sws_freeContext>>;
+
+/// The libraries' constructors return null for one reason only.
+template <typename Handle>
+Handle allocated(typename Handle::pointer object) {
+  if (!object) throw std::bad_alloc();
+  return Handle(object);
+}
+
+inline FramePtr newFrame() { return allocated<FramePtr>(av_frame_alloc()); }
+inline PacketPtr newPacket() { return allocated<PacketPtr>(av_packet_alloc()); }
+
+/// Options by name. The libraries remove those that they understand.
+class Dictionary {
+ public:
+  Dictionary() = default;
+  Dictionary(const Dictionary &) = delete;
+  Dictionary &operator=(const Dictionary &) = delete;
+  ~Dictionary() { av_dict_free(&entries_); }
+
+  void set(const char *name, const char *value) { av_dict_set(&entries_, name, value, 0); }
+  AVDictionary **get() { return &entries_; }
+
+ private:
+  AVDictionary *entries_ = nullptr;
+};
+
+}  // namespace pyrelux::media

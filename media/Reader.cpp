@@ -1,0 +1,47 @@
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include "FramePattern.h"
+#include "InputFile.h"
+#include "LibraryLog.h"
+#include "Media.h"
+#include "MovieReader.h"
+#include "SequenceReader.h"
+#include "StillDecoder.h"
+
+namespace pyrelux::media {
+
+namespace {
+
+/// One picture for every frame.
+class StillReader : public Reader {
+ public:
+  explicit StillReader(Still still) : image_(std::move(still.image)) { info_ = still.info; }
+  Image read(std::int64_t) override { return image_; }
+
+ private:
+  Image image_;
+};
+
+std::unique_ptr<Reader> openFile(const std::string &path) {
+  InputFile file(path);
+  const Content content = file.identify();
+  if (content.stillCodec != AV_CODEC_ID_NONE)
+    return std::make_unique<StillReader>(decodeStill(file, content.stillCodec));
+  return std::make_unique<MovieReader>(path, content.demuxer);
+}
+
+}  // namespace
+
+std::unique_ptr<Reader> Reader::open(const std::string &path) {
+  silenceLibraries();
+  // A file whose own name looks like a pattern ("take#2.mov") is itself what is meant.
+  std::error_code error;
+  if (std::filesystem::exists(path, error)) return openFile(path);
+  const FramePattern pattern(path);
+  if (pattern.isNumbered()) return std::make_unique<SequenceReader>(path, pattern);
+  return openFile(pattern.path(0));
+}
+
+}  // namespace pyrelux::media

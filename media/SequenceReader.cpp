@@ -1,0 +1,61 @@
+#include "SequenceReader.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include "Decoder.h"
+#include "Errors.h"
+#include "InputFile.h"
+#include "StillDecoder.h"
+
+namespace pyrelux::media {
+
+namespace {
+
+Still readStill(const std::string &path) {
+  InputFile file(path);
+  const Content content = file.identify();
+  if (content.stillCodec == AV_CODEC_ID_NONE) failReading(path, "a movie cannot be a frame of a sequence");
+  return decodeStill(file, content.stillCodec);
+}
+
+}  // namespace
+
+SequenceReader::SequenceReader(const std::string &path, const FramePattern &pattern) : path_(path), pattern_(pattern) {
+  std::optional<std::int64_t> first;
+  std::optional<std::int64_t> last;
+  // A folder that cannot be read shows nothing, which is reported like an empty one.
+  std::error_code error;
+  for (std::filesystem::directory_iterator entry(pattern.folder(), error), end; !error && entry != end;
+       entry.increment(error))
+    if (const auto number = pattern.frameOf(entry->path().filename().string())) {
+      first = std::min(first.value_or(*number), *number);
+      last = std::max(last.value_or(*number), *number);
+    }
+  if (!first) failReading(path, causeNoSuchFile);
+
+  Still still = readStill(pattern.path(*first));
+  info_ = still.info;
+  info_.kind = InputKind::Sequence;
+  info_.firstFrame = *first;
+  info_.lastFrame = *last;
+  image_ = std::move(still.image);
+  position_ = first;
+}
+
+Image SequenceReader::read(std::int64_t frame) {
+  requireFrame(info_, frame, path_);
+  if (frame == position_) return image_;
+  const std::string path = pattern_.path(frame);
+  Still still = readStill(path);
+  if (still.info.width != info_.width || still.info.height != info_.height)
+    failReading(path, "it is " + sizeText(still.info.width, still.info.height) + ", not " +
+                          sizeText(info_.width, info_.height) + " like the first of the sequence");
+  image_ = std::move(still.image);
+  position_ = frame;
+  return image_;
+}
+
+}  // namespace pyrelux::media

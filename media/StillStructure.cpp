@@ -1,0 +1,123 @@
+#include "StillStructure.h"
+
+#include <cstring>
+#include <stdexcept>
+
+namespace pyrelux::media {
+
+namespace {
+
+/// Reads forward through bytes; running past their end throws.
+class Cursor {
+ public:
+  struct Ended : std::exception {};
+
+  Cursor(const std::uint8_t *data, int size) : position_(data), end_(data + size) {}
+
+  const std::uint8_t *take(std::int64_t count) {
+    if (count < 0 || count > end_ - position_) throw Ended();
+    const std::uint8_t *start = position_;
+    position_ += count;
+    return start;
+  }
+  void skip(std::int64_t count) { take(count); }
+  int byte() { return *take(1); }
+  std::int64_t bigEndian(int bytes) {
+    std::int64_t value = 0;
+    while (bytes-- > 0) value = value << 8 | byte();
+    return value;
+  }
+  /// The next byte without taking it.
+  int peek() {
+    if (position_ == end_) throw Ended();
+    return *position_;
+  }
+
+ private:
+  const std::uint8_t *position_;
+  const std::uint8_t *end_;
+};
+
+void walkPng(Cursor cursor) {
+  constexpr int signatureSize = 8;
+  constexpr int checksumSize = 4;
+  cursor.skip(signatureSize);
+  for (bool atEnd = false; !atEnd;) {
+    const std::int64_t length = cursor.bigEndian(4);
+    atEnd = std::memcmp(cursor.take(4), "IEND", 4) == 0;
+    cursor.skip(length + checksumSize);
+  }
+}
+
+void walkJpeg(Cursor cursor) {
+  constexpr int stuffing = 0x00, firstRestart = 0xD0, start = 0xD8, end = 0xD9, temporary = 0x01;
+  const auto standsAlone = [](int marker) {
+    return marker == stuffing || marker == temporary || (marker >= firstRestart && marker <= start);
+  };
+  for (;;) {
+    // What is not a marker is the coded data of a scan, where FF is followed by 00 or a restart marker.
+    while (cursor.byte() != 0xFF) continue;
+    while (cursor.peek() == 0xFF) cursor.skip(1);
+    const int marker = cursor.byte();
+    if (marker == end) return;
+    if (standsAlone(marker)) continue;
+    cursor.skip(cursor.bigEndian(2) - 2);
+  }
+}
+
+/// Returns the number of pictures.
+int walkGif(Cursor cursor) {
+  constexpr int extension = 0x21, picture = 0x2C, trailer = 0x3B;
+  const auto skipColourTable = [&cursor](int flags) {
+    if (flags & 0x80) cursor.skip(3 << ((flags & 7) + 1));
+  };
+  const auto skipBlocks = [&cursor] {
+    while (const int length = cursor.byte()) cursor.skip(length);
+  };
+
+  cursor.skip(10);
+  const int screenFlags = cursor.byte();
+  cursor.skip(2);
+  skipColourTable(screenFlags);
+  for (int pictures = 0;;) {
+    switch (cursor.byte()) {
+      case extension:
+        cursor.skip(1);
+        skipBlocks();
+        break;
+      case picture:
+        ++pictures;
+        cursor.skip(8);
+        skipColourTable(cursor.byte());
+        cursor.skip(1);
+        skipBlocks();
+        break;
+      case trailer:
+        return pictures;
+      default:
+        throw Cursor::Ended();
+    }
+  }
+}
+
+}  // namespace
+
+bool isWhole(AVCodecID codec, const std::uint8_t *data, int size) {
+  try {
+    if (codec == AV_CODEC_ID_PNG) walkPng(Cursor(data, size));
+    if (codec == AV_CODEC_ID_MJPEG) walkJpeg(Cursor(data, size));
+  } catch (const Cursor::Ended &) {
+    return false;
+  }
+  return codec != AV_CODEC_ID_GIF || countGifPictures(data, size);
+}
+
+std::optional<int> countGifPictures(const std::uint8_t *data, int size) {
+  try {
+    return walkGif(Cursor(data, size));
+  } catch (const Cursor::Ended &) {
+    return std::nullopt;
+  }
+}
+
+}  // namespace pyrelux::media

@@ -1,0 +1,124 @@
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "Encoder.h"
+#include "Errors.h"
+#include "FileFormat.h"
+#include "FramePattern.h"
+#include "LibraryLog.h"
+#include "Media.h"
+#include "OutputFile.h"
+
+namespace pyrelux::media {
+
+namespace {
+
+constexpr const char *causeNoFrame = "it was given no frame";
+
+/// One still, or one for each frame.
+class StillWriter : public Writer {
+ public:
+  StillWriter(const std::string &path, const FileFormat &file, const OutputFormat &format)
+      : path_(path), pattern_(path), encoder_(path, file, format, options_) {}
+
+  void write(std::int64_t frame, const Image &image) override {
+    if (frame < 0) failWriting(path_, "the frame number " + std::to_string(frame) + " is negative");
+    if (still_) failWriting(path_, "it can hold one frame only");
+    auto output = std::make_unique<OutputFile>(pattern_.path(frame));
+    encoder_.encode(image, [&output](AVPacket &packet) { avio_write(output->io(), packet.data, packet.size); });
+    if (pattern_.isNumbered()) {
+      output->commit();
+      hasFrames_ = true;
+    } else {
+      output->requireWritten();
+      still_ = std::move(output);
+    }
+  }
+
+  void finish() override {
+    if (still_)
+      still_->commit();
+    else if (!hasFrames_)
+      failWriting(path_, causeNoFrame);
+  }
+
+ private:
+  std::string path_;
+  FramePattern pattern_;
+  Dictionary options_;
+  Encoder encoder_;
+  std::unique_ptr<OutputFile> still_;
+  bool hasFrames_ = false;
+};
+
+class MovieWriter : public Writer {
+ public:
+  MovieWriter(const std::string &path, const FileFormat &file, const OutputFormat &format)
+      : path_(path), output_(path), encoder_(path, file, format, options_) {
+    AVFormatContext *muxer = nullptr;
+    require(avformat_alloc_output_context2(&muxer, nullptr, file.muxer, output_.url().c_str()));
+    muxer_.reset(muxer);
+    muxer_->pb = output_.io();
+    stream_ = avformat_new_stream(muxer, nullptr);
+    if (!stream_) throw std::bad_alloc();
+    require(avcodec_parameters_from_context(stream_->codecpar, &encoder_.context()));
+    stream_->time_base = encoder_.context().time_base;
+    stream_->avg_frame_rate = encoder_.context().framerate;
+    require(avformat_write_header(muxer, options_.get()));
+  }
+
+  void write(std::int64_t frame, const Image &image) override {
+    if (frame < 0) failWriting(path_, "the frame number " + std::to_string(frame) + " is negative");
+    encoder_.encode(image, sink());
+    output_.requireWritten();
+    hasFrames_ = true;
+  }
+
+  void finish() override {
+    if (!hasFrames_) failWriting(path_, causeNoFrame);
+    encoder_.flush(sink());
+    require(av_write_trailer(muxer_.get()));
+    output_.commit();
+  }
+
+ private:
+  Encoder::Sink sink() {
+    return [this](AVPacket &packet) {
+      packet.stream_index = stream_->index;
+      av_packet_rescale_ts(&packet, encoder_.context().time_base, stream_->time_base);
+      require(av_interleaved_write_frame(muxer_.get(), &packet));
+    };
+  }
+
+  void require(int result) {
+    if (result < 0) failWriting(path_, libraryCause(result));
+  }
+
+  std::string path_;
+  Dictionary options_;
+  OutputFile output_;
+  Encoder encoder_;
+  MuxerPtr muxer_;
+  AVStream *stream_ = nullptr;
+  bool hasFrames_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Writer> Writer::open(const std::string &path, const OutputFormat &format) {
+  silenceLibraries();
+  OutputFile::requireWritable(path);
+  const FileFormat &file = formatOf(path);
+  if (file.isMovie()) return std::make_unique<MovieWriter>(path, file, format);
+  return std::make_unique<StillWriter>(path, file, format);
+}
+
+bool Writer::holdsManyFrames(const std::string &path) {
+  return formatOf(path).isMovie() || FramePattern(path).isNumbered();
+}
+
+bool Writer::isDeep(const std::string &path) { return formatOf(path).isDeep; }
+
+}  // namespace pyrelux::media

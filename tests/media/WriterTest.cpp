@@ -1,0 +1,204 @@
+#include <sys/resource.h>
+
+#include <csignal>
+#include <filesystem>
+#include <functional>
+
+#include "TestFiles.h"
+#include "Unprivileged.h"
+
+namespace pyrelux::media::test {
+namespace {
+
+using std::filesystem::perms;
+
+class WriterTest : public MediaTest {
+ protected:
+  void expectCause(const std::string &name, const std::string &cause, const OutputFormat &format = {4, 4, 8, {}}) {
+    EXPECT_EQ(writingMessage(path(name), format), "cannot write '" + path(name) + "': " + cause);
+  }
+
+  /// What the action throws; empty if nothing.
+  static std::string messageOf(const std::function<void()> &action) {
+    try {
+      action();
+      return {};
+    } catch (const MediaError &error) {
+      return error.what();
+    }
+  }
+};
+
+const Image &picture() {
+  static const Image image = flat(4, 4, 0.5f, 0.25f, 0.125f, 1.0f);
+  return image;
+}
+
+/// Lets no file grow beyond a size, as a full disk would, while it lives.
+class FullDisk {
+ public:
+  explicit FullDisk(rlim_t bytes) : oldHandler_(std::signal(SIGXFSZ, SIG_IGN)) {
+    getrlimit(RLIMIT_FSIZE, &old_);
+    const rlimit limit = {bytes, old_.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  ~FullDisk() {
+    setrlimit(RLIMIT_FSIZE, &old_);
+    std::signal(SIGXFSZ, oldHandler_);
+  }
+  FullDisk(const FullDisk &) = delete;
+  FullDisk &operator=(const FullDisk &) = delete;
+
+ private:
+  void (*oldHandler_)(int);
+  rlimit old_{};
+};
+
+TEST_F(WriterTest, KnowsWhatExtensionsMean) {
+  for (const char *many : {"a.mov", "a.mkv", "a.MP4", "a.%d.png", "a.##.exr"})
+    EXPECT_TRUE(Writer::holdsManyFrames(many)) << many;
+  for (const char *one : {"a.png", "a.EXR", "100%.png", "a%%d.png", "a%d/b.png"})
+    EXPECT_FALSE(Writer::holdsManyFrames(one)) << one;
+  for (const char *deep : {"a.exr", "a.mov", "a.##.exr"}) EXPECT_TRUE(Writer::isDeep(deep)) << deep;
+  for (const char *shallow : {"a.png", "a.mkv", "a.mp4"}) EXPECT_FALSE(Writer::isDeep(shallow)) << shallow;
+}
+
+TEST_F(WriterTest, UnknownExtension) {
+  expectCause("x.gif", "the extension '.gif' is not one of .png .exr .mov .mkv .mp4");
+  expectCause("x", "it has no extension; it needs one of .png .exr .mov .mkv .mp4");
+  EXPECT_EQ(messageOf([] { Writer::isDeep("x.gif"); }),
+            "cannot write 'x.gif': the extension '.gif' is not one of .png .exr .mov .mkv .mp4");
+  EXPECT_EQ(messageOf([] { Writer::holdsManyFrames("x.gif"); }),
+            "cannot write 'x.gif': the extension '.gif' is not one of .png .exr .mov .mkv .mp4");
+}
+
+TEST_F(WriterTest, NoSuchFolder) {
+  for (const char *name : {"a/b.png", "a/b.%d.png", "a/b.mov"})
+    expectCause(name, "the folder '" + path("a") + "' does not exist");
+  save(path("file"), "x");
+  expectCause("file/b.png", "'" + path("file") + "' is not a folder");
+}
+
+TEST_F(WriterTest, FolderOfThatName) {
+  for (const char *name : {"dir", "dir.png", "dir.mov"}) {
+    std::filesystem::create_directory(path(name));
+    expectCause(name, "it is a folder");
+  }
+  std::filesystem::create_directory(path("a.7.png"));
+  const auto writer = Writer::open(path("a.%d.png"), {4, 4, 8, {}});
+  EXPECT_EQ(messageOf([&] { writer->write(7, picture()); }), "cannot write '" + path("a.7.png") + "': it is a folder");
+}
+
+TEST_F(WriterTest, NotPermitted) {
+  std::filesystem::create_directory(path("locked"));
+  std::filesystem::permissions(path("locked"),
+                               perms::owner_read | perms::owner_exec | perms::others_read | perms::others_exec);
+  {
+    const Unprivileged unprivileged(folder());
+    for (const char *name : {"locked/x.png", "locked/x.%d.png", "locked/x.mov"}) expectCause(name, "permission denied");
+  }
+  std::filesystem::permissions(path("locked"), perms::owner_all);
+}
+
+TEST_F(WriterTest, ImpossibleSizesAndRates) {
+  for (const char *name : {"x.png", "x.exr", "x.mov", "x.mkv", "x.mp4"}) {
+    expectCause(name, "pictures of 0x5 pixels cannot be encoded", {0, 5, 8, {}});
+    expectCause(name, "pictures of 5x-1 pixels cannot be encoded", {5, -1, 8, {}});
+    expectCause(name, "pictures of 1000000x1000000 pixels cannot be encoded", {1000000, 1000000, 8, {}});
+    expectCause(name, "a frame rate of 0/1 is not possible", {4, 4, 8, {0, 1}});
+    expectCause(name, "a frame rate of 24/0 is not possible", {4, 4, 8, {24, 0}});
+  }
+  EXPECT_TRUE(names().empty());
+}
+
+TEST_F(WriterTest, PictureOfAnotherSize) {
+  for (const char *name : {"x.png", "x.%d.exr", "x.mov", "x.mkv", "x.mp4"}) {
+    const auto writer = Writer::open(path(name), {4, 5, 8, {}});
+    EXPECT_EQ(messageOf([&] { writer->write(1, picture()); }),
+              "cannot write '" + path(name) + "': a picture of 4x4 pixels was given for one of 4x5 pixels");
+  }
+  EXPECT_TRUE(names().empty());
+}
+
+TEST_F(WriterTest, OneFrameToAStill) {
+  const auto writer = Writer::open(path("x.png"), {4, 4, 8, {}});
+  writer->write(1, picture());
+  EXPECT_EQ(messageOf([&] { writer->write(2, picture()); }),
+            "cannot write '" + path("x.png") + "': it can hold one frame only");
+}
+
+TEST_F(WriterTest, NoFrames) {
+  for (const char *name : {"x.png", "x.%d.png", "x.mov"}) {
+    const auto writer = Writer::open(path(name), {4, 4, 8, {}});
+    EXPECT_EQ(messageOf([&] { writer->finish(); }), "cannot write '" + path(name) + "': it was given no frame");
+  }
+  EXPECT_TRUE(names().empty());
+}
+
+TEST_F(WriterTest, FinalNameAppearsWithFinish) {
+  for (const char *name : {"x.png", "x.exr", "x.mov", "x.mkv", "x.mp4"}) {
+    const auto writer = Writer::open(path(name), {4, 4, 8, {}});
+    writer->write(1, picture());
+    EXPECT_FALSE(std::filesystem::exists(path(name)));
+    ASSERT_EQ(names().size(), 1u);
+    // Hidden, so that nothing takes it for a result.
+    EXPECT_EQ(names()[0].rfind("." + std::string(name) + ".partial-", 0), 0u) << names()[0];
+    writer->finish();
+    EXPECT_EQ(names(), std::vector<std::string>{name});
+    std::filesystem::remove(path(name));
+  }
+}
+
+TEST_F(WriterTest, UnfinishedLeavesNothing) {
+  for (const char *name : {"x.png", "x.exr", "x.mov", "x.mkv", "x.mp4"}) {
+    Writer::open(path(name), {4, 4, 8, {}});
+    Writer::open(path(name), {4, 4, 8, {}})->write(1, picture());
+    EXPECT_TRUE(names().empty()) << name;
+  }
+}
+
+TEST_F(WriterTest, UnfinishedKeepsWhatWasThere) {
+  for (const char *name : {"x.png", "x.mov"}) {
+    save(path(name), "old");
+    Writer::open(path(name), {4, 4, 8, {}})->write(1, picture());
+    EXPECT_EQ(load(path(name)), (FileBytes{'o', 'l', 'd'}));
+    write(path(name), {4, 4, 8, {}}, {picture()});
+    EXPECT_GT(load(path(name)).size(), 3u);
+  }
+}
+
+TEST_F(WriterTest, TwoWritersOfOneNameDoNotMix) {
+  const auto first = Writer::open(path("x.mkv"), {4, 4, 8, {}});
+  const auto second = Writer::open(path("x.mkv"), {4, 4, 8, {}});
+  for (int frame = 1; frame <= 3; ++frame) {
+    first->write(frame, flat(4, 4, 1, 0, 0, 1));
+    second->write(frame, flat(4, 4, 0, 1, 0, 1));
+  }
+  second->finish();
+  first->finish();
+  expectSame(Reader::open(path("x.mkv"))->read(3), toBytes(straightened(flat(4, 4, 1, 0, 0, 1))));
+  EXPECT_EQ(names(), std::vector<std::string>{"x.mkv"});
+}
+
+TEST_F(WriterTest, FullDiskIsNoticedAndLeavesNothing) {
+  // Noise that no encoder makes small.
+  const Image noise = deepStraightPicture(200, 200);
+  for (const char *name : {"x.png", "x.%d.png", "x.exr", "x.mov", "x.mkv", "x.mp4"}) {
+    const std::string message = messageOf([&] {
+      const FullDisk fullDisk(4096);
+      write(path(name), formatFor(noise, 16), {noise, noise, noise});
+    });
+    const std::string named = std::string(name) == "x.%d.png" ? "x.1.png" : name;
+    EXPECT_EQ(message, "cannot write '" + path(named) + "': file too large");
+    EXPECT_TRUE(names().empty()) << name;
+  }
+}
+
+TEST_F(WriterTest, MovieNamesAreTakenAsTheyStand) {
+  write(path("take#2 100%%.mkv"), {4, 4, 8, {}}, {picture()});
+  EXPECT_EQ(names(), std::vector<std::string>{"take#2 100%%.mkv"});
+  EXPECT_EQ(readingMessage(path("take#2 100%%.mkv")), "");
+}
+
+}  // namespace
+}  // namespace pyrelux::media::test
