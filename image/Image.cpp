@@ -39,6 +39,20 @@ Image convertColour(const Image &image, Alpha alpha, Convert convert) {
   return result;
 }
 
+/// What the float arithmetic gives for bytes, at a fraction of the time: colour * alpha / 255 never lies halfway between two
+/// levels, so rounding it in whole numbers is the same.
+Image premultipliedBytes(const Image &image) {
+  Image result = Image::bytes(image.width(), image.height(), Alpha::Premultiplied);
+  const std::uint8_t *from = image.asBytes().data();
+  std::uint8_t *to = result.asBytes().data();
+  for (std::size_t i = 0; i < image.sampleCount(); i += 4) {
+    const unsigned alpha = from[i + 3];
+    for (std::size_t c = 0; c < 3; ++c) to[i + c] = static_cast<std::uint8_t>((from[i + c] * alpha + 127) / 255);
+    to[i + 3] = from[i + 3];
+  }
+  return result;
+}
+
 }  // namespace
 
 Image::Image(int width, int height, Alpha alpha, std::variant<Bytes, Floats> samples)
@@ -68,6 +82,7 @@ Image toBytes(const Image &image) {
 
 Image premultiplied(const Image &image) {
   if (image.alpha() == Alpha::Premultiplied) return image;
+  if (!image.isFloat()) return premultipliedBytes(image);
   return convertColour(image, Alpha::Premultiplied, [](float colour, float alpha) { return colour * alpha; });
 }
 

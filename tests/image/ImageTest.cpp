@@ -57,6 +57,17 @@ TEST(Image, PremultiplyingRoundsOnceInFloat) {
   EXPECT_EQ(result.alpha(), Alpha::Premultiplied);
 }
 
+TEST(Image, PremultiplyingBytesRoundsEveryPairAsFloatsDo) {
+  Image image = Image::bytes(256, 256, Alpha::Straight);
+  for (std::size_t alpha = 0; alpha < 256; ++alpha)
+    for (std::size_t colour = 0; colour < 256; ++colour) {
+      std::uint8_t *pixel = &image.asBytes()[4 * (256 * alpha + colour)];
+      pixel[0] = static_cast<std::uint8_t>(colour);
+      pixel[3] = static_cast<std::uint8_t>(alpha);
+    }
+  EXPECT_EQ(premultiplied(image).asBytes(), toBytes(premultiplied(toFloat(image))).asBytes());
+}
+
 TEST(Image, PremultiplyingTwiceIsOnce) {
   const Image once = premultiplied(floatPixel(0.8f, 0.4f, 0.2f, 0.5f, Alpha::Straight));
   EXPECT_EQ(once.asFloats(), (Image::Floats{0.4f, 0.2f, 0.1f, 0.5f}));
