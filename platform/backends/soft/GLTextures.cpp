@@ -1,0 +1,195 @@
+// Texture objects, uploads and reading back.
+
+#include <algorithm>
+#include <cstring>
+
+#include "Arithmetic.h"
+#include "SoftContext.h"
+#include "SoftLimits.h"
+
+namespace pyrelux::soft {
+
+namespace {
+
+constexpr GLenum GL_REPEAT = 0x2901;
+
+bool isTarget(GLenum target) { return target == GL_TEXTURE_2D || target == GL_TEXTURE_RECTANGLE_EXT; }
+
+/// Bytes from one row of a client's picture to the next.
+std::size_t clientStride(GLsizei width, GLenum type, GLint alignment) {
+  const std::size_t bytes = static_cast<std::size_t>(width) * 4 * (type == GL_FLOAT ? sizeof(float) : 1);
+  const auto unit = static_cast<std::size_t>(alignment);
+  return (bytes + unit - 1) / unit * unit;
+}
+
+void copyRow(const std::uint8_t *from, std::uint8_t *to, std::size_t count) { std::memcpy(to, from, count); }
+void copyRow(const float *from, float *to, std::size_t count) { std::memcpy(to, from, count * sizeof(float)); }
+void copyRow(const float *from, std::uint8_t *to, std::size_t count) { std::transform(from, from + count, to, toLevel); }
+void copyRow(const std::uint8_t *from, float *to, std::size_t count) {
+  std::transform(from, from + count, to, [](std::uint8_t level) { return static_cast<float>(level) / 255.0f; });
+}
+
+template <typename From>
+void copyInto(Pixels &pixels, int y, const void *row) {
+  const auto *from = static_cast<const From *>(row);
+  const auto count = static_cast<std::size_t>(pixels.width()) * 4;
+  if (pixels.samples() == Samples::Byte)
+    copyRow(from, pixels.byteRow(y), count);
+  else
+    copyRow(from, pixels.floatRow(y), count);
+}
+
+template <typename To>
+void copyOut(const Pixels &pixels, int x, int y, int count, To *to) {
+  const auto samples = static_cast<std::size_t>(count) * 4;
+  if (pixels.samples() == Samples::Byte)
+    copyRow(pixels.byteRow(y) + 4 * x, to, samples);
+  else
+    copyRow(pixels.floatRow(y) + 4 * x, to, samples);
+}
+
+}  // namespace
+
+TextureObject *SoftContext::boundTexture(GLenum target) {
+  return target == GL_TEXTURE_2D ? bound2D_.get() : boundRectangle_.get();
+}
+
+void SoftContext::GenTextures(GLsizei count, GLuint *names) {
+  if (refusedInside()) return;
+  if (count < 0 || (count > 0 && !names)) return fail(GL_INVALID_VALUE);
+  const std::lock_guard<std::mutex> lock(group_->mutex);
+  for (GLsizei i = 0; i < count; ++i) {
+    while (group_->textures.count(++group_->lastName) || group_->lastName == 0) {
+    }
+    names[i] = group_->lastName;
+    group_->textures[names[i]] = std::make_shared<TextureObject>();
+  }
+}
+
+void SoftContext::DeleteTextures(GLsizei count, const GLuint *names) {
+  if (refusedInside()) return;
+  if (count < 0 || (count > 0 && !names)) return fail(GL_INVALID_VALUE);
+  const std::lock_guard<std::mutex> lock(group_->mutex);
+  for (GLsizei i = 0; i < count; ++i) {
+    const auto found = group_->textures.find(names[i]);
+    if (found == group_->textures.end()) continue;
+    if (bound2D_ == found->second) bound2D_ = default2D_;
+    if (boundRectangle_ == found->second) boundRectangle_ = defaultRectangle_;
+    group_->textures.erase(found);
+  }
+}
+
+void SoftContext::BindTexture(GLenum target, GLuint name) {
+  if (refusedInside()) return;
+  if (!isTarget(target)) return fail(GL_INVALID_ENUM);
+  auto &bound = target == GL_TEXTURE_2D ? bound2D_ : boundRectangle_;
+  if (name == 0) {
+    bound = target == GL_TEXTURE_2D ? default2D_ : defaultRectangle_;
+    return;
+  }
+  const std::lock_guard<std::mutex> lock(group_->mutex);
+  auto &texture = group_->textures[name];
+  if (!texture) texture = std::make_shared<TextureObject>();
+  if (texture->target == 0) texture->bindTo(target);
+  if (texture->target != target) return fail(GL_INVALID_OPERATION);
+  bound = texture;
+}
+
+void SoftContext::TexParameteri(GLenum target, GLenum name, GLint value) {
+  if (refusedInside()) return;
+  if (!isTarget(target)) return fail(GL_INVALID_ENUM);
+  const std::lock_guard<std::mutex> lock(group_->mutex);
+  TextureObject &texture = *boundTexture(target);
+  const auto wanted = static_cast<GLenum>(value);
+  const bool plain = wanted == GL_NEAREST || wanted == GL_LINEAR;
+  const bool mipmapped = wanted >= 0x2700 && wanted <= GL_LINEAR_MIPMAP_LINEAR;
+  switch (name) {
+    case GL_TEXTURE_MIN_FILTER:
+      if (!plain && !(mipmapped && target == GL_TEXTURE_2D)) return fail(GL_INVALID_ENUM);
+      texture.minFilter = wanted;
+      return;
+    case GL_TEXTURE_MAG_FILTER:
+      if (!plain) return fail(GL_INVALID_ENUM);
+      texture.magFilter = wanted;
+      return;
+    case GL_TEXTURE_WRAP_S:
+    case GL_TEXTURE_WRAP_T:
+      if (wanted != GL_CLAMP_TO_EDGE && !(wanted == GL_REPEAT && target == GL_TEXTURE_2D)) return fail(GL_INVALID_ENUM);
+      (name == GL_TEXTURE_WRAP_S ? texture.wrapS : texture.wrapT) = wanted;
+      return;
+    default:
+      fail(GL_INVALID_ENUM);
+  }
+}
+
+void SoftContext::TexParameterf(GLenum target, GLenum name, GLfloat value) {
+  // Also keeps what no integer holds from being converted to one.
+  if (!(value >= 0.0f && value <= 65535.0f)) {
+    if (!refusedInside()) fail(GL_INVALID_ENUM);
+    return;
+  }
+  TexParameteri(target, name, static_cast<GLint>(value));
+}
+
+void SoftContext::TexImage2D(GLenum target, GLint level, GLint internalFormat, GLsizei width, GLsizei height,
+                             GLint border, GLenum format, GLenum type, const GLvoid *data) {
+  if (refusedInside()) return;
+  if (!isTarget(target) || format != GL_RGBA || (type != GL_UNSIGNED_BYTE && type != GL_FLOAT))
+    return fail(GL_INVALID_ENUM);
+  const auto stored = static_cast<GLenum>(internalFormat);
+  const bool bytes = stored == GL_RGBA || stored == GL_RGBA8;
+  if (!bytes && stored != GL_RGBA16F_ARB && stored != GL_RGBA32F_ARB) return fail(GL_INVALID_VALUE);
+  if (level != 0 || border != 0 || width < 0 || height < 0 || width > largestTexture || height > largestTexture)
+    return fail(GL_INVALID_VALUE);
+
+  std::shared_ptr<Pixels> image;
+  if (width > 0 && height > 0) {
+    try {
+      image = std::make_shared<Pixels>(bytes ? Samples::Byte : Samples::Float, width, height);
+    } catch (const std::bad_alloc &) {
+      return fail(GL_OUT_OF_MEMORY);
+    }
+    if (data) {
+      const std::size_t stride = clientStride(width, type, unpackAlignment_);
+      for (int y = 0; y < height; ++y) {
+        const auto *row = static_cast<const std::uint8_t *>(data) + static_cast<std::size_t>(y) * stride;
+        if (type == GL_FLOAT)
+          copyInto<float>(*image, y, row);
+        else
+          copyInto<std::uint8_t>(*image, y, row);
+      }
+    }
+  }
+  const std::lock_guard<std::mutex> lock(group_->mutex);
+  TextureObject &texture = *boundTexture(target);
+  texture.detach();
+  texture.image = std::move(image);
+}
+
+void SoftContext::ReadPixels(GLint x, GLint y, GLsizei width, GLsizei height, GLenum format, GLenum type,
+                             GLvoid *data) {
+  if (refusedInside()) return;
+  if (format != GL_RGBA || (type != GL_UNSIGNED_BYTE && type != GL_FLOAT)) return fail(GL_INVALID_ENUM);
+  if (width < 0 || height < 0 || !data) return fail(GL_INVALID_VALUE);
+  if (!surface_) return fail(GL_INVALID_OPERATION);
+  const std::lock_guard<std::mutex> lock(group_->mutex);
+  const Pixels &pixels = *surface_->image();
+  // What lies outside the surface is left as it was.
+  const auto x0 = static_cast<int>(std::max<std::int64_t>(x, 0));
+  const auto x1 = static_cast<int>(std::min<std::int64_t>(std::int64_t{x} + width, pixels.width()));
+  const auto y0 = static_cast<int>(std::max<std::int64_t>(y, 0));
+  const auto y1 = static_cast<int>(std::min<std::int64_t>(std::int64_t{y} + height, pixels.height()));
+  if (x0 >= x1) return;
+  const std::size_t stride = clientStride(width, type, packAlignment_);
+  const std::size_t pixelBytes = 4 * (type == GL_FLOAT ? sizeof(float) : 1);
+  for (int row = y0; row < y1; ++row) {
+    auto *to = static_cast<std::uint8_t *>(data) + static_cast<std::size_t>(row - y) * stride +
+               static_cast<std::size_t>(x0 - x) * pixelBytes;
+    if (type == GL_FLOAT)
+      copyOut(pixels, x0, row, x1 - x0, reinterpret_cast<float *>(to));
+    else
+      copyOut(pixels, x0, row, x1 - x0, to);
+  }
+}
+
+}  // namespace pyrelux::soft

@@ -1,0 +1,91 @@
+#include "SoftContext.h"
+
+#include "SoftLimits.h"
+
+namespace pyrelux::soft {
+
+namespace {
+
+thread_local SoftContext *currentContext = nullptr;
+
+/// A function of a dispatch table that calls the member of the thread's context.
+template <auto member>
+struct Forward;
+template <typename Result, typename... Parameters, Result (SoftContext::*member)(Parameters...)>
+struct Forward<member> {
+  static Result call(Parameters... parameters) { return (currentContext->*member)(parameters...); }
+};
+
+constexpr PyreluxGLDispatch table = {
+#define PYRELUX_GL(result, name, parameters, arguments) &Forward<&SoftContext::name>::call,
+#include <OpenGL/GLFunctions.inc>
+#undef PYRELUX_GL
+};
+
+std::shared_ptr<TextureObject> defaultTexture(GLenum target) {
+  auto texture = std::make_shared<TextureObject>();
+  texture->bindTo(target);
+  return texture;
+}
+
+}  // namespace
+
+SoftContext::SoftContext(Samples samples, std::shared_ptr<ShareGroup> group)
+    : samples_(samples),
+      group_(std::move(group)),
+      default2D_(defaultTexture(GL_TEXTURE_2D)),
+      defaultRectangle_(defaultTexture(GL_TEXTURE_RECTANGLE_EXT)) {
+  bound2D_ = default2D_;
+  boundRectangle_ = defaultRectangle_;
+}
+
+SoftContext::~SoftContext() {
+  if (currentContext == this) currentContext = nullptr;
+}
+
+const PyreluxGLDispatch &SoftContext::dispatch() const { return table; }
+
+bool SoftContext::makeCurrent() {
+  currentContext = this;
+  return true;
+}
+
+SoftContext *SoftContext::current() { return currentContext; }
+void SoftContext::releaseCurrent() { currentContext = nullptr; }
+
+std::unique_ptr<platform::Surface> SoftContext::createSurface(GLsizei width, GLsizei height) {
+  if (width > largestTexture || height > largestTexture) return nullptr;
+  return std::make_unique<SoftSurface>(*this, samples_, width, height);
+}
+
+bool SoftContext::drawInto(platform::Surface &surface) {
+  surface_ = static_cast<SoftSurface *>(&surface);
+  if (!hadSurface_) viewport_ = {0, 0, surface_->width(), surface_->height()};
+  hadSurface_ = true;
+  return true;
+}
+
+bool SoftContext::attachToBoundTexture(platform::Surface &surface) {
+  const std::lock_guard<std::mutex> lock(group_->mutex);
+  if (boundRectangle_ == defaultRectangle_) return false;
+  boundRectangle_->detach();
+  boundRectangle_->image.reset();
+  boundRectangle_->surface = static_cast<SoftSurface *>(&surface);
+  boundRectangle_->surface->attached.insert(boundRectangle_.get());
+  return true;
+}
+
+void SoftContext::forget(const SoftSurface &surface) {
+  if (surface_ == &surface) surface_ = nullptr;
+}
+
+void SoftContext::fail(GLenum error) {
+  if (error_ == GL_NO_ERROR) error_ = error;
+}
+
+bool SoftContext::refusedInside() {
+  if (insideBegin_) fail(GL_INVALID_OPERATION);
+  return insideBegin_;
+}
+
+}  // namespace pyrelux::soft

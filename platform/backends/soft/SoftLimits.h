@@ -1,0 +1,8 @@
+#pragma once
+
+namespace pyrelux::soft {
+
+/// The largest texture and surface, in pixels along a side.
+constexpr int largestTexture = 16384;
+
+}  // namespace pyrelux::soft

@@ -1,0 +1,56 @@
+#include "SoftContext.h"
+
+#include <utility>
+
+namespace pyrelux::soft {
+
+void TextureObject::bindTo(GLenum newTarget) {
+  target = newTarget;
+  // Rectangle textures have no mipmaps and begin clamped; 2-D ones begin with both mipmaps and repetition.
+  const bool rectangle = target == GL_TEXTURE_RECTANGLE_EXT;
+  constexpr GLenum repeat = 0x2901;
+  constexpr GLenum nearestMipmapLinear = 0x2702;
+  minFilter = rectangle ? GL_LINEAR : nearestMipmapLinear;
+  wrapS = wrapT = rectangle ? GL_CLAMP_TO_EDGE : repeat;
+}
+
+void TextureObject::detach() {
+  if (surface) surface->attached.erase(this);
+  surface = nullptr;
+}
+
+SoftSurface::SoftSurface(SoftContext &owner, Samples samples, int width, int height)
+    : owner_(owner), group_(owner.group()), pixels_(std::make_shared<Pixels>(samples, width, height)) {}
+
+SoftSurface::~SoftSurface() {
+  const std::lock_guard<std::mutex> lock(group_->mutex);
+  owner_.forget(*this);
+  for (TextureObject *texture : attached) texture->surface = nullptr;
+}
+
+void SoftSurface::add(Pass pass) { waiting_.push_back(std::move(pass)); }
+
+void SoftSurface::clear(const Colour &colour, const std::array<bool, 4> &mask) {
+  Pass pass;
+  pass.mask = mask;
+  Axis x;
+  x.end = width();
+  Axis y;
+  y.end = height();
+  pass.quads.push_back({x, y, colour});
+  if (mask == std::array<bool, 4>{true, true, true, true}) waiting_.clear();
+  waiting_.push_back(std::move(pass));
+}
+
+void SoftSurface::resolve() {
+  const std::vector<Pass> passes = std::exchange(waiting_, {});
+  draw(passes, *pixels_, blank_);
+}
+
+const std::shared_ptr<Pixels> &SoftSurface::image() {
+  resolve();
+  settle(*pixels_, blank_);
+  return pixels_;
+}
+
+}  // namespace pyrelux::soft

@@ -1,0 +1,63 @@
+// AVX2 with fused multiply-add.
+
+#include <immintrin.h>
+
+#include "KernelSets.h"
+
+namespace pyrelux::soft {
+namespace {
+
+struct Words {
+  __m256i v;
+};
+struct Floats {
+  __m256 v;
+};
+constexpr int wordLanes = 16;
+constexpr int floatLanes = 8;
+
+inline Words loadWords(const std::uint16_t *from) {
+  return {_mm256_loadu_si256(reinterpret_cast<const __m256i *>(from))};
+}
+inline void storeWords(std::uint16_t *to, Words words) {
+  _mm256_storeu_si256(reinterpret_cast<__m256i *>(to), words.v);
+}
+inline Words broadcastWords(std::int16_t value) { return {_mm256_set1_epi16(value)}; }
+inline Words operator+(Words a, Words b) { return {_mm256_add_epi16(a.v, b.v)}; }
+inline Words operator-(Words a, Words b) { return {_mm256_sub_epi16(a.v, b.v)}; }
+inline Words operator&(Words a, Words b) { return {_mm256_and_si256(a.v, b.v)}; }
+inline Words addSaturated(Words a, Words b) { return {_mm256_adds_epu16(a.v, b.v)}; }
+inline Words multiplyRounded(Words a, Words b) { return {_mm256_mulhrs_epi16(a.v, b.v)}; }
+
+inline Words sampleNarrow(const std::int8_t *row, const ColumnTable &columns, int x) {
+  const auto window = [&](int group) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i *>(row + columns.windows[x / 8 + group]));
+  };
+  const __m256i texels = _mm256_inserti128_si256(_mm256_castsi128_si256(window(0)), window(1), 1);
+  const __m256i pairs = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(columns.pairs + 2 * x));
+  const __m256i weights = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(columns.weights + 2 * x));
+  // Levels less 128 times 256 fit 16 signed bits; the 128 comes back with the rounding.
+  const __m256i sums = _mm256_maddubs_epi16(weights, _mm256_shuffle_epi8(texels, pairs));
+  return {_mm256_srli_epi16(_mm256_add_epi16(sums, _mm256_set1_epi16(static_cast<short>(0x8080))), 8)};
+}
+
+inline Floats loadFloats(const float *from) { return {_mm256_loadu_ps(from)}; }
+inline void storeFloats(float *to, Floats floats) { _mm256_storeu_ps(to, floats.v); }
+inline Floats broadcastFloats(float value) { return {_mm256_set1_ps(value)}; }
+inline Floats operator-(Floats a, Floats b) { return {_mm256_sub_ps(a.v, b.v)}; }
+inline Floats operator*(Floats a, Floats b) { return {_mm256_mul_ps(a.v, b.v)}; }
+inline Floats multiplyAdd(Floats a, Floats b, Floats c) { return {_mm256_fmadd_ps(a.v, b.v, c.v)}; }
+inline Floats gatherFloats(const float *row, const std::int32_t *taps) {
+  return {_mm256_i32gather_ps(row, _mm256_loadu_si256(reinterpret_cast<const __m256i *>(taps)), 4)};
+}
+
+#include "KernelLoops.h"
+
+}  // namespace
+
+const Kernels &avx2Kernels() {
+  static constexpr Kernels kernels{"avx2", unitLevels, scaledLevels, unitFloats, scaledFloats};
+  return kernels;
+}
+
+}  // namespace pyrelux::soft

@@ -1,0 +1,47 @@
+// One lane: for processors without a set of their own, and to check the others by.
+
+#include "KernelSets.h"
+
+namespace pyrelux::soft {
+namespace {
+
+struct Words {
+  std::uint16_t value;
+};
+using Floats = float;
+constexpr int wordLanes = 1;
+constexpr int floatLanes = 1;
+
+inline Words word(int value) { return {static_cast<std::uint16_t>(value)}; }
+inline int asSigned(Words words) { return static_cast<std::int16_t>(words.value); }
+
+inline Words loadWords(const std::uint16_t *from) { return {*from}; }
+inline void storeWords(std::uint16_t *to, Words words) { *to = words.value; }
+inline Words broadcastWords(std::int16_t value) { return word(value); }
+inline Words operator+(Words a, Words b) { return word(a.value + b.value); }
+inline Words operator-(Words a, Words b) { return word(a.value - b.value); }
+inline Words operator&(Words a, Words b) { return word(a.value & b.value); }
+inline Words addSaturated(Words a, Words b) { return word(a.value + b.value > 0xFFFF ? 0xFFFF : a.value + b.value); }
+inline Words multiplyRounded(Words a, Words b) { return word((asSigned(a) * asSigned(b) + 16384) >> 15); }
+
+inline float loadFloats(const float *from) { return *from; }
+inline void storeFloats(float *to, float value) { *to = value; }
+inline float broadcastFloats(float value) { return value; }
+inline float multiplyAdd(float a, float b, float c) { return a * b + c; }
+inline float gatherFloats(const float *row, const std::int32_t *taps) { return row[*taps]; }
+
+Words sampleWide(const std::int8_t *row, const ColumnTable &columns, int x);
+inline Words sampleNarrow(const std::int8_t *row, const ColumnTable &columns, int x) {
+  return sampleWide(row, columns, x);
+}
+
+#include "KernelLoops.h"
+
+}  // namespace
+
+const Kernels &scalarKernels() {
+  static constexpr Kernels kernels{"scalar", unitLevels, scaledLevels, unitFloats, scaledFloats};
+  return kernels;
+}
+
+}  // namespace pyrelux::soft

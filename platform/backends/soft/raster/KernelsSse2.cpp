@@ -1,0 +1,57 @@
+// SSE2, which every 64-bit x86 has.
+
+#include <emmintrin.h>
+
+#include "KernelSets.h"
+
+namespace pyrelux::soft {
+namespace {
+
+struct Words {
+  __m128i v;
+};
+struct Floats {
+  __m128 v;
+};
+constexpr int wordLanes = 8;
+constexpr int floatLanes = 4;
+
+inline Words loadWords(const std::uint16_t *from) { return {_mm_loadu_si128(reinterpret_cast<const __m128i *>(from))}; }
+inline void storeWords(std::uint16_t *to, Words words) { _mm_storeu_si128(reinterpret_cast<__m128i *>(to), words.v); }
+inline Words broadcastWords(std::int16_t value) { return {_mm_set1_epi16(value)}; }
+inline Words operator+(Words a, Words b) { return {_mm_add_epi16(a.v, b.v)}; }
+inline Words operator-(Words a, Words b) { return {_mm_sub_epi16(a.v, b.v)}; }
+inline Words operator&(Words a, Words b) { return {_mm_and_si128(a.v, b.v)}; }
+inline Words addSaturated(Words a, Words b) { return {_mm_adds_epu16(a.v, b.v)}; }
+inline Words multiplyRounded(Words a, Words b) {
+  // The product's upper half doubled, and what its lower half carries into it.
+  const __m128i upper = _mm_slli_epi16(_mm_mulhi_epi16(a.v, b.v), 1);
+  const __m128i lower = _mm_srli_epi16(_mm_mullo_epi16(a.v, b.v), 14);
+  return {_mm_add_epi16(upper, _mm_srli_epi16(_mm_add_epi16(lower, _mm_set1_epi16(1)), 1))};
+}
+
+inline Floats loadFloats(const float *from) { return {_mm_loadu_ps(from)}; }
+inline void storeFloats(float *to, Floats floats) { _mm_storeu_ps(to, floats.v); }
+inline Floats broadcastFloats(float value) { return {_mm_set1_ps(value)}; }
+inline Floats operator-(Floats a, Floats b) { return {_mm_sub_ps(a.v, b.v)}; }
+inline Floats operator*(Floats a, Floats b) { return {_mm_mul_ps(a.v, b.v)}; }
+inline Floats multiplyAdd(Floats a, Floats b, Floats c) { return {_mm_add_ps(_mm_mul_ps(a.v, b.v), c.v)}; }
+inline Floats gatherFloats(const float *row, const std::int32_t *taps) {
+  return {_mm_setr_ps(row[taps[0]], row[taps[1]], row[taps[2]], row[taps[3]])};
+}
+
+Words sampleWide(const std::int8_t *row, const ColumnTable &columns, int x);
+inline Words sampleNarrow(const std::int8_t *row, const ColumnTable &columns, int x) {
+  return sampleWide(row, columns, x);  // no byte shuffle here
+}
+
+#include "KernelLoops.h"
+
+}  // namespace
+
+const Kernels &sse2Kernels() {
+  static constexpr Kernels kernels{"sse2", unitLevels, scaledLevels, unitFloats, scaledFloats};
+  return kernels;
+}
+
+}  // namespace pyrelux::soft

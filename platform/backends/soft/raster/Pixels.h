@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <variant>
+#include <vector>
+
+namespace pyrelux::soft {
+
+enum class Samples {
+  Byte,   ///< 0 .. 255 for 0 .. 1: rounds and saturates whenever something is stored
+  Float,  ///< single precision; keeps values outside 0 .. 1
+};
+
+/// Red, green, blue and alpha of a surface or texture, interleaved, rows from the bottom.
+class Pixels {
+ public:
+  /// Transparent black.
+  Pixels(Samples samples, int width, int height) : width_(width), height_(height) {
+    const std::size_t count = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4;
+    if (samples == Samples::Byte)
+      values_ = std::vector<std::uint8_t>(count);
+    else
+      values_ = std::vector<float>(count);
+  }
+
+  int width() const { return width_; }
+  int height() const { return height_; }
+  Samples samples() const { return values_.index() == 0 ? Samples::Byte : Samples::Float; }
+
+  /// The first sample of a row. Asking for the other kind of samples is a bug (throws std::bad_variant_access).
+  std::uint8_t *byteRow(int y) { return std::get<0>(values_).data() + offset(y); }
+  const std::uint8_t *byteRow(int y) const { return std::get<0>(values_).data() + offset(y); }
+  float *floatRow(int y) { return std::get<1>(values_).data() + offset(y); }
+  const float *floatRow(int y) const { return std::get<1>(values_).data() + offset(y); }
+
+ private:
+  std::size_t offset(int y) const { return static_cast<std::size_t>(y) * static_cast<std::size_t>(width_) * 4; }
+
+  int width_;
+  int height_;
+  std::variant<std::vector<std::uint8_t>, std::vector<float>> values_;
+};
+
+}  // namespace pyrelux::soft

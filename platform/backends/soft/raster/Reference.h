@@ -1,0 +1,14 @@
+#pragma once
+
+#include "Work.h"
+
+namespace pyrelux::soft {
+
+/// Draws a pass pixel by pixel, quad by quad. It states what the fast rasteriser has to give, byte for byte on 8-bit
+/// surfaces; it is slow and used where nothing faster fits.
+void drawByReference(const Pass &pass, Pixels &target);
+
+/// The same for one rectangle of the target, `x0` <= x < `x1` and `y0` <= y < `y1`.
+void drawByReference(const Pass &pass, Pixels &target, int x0, int y0, int x1, int y1);
+
+}  // namespace pyrelux::soft

@@ -1,0 +1,147 @@
+#include "RowPass.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "Arithmetic.h"
+#include "ThreadPool.h"
+
+namespace pyrelux::soft {
+
+namespace {
+
+constexpr int rowsAtOnce = 16;
+constexpr std::array<bool, 4> allChannels{true, true, true, true};
+
+bool isOneForOne(const Axis &axis, int size) {
+  if (!axis.isUnit()) return false;
+  const Tap tap = tapAt(axis.start);
+  return axis.start % Axis::one == 0 && tap.texel >= 0 && tap.texel + (axis.end - axis.first) <= size;
+}
+
+/// Levels of a row, `count` of them: the texels, tinted and blended. Written for the compiler to make vectors of.
+template <Blend how, bool tinted>
+void blendLevels(const std::uint8_t *texels, std::uint8_t *pixels, int count, const int (&tints)[4]) {
+  for (int i = 0; i < count; i += 4) {
+    int source[4];
+    for (int c = 0; c < 4; ++c) source[c] = tinted ? modulate(texels[i + c], tints[c]) : texels[i + c];
+    for (int c = 0; c < 4; ++c)
+      pixels[i + c] = static_cast<std::uint8_t>(blend(how, source[c], source[3], pixels[i + c]));
+  }
+}
+
+template <Blend how>
+void blendFloats(const float *texels, float *pixels, int count, const Colour &tints) {
+  for (int i = 0; i < count; i += 4) {
+    const float alpha = texels[i + 3] * tints[3];
+    for (std::size_t c = 0; c < 4; ++c) {
+      float *pixel = pixels + i + c;
+      *pixel = blend(how, texels[static_cast<std::size_t>(i) + c] * tints[c], alpha, *pixel);
+    }
+  }
+}
+
+void drawRow(Blend how, const std::uint8_t *texels, std::uint8_t *pixels, int count, const Colour &colour) {
+  int tints[4];
+  bool tinted = false;
+  for (std::size_t c = 0; c < 4; ++c) {
+    tints[c] = tintOf(colour[c]);
+    tinted = tinted || tints[c] != 32767;
+  }
+  switch (how) {
+    case Blend::Replace:
+      if (!tinted) {
+        std::memcpy(pixels, texels, static_cast<std::size_t>(count));
+        return;
+      }
+      return blendLevels<Blend::Replace, true>(texels, pixels, count, tints);
+    case Blend::Add:
+      return tinted ? blendLevels<Blend::Add, true>(texels, pixels, count, tints)
+                    : blendLevels<Blend::Add, false>(texels, pixels, count, tints);
+    case Blend::Over:
+      return blendLevels<Blend::Over, true>(texels, pixels, count, tints);
+  }
+}
+
+void drawRow(Blend how, const float *texels, float *pixels, int count, const Colour &colour) {
+  switch (how) {
+    case Blend::Replace:
+      return blendFloats<Blend::Replace>(texels, pixels, count, colour);
+    case Blend::Add:
+      return blendFloats<Blend::Add>(texels, pixels, count, colour);
+    case Blend::Over:
+      return blendFloats<Blend::Over>(texels, pixels, count, colour);
+  }
+}
+
+/// The same pixel over and over.
+template <typename Sample>
+void fillRow(Sample *pixels, int count, const Sample (&pixel)[4]) {
+  for (int i = 0; i < count; i += 4)
+    for (int c = 0; c < 4; ++c) pixels[i + c] = pixel[c];
+}
+
+template <typename Sample>
+void clearRow(Sample *row, int from, int to) {
+  std::fill(row + 4 * from, row + 4 * to, Sample(0));
+}
+
+/// `targetRow(y)` and `textureRow(y)` give rows of samples.
+template <typename TargetRow, typename TextureRow>
+void drawAllRows(const Pass &pass, const Quad &quad, int width, int height, bool blank, TargetRow targetRow,
+                 TextureRow textureRow) {
+  using Sample = std::remove_pointer_t<decltype(targetRow(0))>;
+  const int x0 = quad.x.first, x1 = quad.x.end;
+  // Onto transparent black, all three ways of blending give the source.
+  const Blend how = blank ? Blend::Replace : pass.blend;
+  Sample colour[4];
+  for (std::size_t c = 0; c < 4; ++c) {
+    if constexpr (std::is_same_v<Sample, float>)
+      colour[c] = quad.colour[c];
+    else
+      colour[c] = static_cast<Sample>(modulate(255, tintOf(quad.colour[c])));
+  }
+  const int first = blank ? 0 : quad.y.first;
+  const int end = blank ? height : quad.y.end;
+  parallelFor((end - first + rowsAtOnce - 1) / rowsAtOnce, [&](int piece) {
+    for (int y = first + piece * rowsAtOnce; y < std::min(first + (piece + 1) * rowsAtOnce, end); ++y) {
+      auto *row = targetRow(y);
+      if (y < quad.y.first || y >= quad.y.end) {
+        clearRow(row, 0, width);
+        continue;
+      }
+      if (blank) {
+        clearRow(row, 0, x0);
+        clearRow(row, x1, width);
+      }
+      if (pass.texture)
+        drawRow(how, textureRow(tapAt(quad.y.position(y)).texel) + 4 * tapAt(quad.x.start).texel, row + 4 * x0,
+                4 * (x1 - x0), quad.colour);
+      else
+        fillRow(row + 4 * x0, 4 * (x1 - x0), colour);
+    }
+  });
+}
+
+}  // namespace
+
+bool isRowQuad(const Pass &pass, const Quad &quad, const Pixels &target) {
+  if (pass.mask != allChannels) return false;
+  if (!pass.texture) return pass.blend == Blend::Replace;
+  return pass.texture->samples() == target.samples() && isOneForOne(quad.x, pass.texture->width()) &&
+         isOneForOne(quad.y, pass.texture->height());
+}
+
+void drawRows(const Pass &pass, const Quad &quad, Pixels &target, bool blank) {
+  const Pixels *texture = pass.texture.get();
+  if (target.samples() == Samples::Byte)
+    drawAllRows(
+        pass, quad, target.width(), target.height(), blank, [&](int y) { return target.byteRow(y); },
+        [&](int y) { return texture->byteRow(y); });
+  else
+    drawAllRows(
+        pass, quad, target.width(), target.height(), blank, [&](int y) { return target.floatRow(y); },
+        [&](int y) { return texture->floatRow(y); });
+}
+
+}  // namespace pyrelux::soft

@@ -1,0 +1,220 @@
+#include "TexturePlanes.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "Arithmetic.h"
+#include "ThreadPool.h"
+
+namespace pyrelux::soft {
+
+namespace {
+
+/// Rows that one piece of work takes apart; a multiple of the cells' height, so that no two pieces mark one cell.
+constexpr int rowsAtOnce = 4 * Occupancy::cellHeight;
+
+float asFloat(std::uint8_t level) { return static_cast<float>(level) / 255.0f; }
+float asFloat(float value) { return value; }
+std::uint8_t asLevel(std::uint8_t level) { return level; }
+std::uint8_t asLevel(float value) { return toLevel(value); }
+
+/// What a look at the whole texture tells.
+template <typename Sample>
+struct Survey {
+  Sample smallest[4];
+  Sample largest[4];
+  bool alike[4] = {true, true, true, true};  ///< channel c holds what the channel before it holds
+
+  explicit Survey(const Sample *pixel) {
+    for (int c = 0; c < 4; ++c) smallest[c] = largest[c] = pixel[c];
+  }
+
+  void look(const Sample *row, int width) {
+    // Blocks of samples at once, for the compiler to make vectors of.
+    constexpr int block = 64;
+    Sample low[block], high[block];
+    for (int i = 0; i < block; ++i) {
+      low[i] = smallest[i % 4];
+      high[i] = largest[i % 4];
+    }
+    const int whole = 4 * width / block * block;
+    for (int at = 0; at < whole; at += block) {
+      for (int i = 0; i < block; ++i) {
+        low[i] = row[at + i] < low[i] ? row[at + i] : low[i];
+        high[i] = row[at + i] > high[i] ? row[at + i] : high[i];
+      }
+    }
+    for (int i = whole; i < 4 * width; ++i) {
+      low[i % 4] = std::min(low[i % 4], row[i]);
+      high[i % 4] = std::max(high[i % 4], row[i]);
+    }
+    for (int i = 0; i < block; ++i) {
+      smallest[i % 4] = std::min(smallest[i % 4], low[i]);
+      largest[i % 4] = std::max(largest[i % 4], high[i]);
+    }
+    compare(row, width);
+  }
+
+  void join(const Survey &other) {
+    for (int c = 0; c < 4; ++c) {
+      smallest[c] = std::min(smallest[c], other.smallest[c]);
+      largest[c] = std::max(largest[c], other.largest[c]);
+      alike[c] = alike[c] && other.alike[c];
+    }
+  }
+
+ private:
+  void compare(const std::uint8_t *row, int width) {
+    std::uint32_t different = 0;
+    for (int x = 0; x < width; ++x) {
+      std::uint32_t pixel;
+      std::memcpy(&pixel, row + 4 * x, sizeof pixel);
+      different |= pixel ^ (pixel << 8);
+    }
+    // Channels lie in memory order; the product runs on machines whose lowest byte comes first.
+    for (int c = 1; c < 4; ++c) alike[c] = alike[c] && (different >> (8 * c) & 255) == 0;
+  }
+  void compare(const float *row, int width) {
+    int different[4] = {};
+    for (int x = 0; x < width; ++x)
+      for (int c = 1; c < 4; ++c) different[c] |= row[4 * x + c] != row[4 * x + c - 1];
+    for (int c = 1; c < 4; ++c) alike[c] = alike[c] && !different[c];
+  }
+};
+
+template <typename Row>
+auto surveyed(const Pixels &texture, Row row) {
+  using Sample = std::remove_const_t<std::remove_pointer_t<decltype(row(0))>>;
+  const int pieces = (texture.height() + rowsAtOnce - 1) / rowsAtOnce;
+  std::vector<Survey<Sample>> surveys(static_cast<std::size_t>(pieces), Survey<Sample>(row(0)));
+  parallelFor(pieces, [&](int piece) {
+    for (int y = piece * rowsAtOnce; y < std::min((piece + 1) * rowsAtOnce, texture.height()); ++y)
+      surveys[static_cast<std::size_t>(piece)].look(row(y), texture.width());
+  });
+  for (const auto &survey : surveys) surveys[0].join(survey);
+  return surveys[0];
+}
+
+bool anything(const std::uint8_t *samples, int count) {
+  std::uint32_t all = 0;
+  for (int i = 0; i < count; i += 4) {
+    std::uint32_t pixel;
+    std::memcpy(&pixel, samples + i, sizeof pixel);
+    all |= pixel;
+  }
+  return all != 0;
+}
+bool anything(const float *samples, int count) {
+  return std::any_of(samples, samples + count, [](float sample) { return sample != 0.0f; });
+}
+
+std::uint8_t channelOf(const std::uint8_t *row, int x, int channel) {
+  std::uint32_t pixel;
+  std::memcpy(&pixel, row + 4 * x, sizeof pixel);
+  return static_cast<std::uint8_t>(pixel >> (8 * channel));
+}
+float channelOf(const float *row, int x, int channel) { return row[4 * x + channel]; }
+
+/// Spreads one channel of a row into a plane's row, and its ends into the margins.
+template <typename Sample, typename Value, typename Convert>
+void spread(const Sample *row, int width, int channel, Value *to, std::ptrdiff_t marginRight, Convert convert) {
+  for (int x = 0; x < width; ++x) to[x] = convert(channelOf(row, x, channel));
+  std::fill_n(to - TexturePlanes::marginX, TexturePlanes::marginX, to[0]);
+  std::fill_n(to + width, marginRight, to[width - 1]);
+}
+
+}  // namespace
+
+void Occupancy::resize(int width, int height) {
+  columns_ = (width + cellWidth - 1) / cellWidth;
+  rows_ = (height + cellHeight - 1) / cellHeight;
+  cells_.assign(static_cast<std::size_t>(columns_ + 1) * static_cast<std::size_t>(rows_ + 1), 0);
+}
+
+void Occupancy::finish() {
+  for (int row = 0; row < rows_; ++row) {
+    std::int32_t sum = 0;
+    for (int column = 0; column < columns_; ++column) {
+      sum += cells_[index(column, row)];
+      cells_[index(column, row)] = cells_[index(column, row - 1)] + sum;
+    }
+  }
+}
+
+bool Occupancy::any(int x0, int y0, int x1, int y1) const {
+  const auto clampColumn = [&](int x) { return std::clamp(x / cellWidth, 0, columns_ - 1); };
+  const auto clampRow = [&](int y) { return std::clamp(y / cellHeight, 0, rows_ - 1); };
+  const int c0 = clampColumn(x0), c1 = clampColumn(x1);
+  const int r0 = clampRow(y0), r1 = clampRow(y1);
+  return cells_[index(c1, r1)] - cells_[index(c0 - 1, r1)] - cells_[index(c1, r0 - 1)] + cells_[index(c0 - 1, r0 - 1)] >
+         0;
+}
+
+TexturePlanes::TexturePlanes(const Pixels &texture, unsigned wanted)
+    : width_(texture.width()), height_(texture.height()), stride_((texture.width() + 2 * marginX + 31) / 32 * 32) {
+  findPlanes(texture);
+  const auto size = static_cast<std::size_t>(stride_ * (height_ + 2 * marginY) + stripSlack);
+  for (std::size_t c = 0; c < 4; ++c) {
+    if (planeOf_[c] != static_cast<int>(c)) continue;
+    if (wanted & Levels) levels_[c].resize(size);
+    if (wanted & SignedLevels) signed_[c].resize(size);
+    if (wanted & Floats) floats_[c].resize(size);
+  }
+  occupancy_.resize(width_, height_);
+  parallelFor((height_ + rowsAtOnce - 1) / rowsAtOnce, [&](int piece) {
+    fillRows(texture, wanted, piece * rowsAtOnce, std::min((piece + 1) * rowsAtOnce, height_));
+  });
+  occupancy_.finish();
+}
+
+void TexturePlanes::findPlanes(const Pixels &texture) {
+  const auto take = [&](const auto &survey) {
+    for (std::size_t c = 0; c < 4; ++c) {
+      planeOf_[c] = c > 0 && survey.alike[c] ? planeOf_[c - 1] : static_cast<int>(c);
+      facts_[c].largestLevel = asLevel(survey.largest[c]);
+      facts_[c].largest = asFloat(survey.largest[c]);
+      facts_[c].uniform = survey.smallest[c] == survey.largest[c];
+    }
+  };
+  if (texture.samples() == Samples::Byte)
+    take(surveyed(texture, [&](int y) { return texture.byteRow(y); }));
+  else
+    take(surveyed(texture, [&](int y) { return texture.floatRow(y); }));
+}
+
+void TexturePlanes::fillRows(const Pixels &texture, unsigned wanted, int first, int end) {
+  const std::ptrdiff_t marginRight = stride_ - marginX - width_;
+  const auto fillRow = [&](const auto *row, int y) {
+    for (int c = 0; c < 4; ++c) {
+      if (planeOf(c) != c) continue;
+      const auto plane = static_cast<std::size_t>(c);
+      if (wanted & Levels)
+        spread(row, width_, c, levels_[plane].data() + at(0, y), marginRight,
+               [](auto sample) { return static_cast<std::uint16_t>(asLevel(sample)); });
+      if (wanted & SignedLevels)
+        spread(row, width_, c, signed_[plane].data() + at(0, y), marginRight,
+               [](auto sample) { return static_cast<std::int8_t>(asLevel(sample) - 128); });
+      if (wanted & Floats)
+        spread(row, width_, c, floats_[plane].data() + at(0, y), marginRight,
+               [](auto sample) { return asFloat(sample); });
+    }
+  };
+  const auto fill = [&](const auto *row, int y) {
+    fillRow(row, y);
+    // The first and last row are repeated outside.
+    if (y == 0) fillRow(row, -1);
+    if (y == height_ - 1) fillRow(row, height_);
+    for (int x0 = 0; x0 < width_; x0 += Occupancy::cellWidth) {
+      const int x1 = std::min(x0 + Occupancy::cellWidth, width_);
+      if (anything(row + 4 * x0, 4 * (x1 - x0))) occupancy_.mark(x0, y);
+    }
+  };
+  for (int y = first; y < end; ++y) {
+    if (texture.samples() == Samples::Byte)
+      fill(texture.byteRow(y), y);
+    else
+      fill(texture.floatRow(y), y);
+  }
+}
+
+}  // namespace pyrelux::soft

@@ -1,0 +1,99 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "Pixels.h"
+
+namespace pyrelux::soft {
+
+/// Which texels have anything in them, counted in cells of 16 x 8 so that any rectangle can be asked about at once.
+class Occupancy {
+ public:
+  static constexpr int cellWidth = 16;
+  static constexpr int cellHeight = 8;
+
+  void resize(int width, int height);
+  /// Marks the cell of a texel.
+  void mark(int x, int y) { cells_[index(x / cellWidth, y / cellHeight)] = 1; }
+  /// Turns the marks into sums; nothing is marked afterwards.
+  void finish();
+  /// Whether texels x0 .. x1, y0 .. y1 (both included; clamped to the texture) may have anything in them.
+  bool any(int x0, int y0, int x1, int y1) const;
+
+ private:
+  std::size_t index(int column, int row) const {
+    return static_cast<std::size_t>(row + 1) * static_cast<std::size_t>(columns_ + 1) +
+           static_cast<std::size_t>(column + 1);
+  }
+
+  int columns_ = 0;
+  int rows_ = 0;
+  std::vector<std::int32_t> cells_;  ///< with a row and a column of zeros before the first
+};
+
+/// A texture taken apart for the kernels: a plane for each channel, its edges repeated all round, so that taps near them need
+/// no clamping. Channels that are alike share a plane.
+class TexturePlanes {
+ public:
+  /// How far taps may lie outside the texture.
+  static constexpr int marginX = 64;
+  static constexpr int marginY = 1;
+  /// What a kernel may read past the last row.
+  static constexpr int stripSlack = 64;
+
+  enum Wanted : unsigned {
+    Levels = 1,        ///< 16-bit levels, for copies at their own size
+    SignedLevels = 2,  ///< 8-bit levels less 128, for copies at another
+    Floats = 4,
+  };
+
+  /// Thread: uses the pool.
+  TexturePlanes(const Pixels &texture, unsigned wanted);
+
+  int width() const { return width_; }
+  int height() const { return height_; }
+  const Occupancy &occupancy() const { return occupancy_; }
+
+  /// The plane that holds a channel.
+  int planeOf(int channel) const { return planeOf_[static_cast<std::size_t>(channel)]; }
+
+  /// Of a plane: its largest level or value, and whether it is the same everywhere.
+  int largestLevel(int plane) const { return facts_[static_cast<std::size_t>(plane)].largestLevel; }
+  float largestFloat(int plane) const { return facts_[static_cast<std::size_t>(plane)].largest; }
+  bool isUniform(int plane) const { return facts_[static_cast<std::size_t>(plane)].uniform; }
+
+  /// The texel at x, y; the margins count as texels.
+  const std::uint16_t *levels(int plane, int x, int y) const { return levels_[static_cast<std::size_t>(plane)].data() + at(x, y); }
+  const std::int8_t *signedLevels(int plane, int x, int y) const {
+    return signed_[static_cast<std::size_t>(plane)].data() + at(x, y);
+  }
+  const float *floats(int plane, int x, int y) const { return floats_[static_cast<std::size_t>(plane)].data() + at(x, y); }
+  std::ptrdiff_t stride() const { return stride_; }
+
+ private:
+  struct Facts {
+    int largestLevel = 0;
+    float largest = 0.0f;
+    bool uniform = true;
+  };
+
+  std::size_t at(int x, int y) const {
+    return static_cast<std::size_t>((y + marginY) * stride_ + x + marginX);
+  }
+  void findPlanes(const Pixels &texture);
+  void fillRows(const Pixels &texture, unsigned wanted, int first, int end);
+
+  int width_;
+  int height_;
+  std::ptrdiff_t stride_;
+  std::array<int, 4> planeOf_{0, 1, 2, 3};
+  std::array<Facts, 4> facts_;
+  std::array<std::vector<std::uint16_t>, 4> levels_;
+  std::array<std::vector<std::int8_t>, 4> signed_;
+  std::array<std::vector<float>, 4> floats_;
+  Occupancy occupancy_;
+};
+
+}  // namespace pyrelux::soft

@@ -1,0 +1,106 @@
+#include "ThreadPool.h"
+
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <cstdlib>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace pyrelux::soft {
+
+namespace {
+
+constexpr int mostThreads = 256;
+
+int readThreadCount() {
+  const char *wanted = std::getenv("PYRELUX_THREADS");
+  const long threads = wanted ? std::strtol(wanted, nullptr, 10) : 0;
+  if (threads > 0) return static_cast<int>(std::min<long>(threads, mostThreads));
+  return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, mostThreads);
+}
+
+class Pool {
+ public:
+  Pool() {
+    for (int i = 1; i < threadCount(); ++i) threads_.emplace_back([this] { serve(); });
+  }
+
+  ~Pool() {
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      closing_ = true;
+    }
+    wake_.notify_all();
+    for (std::thread &thread : threads_) thread.join();
+  }
+
+  /// False when another caller's work is under way.
+  bool run(int count, const std::function<void(int)> &work) {
+    const std::unique_lock<std::mutex> turn(turn_, std::try_to_lock);
+    if (!turn) return false;
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      work_ = &work;
+      count_ = count;
+      next_ = 0;
+      ++round_;
+      serving_ = static_cast<int>(threads_.size());
+    }
+    wake_.notify_all();
+    take(count, work);
+    std::unique_lock<std::mutex> lock(mutex_);
+    done_.wait(lock, [this] { return serving_ == 0; });
+    work_ = nullptr;
+    return true;
+  }
+
+ private:
+  void take(int count, const std::function<void(int)> &work) {
+    for (int i = next_++; i < count; i = next_++) work(i);
+  }
+
+  void serve() {
+    long seen = 0;
+    std::unique_lock<std::mutex> lock(mutex_);
+    for (;;) {
+      wake_.wait(lock, [&] { return closing_ || round_ != seen; });
+      if (closing_) return;
+      seen = round_;
+      const auto *work = work_;
+      const int count = count_;
+      lock.unlock();
+      take(count, *work);
+      lock.lock();
+      if (--serving_ == 0) done_.notify_one();
+    }
+  }
+
+  std::vector<std::thread> threads_;
+  std::mutex turn_;  ///< held by the caller whose work is under way
+  std::mutex mutex_;
+  std::condition_variable wake_;
+  std::condition_variable done_;
+  const std::function<void(int)> *work_ = nullptr;
+  int count_ = 0;
+  std::atomic<int> next_{0};
+  long round_ = 0;
+  int serving_ = 0;
+  bool closing_ = false;
+};
+
+}  // namespace
+
+int threadCount() {
+  static const int count = readThreadCount();
+  return count;
+}
+
+void parallelFor(int count, const std::function<void(int)> &work) {
+  static Pool pool;
+  if (count > 1 && threadCount() > 1 && pool.run(count, work)) return;
+  for (int i = 0; i < count; ++i) work(i);
+}
+
+}  // namespace pyrelux::soft

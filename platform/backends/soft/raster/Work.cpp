@@ -1,0 +1,50 @@
+#include "Work.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace pyrelux::soft {
+
+namespace {
+
+constexpr double gridPerPixel = 256.0;
+
+/// The first pixel whose centre is not below the edge.
+std::int64_t firstAbove(double edge) {
+  const double grid = std::floor(edge * gridPerPixel + 0.5);
+  return static_cast<std::int64_t>(std::ceil((grid - gridPerPixel / 2) / gridPerPixel));
+}
+
+}  // namespace
+
+Axis makeAxis(double from, double to, double textureFrom, double textureTo, int size) {
+  if (from > to) {
+    std::swap(from, to);
+    std::swap(textureFrom, textureTo);
+  }
+  Axis axis;
+  // Also refuses NaN, and edges so far off that their pixels can't be numbered.
+  constexpr double farthest = 1 << 24;
+  if (!(from < to) || !(from > -farthest) || !(to < farthest)) return axis;
+  if (!(std::abs(textureFrom) < farthest) || !(std::abs(textureTo) < farthest)) return axis;
+  axis.first = static_cast<int>(std::clamp<std::int64_t>(firstAbove(from), 0, size));
+  axis.end = static_cast<int>(std::clamp<std::int64_t>(firstAbove(to), 0, size));
+  if (axis.first >= axis.end) return axis;
+
+  double scale = (textureTo - textureFrom) / (to - from);
+  // Vertices come in single precision, so a copy at its own size is a little off; over its whole width that must not
+  // reach the grid of the texture positions.
+  constexpr double smallestShift = 1.0 / 512;
+  const int pixels = axis.end - axis.first;
+  if (std::abs(scale - 1.0) * pixels < smallestShift) scale = 1.0;
+  constexpr double largestScale = 1 << 20;
+  scale = std::clamp(scale, -largestScale, largestScale);
+  const double position = textureFrom + (axis.first + 0.5 - from) * scale - 0.5;
+  axis.step = std::llround(scale * static_cast<double>(Axis::one));
+  // Far outside the texture only its edge is seen, wherever exactly.
+  axis.start = std::llround(std::clamp(position, -farthest, farthest) * static_cast<double>(Axis::one));
+  return axis;
+}
+
+}  // namespace pyrelux::soft
