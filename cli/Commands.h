@@ -14,6 +14,7 @@ struct RenderOptions {
   int bits = 0;                       ///< 8 or 16; 0: what the output's format holds
   std::string backend = "auto";
   bool quiet = false;
+  bool verbose = false;
 };
 
 // Each command throws the errors of media/, host/ and UsageError; its result is the program's exit code.

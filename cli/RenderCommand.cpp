@@ -80,7 +80,10 @@ int render(const RenderOptions &options) {
   format.bits = bits;
   format.frameRate = options.fps.empty() ? input.frameRate : parseFrameRate(options.fps);
 
-  host::FrameRenderer renderer(host::chooseRenderer(options.backend));
+  const std::int32_t rendererId = host::chooseRenderer(options.backend);
+  host::FrameRenderer renderer(rendererId);
+  if (options.verbose)
+    std::cerr << "drawing with " << host::rendererName(rendererId) << ": " << renderer.description() << '\n';
   host::FrameSettings settings;
   settings.floatOutput = bits == 16;
   settings.pixelAspect = input.pixelAspect;

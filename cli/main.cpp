@@ -20,10 +20,10 @@ int fail(const std::string &message, int exitCode) {
 std::string firstLine(const std::string &text) { return text.substr(0, text.find('\n')); }
 
 void addBackendOption(CLI::App &command, std::string &backend) {
-  command.add_option("--backend", backend, "What draws: auto, or egl (OpenGL through EGL: a GPU, else Mesa's software renderer)")
-      ->type_name("NAME")
+  command.add_option("--backend", backend, "What draws: auto (a GPU where there is one, else soft), gpu, mesa (Mesa's software renderer), soft (our own, on "
+                         "the processor), egl (a GPU, else mesa)")
       ->check(CLI::IsMember(pyrelux::host::rendererNames()))
-      ->capture_default_str();
+      ->option_text("NAME");
 }
 
 int run(int argc, char **argv) {
@@ -62,10 +62,11 @@ int run(int argc, char **argv) {
   renderCommand
       ->add_option("--bits", options.bits,
                    "Bits per channel of drawing and output, 8 or 16 (default: 16 for .exr and .mov, else 8)")
-      ->type_name("BITS")
-      ->check(CLI::IsMember({8, 16}));
+      ->check(CLI::IsMember({8, 16}))
+      ->option_text("BITS");
   addBackendOption(*renderCommand, options.backend);
   renderCommand->add_flag("--quiet", options.quiet, "No progress line");
+  renderCommand->add_flag("--verbose", options.verbose, "Say what draws, on standard error");
   renderCommand->callback([&] { exitCode = render(options); });
 
   bool json = false;

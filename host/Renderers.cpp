@@ -7,40 +7,49 @@ namespace pyrelux::host {
 
 namespace {
 
-struct NamedRenderer {
+struct Choice {
   const char *name;
-  std::int32_t id;
+  std::vector<std::int32_t> rendererIds;  ///< best first
 };
 
-/// What "auto" chooses from, best first.
-constexpr NamedRenderer renderers[] = {{"egl", platform::kRendererEGL}};
+const std::vector<Choice> &choices() {
+  using namespace platform;
+  static const std::vector<Choice> all = {
+      {"auto", {kRendererGPU, kRendererSoft}}, {"gpu", {kRendererGPU}},
+      {"mesa", {kRendererMesa}},               {"soft", {kRendererSoft}},
+      {"egl", {kRendererGPU, kRendererMesa}},
+  };
+  return all;
+}
 
 }  // namespace
 
 const std::vector<std::string> &rendererNames() {
   static const std::vector<std::string> names = [] {
-    std::vector<std::string> all{"auto"};
-    for (const NamedRenderer &renderer : renderers) all.push_back(renderer.name);
+    std::vector<std::string> all;
+    for (const Choice &choice : choices()) all.push_back(choice.name);
     return all;
   }();
   return names;
 }
 
 std::int32_t chooseRenderer(const std::string &name) {
-  std::string problems;
-  for (const NamedRenderer &renderer : renderers) {
-    if (name != "auto" && name != renderer.name) continue;
-    const std::string problem = platform::rendererUnavailable(renderer.id);
-    if (problem.empty()) return renderer.id;
-    problems += (problems.empty() ? "" : "; ") + problem;
+  for (const Choice &choice : choices()) {
+    if (name != choice.name) continue;
+    std::string problems;
+    for (const std::int32_t id : choice.rendererIds) {
+      const std::string problem = platform::rendererUnavailable(id);
+      if (problem.empty()) return id;
+      problems += (problems.empty() ? "" : "; ") + problem;
+    }
+    throw HostError("no usable OpenGL: " + problems);
   }
-  if (problems.empty()) throw HostError("there is no backend '" + name + "'");
-  throw HostError("no usable OpenGL: " + problems);
+  throw HostError("there is no backend '" + name + "'");
 }
 
 std::string rendererName(std::int32_t rendererId) {
-  for (const NamedRenderer &renderer : renderers)
-    if (renderer.id == rendererId) return renderer.name;
+  for (const Choice &choice : choices())
+    if (choice.rendererIds.size() == 1 && choice.rendererIds[0] == rendererId) return choice.name;
   return "none";
 }
 

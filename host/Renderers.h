@@ -6,11 +6,12 @@
 
 namespace pyrelux::host {
 
-/// The words that choose what draws: "auto" and the names of single renderers.
+/// The words that choose what draws: "auto" (a GPU where there is one, else our own), "gpu", "mesa" (Mesa's software
+/// renderer), "soft" (our own), "egl" (a GPU, else Mesa).
 const std::vector<std::string> &rendererNames();
 
-/// The id of a renderer that can draw here: the one named, or for "auto" the best there is (a GPU through EGL, else Mesa's
-/// software renderer). Throws HostError with the reason and the remedy when it can't.
+/// The id of a renderer that can draw here, the best of those that the word allows. Throws HostError with the reason and the
+/// remedy when there is none.
 std::int32_t chooseRenderer(const std::string &name);
 
 /// The word for a renderer's id.

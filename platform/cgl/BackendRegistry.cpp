@@ -3,23 +3,28 @@
 #include "EGLBackend.h"
 #include "NullBackend.h"
 #include "RecordingBackend.h"
+#include "SoftBackend.h"
 
 namespace pyrelux::platform {
 
 Backend *findBackend(std::int32_t rendererId) {
   switch (rendererId) {
-    case kRendererEGL:
-      return &eglBackend();
+    case kRendererGPU:
+      return &gpuBackend();
+    case kRendererMesa:
+      return &mesaBackend();
     case kRendererNull:
       return &nullBackend();
     case kRendererRecording:
       return &recordingBackend();
+    case kRendererSoft:
+      return &softBackend();
     default:
       return nullptr;
   }
 }
 
-Backend *defaultBackend() { return &eglBackend(); }
+Backend *defaultBackend() { return gpuBackend().unavailable().empty() ? &gpuBackend() : &softBackend(); }
 
 std::string rendererUnavailable(std::int32_t rendererId) {
   Backend *backend = findBackend(rendererId);

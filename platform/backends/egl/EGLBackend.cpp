@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "EGLDisplays.h"
+#include "EGLLibrary.h"
 
 // A pbuffer is backed by a framebuffer object with a rectangle texture as its storage, not by a pbuffer of EGL's: so its
 // image reaches the filter's texture by a copy on the renderer's side, floats come through unclamped, and freeing it
@@ -39,7 +39,7 @@ struct Functions {
 
 template <typename Function>
 void load(Functions &functions, Function &function, const char *name) {
-  function = reinterpret_cast<Function>(eglGetProcAddress(name));
+  function = reinterpret_cast<Function>(egl().GetProcAddress(name));
   if (!function) functions.complete = false;
 }
 
@@ -64,17 +64,25 @@ const Functions &gl() {
   return functions;
 }
 
-bool makeEGLCurrent(EGLContext context) {
+/// A context with the display that it is on.
+struct DisplayContext {
+  EGLDisplay display;
+  EGLContext context;
+};
+
+bool makeEGLCurrent(const DisplayContext &wanted) {
   // The bound API is a property of the thread, and OpenGL ES at its start.
-  return eglBindAPI(EGL_OPENGL_API) &&
-         eglMakeCurrent(chosenDisplay().display, EGL_NO_SURFACE, EGL_NO_SURFACE, context);
+  return egl().BindAPI(EGL_OPENGL_API) &&
+         egl().MakeCurrent(wanted.display, EGL_NO_SURFACE, EGL_NO_SURFACE, wanted.context);
 }
 
 /// Makes a context current for a block, and the one that was current again afterwards.
 class CurrentFor {
  public:
-  explicit CurrentFor(EGLContext context) : previous_(eglGetCurrentContext()), switched_(previous_ != context) {
-    if (switched_) makeEGLCurrent(context);
+  /// Both are on one display: whoever is current shares with `wanted`, or nobody is.
+  explicit CurrentFor(const DisplayContext &wanted)
+      : previous_{wanted.display, egl().GetCurrentContext()}, switched_(previous_.context != wanted.context) {
+    if (switched_) makeEGLCurrent(wanted);
   }
   ~CurrentFor() {
     if (switched_) makeEGLCurrent(previous_);
@@ -83,7 +91,7 @@ class CurrentFor {
   CurrentFor &operator=(const CurrentFor &) = delete;
 
  private:
-  EGLContext previous_;
+  DisplayContext previous_;
   bool switched_;
 };
 
@@ -100,7 +108,7 @@ GLuint boundRectangle() {
 
 class EGLSurfaceStorage : public Surface {
  public:
-  EGLSurfaceStorage(EGLContext context, GLint internalFormat, GLsizei width, GLsizei height)
+  EGLSurfaceStorage(const DisplayContext &context, GLint internalFormat, GLsizei width, GLsizei height)
       : context_(context), internalFormat_(internalFormat), width_(width), height_(height) {
     const GLuint bound = boundRectangle();
     gl().dispatch.GenTextures(1, &image_);
@@ -162,7 +170,7 @@ class EGLSurfaceStorage : public Surface {
     gl().FramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_RECTANGLE_EXT, image_, 0);
   }
 
-  EGLContext context_;
+  DisplayContext context_;
   GLint internalFormat_;
   GLsizei width_;
   GLsizei height_;
@@ -173,12 +181,12 @@ class EGLSurfaceStorage : public Surface {
 
 class EGLContextHandle : public Context {
  public:
-  EGLContextHandle(EGLContext context, const PixelFormat &format)
+  EGLContextHandle(const DisplayContext &context, const PixelFormat &format)
       : context_(context),
         internalFormat_(static_cast<GLint>(format.floatComponents ? GL_RGBA16F_ARB : GL_RGBA8)) {}
-  ~EGLContextHandle() override { eglDestroyContext(chosenDisplay().display, context_); }
+  ~EGLContextHandle() override { egl().DestroyContext(context_.display, context_.context); }
 
-  EGLContext handle() const { return context_; }
+  EGLContext handle() const { return context_.context; }
   const PyreluxGLDispatch &dispatch() const override { return gl().dispatch; }
   bool makeCurrent() override { return makeEGLCurrent(context_); }
 
@@ -203,37 +211,48 @@ class EGLContextHandle : public Context {
   }
 
  private:
-  EGLContext context_;
+  DisplayContext context_;
   GLint internalFormat_;
   bool hadSurface_ = false;
 };
 
 class EGLBackend : public Backend {
  public:
-  const char *name() const override { return "egl"; }
+  EGLBackend(const char *name, EGLKind kind) : name_(name), kind_(kind) {}
+
+  const char *name() const override { return name_; }
 
   std::string unavailable() override {
-    if (!chosenDisplay().problem.empty()) return chosenDisplay().problem;
+    if (!chosenDisplay(kind_).problem.empty()) return chosenDisplay(kind_).problem;
     if (!gl().complete) return "the OpenGL driver lacks framebuffer objects or image copies; update it";
     return {};
   }
 
   std::unique_ptr<Context> createContext(const PixelFormat &format, Context *share) override {
-    if (!unavailable().empty() || !eglBindAPI(EGL_OPENGL_API)) return nullptr;
+    if (!unavailable().empty() || !egl().BindAPI(EGL_OPENGL_API)) return nullptr;
+    const EGLDisplay display = chosenDisplay(kind_).display;
     const EGLContext shareHandle = share ? static_cast<EGLContextHandle *>(share)->handle() : EGL_NO_CONTEXT;
-    const EGLContext context =
-        eglCreateContext(chosenDisplay().display, EGL_NO_CONFIG_KHR, shareHandle, nullptr);
+    const EGLContext context = egl().CreateContext(display, EGL_NO_CONFIG_KHR, shareHandle, nullptr);
     if (context == EGL_NO_CONTEXT) return nullptr;
-    return std::make_unique<EGLContextHandle>(context, format);
+    return std::make_unique<EGLContextHandle>(DisplayContext{display, context}, format);
   }
 
-  void releaseCurrent() override { makeEGLCurrent(EGL_NO_CONTEXT); }
+  void releaseCurrent() override { makeEGLCurrent({chosenDisplay(kind_).display, EGL_NO_CONTEXT}); }
+
+ private:
+  const char *name_;
+  EGLKind kind_;
 };
 
 }  // namespace
 
-Backend &eglBackend() {
-  static EGLBackend backend;
+Backend &gpuBackend() {
+  static EGLBackend backend("gpu", EGLKind::Hardware);
+  return backend;
+}
+
+Backend &mesaBackend() {
+  static EGLBackend backend("mesa", EGLKind::Software);
   return backend;
 }
 

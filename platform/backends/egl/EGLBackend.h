@@ -2,9 +2,14 @@
 
 #include "Backend.h"
 
+// OpenGL through EGL, without a window system.
+
 namespace pyrelux::platform {
 
-/// OpenGL through EGL without a window system: on a GPU where there is one, else on Mesa's software renderer.
-Backend &eglBackend();
+/// On a GPU.
+Backend &gpuBackend();
+
+/// By Mesa's software renderer.
+Backend &mesaBackend();
 
 }  // namespace pyrelux::platform

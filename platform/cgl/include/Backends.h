@@ -12,9 +12,11 @@ namespace pyrelux::platform {
 /// Renderer ids for kCGLPFARendererID in a host's pixel format. A plug-in names none: its contexts draw with the
 /// renderer of the context they share with.
 enum RendererId : std::int32_t {
-  kRendererEGL = 0x50590001,        ///< OpenGL through EGL: a GPU where there is one, else Mesa's software renderer
+  kRendererGPU = 0x50590001,        ///< OpenGL through EGL on a GPU
   kRendererNull = 0x50590002,       ///< draws nothing; counts what it is asked to draw
   kRendererRecording = 0x50590003,  ///< draws nothing; keeps the call stream as data
+  kRendererSoft = 0x50590004,       ///< our own, drawn by the processor
+  kRendererMesa = 0x50590005,       ///< OpenGL through EGL by Mesa's software renderer
 };
 
 /// Empty when the renderer can draw on this machine; otherwise one sentence that says why not and what to do.
