@@ -36,6 +36,13 @@ void wholeFrame(benchmark::State &state, const char *backend) {
   state.SetLabel(renderer.description());
   state.counters["fps"] = benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
 }
+BENCHMARK_CAPTURE(wholeFrame, soft, "soft")
+    ->Args({320, 180, 8})
+    ->Args({1280, 720, 8})
+    ->Args({1920, 1080, 8})
+    ->Args({1920, 1080, 16})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 BENCHMARK_CAPTURE(wholeFrame, egl, "egl")
     ->Args({320, 180, 8})
     ->Args({320, 180, 16})

@@ -1,0 +1,189 @@
+// The fast rasteriser against the reference, on random scenes.
+
+#include "Rasteriser.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <ostream>
+
+#include "Reference.h"
+#include "Scenes.h"
+
+namespace pyrelux::soft {
+namespace {
+
+using namespace testing;
+
+struct Difference {
+  int x = -1, y = -1, channel = -1;
+  double expected = 0, drawn = 0;
+};
+
+std::ostream &operator<<(std::ostream &out, const Difference &d) {
+  return out << "pixel " << d.x << "," << d.y << " channel " << d.channel << ": expected " << d.expected << ", drawn "
+             << d.drawn;
+}
+
+/// The first sample that differs by more than `slack(expected)`; x is -1 when there is none.
+template <typename Slack>
+Difference firstDifference(const Pixels &expected, const Pixels &drawn, Slack slack) {
+  const bool bytes = expected.samples() == Samples::Byte;
+  for (int y = 0; y < expected.height(); ++y)
+    for (int i = 0; i < 4 * expected.width(); ++i) {
+      const double a = bytes ? expected.byteRow(y)[i] : expected.floatRow(y)[i];
+      const double b = bytes ? drawn.byteRow(y)[i] : drawn.floatRow(y)[i];
+      if (!(std::abs(a - b) <= slack(a))) return {i / 4, y, i % 4, a, b};
+    }
+  return {};
+}
+
+struct Size {
+  int width;
+  int height;
+};
+
+constexpr Size sizes[] = {{1, 1}, {2, 3}, {17, 5}, {31, 33}, {64, 64}, {129, 40}, {200, 70}, {1, 90}, {333, 1}};
+
+void drawBoth(const std::vector<Pass> &passes, Pixels &reference, Pixels &fast) {
+  for (const Pass &pass : passes) drawByReference(pass, reference);
+  bool blank = false;
+  draw(passes, fast, blank);
+  settle(fast, blank);
+}
+
+class RandomScenes : public ::testing::TestWithParam<int> {
+ protected:
+  Random random{static_cast<unsigned>(GetParam())};
+
+  Pass flame(Samples textureSamples, const Pixels &target, int quads) {
+    const auto picture = static_cast<Picture>(between(random, 0, 5));
+    const Size size = between(random, 0, 1) ? Size{target.width(), target.height()} : sizes[between(random, 0, 8)];
+    Pass pass;
+    pass.texture =
+        std::make_shared<Pixels>(makePicture(random, picture, textureSamples, size.width, size.height));
+    pass.filter = Filter::Linear;
+    pass.blend = Blend::Add;
+    if (between(random, 0, 7) == 0)
+      for (bool &channel : pass.mask) channel = between(random, 0, 1) == 1;
+    for (int i = 0; i < quads; ++i) pass.quads.push_back(makeQuad(random, *pass.texture, target));
+    return pass;
+  }
+};
+
+TEST_P(RandomScenes, FlamesOnBytesAreTheReferenceToTheByte) {
+  for (const Size size : sizes) {
+    Pixels reference = makePicture(random, Picture::Noise, Samples::Byte, size.width, size.height);
+    Pixels fast = reference;
+    const auto samples = between(random, 0, 3) ? Samples::Byte : Samples::Float;
+    drawBoth({flame(samples, reference, between(random, 1, 12))}, reference, fast);
+    const Difference difference = firstDifference(reference, fast, [](double) { return 0.0; });
+    ASSERT_EQ(difference.x, -1) << difference << " at " << size.width << "x" << size.height << ", start " << GetParam();
+  }
+}
+
+TEST_P(RandomScenes, FlamesOnFloatsAreTheReferenceWithinRounding) {
+  for (const Size size : sizes) {
+    Pixels reference = makePicture(random, Picture::Noise, Samples::Float, size.width, size.height);
+    Pixels fast = reference;
+    const int quads = between(random, 1, 12);
+    const auto samples = between(random, 0, 1) ? Samples::Byte : Samples::Float;
+    drawBoth({flame(samples, reference, quads)}, reference, fast);
+    // Single precision, a few roundings for each copy.
+    const Difference difference =
+        firstDifference(reference, fast, [&](double value) { return (value + 1) * 6e-8 * 6 * (quads + 1); });
+    ASSERT_EQ(difference.x, -1) << difference << " at " << size.width << "x" << size.height << ", start " << GetParam();
+  }
+}
+
+TEST_P(RandomScenes, OtherPassesAreTheReferenceToTheByte) {
+  for (const Size size : sizes) {
+    const auto samples = between(random, 0, 1) ? Samples::Byte : Samples::Float;
+    Pixels reference = makePicture(random, Picture::Premultiplied, samples, size.width, size.height);
+    Pixels fast = reference;
+    std::vector<Pass> passes;
+    for (int i = 0; i < 4; ++i) {
+      Pass pass = flame(samples, reference, 2);
+      pass.blend = static_cast<Blend>(between(random, 0, 2));
+      pass.filter = between(random, 0, 1) ? Filter::Linear : Filter::Nearest;
+      if (between(random, 0, 2) == 0) pass.texture.reset();
+      // Such as the passes that lay a picture over the target one for one.
+      if (pass.texture && between(random, 0, 1)) {
+        pass.quads.resize(1);
+        pass.quads[0].x = makeAxis(0, pass.texture->width(), 0, pass.texture->width(), size.width);
+        pass.quads[0].y = makeAxis(0, pass.texture->height(), 0, pass.texture->height(), size.height);
+      }
+      passes.push_back(std::move(pass));
+    }
+    drawBoth(passes, reference, fast);
+    const bool bytes = samples == Samples::Byte;
+    const Difference difference =
+        firstDifference(reference, fast, [&](double value) { return bytes ? 0.0 : (value + 1) * 1e-6; });
+    ASSERT_EQ(difference.x, -1) << difference << " at " << size.width << "x" << size.height << ", start " << GetParam();
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Starts, RandomScenes, ::testing::Range(1, 61));
+
+TEST(Rasteriser, LargeStripesOfManyCopiesAreTheReferenceToTheByte) {
+  Random random(7);
+  for (const Size size : {Size{4097, 33}, Size{1025, 130}}) {
+    Pixels reference(Samples::Byte, size.width, size.height);
+    Pixels fast = reference;
+    Pass pass;
+    pass.texture =
+        std::make_shared<Pixels>(makePicture(random, Picture::Opaque, Samples::Byte, size.width, size.height));
+    pass.blend = Blend::Add;
+    for (int i = 0; i < 20; ++i) pass.quads.push_back(makeQuad(random, *pass.texture, reference));
+    drawBoth({pass}, reference, fast);
+    const Difference difference = firstDifference(reference, fast, [](double) { return 0.0; });
+    ASSERT_EQ(difference.x, -1) << difference;
+  }
+}
+
+TEST(Rasteriser, MoreScaledCopiesThanABatchAreTheReferenceToTheByte) {
+  Random random(11);
+  Pixels reference(Samples::Byte, 40, 20);
+  Pixels fast = reference;
+  Pass pass;
+  pass.texture = std::make_shared<Pixels>(makePicture(random, Picture::Noise, Samples::Byte, 40, 20));
+  pass.blend = Blend::Add;
+  for (int i = 0; i < 1500; ++i) {
+    Quad quad = makeQuad(random, *pass.texture, reference);
+    for (float &channel : quad.colour) channel *= 0.01f;
+    pass.quads.push_back(quad);
+  }
+  drawBoth({pass}, reference, fast);
+  const Difference difference = firstDifference(reference, fast, [](double) { return 0.0; });
+  ASSERT_EQ(difference.x, -1) << difference;
+}
+
+TEST(Rasteriser, ABlankTargetIsBlackWhateverItHeld) {
+  Random random(3);
+  Pixels held = makePicture(random, Picture::Noise, Samples::Byte, 50, 40);
+  const Pixels black(Samples::Byte, 50, 40);
+  Pass pass;
+  pass.texture = std::make_shared<Pixels>(makePicture(random, Picture::Noise, Samples::Byte, 20, 10));
+  pass.blend = Blend::Add;
+  for (const bool oneForOne : {true, false}) {
+    const double shift = oneForOne ? 0.0 : 0.3;
+    pass.quads = {{makeAxis(5 + shift, 25 + shift, 0, 20, 50), makeAxis(7, 17, 0, 10, 40), {1, 1, 1, 1}}};
+    Pixels reference = black;
+    drawByReference(pass, reference);
+    Pixels fast = held;
+    bool blank = true;
+    draw({pass}, fast, blank);
+    EXPECT_FALSE(blank);
+    const Difference difference = firstDifference(reference, fast, [](double) { return 0.0; });
+    EXPECT_EQ(difference.x, -1) << difference;
+  }
+  bool blank = true;
+  draw({}, held, blank);
+  EXPECT_TRUE(blank) << "nothing was drawn";
+  settle(held, blank);
+  EXPECT_EQ(firstDifference(black, held, [](double) { return 0.0; }).x, -1);
+}
+
+}  // namespace
+}  // namespace pyrelux::soft
