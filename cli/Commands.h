@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -8,10 +9,10 @@ namespace pyrelux::cli {
 struct RenderOptions {
   std::string input;
   std::string output;
-  std::string frames;                 ///< empty: all of the input's, or a default for stills
-  std::string fps;                    ///< empty: the input's, or 24
+  std::optional<std::string> frames;  ///< otherwise all of the input's, or a default for stills
+  std::optional<std::string> fps;     ///< otherwise the input's, or 24
   std::vector<std::string> settings;  ///< NAME=VALUE
-  int bits = 0;                       ///< 8 or 16; 0: what the output's format holds
+  std::optional<std::string> bits;    ///< 8 or 16; otherwise what the output's format holds
   std::string backend = "auto";
   bool quiet = false;
   bool verbose = false;

@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <numeric>
 #include <optional>
 
 namespace pyrelux::cli {
@@ -48,8 +49,10 @@ media::FrameRate parseFrameRate(const std::string &text) {
   if (const std::size_t slash = text.find('/'); slash != std::string::npos) {
     const auto numerator = parseWhole(text.substr(0, slash));
     const auto denominator = parseWhole(text.substr(slash + 1));
-    if (numerator && denominator && *denominator > 0)
-      rate = {static_cast<int>(*numerator), static_cast<int>(*denominator)};
+    if (numerator && denominator && *denominator > 0) {
+      const std::int64_t common = std::gcd(*numerator, *denominator);
+      rate = {static_cast<int>(*numerator / common), static_cast<int>(*denominator / common)};
+    }
   } else if (const auto whole = parseWhole(text)) {
     rate = {static_cast<int>(*whole), 1};
   } else if (const auto decimal = parseDecimal(text); decimal && *decimal > 0.0 && *decimal <= 1000.0) {

@@ -1,7 +1,7 @@
 #include <iostream>
 
-#include "Bundles.h"
 #include "Commands.h"
+#include "Filter.h"
 #include "FrameRenderer.h"
 #include "HostError.h"
 #include "Renderers.h"
@@ -21,9 +21,10 @@ int info(const std::string &backend) {
     exitCode = 1;
   }
   try {
-    const host::FilterInfo filter = host::findFilter(host::defaultSearchPath());
-    std::cout << "filter:    " << filter.displayName << " " << filter.version << " (" << filter.groupName << ")\n"
-              << "bundle:    " << filter.bundlePath << "\n";
+    const host::Filter filter(host::findFilter(host::defaultSearchPath()));
+    const host::FilterInfo &found = filter.info();
+    std::cout << "filter:    " << found.displayName << " " << found.version << " (" << found.groupName << ")\n"
+              << "bundle:    " << found.bundlePath << "\n";
   } catch (const host::HostError &error) {
     std::cout << "bundle:    none: " << error.what() << "\n";
     exitCode = 1;

@@ -1,9 +1,13 @@
-#include <filesystem>
+#include <sys/stat.h>
+
 #include <iostream>
 #include <optional>
+#include <set>
+#include <utility>
 
 #include "Commands.h"
 #include "Filter.h"
+#include "FramePattern.h"
 #include "FrameRange.h"
 #include "FrameRenderer.h"
 #include "HostError.h"
@@ -34,24 +38,44 @@ void followDepth(host::ParameterSet &parameters, int bits) {
       parameters.set(parameter, {1.0});
 }
 
-FrameRange chooseFrames(const std::string &text, const media::InputInfo &input, const std::string &inputPath,
+FrameRange chooseFrames(const std::optional<std::string> &text, const media::InputInfo &input, const std::string &inputPath,
                         bool manyFrames) {
   if (input.kind == media::InputKind::Still) {
-    if (!text.empty()) return parseFrameRange(text);
+    if (text) return parseFrameRange(*text);
     return manyFrames ? stillToMovie : stillToStill;
   }
   const FrameRange all{input.firstFrame, input.lastFrame};
-  if (text.empty()) return all;
-  const FrameRange wanted = parseFrameRange(text);
+  if (!text) return all;
+  const FrameRange wanted = parseFrameRange(*text);
   if (wanted.first < all.first || wanted.last > all.last)
     throw UsageError("'" + inputPath + "' has the frames " + std::to_string(all.first) + "-" +
-                     std::to_string(all.last) + "; '" + text + "' is not among them");
+                     std::to_string(all.last) + "; '" + *text + "' is not among them");
   return wanted;
 }
 
-bool isSameFile(const std::string &a, const std::string &b) {
-  std::error_code error;
-  return std::filesystem::equivalent(a, b, error);
+/// Writing a frame must never replace what a later one is read from.
+void refuseToReplaceInput(const RenderOptions &options, const media::InputInfo &input, const FrameRange &frames) {
+  const media::FramePattern from(options.input);
+  const media::FramePattern to(options.output);
+  std::set<std::pair<std::uintmax_t, std::uintmax_t>> inputs;
+  const auto identity = [](const std::string &path) {
+    struct stat status = {};
+    const bool exists = stat(path.c_str(), &status) == 0;
+    return exists ? std::optional(std::pair<std::uintmax_t, std::uintmax_t>(status.st_dev, status.st_ino)) : std::nullopt;
+  };
+  if (input.kind == media::InputKind::Sequence) {
+    for (std::int64_t frame = input.firstFrame; frame <= input.lastFrame; ++frame)
+      if (const auto file = identity(from.path(frame))) inputs.insert(*file);
+  } else if (const auto file = identity(options.input)) {
+    inputs.insert(*file);
+  }
+  const auto check = [&](const std::string &path) {
+    const auto file = identity(path);
+    if (file && inputs.count(*file)) throw UsageError("the output '" + path + "' would replace the input");
+  };
+  check(options.output);
+  if (to.isNumbered())
+    for (std::int64_t frame = frames.first; frame <= frames.last; ++frame) check(to.path(frame));
 }
 
 }  // namespace
@@ -59,10 +83,7 @@ bool isSameFile(const std::string &a, const std::string &b) {
 int render(const RenderOptions &options) {
   // Everything that can be refused is asked before anything is drawn.
   const bool manyFrames = media::Writer::holdsManyFrames(options.output);
-  const int bits = options.bits ? options.bits : media::Writer::isDeep(options.output) ? 16 : 8;
-  if (isSameFile(options.input, options.output))
-    throw UsageError("the output '" + options.output + "' would replace the input");
-
+  const int bits = options.bits ? std::stoi(*options.bits) : media::Writer::isDeep(options.output) ? 16 : 8;
   host::Filter filter(host::findFilter(host::defaultSearchPath()));
   for (const std::string &setting : options.settings) applySetting(filter.parameters(), setting);
   followDepth(filter.parameters(), bits);
@@ -74,11 +95,13 @@ int render(const RenderOptions &options) {
     throw UsageError("'" + options.output + "' holds one frame, not " + std::to_string(frames.count()) +
                      "; put %04d or #### into its name, or write a movie");
 
+  refuseToReplaceInput(options, input, frames);
+
   media::OutputFormat format;
   format.width = input.width;
   format.height = input.height;
   format.bits = bits;
-  format.frameRate = options.fps.empty() ? input.frameRate : parseFrameRate(options.fps);
+  format.frameRate = options.fps ? parseFrameRate(*options.fps) : input.frameRate;
 
   const std::int32_t rendererId = host::chooseRenderer(options.backend);
   host::FrameRenderer renderer(rendererId);

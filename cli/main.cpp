@@ -11,8 +11,11 @@ namespace {
 
 constexpr int usageExit = 2;
 
+/// One line, whatever a name may hold.
 int fail(const std::string &message, int exitCode) {
-  std::cerr << "pyrelux: " << message << '\n';
+  std::string line;
+  for (const char c : message) line += static_cast<unsigned char>(c) < ' ' || c == 0x7F ? '?' : c;
+  std::cerr << "pyrelux: " << line << '\n';
   return exitCode;
 }
 
@@ -62,7 +65,7 @@ int run(int argc, char **argv) {
   renderCommand
       ->add_option("--bits", options.bits,
                    "Bits per channel of drawing and output, 8 or 16 (default: 16 for .exr and .mov, else 8)")
-      ->check(CLI::IsMember({8, 16}))
+      ->check(CLI::IsMember({"8", "16"}))
       ->option_text("BITS");
   addBackendOption(*renderCommand, options.backend);
   renderCommand->add_flag("--quiet", options.quiet, "No progress line");
@@ -79,12 +82,23 @@ int run(int argc, char **argv) {
   addBackendOption(*infoCommand, infoBackend);
   infoCommand->callback([&] { exitCode = info(infoBackend); });
 
+  if (argc > 1) {
+    // Named here, since the library only says that a command is missing.
+    const std::string first = argv[1];
+    const bool option = first.rfind('-', 0) == 0;
+    const auto commands = app.get_subcommands([&](const CLI::App *command) { return command->get_name() == first; });
+    if (option ? !app.get_option_no_throw(first) : commands.empty())
+      throw UsageError(std::string("there is no ") + (option ? "option '" : "command '") + first +
+                       "'; see 'pyrelux --help'");
+  }
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError &error) {
     if (error.get_exit_code() == 0) return app.exit(error);
     return fail(firstLine(error.what()) + "; see 'pyrelux --help'", usageExit);
   }
+  std::cout.flush();
+  if (!std::cout) return fail("cannot write to standard output", 1);
   return exitCode;
 }
 

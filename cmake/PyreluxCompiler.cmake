@@ -34,3 +34,11 @@ if(PYRELUX_SANITIZER)
     -fsanitize=${PYRELUX_SANITIZER} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   target_link_options(pyrelux_options INTERFACE -fsanitize=${PYRELUX_SANITIZER})
 endif()
+
+# pyrelux_program(target): what every program of the project gets. Under AddressSanitizer that is the list of what others keep
+# for the life of a process, built in, so that it holds however the program is started.
+function(pyrelux_program target)
+  if(PYRELUX_SANITIZER STREQUAL "address")
+    target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/LeakSuppressions.cpp)
+  endif()
+endfunction()

@@ -7,7 +7,8 @@ namespace pyrelux::host {
 
 /// One filter of a bundle's plug-in list.
 struct FilterInfo {
-  std::string bundlePath;
+  std::string bundlePath;  ///< absolute
+  std::string executable;  ///< name of the binary in it
   std::string className;
   std::string displayName;
   std::string groupName;

@@ -29,7 +29,8 @@ std::vector<fs::path> bundlesIn(const std::string &folder) {
   std::vector<fs::path> bundles;
   std::error_code error;
   for (const fs::directory_entry &entry : fs::directory_iterator(folder, error))
-    if (entry.path().extension() == ".bundle" && entry.is_directory(error)) bundles.push_back(entry.path());
+    if (entry.path().extension() == ".bundle" && entry.is_directory(error))
+      bundles.push_back(fs::absolute(entry.path(), error));
   std::sort(bundles.begin(), bundles.end());
   return bundles;
 }
@@ -49,9 +50,23 @@ std::string groupName(NSDictionary *list, const std::string &uuid) {
   return {};
 }
 
+/// The bundle's property list, or nil; unlike NSDictionary's own way of reading a file, it logs nothing about a broken one.
+NSDictionary *propertyList(const fs::path &bundle) {
+  NSData *data = [NSData dataWithContentsOfFile:toNSString((bundle / "Resources" / "Info-gnustep.plist").string())];
+  if (!data) return nil;
+  try {
+    id list = [NSPropertyListSerialization propertyListWithData:data
+                                                        options:NSPropertyListImmutable
+                                                         format:NULL
+                                                          error:NULL];
+    return [list isKindOfClass:[NSDictionary class]] ? list : nil;
+  } catch (...) {
+    return nil;
+  }
+}
+
 void appendFilters(const fs::path &bundle, std::vector<FilterInfo> &filters) {
-  NSDictionary *list = [NSDictionary
-      dictionaryWithContentsOfFile:toNSString((bundle / "Resources" / "Info-gnustep.plist").string())];
+  NSDictionary *list = propertyList(bundle);
   NSArray *plugIns = arrayOf(list, @"ProPlugPlugInList");
   for (NSUInteger i = 0; i < [plugIns count]; ++i) {
     NSDictionary *plugIn = [plugIns objectAtIndex:i];
@@ -59,6 +74,7 @@ void appendFilters(const fs::path &bundle, std::vector<FilterInfo> &filters) {
     if (![arrayOf(plugIn, @"protocolNames") containsObject:@"FxFilter"]) continue;
     FilterInfo info;
     info.bundlePath = bundle.string();
+    info.executable = toStdString([list objectForKey:@"NSExecutable"]);
     info.className = toStdString([plugIn objectForKey:@"className"]);
     info.displayName = toStdString([plugIn objectForKey:@"displayName"]);
     info.groupName = groupName(list, toStdString([plugIn objectForKey:@"group"]));

@@ -1,5 +1,6 @@
 #include "Filter.h"
 
+#include <fstream>
 #include <vector>
 
 #include "FilterObjects.h"
@@ -30,13 +31,32 @@ std::map<std::string, std::string> keysByLabel(NSBundle *bundle) {
   return keys;
 }
 
+/// Whether the file begins as the system's program libraries do.
+bool isProgramLibrary(const std::string &path) {
+  char magic[4] = {};
+  std::ifstream(path, std::ios::binary).read(magic, sizeof magic);
+  return std::string(magic, sizeof magic) == "\177ELF";
+}
+
+NSBundle *loadBundle(const FilterInfo &info) {
+  const auto refuse = [&](const std::string &why) {
+    throw HostError("the bundle '" + info.bundlePath + "' can't be loaded" + why + "; build or install it again");
+  };
+  // Looked at first: NSBundle would write a line of its own about a binary that is missing or none.
+  if (info.executable.empty()) refuse(": its property list names no binary");
+  if (!isProgramLibrary(info.bundlePath + "/" + info.executable)) refuse(": its binary is missing or damaged");
+  return guarded("the bundle '" + info.bundlePath + "'", [&] {
+    NSBundle *bundle = [NSBundle bundleWithPath:toNSString(info.bundlePath)];
+    if (!bundle || ![bundle load]) refuse("");
+    return bundle;
+  });
+}
+
 }  // namespace
 
 Filter::Filter(const FilterInfo &info) : info_(info), objects_(std::make_unique<Objects>()) {
   const AutoreleasePool pool;
-  NSBundle *bundle = [NSBundle bundleWithPath:toNSString(info.bundlePath)];
-  if (!bundle || ![bundle load])
-    throw HostError("the bundle '" + info.bundlePath + "' can't be loaded; build or install it again");
+  NSBundle *bundle = loadBundle(info);
   Class filterClass = [bundle classNamed:toNSString(info.className)];
   if (!filterClass) throw HostError("the bundle '" + info.bundlePath + "' has no class '" + info.className + "'");
   if (![filterClass instancesRespondToSelector:@selector(initWithAPIManager:)] ||

@@ -1,6 +1,7 @@
 #include "ParameterText.h"
 
 #include <charconv>
+#include <cmath>
 #include <optional>
 #include <vector>
 
@@ -13,7 +14,7 @@ namespace {
 std::optional<double> parseNumber(const std::string &text) {
   const char *begin = text.c_str();
   const char *end = begin + text.size();
-  if (begin != end && *begin == '+') ++begin;
+  if (begin != end && *begin == '+' && begin + 1 != end && begin[1] != '-') ++begin;
   double number = 0.0;
   const auto [stop, error] = std::from_chars(begin, end, number);
   if (error != std::errc() || stop != end) return std::nullopt;
@@ -54,7 +55,8 @@ std::optional<ParameterValue> parseEntry(const ParameterDeclaration &parameter, 
     if (!slugOf(text).empty() && slugOf(text) == slugOf(parameter.entries[index]))
       return ParameterValue{static_cast<double>(index)};
   const auto index = parseNumbers(text, 1);
-  if (!index || (*index)[0] != static_cast<int>((*index)[0])) return std::nullopt;
+  constexpr double farthest = 1e6;  // no list is as long
+  if (!index || (*index)[0] != std::floor((*index)[0]) || std::abs((*index)[0]) > farthest) return std::nullopt;
   return index;
 }
 
@@ -102,7 +104,7 @@ ParameterValue parseValue(const ParameterDeclaration &parameter, const std::stri
 
 std::string formatNumber(double number) {
   char text[32];
-  const auto end = std::to_chars(text, text + sizeof text, number, std::chars_format::general, 10).ptr;
+  const auto end = std::to_chars(text, text + sizeof text, number).ptr;
   return std::string(text, end);
 }
 
@@ -129,7 +131,11 @@ std::string formatValue(const ParameterDeclaration &parameter, const ParameterVa
 }
 
 std::string formatRange(const ParameterDeclaration &parameter) {
-  std::string text = formatNumber(parameter.minimum) + ".." + formatNumber(parameter.maximum);
+  // Bounds of angles are whole in radians; in degrees they are cut, towards 0, to what is still inside.
+  const auto bound = [&](double number) {
+    return formatNumber(parameter.kind == ParameterKind::Angle ? std::trunc(number * 1e4) / 1e4 : number);
+  };
+  std::string text = bound(parameter.minimum) + ".." + bound(parameter.maximum);
   if (parameter.kind == ParameterKind::Angle) text += " " + parameter.unit();
   return text;
 }

@@ -21,7 +21,7 @@ std::string formatRange(const ParameterDeclaration &parameter);
 /// "0 Cover, 1 Mix".
 std::string formatEntries(const ParameterDeclaration &parameter);
 
-/// The shortest decimal text of a number that reads back as the same number to 10 digits.
+/// The shortest decimal text that reads back as the same number.
 std::string formatNumber(double number);
 
 }  // namespace pyrelux::host

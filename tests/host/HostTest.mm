@@ -1,5 +1,6 @@
 // The host against the probe filters: discovery, loading, units, images, and filters that misbehave.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #import <FxPlug/FxPlugSDK.h>
@@ -112,7 +113,7 @@ TEST_F(Host, SaysWhatIsWrongWithABundle) {
   FilterInfo nowhere = probe("Probe");
   nowhere.bundlePath = "/no/such.bundle";
   EXPECT_EQ(complaint([&] { Filter filter(nowhere); }),
-            "the bundle '/no/such.bundle' can't be loaded; build or install it again");
+            "the bundle '/no/such.bundle' can't be loaded: its binary is missing or damaged; build or install it again");
   const std::string bundle = probe("Probe").bundlePath;
   EXPECT_EQ(complaint([] { Filter filter(probe("Missing")); }),
             "the bundle '" + bundle + "' has no class 'MissingFilter'");
@@ -287,7 +288,11 @@ TEST_F(Host, SaysWhatAFilterDidWrongAndGoesOn) {
 
 TEST_F(Host, NamesItsRenderers) {
   EXPECT_EQ(rendererNames().front(), "auto");
-  EXPECT_EQ(rendererName(chooseRenderer("egl")), "egl");
+  EXPECT_EQ(rendererName(chooseRenderer("mesa")), "mesa");
+  EXPECT_EQ(rendererName(chooseRenderer("soft")), "soft");
+  EXPECT_THAT(rendererName(chooseRenderer("auto")), ::testing::AnyOf("gpu", "soft"));
+  EXPECT_THAT(rendererName(chooseRenderer("egl")), ::testing::AnyOf("gpu", "mesa"));
+  EXPECT_EQ(rendererName(0), "none");
   EXPECT_EQ(complaint([] { chooseRenderer("abacus"); }), "there is no backend 'abacus'");
   EXPECT_FALSE(renderer.description().empty());
 }

@@ -145,7 +145,9 @@ void SoftContext::TexImage2D(GLenum target, GLint level, GLint internalFormat, G
   std::shared_ptr<Pixels> image;
   if (width > 0 && height > 0) {
     try {
-      image = std::make_shared<Pixels>(bytes ? Samples::Byte : Samples::Float, width, height);
+      const Samples samples = bytes ? Samples::Byte : Samples::Float;
+      image = data ? std::make_shared<Pixels>(Pixels::Undefined(), samples, width, height)
+                   : std::make_shared<Pixels>(samples, width, height);
     } catch (const std::bad_alloc &) {
       return fail(GL_OUT_OF_MEMORY);
     }

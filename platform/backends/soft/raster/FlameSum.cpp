@@ -1,7 +1,7 @@
 #include "FlameSum.h"
 
 #include <algorithm>
-#include <optional>
+#include <cstring>
 
 #include "Arithmetic.h"
 #include "Kernels.h"
@@ -320,20 +320,44 @@ class Tile {
   template <typename Sample>
   void writeRow(Sample *pixels, int y, bool any, bool blank) const {
     const int width = x1_ - x0_;
-    if (blank) std::fill_n(pixels, 4 * width, Sample(0));
-    if (!any) return;
+    if (!any) {
+      std::fill_n(pixels, 4 * width, Sample(0));
+      return;
+    }
     // A channel without sums of its own reads a row of zeros.
     static constexpr Sum zeros[Kind::tileWidth] = {};
-    const Sum *rows[4];
-    for (int c = 0; c < 4; ++c) rows[c] = used_[c] ? sums_[c] + (y - y0_) * Kind::tileWidth : zeros;
+    const auto row = [&](int c) { return used_[c] ? sums_[c] + (y - y0_) * Kind::tileWidth : zeros; };
+    if (blank)
+      interleave<true>(pixels, width, row(0), row(1), row(2), row(3));
+    else
+      interleave<false>(pixels, width, row(0), row(1), row(2), row(3));
+  }
+
+  // Both are written for the compiler to make vectors of.
+  template <bool blank>
+  void interleave(std::uint8_t *pixels, int width, const Sum *red, const Sum *green, const Sum *blue,
+                  const Sum *alpha) const {
+    const std::uint32_t constants[4] = {constants_[0], constants_[1], constants_[2], constants_[3]};
     for (int x = 0; x < width; ++x) {
-      for (int c = 0; c < 4; ++c) {
-        Sample &sample = pixels[4 * x + c];
-        if constexpr (std::is_same_v<Kind, LevelSums>)
-          sample = static_cast<Sample>(std::min(sample + rows[c][x] + constants_[c], 255));
-        else
-          sample += rows[c][x] + constants_[c];
-      }
+      std::uint32_t held = 0;
+      if (!blank) std::memcpy(&held, pixels + 4 * x, 4);
+      const auto sum = [&](std::uint32_t level, int c) {
+        const std::uint32_t value = level + constants[c] + (held >> (8 * c) & 255);
+        return (value < 255 ? value : 255) << (8 * c);
+      };
+      held = sum(red[x], 0) | sum(green[x], 1) | sum(blue[x], 2) | sum(alpha[x], 3);
+      std::memcpy(pixels + 4 * x, &held, 4);
+    }
+  }
+  template <bool blank>
+  void interleave(float *pixels, int width, const float *red, const float *green, const float *blue,
+                  const float *alpha) const {
+    for (int x = 0; x < width; ++x) {
+      float *pixel = pixels + 4 * x;
+      pixel[0] = (blank ? 0.0f : pixel[0]) + red[x] + constants_[0];
+      pixel[1] = (blank ? 0.0f : pixel[1]) + green[x] + constants_[1];
+      pixel[2] = (blank ? 0.0f : pixel[2]) + blue[x] + constants_[2];
+      pixel[3] = (blank ? 0.0f : pixel[3]) + alpha[x] + constants_[3];
     }
   }
 

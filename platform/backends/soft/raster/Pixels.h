@@ -1,9 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <variant>
-#include <vector>
+
+#include "RecycledArray.h"
 
 namespace pyrelux::soft {
 
@@ -15,14 +17,27 @@ enum class Samples {
 /// Red, green, blue and alpha of a surface or texture, interleaved, rows from the bottom.
 class Pixels {
  public:
-  /// Transparent black.
-  Pixels(Samples samples, int width, int height) : width_(width), height_(height) {
+  struct Undefined {};
+
+  /// For whoever writes every sample before reading any.
+  Pixels(Undefined, Samples samples, int width, int height) : width_(width), height_(height) {
     const std::size_t count = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4;
     if (samples == Samples::Byte)
-      values_ = std::vector<std::uint8_t>(count);
+      values_ = RecycledArray<std::uint8_t>(count);
     else
-      values_ = std::vector<float>(count);
+      values_ = RecycledArray<float>(count);
   }
+  /// Transparent black.
+  Pixels(Samples samples, int width, int height) : Pixels(Undefined(), samples, width, height) {
+    std::visit([](auto &values) { std::fill_n(values.data(), values.size(), 0); }, values_);
+  }
+  Pixels(const Pixels &other) : Pixels(Undefined(), other.samples(), other.width_, other.height_) {
+    if (samples() == Samples::Byte)
+      std::copy_n(other.byteRow(0), std::get<0>(values_).size(), byteRow(0));
+    else
+      std::copy_n(other.floatRow(0), std::get<1>(values_).size(), floatRow(0));
+  }
+  Pixels &operator=(const Pixels &) = delete;
 
   int width() const { return width_; }
   int height() const { return height_; }
@@ -39,7 +54,7 @@ class Pixels {
 
   int width_;
   int height_;
-  std::variant<std::vector<std::uint8_t>, std::vector<float>> values_;
+  std::variant<RecycledArray<std::uint8_t>, RecycledArray<float>> values_;
 };
 
 }  // namespace pyrelux::soft

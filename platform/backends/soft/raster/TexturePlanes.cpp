@@ -156,9 +156,9 @@ TexturePlanes::TexturePlanes(const Pixels &texture, unsigned wanted)
   const auto size = static_cast<std::size_t>(stride_ * (height_ + 2 * marginY) + stripSlack);
   for (std::size_t c = 0; c < 4; ++c) {
     if (planeOf_[c] != static_cast<int>(c)) continue;
-    if (wanted & Levels) levels_[c].resize(size);
-    if (wanted & SignedLevels) signed_[c].resize(size);
-    if (wanted & Floats) floats_[c].resize(size);
+    if (wanted & Levels) levels_[c] = RecycledArray<std::uint16_t>(size);
+    if (wanted & SignedLevels) signed_[c] = RecycledArray<std::int8_t>(size);
+    if (wanted & Floats) floats_[c] = RecycledArray<float>(size);
   }
   occupancy_.resize(width_, height_);
   parallelFor((height_ + rowsAtOnce - 1) / rowsAtOnce, [&](int piece) {

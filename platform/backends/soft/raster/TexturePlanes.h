@@ -90,9 +90,9 @@ class TexturePlanes {
   std::ptrdiff_t stride_;
   std::array<int, 4> planeOf_{0, 1, 2, 3};
   std::array<Facts, 4> facts_;
-  std::array<std::vector<std::uint16_t>, 4> levels_;
-  std::array<std::vector<std::int8_t>, 4> signed_;
-  std::array<std::vector<float>, 4> floats_;
+  std::array<RecycledArray<std::uint16_t>, 4> levels_;
+  std::array<RecycledArray<std::int8_t>, 4> signed_;
+  std::array<RecycledArray<float>, 4> floats_;
   Occupancy occupancy_;
 };
 

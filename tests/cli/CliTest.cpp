@@ -1,0 +1,152 @@
+#include "CliTest.h"
+
+#include <stdlib.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+namespace fs = std::filesystem;
+
+namespace pyrelux::cli::test {
+
+namespace {
+
+const Words ffmpeg{PYRELUX_FFMPEG, "-v", "error"};
+
+/// The output of a program that has to succeed for the test to make sense.
+std::string outputOf(const Words &words) {
+  Command command;
+  command.words = words;
+  const Result result = run(command);
+  if (result.exitCode != 0) throw std::runtime_error(words[0] + ": " + result.err);
+  return result.out;
+}
+
+std::string numbered(const std::string &name, int frame) {
+  char number[16];
+  std::snprintf(number, sizeof number, "_%04d.png", frame);
+  return name + number;
+}
+
+}  // namespace
+
+Words operator+(Words first, const Words &second) {
+  first.insert(first.end(), second.begin(), second.end());
+  return first;
+}
+
+Words quick() { return {"--set", "steps=10", "--set", "pyrelux=2"}; }
+
+void expectSuccess(const Result &result) {
+  EXPECT_EQ(result.signal, 0);
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(result.err, "");
+}
+
+void expectRefusal(const Result &result, const Words &words) {
+  EXPECT_EQ(result.signal, 0);
+  EXPECT_GT(result.exitCode, 0);
+  EXPECT_EQ(result.out, "");
+  EXPECT_THAT(result.err, testing::StartsWith("pyrelux: "));
+  EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+  EXPECT_THAT(result.err, testing::EndsWith("\n"));
+  for (const std::string &word : words) EXPECT_THAT(result.err, testing::HasSubstr(word));
+}
+
+std::string load(const fs::path &file) {
+  std::ifstream stream(file, std::ios::binary);
+  if (!stream) throw std::runtime_error("can't read " + file.string());
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+void save(const fs::path &file, const std::string &bytes) {
+  std::ofstream stream(file, std::ios::binary);
+  stream << bytes;
+  if (!stream.flush()) throw std::runtime_error("can't write " + file.string());
+}
+
+std::map<std::string, std::string> contentsOf(const fs::path &folder) {
+  std::map<std::string, std::string> contents;
+  for (const fs::directory_entry &entry : fs::recursive_directory_iterator(folder)) {
+    const std::string name = entry.path().lexically_relative(folder).string();
+    contents[name] = entry.is_regular_file() ? load(entry.path()) : entry.is_directory() ? "folder" : "special";
+  }
+  return contents;
+}
+
+CliTest::CliTest() {
+  std::string name = (fs::temp_directory_path() / "pyrelux-cli-XXXXXX").string();
+  if (!mkdtemp(name.data())) throw std::runtime_error("can't make " + name);
+  folder_ = name;
+}
+
+CliTest::~CliTest() {
+  std::error_code error;
+  fs::remove_all(folder_, error);
+}
+
+Words CliTest::names(const std::string &folder) const {
+  Words names;
+  for (const fs::directory_entry &entry : fs::directory_iterator(path(folder)))
+    names.push_back(entry.path().filename().string());
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+Command CliTest::commandOf(const Words &arguments) const {
+  Command command;
+  command.words = Words{PYRELUX_PROGRAM} + arguments;
+  command.folder = folder_.string();
+  return command;
+}
+
+Result CliTest::pyrelux(const Words &arguments, const Environment &environment) const {
+  Command command = commandOf(arguments);
+  command.environment = environment;
+  return run(command);
+}
+
+Words CliTest::renderWords(const std::string &input, const std::string &output, const Words &more) const {
+  return Words{"render", input, "-o", output} + quick() + more;
+}
+
+void CliTest::render(const std::string &input, const std::string &output, const Words &more) const {
+  const Result result = pyrelux(renderWords(input, output, more));
+  expectSuccess(result);
+  EXPECT_EQ(result.out, "");
+}
+
+void CliTest::saveSequence(const std::string &name, int first, int last) const {
+  for (int frame = first; frame <= last; ++frame)
+    save(path(numbered(name, frame)), titlePng(testWidth, testHeight, 3 * frame));
+}
+
+void CliTest::saveMovie(const std::string &name, int frames) const {
+  const fs::path pictures = path("of-" + name);
+  fs::create_directory(pictures);
+  saveSequence((pictures / "frame").string(), 1, frames);
+  const Words encoder = fs::path(name).extension() == ".mov" ? Words{"prores_ks", "-profile:v", "4444"} : Words{"ffv1"};
+  const Words input{"-framerate", "25", "-i", (pictures / "frame_%04d.png").string()};
+  outputOf(ffmpeg + input + Words{"-c:v"} + encoder + Words{path(name).string()});
+  fs::remove_all(pictures);
+}
+
+void CliTest::saveAs(const std::string &name, const std::string &pixelFormat) const {
+  save(path("layout.png"), titlePng(testWidth, testHeight));
+  outputOf(ffmpeg + Words{"-i", path("layout.png").string(), "-pix_fmt", pixelFormat, path(name).string()});
+  fs::remove(path("layout.png"));
+}
+
+nlohmann::json CliTest::probe(const std::string &name) const {
+  const Words words{PYRELUX_FFPROBE, "-v", "error", "-show_streams", "-count_frames", "-of", "json"};
+  return nlohmann::json::parse(outputOf(words + Words{path(name).string()})).at("streams").at(0);
+}
+
+std::string CliTest::decoded(const std::string &name, const std::string &pixelFormat) const {
+  return outputOf(ffmpeg + Words{"-i", path(name).string(), "-f", "rawvideo", "-pix_fmt", pixelFormat, "-"});
+}
+
+}  // namespace pyrelux::cli::test

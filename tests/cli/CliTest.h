@@ -1,0 +1,80 @@
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "PngFile.h"
+#include "Process.h"
+
+namespace pyrelux::cli::test {
+
+using Words = std::vector<std::string>;
+
+/// The words of both, for command lines.
+Words operator+(Words first, const Words &second);
+
+constexpr int testWidth = 64;
+constexpr int testHeight = 36;
+
+/// Settings that make a frame cheap to draw.
+Words quick();
+
+/// Sets "exit code 0 and no word about it" as the expectation.
+void expectSuccess(const Result &result);
+
+/// Expects a failure told in the one way there is: one line on standard error that holds all of the words, and nothing
+/// on standard output.
+void expectRefusal(const Result &result, const Words &words);
+
+std::string load(const std::filesystem::path &file);
+void save(const std::filesystem::path &file, const std::string &bytes);
+
+/// Every file below a folder by name, hidden ones too, with its bytes; for what is no regular file, what it is.
+std::map<std::string, std::string> contentsOf(const std::filesystem::path &folder);
+
+/// The program in a fresh folder, which is removed afterwards.
+class CliTest : public testing::Test {
+ protected:
+  CliTest();
+  ~CliTest() override;
+
+  std::filesystem::path path(const std::string &name) const { return folder_ / name; }
+
+  /// Names of the files in a folder of the test's, hidden ones too, in alphabetical order.
+  Words names(const std::string &folder) const;
+
+  /// The command line, run in the test's folder.
+  Command commandOf(const Words &arguments) const;
+  Result pyrelux(const Words &arguments, const Environment &environment = {}) const;
+
+  /// `pyrelux render INPUT -o OUTPUT` with quick settings and more arguments.
+  Words renderWords(const std::string &input, const std::string &output, const Words &more = {}) const;
+  /// The same, run and expected to succeed.
+  void render(const std::string &input, const std::string &output, const Words &more = {}) const;
+
+  /// "NAME_0005.png" and so on, each different.
+  void saveSequence(const std::string &name, int first, int last) const;
+
+  /// A movie of moving titles at 25 frames a second, in the container and codec of the name's extension: .mov or .mkv.
+  void saveMovie(const std::string &name, int frames) const;
+
+  /// The title in another layout of pixels, in the format of the name's extension.
+  void saveAs(const std::string &name, const std::string &pixelFormat) const;
+
+  /// What ffprobe tells about the picture or movie, its frames counted by decoding ("nb_read_frames").
+  nlohmann::json probe(const std::string &name) const;
+
+  /// The samples of all frames as ffmpeg decodes them.
+  std::string decoded(const std::string &name, const std::string &pixelFormat) const;
+
+ private:
+  std::filesystem::path folder_;
+};
+
+}  // namespace pyrelux::cli::test

@@ -1,0 +1,71 @@
+#include "CliTest.h"
+
+namespace pyrelux::cli::test {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+
+class Help : public CliTest {
+ protected:
+  std::string textOf(const Words &arguments) const {
+    const Result result = pyrelux(arguments);
+    expectSuccess(result);
+    return result.out;
+  }
+};
+
+/// The line of a help text that explains an option.
+std::string lineOf(const std::string &text, const std::string &option) {
+  const std::size_t begin = text.find("  " + option);
+  if (begin == std::string::npos) return {};
+  // A long option's explanation begins on the next line.
+  const std::size_t next = text.find("\n  -", begin);
+  return text.substr(begin, next == std::string::npos ? next : next - begin);
+}
+
+TEST_F(Help, NamesTheCommands) {
+  for (const char *flag : {"--help", "-h"})
+    EXPECT_THAT(textOf({flag}), AllOf(HasSubstr("Usage: pyrelux"), HasSubstr("render"), HasSubstr("parameters"),
+                                      HasSubstr("info"), HasSubstr("--version"), HasSubstr("--help")));
+}
+
+TEST_F(Help, OfRenderExplainsEveryOptionWithItsUnit) {
+  const std::string text = textOf({"render", "--help"});
+  EXPECT_THAT(text,
+              AllOf(HasSubstr("Usage: pyrelux render"), HasSubstr("INPUT"), HasSubstr("%04d"), HasSubstr("####")));
+  const struct {
+    const char *option;
+    Words words;
+  } rows[] = {
+      {"-o,--output", {"FILE", ".png", ".exr", ".mov", ".mkv", ".mp4", "ProRes 4444", "FFV1", "H.264"}},
+      {"--frames", {"RANGE", "1-48", "frame N is rendered at time N", "default"}},
+      {"--fps", {"RATE", "Frames per second", "30000/1001", "default", "24"}},
+      {"--set", {"NAME=VALUE", "repeated", "units"}},
+      {"--bits", {"BITS", "per channel", "8", "16", "default"}},
+      {"--backend", {"NAME", "auto", "egl"}},
+      {"--quiet", {"progress"}},
+      {"-h,--help", {"help"}},
+  };
+  for (const auto &row : rows)
+    for (const std::string &word : row.words) EXPECT_THAT(lineOf(text, row.option), HasSubstr(word)) << row.option;
+}
+
+TEST_F(Help, OfTheOtherCommandsExplainsTheirOptions) {
+  EXPECT_THAT(textOf({"parameters", "--help"}), AllOf(HasSubstr("Usage: pyrelux parameters"), HasSubstr("--json")));
+  EXPECT_THAT(textOf({"info", "--help"}),
+              AllOf(HasSubstr("Usage: pyrelux info"), HasSubstr("--backend"), HasSubstr("auto"), HasSubstr("egl")));
+}
+
+TEST_F(Help, IsGivenWithoutABundle) {
+  const Environment noBundle{{"PYRELUX_PLUGIN_PATH", path("").string()}};
+  for (const Words &arguments : {Words{"--help"}, Words{"render", "--help"}, Words{"--version"}})
+    expectSuccess(pyrelux(arguments, noBundle));
+}
+
+TEST_F(Help, VersionIsTheNameAndThreeNumbers) {
+  EXPECT_THAT(textOf({"--version"}), testing::MatchesRegex("pyrelux [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+}  // namespace
+}  // namespace pyrelux::cli::test

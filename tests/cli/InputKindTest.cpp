@@ -1,0 +1,167 @@
+#include "CliTest.h"
+
+namespace fs = std::filesystem;
+
+namespace pyrelux::cli::test {
+namespace {
+
+/// What each kind of input means for the frames of the output.
+class InputKind : public CliTest {
+ protected:
+  InputKind() {
+    save(path("title.png"), titlePng(testWidth, testHeight));
+    fs::create_directory(path("out"));
+  }
+
+  std::string loadOut(const std::string &name) const { return load(path("out") / name); }
+};
+
+TEST_F(InputKind, APictureBecomesOneFrameOfAPicture) {
+  render("title.png", "out/fire.png");
+  EXPECT_EQ(names("out"), Words{"fire.png"});
+  render("title.png", "out/frame.png", {"--frames", "1"});
+  EXPECT_EQ(loadOut("frame.png"), loadOut("fire.png"));
+}
+
+TEST_F(InputKind, APictureBecomesFortyEightFramesOfAMovie) {
+  render("title.png", "out/fire.mkv");
+  EXPECT_EQ(names("out"), Words{"fire.mkv"});
+  EXPECT_EQ(probe("out/fire.mkv").at("nb_read_frames"), "48");
+  EXPECT_EQ(probe("out/fire.mkv").at("r_frame_rate"), "24/1");
+}
+
+TEST_F(InputKind, APictureBecomesFortyEightFramesOfASequence) {
+  render("title.png", "out/fire_%04d.png");
+  const Words all = names("out");
+  ASSERT_EQ(all.size(), 48u);
+  EXPECT_EQ(all.front(), "fire_0001.png");
+  EXPECT_EQ(all.back(), "fire_0048.png");
+}
+
+TEST_F(InputKind, APictureHasAnyFrame) {
+  render("title.png", "out/fire_####.png", {"--frames", "0-1"});
+  render("title.png", "out/fire_####.png", {"--frames", "123456"});
+  EXPECT_EQ(names("out"), (Words{"fire_0000.png", "fire_0001.png", "fire_123456.png"}));
+}
+
+TEST_F(InputKind, FramesOfASequenceKeepTheirNumbers) {
+  saveSequence("in", 5, 8);
+  render("in_%04d.png", "out/fire_%03d.png");
+  EXPECT_EQ(names("out"), (Words{"fire_005.png", "fire_006.png", "fire_007.png", "fire_008.png"}));
+  render("in_####.png", "out/some_#.png", {"--frames", "6-7"});
+  EXPECT_EQ(loadOut("some_6.png"), loadOut("fire_006.png"));
+  EXPECT_EQ(loadOut("some_7.png"), loadOut("fire_007.png"));
+  EXPECT_EQ(names("out").size(), 6u);
+}
+
+TEST_F(InputKind, ASequenceBecomesAMovie) {
+  saveSequence("in", 5, 8);
+  render("in_%04d.png", "out/fire.mkv");
+  EXPECT_EQ(probe("out/fire.mkv").at("nb_read_frames"), "4");
+  EXPECT_EQ(probe("out/fire.mkv").at("r_frame_rate"), "24/1");
+}
+
+TEST_F(InputKind, FramesOfAMovieCountFromOne) {
+  for (const char *movie : {"clip.mov", "clip.mkv"}) {
+    SCOPED_TRACE(movie);
+    saveMovie(movie, 3);
+    render(movie, "out/fire_%04d.png");
+    EXPECT_EQ(names("out"), (Words{"fire_0001.png", "fire_0002.png", "fire_0003.png"}));
+  }
+}
+
+TEST_F(InputKind, AMovieKeepsItsFrameRate) {
+  saveMovie("clip.mov", 3);
+  for (const char *output : {"out/fire.mov", "out/fire.mkv", "out/fire.mp4"}) {
+    render("clip.mov", output);
+    EXPECT_EQ(probe(output).at("nb_read_frames"), "3") << output;
+    EXPECT_EQ(probe(output).at("r_frame_rate"), "25/1") << output;
+  }
+}
+
+TEST_F(InputKind, OneFrameOfAMovieOrSequenceGoesIntoAPicture) {
+  saveSequence("in", 5, 6);
+  render("in_%04d.png", "out/fire.png", {"--frames", "6"});
+  EXPECT_EQ(names("out"), Words{"fire.png"});
+}
+
+TEST_F(InputKind, AFrameAloneIsTheSameAsAmongOthers) {
+  saveSequence("in", 1, 4);
+  saveMovie("clip.mkv", 4);
+  for (const char *input : {"title.png", "in_%04d.png", "clip.mkv"}) {
+    SCOPED_TRACE(input);
+    render(input, "out/fire_%04d.png", {"--frames", "2-4"});
+    render(input, "out/alone.png", {"--frames", "3"});
+    EXPECT_EQ(loadOut("alone.png"), loadOut("fire_0003.png"));
+    render(input, "out/alone.png", {"--frames", "4"});
+    EXPECT_EQ(loadOut("alone.png"), loadOut("fire_0004.png"));
+  }
+}
+
+TEST_F(InputKind, TheFireOfAPictureMovesWithTime) {
+  render("title.png", "out/fire_%d.png", {"--frames", "1-3"});
+  EXPECT_NE(loadOut("fire_1.png"), loadOut("fire_2.png"));
+  EXPECT_NE(loadOut("fire_2.png"), loadOut("fire_3.png"));
+  EXPECT_NE(loadOut("fire_1.png"), loadOut("fire_3.png"));
+}
+
+TEST_F(InputKind, TheFireOfASequenceFollowsItsFrames) {
+  saveSequence("in", 1, 2);
+  fs::create_directory(path("same"));
+  for (const char *name : {"same/in_0001.png", "same/in_0002.png"}) fs::copy(path("in_0001.png"), path(name));
+  render("in_%04d.png", "out/moving_%d.png");
+  render("same/in_%04d.png", "out/still_%d.png");
+  EXPECT_EQ(loadOut("moving_1.png"), loadOut("still_1.png"));
+  EXPECT_NE(loadOut("moving_2.png"), loadOut("still_2.png"));
+}
+
+TEST_F(InputKind, TheSameCommandGivesTheSameFrames) {
+  saveMovie("clip.mov", 2);
+  for (const char *output : {"out/fire.mov", "out/fire.mkv", "out/fire.mp4"}) {
+    render("clip.mov", output);
+    const std::string first = decoded(output, "rgba64be");
+    render("clip.mov", output);
+    EXPECT_EQ(decoded(output, "rgba64be"), first) << output;
+  }
+}
+
+TEST_F(InputKind, WhatAFailedSequenceFinishedStays) {
+  saveSequence("gap", 1, 4);
+  render("gap_%04d.png", "out/whole_%04d.png");
+  fs::remove(path("gap_0003.png"));
+  expectRefusal(pyrelux(renderWords("gap_%04d.png", "out/fire_%04d.png")), {"gap_0003.png", "no such file"});
+  EXPECT_EQ(names("out"), (Words{"fire_0001.png", "fire_0002.png", "whole_0001.png", "whole_0002.png", "whole_0003.png",
+                                 "whole_0004.png"}));
+  EXPECT_EQ(loadOut("fire_0001.png"), loadOut("whole_0001.png"));
+  EXPECT_EQ(loadOut("fire_0002.png"), loadOut("whole_0002.png"));
+}
+
+TEST_F(InputKind, PicturesComeInManyFormatsAndLayouts) {
+  const struct {
+    const char *name;
+    const char *pixelFormat;
+  } rows[] = {{"palette.png", "pal8"}, {"grey.png", "gray"},      {"opaque.png", "rgb24"}, {"deep.png", "rgba64be"},
+              {"bits.png", "monob"},   {"photo.jpg", "yuvj420p"}, {"scan.tif", "rgba"},    {"film.exr", "gbrapf32le"},
+              {"windows.bmp", "bgra"}, {"targa.tga", "bgra"}};
+  for (const auto &row : rows) {
+    SCOPED_TRACE(row.name);
+    saveAs(row.name, row.pixelFormat);
+    render(row.name, "out/fire.png");
+    EXPECT_EQ(probe("out/fire.png").at("width"), testWidth);
+    EXPECT_EQ(probe("out/fire.png").at("height"), testHeight);
+    fs::remove(path("out/fire.png"));
+  }
+}
+
+TEST_F(InputKind, NamesMayHoldWhatShellsAndPatternsTakeApart) {
+  for (const char *text : {"f\xC3\xA9u", "with space", "-dash", "a'b\"c", "50%"}) {
+    const std::string name = text;
+    SCOPED_TRACE(name);
+    fs::copy(path("title.png"), path("in-" + name + ".png"));
+    render("./in-" + name + ".png", "out/" + name + ".png");
+    EXPECT_TRUE(fs::exists(path("out/" + name + ".png")));
+  }
+}
+
+}  // namespace
+}  // namespace pyrelux::cli::test
