@@ -1,0 +1,120 @@
+#pragma once
+
+#import <FxPlug/FxPlugSDK.h>
+#import <PluginManager/PROAPIAccessing.h>
+
+#include <gtest/gtest.h>
+#include <objc/runtime.h>
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "FakeHost.h"
+
+// A host's side of the plug-in interface. Everything here writes the messages it gets into the thread's trace, in the
+// layer "host", so that they stand in order with the CGL and GL calls.
+
+namespace pyrelux::test {
+
+/// One parameter as the filter declared it.
+struct DeclaredParameter {
+  std::uint32_t id = 0;
+  std::string kind;  ///< "int", "float", "angle", "colour", "point", "popup" or "custom"
+  std::string name;
+  std::vector<double> defaults;
+  std::optional<double> minimum, maximum, sliderMinimum, sliderMaximum, delta;
+  std::uint32_t flags = 0;
+  std::vector<std::string> entries;
+  bool hasDefaultObject = false;
+};
+
+/// The text of an NSString, nil as "(nil)".
+std::string textOf(NSString *string);
+
+}  // namespace pyrelux::test
+
+/// Keeps what is declared to it.
+@interface RecordingCreation : NSObject <FxParameterCreationAPI> {
+  std::vector<pyrelux::test::DeclaredParameter> *_declared;
+}
+- (std::vector<pyrelux::test::DeclaredParameter> &)declared;
+@end
+
+/// Hands out values that the test owns.
+@interface RecordingParameters : NSObject <FxParameterRetrievalAPI> {
+  pyrelux::test::FakeParameters *_values;
+}
+- (instancetype)initWithValues:(pyrelux::test::FakeParameters *)values;
+@end
+
+/// Offers the interfaces it is given; nil is "not offered".
+@interface RecordingAPIManager : NSObject <PROAPIAccessing> {
+  id _creation;
+  id _retrieval;
+}
+- (void)offerCreation:(id)creation;
+- (void)offerRetrieval:(id)retrieval;
+@end
+
+/// A texture that can also claim to be of another type. Its bind, enable and disable reach no GL.
+@interface RecordingTexture : FxTexture {
+  const char *_role;
+  NSUInteger _type;
+}
+- (instancetype)initWithRole:(const char *)role info:(FxImageInfo)info type:(NSUInteger)type;
+@end
+
+/// What the tests send to a filter of whichever class.
+@protocol TestedFilter <FxFilter, FxCustomParameterViewHost>
+- (instancetype)initWithAPIManager:(id<PROAPIAccessing>)apiManager;
+- (void)procSpecParamHeader:(id)sender;
+@end
+
+namespace pyrelux::test {
+
+/// The bundle that was built, loaded; and its class.
+NSBundle *filterBundle();
+Class filterClass();
+
+/// A filter's field, whatever its visibility.
+template <typename Field>
+Field fieldOf(id object, const char *name) {
+  const Ivar field = class_getInstanceVariable([object class], name);
+  if (!field) throw std::runtime_error(std::string("no field ") + name);
+  return *reinterpret_cast<const Field *>(reinterpret_cast<const char *>(object) + ivar_getOffset(field));
+}
+
+/// An autorelease pool for the length of a block.
+class Pool {
+ public:
+  Pool() : pool_([[NSAutoreleasePool alloc] init]) {}
+  ~Pool() { [pool_ release]; }
+  Pool(const Pool &) = delete;
+  Pool &operator=(const Pool &) = delete;
+
+ private:
+  NSAutoreleasePool *pool_;
+};
+
+/// A method of a class replaced by a function, for the length of a block.
+class ReplacedMethod {
+ public:
+  /// `replacement` takes the receiver, the selector and the message's arguments.
+  template <typename Result, typename... Arguments>
+  ReplacedMethod(Class owner, SEL selector, Result (*replacement)(id, SEL, Arguments...))
+      : method_(class_getInstanceMethod(owner, selector)),
+        original_(method_setImplementation(method_, reinterpret_cast<IMP>(reinterpret_cast<void *>(replacement)))) {}
+  ~ReplacedMethod() { method_setImplementation(method_, original_); }
+  ReplacedMethod(const ReplacedMethod &) = delete;
+  ReplacedMethod &operator=(const ReplacedMethod &) = delete;
+
+  IMP original() const { return original_; }
+
+ private:
+  Method method_;
+  IMP original_;
+};
+
+}  // namespace pyrelux::test
