@@ -5,29 +5,19 @@
 #include "Bundles.h"
 #include "Filter.h"
 #include "FrameRenderer.h"
+#include "Pictures.h"
 #include "Renderers.h"
 
 namespace {
 
 using namespace pyrelux;
 
-/// White bars on transparent black, about 6 % of the picture: as much as a title covers.
-Image bars(int width, int height) {
-  Image image = Image::bytes(width, height, Alpha::Premultiplied);
-  for (int y = height / 2; y < height * 3 / 4; ++y)
-    for (int x = 0; x < width; ++x)
-      if (x % 64 < 15)
-        for (int c = 0; c < 4; ++c)
-          image.asBytes()[4 * (static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x)) +
-                          static_cast<std::size_t>(c)] = 255;
-  return image;
-}
-
 /// Arguments: width, height, bits.
 void wholeFrame(benchmark::State &state, const char *backend) {
   host::Filter filter(host::findFilter({PYRELUX_BENCH_BUNDLES}));
   host::FrameRenderer renderer(host::chooseRenderer(backend));
-  const Image input = bars(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
+  const Image input = bench::makePicture(bench::Picture::Title, static_cast<int>(state.range(0)),
+                                         static_cast<int>(state.range(1)));
   host::FrameSettings settings;
   settings.floatOutput = state.range(2) == 16;
   filter.parameters().set(filter.parameters().named("color-depth"), {settings.floatOutput ? 1.0 : 0.0});

@@ -1,10 +1,10 @@
 // The filter's own work: path, ramp and quads, drawn by a renderer that draws nothing.
 
-#include <OpenGL/OpenGL.h>
 #include <benchmark/benchmark.h>
 
 #include "Backends.h"
 #include "ColourRamp.h"
+#include "Contexts.h"
 #include "FlamePath.h"
 #include "FlameQuads.h"
 #include "NumericHelpers.h"
@@ -12,27 +12,6 @@
 namespace {
 
 using namespace pyrelux;
-
-/// A context of the null renderer, current for a block.
-class NullContext {
- public:
-  NullContext() {
-    const CGLPixelFormatAttribute attributes[] = {
-        kCGLPFARendererID, static_cast<CGLPixelFormatAttribute>(platform::kRendererNull), CGLPixelFormatAttribute{}};
-    CGLPixelFormatObj format = nullptr;
-    GLint count = 0;
-    CGLChoosePixelFormat(attributes, &format, &count);
-    CGLCreateContext(format, nullptr, &context_);
-    CGLDestroyPixelFormat(format);
-    CGLSetCurrentContext(context_);
-  }
-  ~NullContext() { CGLDestroyContext(context_); }
-  NullContext(const NullContext &) = delete;
-  NullContext &operator=(const NullContext &) = delete;
-
- private:
-  CGLContextObj context_ = nullptr;
-};
 
 Snapshot defaults() {
   Snapshot s{};
@@ -55,7 +34,7 @@ Snapshot defaults() {
 
 /// Arguments: tongues, steps.
 void flameWithoutGL(benchmark::State &state) {
-  const NullContext context;
+  const bench::BenchContext context(platform::kRendererNull);
   Snapshot snapshot = defaults();
   snapshot.tongues = static_cast<double>(state.range(0));
   snapshot.steps = static_cast<double>(state.range(1));

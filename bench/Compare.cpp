@@ -1,0 +1,241 @@
+// Our software renderer against Mesa's: the flame pass alone and whole frames, both by turns in one run, as a table and as
+// JSON.
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Backends.h"
+#include "Bundles.h"
+#include "ColourRamp.h"
+#include "Contexts.h"
+#include "Filter.h"
+#include "FlamePath.h"
+#include "FlameQuads.h"
+#include "FrameRenderer.h"
+#include "NumericHelpers.h"
+#include "Pictures.h"
+
+namespace {
+
+using namespace pyrelux;
+using bench::Picture;
+using Json = nlohmann::ordered_json;
+
+struct Scene {
+  int width = 1920;
+  int height = 1080;
+  Picture picture = Picture::Opaque;
+  int bits = 8;
+  int tongues = 6;
+  int steps = 40;
+  double attract = 0;
+  bool wholeFrame = false;
+  /// How many tongues Mesa draws of them; its time is scaled up. 0: all.
+  int mesaTongues = 0;
+
+  std::string name() const {
+    std::string text = std::to_string(width) + "x" + std::to_string(height) + ", " + std::to_string(bits) + " bit, " +
+                       bench::pictureName(picture) + ", " + std::to_string(tongues) + "x" + std::to_string(steps);
+    if (attract != 0) text += ", attract " + std::to_string(static_cast<int>(attract));
+    return text + (wholeFrame ? ", whole frame" : ", flame");
+  }
+};
+
+Snapshot snapshotOf(const Scene &scene) {
+  Snapshot s{};
+  s.tongues = scene.tongues;
+  s.turbAmount = 0.12;
+  s.turbWavelength = 0.375;
+  s.turbSpeed = 0.1;
+  s.wiggleAmount = 0.5;
+  s.wiggleTurbulence = 0.075;
+  s.glow = 40.6;
+  s.spread = pi / 6;
+  s.length = 0.3;
+  s.inner = {1, 1, 0};
+  s.centre = {1, 0.5, 0};
+  s.outer = {1, 0, 0};
+  s.attract = scene.attract;
+  s.point = {0.5, 0.5};
+  s.steps = scene.steps;
+  return s;
+}
+
+double milliseconds(std::chrono::steady_clock::time_point start) {
+  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
+
+/// Draws one scene with one renderer, and says how long that took.
+class Drawer {
+ public:
+  virtual ~Drawer() = default;
+  virtual double draw() = 0;
+};
+
+class FlameDrawer : public Drawer {
+ public:
+  FlameDrawer(const Scene &scene, std::int32_t rendererId, int tongues)
+      : snapshot_(snapshotOf(scene)),
+        tongues_(tongues ? tongues : scene.tongues),
+        context_(rendererId, scene.bits == 16, scene.width, scene.height) {
+    const double w = scene.width, h = scene.height;
+    geometry_ = {w, h, w, h, w, h, w, h, 0, w / h};
+    context_.upload(bench::makePicture(scene.picture, scene.width, scene.height));
+    glEnable(GL_BLEND);
+    glBlendFunc(GL_ONE, GL_ONE);
+  }
+
+  double draw() override {
+    context_.makeCurrent();
+    double oldFrame = 0, turbulencePhase = 0, wigglePhase = 0;
+    const auto start = std::chrono::steady_clock::now();
+    glClear(GL_COLOR_BUFFER_BIT);
+    const ColourRamp ramp = makeFlameRamp(snapshot_.inner, snapshot_.centre, snapshot_.outer);
+    FlameQuads quads(snapshot_, geometry_, ramp);
+    generateFlamePath(snapshot_, 10, {oldFrame, turbulencePhase, wigglePhase}, [&](const Tongue &tongue) {
+      if (tongue.index < tongues_) quads.draw(tongue);
+    });
+    glFinish();
+    return milliseconds(start) * snapshot_.tongues / tongues_;
+  }
+
+ private:
+  Snapshot snapshot_;
+  int tongues_;
+  FrameGeometry geometry_;
+  bench::BenchContext context_;
+};
+
+class FrameDrawer : public Drawer {
+ public:
+  FrameDrawer(const Scene &scene, std::int32_t rendererId)
+      : filter_(host::findFilter({PYRELUX_BENCH_BUNDLES})),
+        renderer_(rendererId),
+        input_(bench::makePicture(scene.picture, scene.width, scene.height)) {
+    settings_.floatOutput = scene.bits == 16;
+    set("color-depth", settings_.floatOutput ? 1 : 0);
+    set("pyrelux", scene.tongues);
+    set("steps", scene.steps);
+    set("attract-repel", scene.attract);
+  }
+
+  double draw() override {
+    const auto start = std::chrono::steady_clock::now();
+    renderer_.render(filter_, input_, 10, settings_);
+    return milliseconds(start);
+  }
+
+ private:
+  void set(const char *name, double value) { filter_.parameters().set(filter_.parameters().named(name), {value}); }
+
+  host::Filter filter_;
+  host::FrameRenderer renderer_;
+  host::FrameSettings settings_;
+  Image input_;
+};
+
+std::unique_ptr<Drawer> makeDrawer(const Scene &scene, std::int32_t rendererId, int tongues) {
+  if (scene.wholeFrame) return std::make_unique<FrameDrawer>(scene, rendererId);
+  return std::make_unique<FlameDrawer>(scene, rendererId, tongues);
+}
+
+double median(std::vector<double> values) {
+  std::sort(values.begin(), values.end());
+  return values[values.size() / 2];
+}
+
+/// Both renderers by turns: Mesa once, ours a few times, as it is so much faster.
+Json measure(const Scene &scene, int rounds) {
+  constexpr int oursInARound = 5;
+  const auto mesa = makeDrawer(scene, platform::kRendererMesa, scene.mesaTongues);
+  const auto ours = makeDrawer(scene, platform::kRendererSoft, 0);
+  ours->draw();
+  std::vector<double> mesaTimes, ourTimes;
+  for (int round = 0; round < rounds; ++round) {
+    mesaTimes.push_back(mesa->draw());
+    for (int i = 0; i < oursInARound; ++i) ourTimes.push_back(ours->draw());
+  }
+  Json row;
+  row["scene"] = scene.name();
+  row["mesa_ms"] = median(mesaTimes);
+  row["mesa_scaled"] = scene.mesaTongues != 0;
+  row["soft_ms"] = median(ourTimes);
+  row["soft_fastest_ms"] = *std::min_element(ourTimes.begin(), ourTimes.end());
+  row["ratio"] = median(mesaTimes) / median(ourTimes);
+  return row;
+}
+
+std::vector<Scene> scenes(bool quick) {
+  std::vector<Scene> all;
+  const auto add = [&](auto change) {
+    Scene scene;
+    change(scene);
+    all.push_back(scene);
+  };
+  for (const int bits : {8, 16})
+    for (const Picture picture : {Picture::Opaque, Picture::Random, Picture::Title}) {
+      add([&](Scene &s) { s.bits = bits, s.picture = picture; });
+      add([&](Scene &s) { s.bits = bits, s.picture = picture, s.wholeFrame = true; });
+    }
+  if (quick) return all;
+  for (const int bits : {8, 16})
+    for (const Picture picture : {Picture::Opaque, Picture::Title}) {
+      add([&](Scene &s) { s.bits = bits, s.picture = picture, s.tongues = 50, s.steps = 300, s.mesaTongues = 1; });
+      add([&](Scene &s) { s.bits = bits, s.picture = picture, s.attract = 50; });
+    }
+  for (const auto &size : {std::pair(1280, 720), std::pair(3840, 2160)})
+    for (const Picture picture : {Picture::Opaque, Picture::Title}) {
+      add([&](Scene &s) { std::tie(s.width, s.height) = size, s.picture = picture; });
+      add([&](Scene &s) { std::tie(s.width, s.height) = size, s.picture = picture, s.wholeFrame = true; });
+    }
+  return all;
+}
+
+std::string processorName() {
+  std::ifstream file("/proc/cpuinfo");
+  for (std::string line; std::getline(file, line);)
+    if (line.rfind("model name", 0) == 0) return line.substr(line.find(':') + 2);
+  return "unknown";
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  CLI::App app("Our software renderer against Mesa's, by turns in one run.");
+  int rounds = 3;
+  bool quick = false;
+  std::string jsonPath;
+  app.add_option("--rounds", rounds, "Rounds for each scene; medians are printed")->capture_default_str();
+  app.add_flag("--quick", quick, "Only the defaults at 1920x1080");
+  app.add_option("--json", jsonPath, "Write the table to this file as well")->type_name("FILE");
+  CLI11_PARSE(app, argc, argv);
+
+  const host::FrameRenderer soft(platform::kRendererSoft);
+  const host::FrameRenderer mesa(platform::kRendererMesa);
+  Json document;
+  document["processor"] = processorName();
+  document["cores"] = std::thread::hardware_concurrency();
+  document["soft"] = soft.description();
+  document["mesa"] = mesa.description();
+  document["rows"] = Json::array();
+  std::printf("%s, %u cores\n%s\n%s\n\n", processorName().c_str(), std::thread::hardware_concurrency(),
+              soft.description().c_str(), mesa.description().c_str());
+  std::printf("| scene | Mesa ms | soft ms | ratio |\n|---|---|---|---|\n");
+  for (const Scene &scene : scenes(quick)) {
+    const Json row = measure(scene, rounds);
+    std::printf("| %s | %.0f%s | %.1f | %.1f |\n", scene.name().c_str(), row["mesa_ms"].get<double>(),
+                row["mesa_scaled"].get<bool>() ? " (scaled from a part)" : "", row["soft_ms"].get<double>(),
+                row["ratio"].get<double>());
+    std::fflush(stdout);
+    document["rows"].push_back(row);
+  }
+  if (!jsonPath.empty()) std::ofstream(jsonPath) << document.dump(2) << '\n';
+  return 0;
+}
