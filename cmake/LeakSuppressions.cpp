@@ -1,6 +1,6 @@
 // Read by LeakSanitizer when a program begins.
 
-extern "C" const char *__lsan_default_suppressions();
+extern "C" __attribute__((visibility("default"))) const char *__lsan_default_suppressions();
 
 const char *__lsan_default_suppressions() {
   // Objects that these libraries keep for the life of the process; and the filter's allocation at load, which the first

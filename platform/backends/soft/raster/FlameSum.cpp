@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "Arithmetic.h"
+#include "FlameFft.h"
 #include "Kernels.h"
 #include "Reference.h"
 #include "TexturePlanes.h"
@@ -386,12 +387,22 @@ void drawCopies(const std::vector<Copy<Kind>> &copies, const Pass &rest, const T
   });
 }
 
+/// Draws what is better not drawn copy by copy, and returns the rest.
+template <typename Kind>
+std::vector<Quad> drawManyAtOnce(const Pass &pass, const TexturePlanes &planes, Pixels &target, bool &blank) {
+  if constexpr (std::is_same_v<Kind, FloatSums>)
+    return addByFft(pass, planes, target, blank);
+  else
+    return pass.quads;  // every copy is rounded and saturates on its own
+}
+
 template <typename Kind>
 void addFlameOf(const Pass &pass, Pixels &target, bool blank) {
   unsigned wanted = 0;
   for (const Quad &quad : pass.quads)
     wanted |= quad.x.isUnit() && quad.y.isUnit() ? Kind::unitPlanes : Kind::scaledPlanes;
   const TexturePlanes planes(*pass.texture, wanted);
+  const std::vector<Quad> quads = drawManyAtOnce<Kind>(pass, planes, target, blank);
 
   Pass rest = pass;
   rest.quads.clear();
@@ -408,7 +419,7 @@ void addFlameOf(const Pass &pass, Pixels &target, bool blank) {
     rest.quads.clear();
     scaled = 0;
   };
-  for (const Quad &quad : pass.quads) {
+  for (const Quad &quad : quads) {
     if (!fitsMargins(quad, planes)) {
       rest.quads.push_back(quad);
       continue;
