@@ -1,6 +1,9 @@
 // Read by LeakSanitizer when a program begins.
 
-extern "C" __attribute__((visibility("default"))) const char *__lsan_default_suppressions();
+#define PYRELUX_EXPORTED extern "C" __attribute__((visibility("default")))
+
+PYRELUX_EXPORTED const char *__lsan_default_suppressions();
+PYRELUX_EXPORTED const char *__lsan_default_options();
 
 const char *__lsan_default_suppressions() {
   // Objects that these libraries keep for the life of the process; and the filter's allocation at load, which the first
@@ -11,3 +14,6 @@ const char *__lsan_default_suppressions() {
          "leak:libfontconfig\n"
          "leak:OffscreenSurface.cpp\n";
 }
+
+// Programs are tested for what they write to standard error, too.
+const char *__lsan_default_options() { return "print_suppressions=0"; }
