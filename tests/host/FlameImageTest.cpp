@@ -91,18 +91,8 @@ const Scene scenes[] = {
     {"OnePixel", 1, 1, 1, {{"steps", "10"}, {"pyrelux", "2"}, {"source-opacity", "0.5"}}},
 };
 
-class FlameImage : public ::testing::TestWithParam<std::tuple<Scene, Origin>> {
+class FlameImage : public ::testing::TestWithParam<std::tuple<Scene, Origin, const char *>> {
  protected:
-  /// One for all: making them is slow.
-  static void SetUpTestSuite() {
-    const char *required = std::getenv("REQUIRE_BACKEND");
-    if (required == nullptr) required = "egl";
-    renderer = new FrameRenderer(chooseRenderer(required));
-  }
-  static void TearDownTestSuite() {
-    delete renderer;
-    renderer = nullptr;
-  }
 
   void apply(bool deep) {
     for (const auto &[name, value] : scene().settings) {
@@ -125,7 +115,8 @@ class FlameImage : public ::testing::TestWithParam<std::tuple<Scene, Origin>> {
     FrameSettings settings;
     settings.floatOutput = deep;
     settings.origin = origin();
-    return renderer->render(filter, input, scene().time, settings);
+    FrameRenderer renderer(chooseRenderer(std::get<2>(GetParam())));
+    return renderer.render(filter, input, scene().time, settings);
   }
 
   /// Where a sample is, for messages.
@@ -135,11 +126,8 @@ class FlameImage : public ::testing::TestWithParam<std::tuple<Scene, Origin>> {
     return std::to_string(pixel % width) + "," + std::to_string(pixel / width) + " " + "RGBA"[sample % 4];
   }
 
-  static FrameRenderer *renderer;
   Filter filter{findFilter({PYRELUX_TEST_BUNDLES})};
 };
-
-FrameRenderer *FlameImage::renderer = nullptr;
 
 TEST_P(FlameImage, EightBitFollowsTheFormula) {
   apply(false);
@@ -185,13 +173,18 @@ TEST_P(FlameImage, SixteenBitFollowsTheFormula) {
 
 INSTANTIATE_TEST_SUITE_P(Scenes, FlameImage,
                          ::testing::Combine(::testing::ValuesIn(scenes),
-                                            ::testing::Values(Origin::BottomLeft, Origin::TopLeft)),
+                                            ::testing::Values(Origin::BottomLeft, Origin::TopLeft),
+                                            ::testing::Values("mesa", "soft")),
                          [](const auto &scene) {
                            return std::string(std::get<0>(scene.param).name) +
-                                  (std::get<1>(scene.param) == Origin::TopLeft ? "TopLeft" : "BottomLeft");
+                                  (std::get<1>(scene.param) == Origin::TopLeft ? "TopLeft" : "BottomLeft") + "On" +
+                                  std::get<2>(scene.param);
                          });
 
-TEST(FlameOrigins, ShowTheSamePicture) {
+class FlameOrigins : public ::testing::TestWithParam<const char *> {};
+INSTANTIATE_TEST_SUITE_P(Renderers, FlameOrigins, ::testing::Values("mesa", "soft"));
+
+TEST_P(FlameOrigins, ShowTheSamePicture) {
   Filter filter(findFilter({PYRELUX_TEST_BUNDLES}));
   // Without wiggle a lone tongue is straight; what leans with a tongue leans the other way when rows are turned over.
   for (const char *setting : {"pyrelux=1", "wiggle-amount=0", "steps=20", "direction=20", "attract-repel=40",
@@ -200,7 +193,7 @@ TEST(FlameOrigins, ShowTheSamePicture) {
     const ParameterDeclaration &parameter = filter.parameters().named(text.substr(0, text.find('=')));
     filter.parameters().set(parameter, parseValue(parameter, text.substr(text.find('=') + 1)));
   }
-  FrameRenderer renderer(chooseRenderer("egl"));
+  FrameRenderer renderer(chooseRenderer(GetParam()));
   const Image input = asymmetricInput(64, 36, false);
   FrameSettings settings;
   const Image bottomLeft = renderer.render(filter, input, 5, settings);

@@ -55,7 +55,7 @@ Image smallInput(bool floats) {
   return image;
 }
 
-class Host : public ::testing::Test {
+class Host : public ::testing::TestWithParam<const char *> {
  protected:
   void SetUp() override { pool_ = [[NSAutoreleasePool alloc] init]; }
   void TearDown() override { [pool_ release]; }
@@ -64,7 +64,7 @@ class Host : public ::testing::Test {
     return [[[NSClassFromString(@"ProbeFilter") report] objectForKey:name] doubleValue];
   }
 
-  FrameRenderer renderer{chooseRenderer("auto")};
+  FrameRenderer renderer{chooseRenderer(GetParam())};
 
  private:
   NSAutoreleasePool *pool_ = nil;
@@ -72,7 +72,7 @@ class Host : public ::testing::Test {
 
 // --- Discovery
 
-TEST_F(Host, FindsTheFiltersOfAPropertyListWithoutLoadingThem) {
+TEST_P(Host, FindsTheFiltersOfAPropertyListWithoutLoadingThem) {
   const FilterInfo info = probe("Probe");
   EXPECT_EQ(info.className, "ProbeFilter");
   EXPECT_EQ(info.groupName, "Probes");
@@ -83,7 +83,7 @@ TEST_F(Host, FindsTheFiltersOfAPropertyListWithoutLoadingThem) {
   EXPECT_EQ(findFilters({PYRELUX_PROBE_BUNDLES}).size(), 10u) << "the generator is no filter";
 }
 
-TEST_F(Host, SearchesFoldersInOrderAndSkipsWhatIsNoBundle) {
+TEST_P(Host, SearchesFoldersInOrderAndSkipsWhatIsNoBundle) {
   const fs::path folder = fs::temp_directory_path() / ("pyrelux-host-" + std::to_string(getpid()));
   fs::create_directories(folder / "Broken.bundle" / "Resources");
   std::ofstream(folder / "Broken.bundle" / "Resources" / "Info-gnustep.plist") << "{ ProPlugPlugInList = ( oops";
@@ -100,7 +100,7 @@ TEST_F(Host, SearchesFoldersInOrderAndSkipsWhatIsNoBundle) {
   fs::remove_all(folder);
 }
 
-TEST_F(Host, TakesTheSearchPathFromTheEnvironment) {
+TEST_P(Host, TakesTheSearchPathFromTheEnvironment) {
   setenv("PYRELUX_PLUGIN_PATH", "/one:/two/three::", 1);
   EXPECT_EQ(defaultSearchPath(), (std::vector<std::string>{"/one", "/two/three"}));
   unsetenv("PYRELUX_PLUGIN_PATH");
@@ -109,7 +109,7 @@ TEST_F(Host, TakesTheSearchPathFromTheEnvironment) {
   EXPECT_EQ(defaultSearchPath().back(), "/usr/lib/pyrelux");
 }
 
-TEST_F(Host, SaysWhatIsWrongWithABundle) {
+TEST_P(Host, SaysWhatIsWrongWithABundle) {
   FilterInfo nowhere = probe("Probe");
   nowhere.bundlePath = "/no/such.bundle";
   EXPECT_EQ(complaint([&] { Filter filter(nowhere); }),
@@ -125,7 +125,7 @@ TEST_F(Host, SaysWhatIsWrongWithABundle) {
 
 // --- Declarations and values
 
-TEST_F(Host, KeepsDeclarationsInOrderAndInAPersonsUnits) {
+TEST_P(Host, KeepsDeclarationsInOrderAndInAPersonsUnits) {
   const Filter filter(probe("Probe"));
   const auto &declarations = filter.parameters().declarations();
   ASSERT_EQ(declarations.size(), 7u);
@@ -147,7 +147,7 @@ TEST_F(Host, KeepsDeclarationsInOrderAndInAPersonsUnits) {
   EXPECT_EQ(filter.properties(), (std::map<std::string, bool>{{"IsThreadSafe", false}, {"SupportsRowBytes", true}}));
 }
 
-TEST_F(Host, FindsTheKeyBehindATranslatedLabel) {
+TEST_P(Host, FindsTheKeyBehindATranslatedLabel) {
   const Filter filter(findFilter({PYRELUX_TEST_BUNDLES}));
   EXPECT_EQ(filter.parameters().find(14)->key, "Pyrelux::Pyrelux");
   EXPECT_EQ(filter.parameters().find(14)->label, "Tongues");
@@ -155,7 +155,7 @@ TEST_F(Host, FindsTheKeyBehindATranslatedLabel) {
   EXPECT_EQ(filter.parameters().named("pyrelux").id, 14u);
 }
 
-TEST_F(Host, HandsDefaultsToTheFilterInItsUnits) {
+TEST_P(Host, HandsDefaultsToTheFilterInItsUnits) {
   Filter filter(probe("Probe"));
   renderer.render(filter, smallInput(false), 2.5, {});
   EXPECT_DOUBLE_EQ(reported(@"turn"), 0.5235987755982988) << "30 degrees in radians";
@@ -172,7 +172,7 @@ TEST_F(Host, HandsDefaultsToTheFilterInItsUnits) {
   EXPECT_EQ(reported(@"answersWrongKind"), 0);
 }
 
-TEST_F(Host, HandsSetValuesToTheFilterAndLeavesTheOthers) {
+TEST_P(Host, HandsSetValuesToTheFilterAndLeavesTheOthers) {
   Filter filter(probe("Probe"));
   ParameterSet &parameters = filter.parameters();
   parameters.set(parameters.named("turn"), {-90});
@@ -187,7 +187,7 @@ TEST_F(Host, HandsSetValuesToTheFilterAndLeavesTheOthers) {
 
 // --- Frames
 
-TEST_F(Host, TellsTheFilterWhatItsImagesAre) {
+TEST_P(Host, TellsTheFilterWhatItsImagesAre) {
   Filter filter(probe("Probe"));
   FrameSettings settings;
   settings.pixelAspect = 0.9;
@@ -214,7 +214,7 @@ TEST_F(Host, TellsTheFilterWhatItsImagesAre) {
   EXPECT_EQ(reported(@"y"), 0.875) << "the point counts from the first row, which is the top";
 }
 
-TEST_F(Host, BringsBytesThroughUnchangedWithBothOrigins) {
+TEST_P(Host, BringsBytesThroughUnchangedWithBothOrigins) {
   Filter filter(probe("Probe"));
   for (const Origin origin : {Origin::BottomLeft, Origin::TopLeft}) {
     FrameSettings settings;
@@ -225,7 +225,7 @@ TEST_F(Host, BringsBytesThroughUnchangedWithBothOrigins) {
   }
 }
 
-TEST_F(Host, BringsFloatsThroughAboveOneWithBothOrigins) {
+TEST_P(Host, BringsFloatsThroughAboveOneWithBothOrigins) {
   Filter filter(probe("Probe"));
   for (const Origin origin : {Origin::BottomLeft, Origin::TopLeft}) {
     FrameSettings settings;
@@ -236,14 +236,14 @@ TEST_F(Host, BringsFloatsThroughAboveOneWithBothOrigins) {
   }
 }
 
-TEST_F(Host, PremultipliesInFloatBeforeTheUpload) {
+TEST_P(Host, PremultipliesInFloatBeforeTheUpload) {
   Filter filter(probe("Probe"));
   Image input = Image::bytes(1, 1, Alpha::Straight);
   input.asBytes() = {200, 51, 255, 77};
   EXPECT_EQ(renderer.render(filter, input, 0, {}).asBytes(), (Image::Bytes{60, 15, 77, 77}));
 }
 
-TEST_F(Host, FollowsSizesAndDepthsFromFrameToFrame) {
+TEST_P(Host, FollowsSizesAndDepthsFromFrameToFrame) {
   Filter filter(probe("Probe"));
   FrameSettings deep;
   deep.floatOutput = true;
@@ -256,20 +256,20 @@ TEST_F(Host, FollowsSizesAndDepthsFromFrameToFrame) {
   }
 }
 
-TEST_F(Host, LeavesNoContextCurrent) {
+TEST_P(Host, LeavesNoContextCurrent) {
   Filter filter(probe("Probe"));
   renderer.render(filter, smallInput(false), 0, {});
   EXPECT_EQ(CGLGetCurrentContext(), nullptr);
 }
 
-TEST_F(Host, RefusesAnInputLargerThanTextures) {
+TEST_P(Host, RefusesAnInputLargerThanTextures) {
   Filter filter(probe("Probe"));
   EXPECT_NE(complaint([&] { renderer.render(filter, Image::bytes(100000, 1, Alpha::Straight), 0, {}); })
                 .find("the picture is 100000x1 pixels; the renderer takes "),
             std::string::npos);
 }
 
-TEST_F(Host, SaysWhatAFilterDidWrongAndGoesOn) {
+TEST_P(Host, SaysWhatAFilterDidWrongAndGoesOn) {
   const auto rendering = [&](const char *name) {
     Filter filter(probe(name));
     return complaint([&] { renderer.render(filter, smallInput(false), 4.5, {}); });
@@ -286,7 +286,7 @@ TEST_F(Host, SaysWhatAFilterDidWrongAndGoesOn) {
 
 // --- Renderers
 
-TEST_F(Host, NamesItsRenderers) {
+TEST_P(Host, NamesItsRenderers) {
   EXPECT_EQ(rendererNames().front(), "auto");
   EXPECT_EQ(rendererName(chooseRenderer("mesa")), "mesa");
   EXPECT_EQ(rendererName(chooseRenderer("soft")), "soft");
@@ -296,6 +296,9 @@ TEST_F(Host, NamesItsRenderers) {
   EXPECT_EQ(complaint([] { chooseRenderer("abacus"); }), "there is no backend 'abacus'");
   EXPECT_FALSE(renderer.description().empty());
 }
+
+INSTANTIATE_TEST_SUITE_P(Renderers, Host, ::testing::Values("mesa", "soft"),
+                         [](const auto &name) { return std::string(name.param); });
 
 }  // namespace
 }  // namespace pyrelux::host

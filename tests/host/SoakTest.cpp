@@ -24,7 +24,10 @@ double residentMegabytes() {
   return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE)) / 1e6;
 }
 
-TEST(Soak, MemoryStaysFlatOverFifteenHundredFrames) {
+class Soak : public ::testing::TestWithParam<const char *> {};
+INSTANTIATE_TEST_SUITE_P(Renderers, Soak, ::testing::Values("mesa", "soft"));
+
+TEST_P(Soak, MemoryStaysFlatOverFifteenHundredFrames) {
   constexpr int width = 1280;
   constexpr int height = 720;
   constexpr int frames = 1500;
@@ -41,7 +44,7 @@ TEST(Soak, MemoryStaysFlatOverFifteenHundredFrames) {
   Image input = Image::bytes(width, height, Alpha::Straight);
   for (std::size_t i = 0; i < input.sampleCount(); i += 7) input.asBytes()[i] = static_cast<std::uint8_t>(i);
 
-  FrameRenderer renderer(chooseRenderer("egl"));
+  FrameRenderer renderer(chooseRenderer(GetParam()));
   double early = 1e9;
   double late = 1e9;
   for (int frame = 0; frame < frames; ++frame) {
