@@ -17,6 +17,7 @@ struct _CGLPixelFormatObject {
 struct _CGLContextObject {
   Backend *backend;
   std::unique_ptr<Context> context;
+  std::shared_ptr<int> shareGroup;      ///< one for all contexts that share objects
   std::vector<CGLPBufferObj> pbuffers;  ///< those whose image lives in this context
 };
 
@@ -131,7 +132,7 @@ CGLError CGLCreateContext(CGLPixelFormatObj format, CGLContextObj share, CGLCont
   if (rendererId && backend != findBackend(rendererId)) return kCGLBadMatch;
   auto made = backend->createContext(format->format, share ? share->context.get() : nullptr);
   if (!made) return kCGLBadAlloc;
-  *context = new _CGLContextObject{backend, std::move(made), {}};
+  *context = new _CGLContextObject{backend, std::move(made), share ? share->shareGroup : std::make_shared<int>(), {}};
   return kCGLNoError;
 }
 
@@ -218,6 +219,6 @@ CGLError CGLTexImagePBuffer(CGLContextObj context, CGLPBufferObj pbuffer, GLenum
   if (!pbuffer || !pbuffer->surface) return kCGLBadDrawable;
   if (source != GL_FRONT_LEFT) return kCGLBadEnumeration;
   if (context != currentContext) return kCGLBadState;
-  if (context->backend != pbuffer->owner->backend) return kCGLBadMatch;
+  if (context->shareGroup != pbuffer->owner->shareGroup) return kCGLBadMatch;
   return context->context->attachToBoundTexture(*pbuffer->surface) ? kCGLNoError : kCGLBadState;
 }

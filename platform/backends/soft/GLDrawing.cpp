@@ -72,10 +72,11 @@ bool SoftContext::isComplete(const TextureObject &texture) {
 void SoftContext::addQuad() {
   if (!surface_) return;
   const Vertex (&v)[4] = corners_;
-  // Upright: two neighbouring corners share x, the others share y, all the way round, and the texture follows.
+  const TextureObject *texture = activeTexture();
+  // Upright: two neighbouring corners share x, the others share y, all the way round, and a texture follows.
   const auto upright = [&](int a, int b, int c, int d) {
-    return v[a].x == v[b].x && v[c].x == v[d].x && v[b].y == v[c].y && v[d].y == v[a].y && v[a].s == v[b].s &&
-           v[c].s == v[d].s && v[b].t == v[c].t && v[d].t == v[a].t;
+    const bool rectangle = v[a].x == v[b].x && v[c].x == v[d].x && v[b].y == v[c].y && v[d].y == v[a].y;
+    return rectangle && (!texture || (v[a].s == v[b].s && v[c].s == v[d].s && v[b].t == v[c].t && v[d].t == v[a].t));
   };
   const bool columnsFirst = upright(0, 1, 2, 3);
   if (!columnsFirst && !upright(1, 2, 3, 0)) {
@@ -100,15 +101,17 @@ void SoftContext::addQuad() {
 
   double perS = 1.0;
   double perT = 1.0;
-  if (const TextureObject *texture = activeTexture(); texture && texture->target == GL_TEXTURE_2D && texture->image) {
+  if (texture && texture->target == GL_TEXTURE_2D && texture->image) {
     perS = texture->image->width();
     perT = texture->image->height();
   }
   const int width = surface_->width();
   const int height = surface_->height();
   Quad quad;
-  quad.x = makeAxis(windowAt(0, from.x), windowAt(0, to.x), from.s * perS, to.s * perS, width);
-  quad.y = makeAxis(windowAt(1, from.y), windowAt(1, to.y), from.t * perT, to.t * perT, height);
+  // Without a texture the coordinates may be anything.
+  const auto coordinate = [&](float value, double scale) { return texture ? value * scale : 0.0; };
+  quad.x = makeAxis(windowAt(0, from.x), windowAt(0, to.x), coordinate(from.s, perS), coordinate(to.s, perS), width);
+  quad.y = makeAxis(windowAt(1, from.y), windowAt(1, to.y), coordinate(from.t, perT), coordinate(to.t, perT), height);
   quad.colour = v[3].colour;
   // The viewport clips as well.
   const auto clip = [](Axis &axis, int low, int size) {

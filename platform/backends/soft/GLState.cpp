@@ -16,6 +16,7 @@ constexpr GLenum GL_ZERO = 0;
 }  // namespace
 
 void SoftContext::ActiveTexture(GLenum unit) {
+  if (refusedInside()) return;
   // There is one unit.
   if (unit != GL_TEXTURE0) fail(GL_INVALID_ENUM);
 }

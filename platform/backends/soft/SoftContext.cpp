@@ -1,5 +1,7 @@
 #include "SoftContext.h"
 
+#include <new>
+
 #include "SoftLimits.h"
 
 namespace pyrelux::soft {
@@ -55,11 +57,17 @@ void SoftContext::releaseCurrent() { currentContext = nullptr; }
 
 std::unique_ptr<platform::Surface> SoftContext::createSurface(GLsizei width, GLsizei height) {
   if (width > largestTexture || height > largestTexture) return nullptr;
-  return std::make_unique<SoftSurface>(*this, samples_, width, height);
+  try {
+    return std::make_unique<SoftSurface>(*this, samples_, width, height);
+  } catch (const std::bad_alloc &) {
+    return nullptr;
+  }
 }
 
 bool SoftContext::drawInto(platform::Surface &surface) {
   surface_ = static_cast<SoftSurface *>(&surface);
+  // Quads of a primitive that is not ended were placed on another surface, which may have been larger.
+  pass_.quads.clear();
   if (!hadSurface_) viewport_ = {0, 0, surface_->width(), surface_->height()};
   hadSurface_ = true;
   return true;
@@ -76,7 +84,9 @@ bool SoftContext::attachToBoundTexture(platform::Surface &surface) {
 }
 
 void SoftContext::forget(const SoftSurface &surface) {
-  if (surface_ == &surface) surface_ = nullptr;
+  if (surface_ != &surface) return;
+  surface_ = nullptr;
+  pass_.quads.clear();
 }
 
 void SoftContext::fail(GLenum error) {
