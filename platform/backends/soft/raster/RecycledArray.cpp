@@ -13,6 +13,8 @@ constexpr std::align_val_t alignment{64};
 constexpr std::size_t smallestKept = std::size_t{256} << 10;
 /// What is kept at most: the surfaces and planes of a float frame in 4K are larger, those of smaller frames are not.
 constexpr std::size_t mostKept = std::size_t{256} << 20;
+/// About what one frame takes; more would only be left over from frames of other sizes.
+constexpr std::size_t mostBlocks = 16;
 
 struct Block {
   void *memory;
@@ -42,7 +44,7 @@ class Store {
     const std::lock_guard<std::mutex> lock(mutex_);
     blocks_.push_back({memory, bytes});
     kept_ += bytes;
-    while (kept_ > mostKept) {
+    while (kept_ > mostKept || blocks_.size() > mostBlocks) {
       kept_ -= blocks_.front().bytes;
       ::operator delete(blocks_.front().memory, alignment);
       blocks_.erase(blocks_.begin());
