@@ -1,5 +1,5 @@
-// Our software renderer against Mesa's: the flame pass alone and whole frames, both by turns in one run, as a table and as
-// JSON.
+// Our software renderer against Mesa's: the flame pass alone and whole frames, both by turns in one run, as a table and
+// as JSON.
 
 #include <CLI/CLI.hpp>
 #include <algorithm>

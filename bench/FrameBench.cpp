@@ -16,8 +16,8 @@ using namespace pyrelux;
 void wholeFrame(benchmark::State &state, const char *backend) {
   host::Filter filter(host::findFilter({PYRELUX_BENCH_BUNDLES}));
   host::FrameRenderer renderer(host::chooseRenderer(backend));
-  const Image input = bench::makePicture(bench::Picture::Title, static_cast<int>(state.range(0)),
-                                         static_cast<int>(state.range(1)));
+  const Image input =
+      bench::makePicture(bench::Picture::Title, static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
   host::FrameSettings settings;
   settings.floatOutput = state.range(2) == 16;
   filter.parameters().set(filter.parameters().named("color-depth"), {settings.floatOutput ? 1.0 : 0.0});

@@ -17,8 +17,8 @@ inline const char *pictureName(Picture picture) {
   return picture == Picture::Opaque ? "opaque" : picture == Picture::Random ? "random" : "title";
 }
 
-/// Premultiplied bytes: a plasma without holes; four channels of noise under their alpha; or white bars like letters over
-/// about 6 % of the picture, the rest empty.
+/// Premultiplied bytes: a plasma without holes; four channels of noise under their alpha; or white bars like letters
+/// over about 6 % of the picture, the rest empty.
 inline Image makePicture(Picture picture, int width, int height) {
   Image image = Image::bytes(width, height, Alpha::Premultiplied);
   std::mt19937 random(1);
@@ -29,7 +29,8 @@ inline Image makePicture(Picture picture, int width, int height) {
       switch (picture) {
         case Picture::Opaque:
           for (int c = 0; c < 3; ++c)
-            pixel[c] = static_cast<std::uint8_t>(127.5 + 127.5 * std::sin(7 * u + (5 + c) * v + 3 * std::sin(4 * v - c)));
+            pixel[c] =
+                static_cast<std::uint8_t>(127.5 + 127.5 * std::sin(7 * u + (5 + c) * v + 3 * std::sin(4 * v - c)));
           pixel[3] = 255;
           break;
         case Picture::Random:

@@ -59,7 +59,8 @@ media::FrameRate parseFrameRate(const std::string &text) {
     rate = fractionOf(*decimal);
   }
   if (rate.numerator <= 0 || rate.perSecond() > 1000.0)
-    throw UsageError("'" + text + "' is not a frame rate; write 24, 23.976 or 30000/1001, up to 1000 frames per second");
+    throw UsageError("'" + text +
+                     "' is not a frame rate; write 24, 23.976 or 30000/1001, up to 1000 frames per second");
   return rate;
 }
 

@@ -38,8 +38,8 @@ void followDepth(host::ParameterSet &parameters, int bits) {
       parameters.set(parameter, {1.0});
 }
 
-FrameRange chooseFrames(const std::optional<std::string> &text, const media::InputInfo &input, const std::string &inputPath,
-                        bool manyFrames) {
+FrameRange chooseFrames(const std::optional<std::string> &text, const media::InputInfo &input,
+                        const std::string &inputPath, bool manyFrames) {
   if (input.kind == media::InputKind::Still) {
     if (text) return parseFrameRange(*text);
     return manyFrames ? stillToMovie : stillToStill;
@@ -61,7 +61,8 @@ void refuseToReplaceInput(const RenderOptions &options, const media::InputInfo &
   const auto identity = [](const std::string &path) {
     struct stat status = {};
     const bool exists = stat(path.c_str(), &status) == 0;
-    return exists ? std::optional(std::pair<std::uintmax_t, std::uintmax_t>(status.st_dev, status.st_ino)) : std::nullopt;
+    return exists ? std::optional(std::pair<std::uintmax_t, std::uintmax_t>(status.st_dev, status.st_ino))
+                  : std::nullopt;
   };
   if (input.kind == media::InputKind::Sequence) {
     for (std::int64_t frame = input.firstFrame; frame <= input.lastFrame; ++frame)

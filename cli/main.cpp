@@ -23,8 +23,11 @@ int fail(const std::string &message, int exitCode) {
 std::string firstLine(const std::string &text) { return text.substr(0, text.find('\n')); }
 
 void addBackendOption(CLI::App &command, std::string &backend) {
-  command.add_option("--backend", backend, "What draws: auto (a GPU where there is one, else soft), gpu, mesa (Mesa's software renderer), soft (our own, on "
-                         "the processor), egl (a GPU, else mesa)")
+  command
+      .add_option("--backend", backend,
+                  "What draws: auto (a GPU where there is one, else soft), gpu, mesa (Mesa's software renderer), soft "
+                  "(our own, on "
+                  "the processor), egl (a GPU, else mesa)")
       ->check(CLI::IsMember(pyrelux::host::rendererNames()))
       ->option_text("NAME");
 }
@@ -39,8 +42,8 @@ int run(int argc, char **argv) {
 
   RenderOptions options;
   CLI::App *renderCommand = app.add_subcommand("render", "Burn a picture, a sequence or a movie");
-  renderCommand->add_option("INPUT", options.input,
-                            "Picture, movie, or numbered sequence with %04d or #### in its name")
+  renderCommand
+      ->add_option("INPUT", options.input, "Picture, movie, or numbered sequence with %04d or #### in its name")
       ->type_name("")
       ->required();
   renderCommand
@@ -55,7 +58,8 @@ int run(int argc, char **argv) {
                    "picture 1-48 into a movie or sequence, 1 into a picture)")
       ->type_name("RANGE");
   renderCommand
-      ->add_option("--fps", options.fps, "Frames per second of a movie, 24, 23.976 or 30000/1001 (default: the input's, else 24)")
+      ->add_option("--fps", options.fps,
+                   "Frames per second of a movie, 24, 23.976 or 30000/1001 (default: the input's, else 24)")
       ->type_name("RATE");
   renderCommand
       ->add_option("--set", options.settings,
@@ -73,7 +77,8 @@ int run(int argc, char **argv) {
   renderCommand->callback([&] { exitCode = render(options); });
 
   bool json = false;
-  CLI::App *parametersCommand = app.add_subcommand("parameters", "List the effect's parameters in the inspector's order");
+  CLI::App *parametersCommand =
+      app.add_subcommand("parameters", "List the effect's parameters in the inspector's order");
   parametersCommand->add_flag("--json", json, "As JSON");
   parametersCommand->callback([&] { exitCode = listParameters(json); });
 

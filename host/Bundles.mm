@@ -50,7 +50,8 @@ std::string groupName(NSDictionary *list, const std::string &uuid) {
   return {};
 }
 
-/// The bundle's property list, or nil; unlike NSDictionary's own way of reading a file, it logs nothing about a broken one.
+/// The bundle's property list, or nil; unlike NSDictionary's own way of reading a file, it logs nothing about a broken
+/// one.
 NSDictionary *propertyList(const fs::path &bundle) {
   NSData *data = [NSData dataWithContentsOfFile:toNSString((bundle / "Resources" / "Info-gnustep.plist").string())];
   if (!data) return nil;

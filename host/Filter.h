@@ -9,8 +9,8 @@
 
 namespace pyrelux::host {
 
-/// A filter object of a loaded bundle, with the parameter values that this host owns for it. A bundle stays loaded once it
-/// is. Thread: one at a time.
+/// A filter object of a loaded bundle, with the parameter values that this host owns for it. A bundle stays loaded once
+/// it is. Thread: one at a time.
 class Filter {
  public:
   /// Loads the bundle, creates the object and asks it for its properties and parameters. Throws HostError: a bundle

@@ -18,8 +18,8 @@ struct FrameSettings {
   double pixelAspect = 1.0;  ///< of input and output: width of a pixel / its height
 };
 
-/// Takes filters through the frame cycle: input up, set-up, render, clean-up, output back. Owns an OpenGL context and the
-/// two images, and keeps them from frame to frame. Thread: one at a time; no context is left current.
+/// Takes filters through the frame cycle: input up, set-up, render, clean-up, output back. Owns an OpenGL context and
+/// the two images, and keeps them from frame to frame. Thread: one at a time; no context is left current.
 class FrameRenderer {
  public:
   /// `rendererId` as chooseRenderer() gives it. Throws HostError when it gives no context.
@@ -28,9 +28,9 @@ class FrameRenderer {
   FrameRenderer(const FrameRenderer &) = delete;
   FrameRenderer &operator=(const FrameRenderer &) = delete;
 
-  /// One frame at the frame time (a frame number, fractions allowed): premultiplied, bytes or floats as the settings say.
-  /// `input` may have either alpha and either kind of samples. Throws HostError: an input larger than the renderer's
-  /// textures, a filter that renders in software only, that refuses the frame or leaves an OpenGL error.
+  /// One frame at the frame time (a frame number, fractions allowed): premultiplied, bytes or floats as the settings
+  /// say. `input` may have either alpha and either kind of samples. Throws HostError: an input larger than the
+  /// renderer's textures, a filter that renders in software only, that refuses the frame or leaves an OpenGL error.
   Image render(Filter &filter, const Image &input, double timeFrames, const FrameSettings &settings);
 
   /// What OpenGL says it is.

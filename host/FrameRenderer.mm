@@ -235,8 +235,8 @@ Image FrameRenderer::render(Filter &filter, const Image &input, double timeFrame
 
     UInt64 width = 0;
     UInt64 height = 0;
-    if (![objects.filter getOutputWidth:&width height:&height withInput:inputInfo withInfo:renderInfo] ||
-        width == 0 || height == 0)
+    if (![objects.filter getOutputWidth:&width height:&height withInput:inputInfo withInfo:renderInfo] || width == 0 ||
+        height == 0)
       throw HostError(name + " gives no output size");
     output.fit(static_cast<GLsizei>(width), static_cast<GLsizei>(height));
   });

@@ -8,8 +8,8 @@
 
 namespace pyrelux::host {
 
-/// Reads a value: a number (angles in degrees); "#rrggbb" or "r,g,b" in 0..1; "x,y"; an entry's index or name in any case.
-/// The range is not checked. Throws HostError that names the parameter and what it takes.
+/// Reads a value: a number (angles in degrees); "#rrggbb" or "r,g,b" in 0..1; "x,y"; an entry's index or name in any
+/// case. The range is not checked. Throws HostError that names the parameter and what it takes.
 ParameterValue parseValue(const ParameterDeclaration &parameter, const std::string &text);
 
 /// The shortest text that parseValue() turns into the same value; popups by the entry's name.

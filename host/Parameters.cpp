@@ -141,8 +141,10 @@ void ParameterSet::set(const ParameterDeclaration &parameter, const ParameterVal
     if (!std::isfinite(number)) refuse("it has to be a finite number");
   if (parameter.hasRange() && (value[0] < parameter.minimum || value[0] > parameter.maximum))
     refuse("its range is " + formatRange(parameter));
-  if (parameter.kind == ParameterKind::Integer && value[0] != std::floor(value[0])) refuse("it has to be a whole number");
-  if (parameter.kind == ParameterKind::Popup && (value[0] < 0 || value[0] >= static_cast<double>(parameter.entries.size())))
+  if (parameter.kind == ParameterKind::Integer && value[0] != std::floor(value[0]))
+    refuse("it has to be a whole number");
+  if (parameter.kind == ParameterKind::Popup &&
+      (value[0] < 0 || value[0] >= static_cast<double>(parameter.entries.size())))
     refuse("its entries are " + formatEntries(parameter));
   if (parameter.kind == ParameterKind::Colour)
     for (const double channel : value)

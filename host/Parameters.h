@@ -30,8 +30,8 @@ struct ParameterDeclaration {
   double maximum = 0.0;
   double sliderMinimum = 0.0;
   double sliderMaximum = 0.0;
-  double delta = 0.0;                 ///< step of integers and floats
-  std::vector<std::string> entries;   ///< of a popup, translated
+  double delta = 0.0;                ///< step of integers and floats
+  std::vector<std::string> entries;  ///< of a popup, translated
 
   bool hasRange() const;
   /// "degrees", "entry", "0..1", …; empty for plain numbers.
@@ -55,8 +55,8 @@ class ParameterSet {
   /// The declaration with that id, or null.
   const ParameterDeclaration *find(std::uint32_t id) const;
 
-  /// The parameter that a person means: an id, a key, a label or key label in any case, or a slug. Throws HostError with
-  /// the nearest name when there is none.
+  /// The parameter that a person means: an id, a key, a label or key label in any case, or a slug. Throws HostError
+  /// with the nearest name when there is none.
   const ParameterDeclaration &named(const std::string &name) const;
 
   ParameterValue value(std::uint32_t id) const;

@@ -15,8 +15,10 @@ struct Choice {
 const std::vector<Choice> &choices() {
   using namespace platform;
   static const std::vector<Choice> all = {
-      {"auto", {kRendererGPU, kRendererSoft}}, {"gpu", {kRendererGPU}},
-      {"mesa", {kRendererMesa}},               {"soft", {kRendererSoft}},
+      {"auto", {kRendererGPU, kRendererSoft}},
+      {"gpu", {kRendererGPU}},
+      {"mesa", {kRendererMesa}},
+      {"soft", {kRendererSoft}},
       {"egl", {kRendererGPU, kRendererMesa}},
   };
   return all;

@@ -10,8 +10,8 @@ namespace pyrelux::host {
 /// renderer), "soft" (our own), "egl" (a GPU, else Mesa).
 const std::vector<std::string> &rendererNames();
 
-/// The id of a renderer that can draw here, the best of those that the word allows. Throws HostError with the reason and the
-/// remedy when there is none.
+/// The id of a renderer that can draw here, the best of those that the word allows. Throws HostError with the reason
+/// and the remedy when there is none.
 std::int32_t chooseRenderer(const std::string &name);
 
 /// The word for a renderer's id.

@@ -39,8 +39,8 @@ Image convertColour(const Image &image, Alpha alpha, Convert convert) {
   return result;
 }
 
-/// What the float arithmetic gives for bytes, at a fraction of the time: colour * alpha / 255 never lies halfway between two
-/// levels, so rounding it in whole numbers is the same.
+/// What the float arithmetic gives for bytes, at a fraction of the time: colour * alpha / 255 never lies halfway
+/// between two levels, so rounding it in whole numbers is the same.
 Image premultipliedBytes(const Image &image) {
   Image result = Image::bytes(image.width(), image.height(), Alpha::Premultiplied);
   const std::uint8_t *from = image.asBytes().data();

@@ -64,9 +64,9 @@ class Reader {
 };
 
 struct OutputFormat {
-  int width = 0;      ///< pixels
-  int height = 0;     ///< pixels
-  int bits = 8;       ///< 8 or 16 per component asked for; PNG and FFV1 follow it, the others have a depth of their own
+  int width = 0;   ///< pixels
+  int height = 0;  ///< pixels
+  int bits = 8;    ///< 8 or 16 per component asked for; PNG and FFV1 follow it, the others have a depth of their own
   FrameRate frameRate;  ///< of a movie
 };
 

@@ -11,7 +11,8 @@
   id<PROAPIAccessing> _apiManager;  ///< the host's; not retained, as hosts own it for the filter's life
   NSBundle *_bundle;                ///< the bundle that holds this class
 
-  // The popup being declared. Both popups go through the same fields, so these hold the last one's entries: this is meant.
+  // The popup being declared. Both popups go through the same fields, so these hold the last one's entries: this is
+  // meant.
   NSArray *popupmenu1;
   NSString *popup1;
   NSString *popup2;

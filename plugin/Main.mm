@@ -184,8 +184,7 @@
   NSImage *logo = path ? [[[NSImage alloc] initWithContentsOfFile:path] autorelease] : nil;
   // Without a logo the button is there all the same, without a size; a message to nil would not give that everywhere.
   const NSSize size = logo ? [logo size] : NSMakeSize(0.0, 0.0);
-  NSButton *button =
-      [[[NSButton alloc] initWithFrame:NSMakeRect(0.0, 0.0, size.width, size.height)] autorelease];
+  NSButton *button = [[[NSButton alloc] initWithFrame:NSMakeRect(0.0, 0.0, size.width, size.height)] autorelease];
   [button setBezelStyle:NSRegularSquareBezelStyle];
   [button setTitle:@""];
   [button setImage:logo];

@@ -17,12 +17,12 @@ enum class RowKind { Header, IntSlider, FloatSlider, AngleSlider, Colour, Point,
 struct ParameterRow {
   ParameterId id;
   RowKind kind;
-  const char *key;             ///< looked up in the bundle's string table; the header's name is shown as it is
-  double defaults[3] = {};     ///< one value; red, green, blue; x, y; or an entry's index. Angles in degrees
-  double minimum = 0.0;        ///< of values and of the slider's travel alike. Angles in radians
+  const char *key;          ///< looked up in the bundle's string table; the header's name is shown as it is
+  double defaults[3] = {};  ///< one value; red, green, blue; x, y; or an entry's index. Angles in degrees
+  double minimum = 0.0;     ///< of values and of the slider's travel alike. Angles in radians
   double maximum = 0.0;
   double delta = 0.0;
-  const char *entries[2] = {}; ///< keys of a popup's entries, by index
+  const char *entries[2] = {};  ///< keys of a popup's entries, by index
 };
 
 constexpr ParameterRow kParameterTable[] = {

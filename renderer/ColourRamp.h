@@ -6,14 +6,15 @@
 
 namespace pyrelux {
 
-/// The tint of a copy from its place along the tongue: the sum of up to ten stops, each a colour faded in and out over a
-/// range of positions by one of 17 curves. Lives on the stack; nothing is allocated.
+/// The tint of a copy from its place along the tongue: the sum of up to ten stops, each a colour faded in and out over
+/// a range of positions by one of 17 curves. Lives on the stack; nothing is allocated.
 class ColourRamp {
  public:
   static constexpr int capacity = 10;
 
-  /// Adds a stop; at most `capacity` of them. It acts where start <= p <= end. `bias` (0 .. 1) bends the position inside the
-  /// range: 0.5 hardly, less pushes it up, more pushes it down. `curveType` is 0 .. 16; any other contributes nothing.
+  /// Adds a stop; at most `capacity` of them. It acts where start <= p <= end. `bias` (0 .. 1) bends the position
+  /// inside the range: 0.5 hardly, less pushes it up, more pushes it down. `curveType` is 0 .. 16; any other
+  /// contributes nothing.
   void addStop(std::int32_t curveType, double start, double end, double bias, const Colour &colour, const Colour &gain);
 
   /// The colour at position p. Not clamped: overlapping stops may exceed 1.

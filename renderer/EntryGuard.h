@@ -4,8 +4,8 @@
 
 namespace pyrelux {
 
-/// Set while a render of any filter in the process is inside its body. A plain flag, tested and set without a lock: that
-/// two renders that test it at the same moment can both enter is known, and hosts call one at a time.
+/// Set while a render of any filter in the process is inside its body. A plain flag, tested and set without a lock:
+/// that two renders that test it at the same moment can both enter is known, and hosts call one at a time.
 extern bool functionActive;
 
 /// Lets one render at a time into its body. A render that finds it taken waits in busy steps of 0.2 s of the process's

@@ -24,8 +24,7 @@ void fillCommonSteps(const Snapshot &s, double turbulencePhase, Tongue &tongue, 
   for (double j = 0.0; j <= s.steps; j += 1.0) {
     const int entry = tongue.count;
     const double t = 1.0 - j / s.steps;
-    const double weight =
-        s.weight >= 0.0 ? t + (1.0 - s.weight / 100.0) * (1.0 - t) : (s.weight / 100.0) * t + 1.0;
+    const double weight = s.weight >= 0.0 ? t + (1.0 - s.weight / 100.0) * (1.0 - t) : (s.weight / 100.0) * t + 1.0;
     const double scale = t * s.attract / 100.0 + 1.0;
     tongue.stepPos[entry] = t;
     tongue.stepWeight[entry] = weight;
@@ -76,8 +75,8 @@ void generateFlamePath(const Snapshot &s, double time, const PhaseAccumulators &
       const double distance = common.reach[entry] * (1.0 + turbulence * common.turbulence[entry]);
       // Always t; kept as a draw is meant, so that every step takes one value of the generator.
       const double r = rnd(t, t);
-      const double wiggle = noise(
-          phases.currentFrame_for_wiggleTurbulence + (i * 300.0 - t * 20.0) * s.wiggleTurbulence, 10.0, -t, t);
+      const double wiggle =
+          noise(phases.currentFrame_for_wiggleTurbulence + (i * 300.0 - t * 20.0) * s.wiggleTurbulence, 10.0, -t, t);
       const double angle = s.direction + tongueSpread * r * spreads + wiggle * s.wiggleAmount;
       tongue.stepOffsetX[entry] = std::sin(angle) * distance;
       tongue.stepOffsetY[entry] = std::cos(angle) * distance;

@@ -22,8 +22,7 @@ void FlameQuads::prepareTints(const Tongue &tongue) {
   for (int i = 0; i < tongue.count; ++i) {
     if (tongue.stepWeight[i] <= 0.0) continue;
     const Colour colour = ramp_.evaluate(tongue.stepPos[i]);
-    const double intensity =
-        tongue.stepWeight[i] / (((snapshot_.glow * tongue.weightSum) / 100.0) * snapshot_.tongues);
+    const double intensity = tongue.stepWeight[i] / (((snapshot_.glow * tongue.weightSum) / 100.0) * snapshot_.tongues);
     tints_[i] = {static_cast<float>(intensity * colour.red), static_cast<float>(intensity * colour.green),
                  static_cast<float>(intensity * colour.blue)};
   }

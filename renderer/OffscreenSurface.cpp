@@ -15,8 +15,8 @@ __attribute__((noinline)) VaroPBuffer_tag *allocateUnusedRecord() {
 
 void createSurface(double width, double height, double bitDepth) {
   sharedContext = CGLGetCurrentContext();
-  pbuffer = PBuffer_Create(sharedContext, static_cast<int>(width), static_cast<int>(height),
-                           static_cast<int>(bitDepth), 0);
+  pbuffer =
+      PBuffer_Create(sharedContext, static_cast<int>(width), static_cast<int>(height), static_cast<int>(bitDepth), 0);
   pbuffer_created = 1;
   pbuffer_on = 0;
 }

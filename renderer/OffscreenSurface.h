@@ -7,13 +7,13 @@
 
 namespace pyrelux {
 
-extern VaroPBuffer_tag *pbuffer;       ///< the surface; may be used only while pbuffer_created is 1
-extern std::int32_t pbuffer_created;   ///< 1 from PBuffer_Create to PBuffer_Destroy
-extern std::int32_t pbuffer_on;        ///< 1 from PBuffer_Begin to PBuffer_End
-extern CGLContextObj sharedContext;    ///< current when the surface was last created
-extern double initWidth;               ///< pixels, of the surface last created
+extern VaroPBuffer_tag *pbuffer;      ///< the surface; may be used only while pbuffer_created is 1
+extern std::int32_t pbuffer_created;  ///< 1 from PBuffer_Create to PBuffer_Destroy
+extern std::int32_t pbuffer_on;       ///< 1 from PBuffer_Begin to PBuffer_End
+extern CGLContextObj sharedContext;   ///< current when the surface was last created
+extern double initWidth;              ///< pixels, of the surface last created
 extern double initHeight;
-extern double initBitDepth;            ///< 8 or 16
+extern double initBitDepth;  ///< 8 or 16
 
 /// Makes sure that the surface exists with this size and depth, and begins it.
 void beginSurface(double width, double height, double bitDepth);

@@ -18,7 +18,7 @@ struct VaroPBuffer_tag {
   std::int32_t height = 0;               ///< pixels
   GLuint texture = 0;                    ///< name in the reading context; made by the first PBuffer_Use
   bool clearOnBegin = true;
-  bool written = false;                  ///< drawn since the last PBuffer_Use
+  bool written = false;  ///< drawn since the last PBuffer_Use
 };
 
 /// Bits of PBuffer_Create's flags.

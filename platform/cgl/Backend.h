@@ -11,8 +11,8 @@ namespace pyrelux::platform {
 
 /// What a pixel format asks for.
 struct PixelFormat {
-  int colorBits = 32;           ///< of a whole pixel
-  bool floatComponents = false; ///< half float with 64 color bits
+  int colorBits = 32;            ///< of a whole pixel
+  bool floatComponents = false;  ///< half float with 64 color bits
   int depthBits = 0;
   std::int32_t rendererId = 0;  ///< 0: any
 };

@@ -92,21 +92,21 @@ FormulaFrame flameByFormula(const Image &input, Snapshot s, double time, bool to
   frame.copies.assign(pixels, 0);
   frame.atAnEdge.assign(pixels, false);
   // Pixels are numbered as the frame is, from the top, whichever way the texture's rows run.
-  const auto pixelAt = [&](int x, int y) {
-    return static_cast<std::size_t>(topLeft ? y : height - 1 - y) * width + x;
-  };
+  const auto pixelAt = [&](int x, int y) { return static_cast<std::size_t>(topLeft ? y : height - 1 - y) * width + x; };
   const ColourRamp ramp = makeFlameRamp(s.inner, s.centre, s.outer);
 
   double oldFrame = 0, turbulencePhase = 0, wigglePhase = 0;
   generateFlamePath(s, time, {oldFrame, turbulencePhase, wigglePhase}, [&](const Tongue &tongue) {
     const double g = (s.glow + 9.5) * static_cast<double>(0.02820079f);
     const double alpha = static_cast<double>(1.0f / static_cast<float>(tongue.count)) / s.tongues *
-                             (1 / (g * g) + static_cast<double>(0.9f)) + 1.0 / 256;
+                             (1 / (g * g) + static_cast<double>(0.9f)) +
+                         1.0 / 256;
     for (int i = 0; i < tongue.count; ++i) {
       if (tongue.stepWeight[i] <= 0) continue;
       const Colour tint = ramp.evaluate(tongue.stepPos[i]);
       const double intensity = tongue.stepWeight[i] / (s.glow * tongue.weightSum / 100 * s.tongues);
-      const double colour[4] = {std::clamp(intensity * tint.red, 0.0, 1.0), std::clamp(intensity * tint.green, 0.0, 1.0),
+      const double colour[4] = {std::clamp(intensity * tint.red, 0.0, 1.0),
+                                std::clamp(intensity * tint.green, 0.0, 1.0),
                                 std::clamp(intensity * tint.blue, 0.0, 1.0), std::clamp(alpha, 0.0, 1.0)};
       // An image's point p lies at (p + offset - about) * scale + about.
       const auto place = [&](double p, double offset, double about) {

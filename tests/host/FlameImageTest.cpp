@@ -44,14 +44,14 @@ class SetSource : public ParameterSource {
 
 /// Four different channels, no symmetry, alpha between 0 and 1: what is mirrored, swapped or divided shows.
 Image asymmetricInput(int width, int height, bool floats) {
-  Image image = floats ? Image::floats(width, height, Alpha::Premultiplied)
-                       : Image::bytes(width, height, Alpha::Premultiplied);
+  Image image =
+      floats ? Image::floats(width, height, Alpha::Premultiplied) : Image::bytes(width, height, Alpha::Premultiplied);
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
       const double u = (x + 0.5) / width, v = (y + 0.5) / height;
       const double alpha = 0.25 + 0.7 * u * (1 - 0.5 * v);
-      const double value[4] = {alpha * (0.2 + 0.8 * v), alpha * (0.9 - 0.7 * u), alpha * (0.5 + 0.5 * std::sin(9 * u + 5 * v)),
-                               alpha};
+      const double value[4] = {alpha * (0.2 + 0.8 * v), alpha * (0.9 - 0.7 * u),
+                               alpha * (0.5 + 0.5 * std::sin(9 * u + 5 * v)), alpha};
       for (std::size_t c = 0; c < 4; ++c) {
         const std::size_t at = 4 * (static_cast<std::size_t>(y) * width + x) + c;
         if (floats)
@@ -79,21 +79,43 @@ const Scene scenes[] = {
     {"OddSize", 61, 37, 7.5, {{"steps", "12"}, {"pyrelux", "3"}, {"glow", "60"}}},
     {"Cover", 64, 36, 2, {{"steps", "10"}, {"pyrelux", "2"}, {"source-opacity", "0.4"}, {"source-mode", "cover"}}},
     {"Mix", 64, 36, 2, {{"steps", "10"}, {"pyrelux", "2"}, {"source-opacity", "0.4"}, {"source-mode", "mix"}}},
-    {"Crops", 80, 45, 5,
-     {{"steps", "10"}, {"pyrelux", "2"}, {"crop-left", "0.1"}, {"crop-right", "0.25"}, {"crop-top", "0.3"}, {"crop-bottom", "0.05"}}},
-    {"Attract", 64, 48, 4,
+    {"Crops",
+     80,
+     45,
+     5,
+     {{"steps", "10"},
+      {"pyrelux", "2"},
+      {"crop-left", "0.1"},
+      {"crop-right", "0.25"},
+      {"crop-top", "0.3"},
+      {"crop-bottom", "0.05"}}},
+    {"Attract",
+     64,
+     48,
+     4,
      {{"steps", "14"}, {"pyrelux", "3"}, {"attract-repel", "66"}, {"point-attract-repel", "0.3,0.8"}, {"glow", "80"}}},
-    {"Repel", 64, 48, 4,
+    {"Repel",
+     64,
+     48,
+     4,
      {{"steps", "14"}, {"pyrelux", "3"}, {"attract-repel", "-55"}, {"point-attract-repel", "0.7,0.2"}, {"glow", "80"}}},
-    {"Sideways", 48, 48, 9,
-     {{"steps", "10"}, {"pyrelux", "4"}, {"direction", "75"}, {"length-of-pyrelux", "70"}, {"weight-inner-outer", "-60"},
-      {"color-inner", "#2060ff"}, {"color-center", "0.3,0.9,0.7"}, {"color-outer", "#ff40c0"}}},
+    {"Sideways",
+     48,
+     48,
+     9,
+     {{"steps", "10"},
+      {"pyrelux", "4"},
+      {"direction", "75"},
+      {"length-of-pyrelux", "70"},
+      {"weight-inner-outer", "-60"},
+      {"color-inner", "#2060ff"},
+      {"color-center", "0.3,0.9,0.7"},
+      {"color-outer", "#ff40c0"}}},
     {"OnePixel", 1, 1, 1, {{"steps", "10"}, {"pyrelux", "2"}, {"source-opacity", "0.5"}}},
 };
 
 class FlameImage : public ::testing::TestWithParam<std::tuple<Scene, Origin, const char *>> {
  protected:
-
   void apply(bool deep) {
     for (const auto &[name, value] : scene().settings) {
       const ParameterDeclaration &parameter = filter.parameters().named(name);
@@ -163,8 +185,8 @@ TEST_P(FlameImage, SixteenBitFollowsTheFormula) {
   for (std::size_t i = 0; i < formula.exact.size(); ++i) {
     if (formula.atAnEdge[i / 4]) continue;
     const double value = formula.exact[i];
-    // A half keeps 11 bits; a renderer may cut instead of round, so each copy and each pass may lose one unit of the sum
-    // so far, and small values lose a subnormal's unit.
+    // A half keeps 11 bits; a renderer may cut instead of round, so each copy and each pass may lose one unit of the
+    // sum so far, and small values lose a subnormal's unit.
     const double unit = std::max(value, 1.0 / 16384) / 1024;
     ASSERT_NEAR(image.asFloats()[i], value, unit * (formula.copies[i / 4] + 2))
         << "at " << place(i) << ", copies " << formula.copies[i / 4];

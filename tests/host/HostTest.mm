@@ -95,7 +95,9 @@ TEST_P(Host, SearchesFoldersInOrderAndSkipsWhatIsNoBundle) {
   EXPECT_TRUE(findFilters({folder.string(), "/no/such/folder"}).empty());
   EXPECT_EQ(findFilter({folder.string(), PYRELUX_TEST_BUNDLES, PYRELUX_PROBE_BUNDLES}).className, "Pyrelux_64");
   EXPECT_EQ(findFilter({PYRELUX_PROBE_BUNDLES, PYRELUX_TEST_BUNDLES}).className, "ProbeFilter");
-  EXPECT_EQ(complaint([&] { findFilter({"/no/a", "/no/b"}); }),
+  EXPECT_EQ(complaint([&] {
+              findFilter({"/no/a", "/no/b"});
+            }),
             "no filter bundle in /no/a, /no/b; name the folder that holds Pyrelux.bundle in PYRELUX_PLUGIN_PATH");
   fs::remove_all(folder);
 }
@@ -112,8 +114,9 @@ TEST_P(Host, TakesTheSearchPathFromTheEnvironment) {
 TEST_P(Host, SaysWhatIsWrongWithABundle) {
   FilterInfo nowhere = probe("Probe");
   nowhere.bundlePath = "/no/such.bundle";
-  EXPECT_EQ(complaint([&] { Filter filter(nowhere); }),
-            "the bundle '/no/such.bundle' can't be loaded: its binary is missing or damaged; build or install it again");
+  EXPECT_EQ(
+      complaint([&] { Filter filter(nowhere); }),
+      "the bundle '/no/such.bundle' can't be loaded: its binary is missing or damaged; build or install it again");
   const std::string bundle = probe("Probe").bundlePath;
   EXPECT_EQ(complaint([] { Filter filter(probe("Missing")); }),
             "the bundle '" + bundle + "' has no class 'MissingFilter'");
@@ -264,8 +267,9 @@ TEST_P(Host, LeavesNoContextCurrent) {
 
 TEST_P(Host, RefusesAnInputLargerThanTextures) {
   Filter filter(probe("Probe"));
-  EXPECT_NE(complaint([&] { renderer.render(filter, Image::bytes(100000, 1, Alpha::Straight), 0, {}); })
-                .find("the picture is 100000x1 pixels; the renderer takes "),
+  EXPECT_NE(complaint([&] {
+              renderer.render(filter, Image::bytes(100000, 1, Alpha::Straight), 0, {});
+            }).find("the picture is 100000x1 pixels; the renderer takes "),
             std::string::npos);
 }
 

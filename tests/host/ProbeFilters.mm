@@ -45,16 +45,37 @@ static void note(NSString *name, double value) {
 
 - (BOOL)addParameters {
   id<FxParameterCreationAPI> api = [_apiManager apiForProtocol:@protocol(FxParameterCreationAPI)];
-  [api addAngleSliderWithName:@"Turn" parmId:7 defaultValue:30.0 parameterMin:-3.141592653589793
-                 parameterMax:6.283185307179586 parmFlags:0];
-  [api addIntSliderWithName:@"Count" parmId:3 defaultValue:5 parameterMin:1 parameterMax:9 sliderMin:2 sliderMax:8
-                      delta:1 parmFlags:0];
-  [api addFloatSliderWithName:@"Amount" parmId:2 defaultValue:0.5 parameterMin:-1 parameterMax:1 sliderMin:0
-                    sliderMax:1 delta:0.01 parmFlags:0];
+  [api addAngleSliderWithName:@"Turn"
+                       parmId:7
+                 defaultValue:30.0
+                 parameterMin:-3.141592653589793
+                 parameterMax:6.283185307179586
+                    parmFlags:0];
+  [api addIntSliderWithName:@"Count"
+                     parmId:3
+               defaultValue:5
+               parameterMin:1
+               parameterMax:9
+                  sliderMin:2
+                  sliderMax:8
+                      delta:1
+                  parmFlags:0];
+  [api addFloatSliderWithName:@"Amount"
+                       parmId:2
+                 defaultValue:0.5
+                 parameterMin:-1
+                 parameterMax:1
+                    sliderMin:0
+                    sliderMax:1
+                        delta:0.01
+                    parmFlags:0];
   [api addColorParameterWithName:@"Tint" parmId:4 defaultRed:0.25 defaultGreen:0.5 defaultBlue:0.75 parmFlags:0];
   [api addPointParameterWithName:@"Centre" parmId:5 defaultX:0.25 defaultY:0.125 parmFlags:0];
-  [api addPopupMenuWithName:@"Mode" parmId:6 defaultValue:1
-                menuEntries:[NSArray arrayWithObjects:@"First", @"Second One", nil] parmFlags:0];
+  [api addPopupMenuWithName:@"Mode"
+                     parmId:6
+               defaultValue:1
+                menuEntries:[NSArray arrayWithObjects:@"First", @"Second One", nil]
+                  parmFlags:0];
   [api addCustomParameterWithName:@"Header" parmId:1 defaultValue:nil parmFlags:64];
   return YES;
 }
@@ -63,7 +84,9 @@ static void note(NSString *name, double value) {
   return parmId > 0;
 }
 
-- (BOOL)getOutputWidth:(UInt64 *)width height:(UInt64 *)height withInput:(FxImageInfo)info
+- (BOOL)getOutputWidth:(UInt64 *)width
+                height:(UInt64 *)height
+             withInput:(FxImageInfo)info
               withInfo:(FxRenderInfo)renderInfo {
   note(@"outputAsked", renderInfo.frame);
   *width = info.width;
@@ -71,7 +94,9 @@ static void note(NSString *name, double value) {
   return YES;
 }
 
-- (BOOL)frameSetup:(FxRenderInfo)info inputInfo:(FxImageInfo)inputInfo hardware:(BOOL *)hardware
+- (BOOL)frameSetup:(FxRenderInfo)info
+         inputInfo:(FxImageInfo)inputInfo
+          hardware:(BOOL *)hardware
           software:(BOOL *)software {
   note(@"inputDepth", inputInfo.depth);
   note(@"inputPremultiplied", inputInfo.isPremultiplied);
@@ -197,7 +222,9 @@ static void note(NSString *name, double value) {
 @interface SoftwareFilter : ProbeFilter
 @end
 @implementation SoftwareFilter
-- (BOOL)frameSetup:(FxRenderInfo)info inputInfo:(FxImageInfo)inputInfo hardware:(BOOL *)hardware
+- (BOOL)frameSetup:(FxRenderInfo)info
+         inputInfo:(FxImageInfo)inputInfo
+          hardware:(BOOL *)hardware
           software:(BOOL *)software {
   (void)info, (void)inputInfo;
   *hardware = NO;
@@ -210,7 +237,9 @@ static void note(NSString *name, double value) {
 @interface SizelessFilter : ProbeFilter
 @end
 @implementation SizelessFilter
-- (BOOL)getOutputWidth:(UInt64 *)width height:(UInt64 *)height withInput:(FxImageInfo)info
+- (BOOL)getOutputWidth:(UInt64 *)width
+                height:(UInt64 *)height
+             withInput:(FxImageInfo)info
               withInfo:(FxRenderInfo)renderInfo {
   (void)width, (void)height, (void)info, (void)renderInfo;
   return NO;

@@ -40,8 +40,8 @@ TEST(Image, EveryByteSurvivesTheWayToFloatAndBack) {
 
 TEST(Image, BytesRoundToTheNearestLevelAndClip) {
   const float half = 0.5f / 255.0f;
-  const Image image = floatPixel(100.0f / 255.0f + 0.99f * half, 100.0f / 255.0f + 1.01f * half, -3.0f, 7.0f,
-                                 Alpha::Premultiplied);
+  const Image image =
+      floatPixel(100.0f / 255.0f + 0.99f * half, 100.0f / 255.0f + 1.01f * half, -3.0f, 7.0f, Alpha::Premultiplied);
   EXPECT_EQ(toBytes(image).asBytes(), (Image::Bytes{100, 101, 0, 255}));
 }
 
@@ -84,8 +84,7 @@ TEST(Image, StraighteningUndoesPremultiplying) {
 TEST(Image, AGlowAboveAlphaSurvivesAsFloatAndClipsAsBytes) {
   EXPECT_EQ(straightened(floatPixel(0.5f, 0.25f, 0.0f, 0.25f, Alpha::Premultiplied)).asFloats(),
             (Image::Floats{2.0f, 1.0f, 0.0f, 0.25f}));
-  EXPECT_EQ(straightened(bytePixel(128, 64, 0, 64, Alpha::Premultiplied)).asBytes(),
-            (Image::Bytes{255, 255, 0, 64}));
+  EXPECT_EQ(straightened(bytePixel(128, 64, 0, 64, Alpha::Premultiplied)).asBytes(), (Image::Bytes{255, 255, 0, 64}));
 }
 
 TEST(Image, ColourWithoutAlphaIsKept) {

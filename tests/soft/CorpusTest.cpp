@@ -30,7 +30,8 @@ std::vector<path> filesOf(const char *fuzzer) {
 
 std::string nameOf(const ::testing::TestParamInfo<path> &file) {
   std::string name = file.param.filename().string();
-  std::replace_if(name.begin(), name.end(), [](unsigned char c) { return !std::isalnum(c); }, '_');
+  std::replace_if(
+      name.begin(), name.end(), [](unsigned char c) { return !std::isalnum(c); }, '_');
   return name;
 }
 

@@ -135,9 +135,7 @@ const Call badCalls[] = {
        image(rectangle, 0, GL_RGBA8, largest + 1, 1, 0, GL_RGBA, GL_UNSIGNED_BYTE);
      }},
     {"TexImageTooHigh", GL_INVALID_VALUE,
-     [] {
-       image(rectangle, 0, GL_RGBA8, 1, std::numeric_limits<GLsizei>::max(), 0, GL_RGBA, GL_UNSIGNED_BYTE);
-     }},
+     [] { image(rectangle, 0, GL_RGBA8, 1, std::numeric_limits<GLsizei>::max(), 0, GL_RGBA, GL_UNSIGNED_BYTE); }},
     {"TexParameterTarget", GL_INVALID_ENUM, [] { glTexParameteri(0x0DE0, GL_TEXTURE_MIN_FILTER, linear); }},
     {"TexParameterName", GL_INVALID_ENUM, [] { glTexParameteri(rectangle, 0x1234, linear); }},
     {"TexParameterMinFilter", GL_INVALID_ENUM, [] { glTexParameteri(rectangle, GL_TEXTURE_MIN_FILTER, 0x1234); }},

@@ -60,8 +60,8 @@ struct Taps {
 constexpr double singlesSlack = 1.0 / 256;
 
 /// How far a filtered 8-bit texel may be off, in levels. Two interpolations in turn round to whole levels, half a level
-/// each; the positions are rounded to 1/256 texel, off by half of that and by the error that counts as known, and between
-/// neighbours lie 255 levels at most, along both axes.
+/// each; the positions are rounded to 1/256 texel, off by half of that and by the error that counts as known, and
+/// between neighbours lie 255 levels at most, along both axes.
 constexpr double texelSlack = 0.5 + 0.5 + 2 * (0.5 / 256 + singlesSlack) * 255;
 
 /// And the tinted texel, before it is rounded: tints have 15 fractional bits.
@@ -71,7 +71,8 @@ std::vector<Taps> tapsAlong(double from, double to, double textureFrom, double t
   // Rasterisers place vertices on a grid of 1/256 pixel.
   constexpr double edgeSlack = 1.0 / 128;
   const double step = (textureTo - textureFrom) / (to - from);
-  // A rasteriser in floats finds the position as origin + pixel * step, off by a few roundings of the larger of the two.
+  // A rasteriser in floats finds the position as origin + pixel * step, off by a few roundings of the larger of the
+  // two.
   const double origin = textureFrom - from * step;
   const double vertexError = std::max(std::abs(from), std::abs(to)) / (1 << 23) * std::abs(step);
   const double error = (std::abs(origin) + std::abs(step) * pixels) * 4 / (1 << 24);
@@ -83,9 +84,10 @@ std::vector<Taps> tapsAlong(double from, double to, double textureFrom, double t
     const auto texel = [&](double index) {
       return static_cast<int>(std::clamp(index, 0.0, static_cast<double>(texels - 1)));
     };
-    taps.push_back({centre >= from && centre < to,
-                    std::min(std::abs(centre - from), std::abs(centre - to)) < edgeSlack, error > singlesSlack, texel(whole),
-                    texel(whole + 1), position - whole, vertexError});
+    taps.push_back(
+        {centre >= from &&
+             centre<to, std::min(std::abs(centre - from), std::abs(centre - to)) < edgeSlack, error> singlesSlack,
+         texel(whole), texel(whole + 1), position - whole, vertexError});
   }
   return taps;
 }
@@ -100,9 +102,8 @@ FlameScene makeScene(Random &random, Picture picture, int width, int height, int
   scene.texels.assign(pixels.byteRow(0), pixels.byteRow(0) + std::size_t{4} * width * height);
   for (int i = 0; i < copies; ++i) {
     const Span x = makeSpan(random, width, width), y = makeSpan(random, height, height);
-    scene.copies.push_back({{x.from, y.from, x.to, y.to},
-                            {x.textureFrom, y.textureFrom, x.textureTo, y.textureTo},
-                            makeColour(random)});
+    scene.copies.push_back(
+        {{x.from, y.from, x.to, y.to}, {x.textureFrom, y.textureFrom, x.textureTo, y.textureTo}, makeColour(random)});
   }
   return scene;
 }
@@ -142,10 +143,9 @@ std::vector<Exact> exactSums(const FlameScene &scene) {
           sum.beyondSingles = sum.beyondSingles || s.beyondSingles || t.beyondSingles;
           const double lower = texel(s.low, t.low, c) * (1 - s.fraction) + texel(s.high, t.low, c) * s.fraction;
           const double upper = texel(s.low, t.high, c) * (1 - s.fraction) + texel(s.high, t.high, c) * s.fraction;
-          const auto [least, most] = std::minmax({texel(s.low, t.low, c), texel(s.high, t.low, c), texel(s.low, t.high, c),
-                                                  texel(s.high, t.high, c)});
-          const double value =
-              (lower * (1 - t.fraction) + upper * t.fraction) * static_cast<double>(copy.colour[c]);
+          const auto [least, most] = std::minmax(
+              {texel(s.low, t.low, c), texel(s.high, t.low, c), texel(s.low, t.high, c), texel(s.high, t.high, c)});
+          const double value = (lower * (1 - t.fraction) + upper * t.fraction) * static_cast<double>(copy.colour[c]);
           const double slack = texelSlack * static_cast<double>(copy.colour[c]) + tintSlack;
           sum.sum += value;
           sum.vertexSlack += (most - least) * (s.vertexError + t.vertexError) * static_cast<double>(copy.colour[c]);

@@ -38,10 +38,10 @@ struct Exact {
   double sum = 0;          ///< 1.0 being full; may exceed it
   double vertexSlack = 0;  ///< how far the sum may be off because corners come in single precision
   bool atAnEdge = false;   ///< the pixel's centre is so near a copy's edge that either side is right
-  /// A copy's texture runs so fast here that single precision can't tell where to sample: what rasterisers that step along
-  /// in floats may take is anywhere near.
+  /// A copy's texture runs so fast here that single precision can't tell where to sample: what rasterisers that step
+  /// along in floats may take is anywhere near.
   bool beyondSingles = false;
-  double lowest = 0;       ///< in levels, what an 8-bit surface may hold: every copy rounded as it is added
+  double lowest = 0;  ///< in levels, what an 8-bit surface may hold: every copy rounded as it is added
   double highest = 0;
 };
 

@@ -47,7 +47,8 @@ TEST(ClearColour, OfEveryLevelIsThatLevel) {
 TEST(ClearColour, OnFloatsIsKept) {
   const Screen screen(4, 4, {true});
   Screen::clear(0.123f, 1e-5f, 2.0f, 1.0f);
-  EXPECT_EQ(valuesAt(2, 2), (Values{0.123f, 1e-5f, 1.0f, 1.0f})) << "clear colours are clamped (OpenGL 1.4, section 4.2.3)";
+  EXPECT_EQ(valuesAt(2, 2), (Values{0.123f, 1e-5f, 1.0f, 1.0f}))
+      << "clear colours are clamped (OpenGL 1.4, section 4.2.3)";
 }
 
 TEST(Clear, OfDepthOrNothingLeavesTheColour) {

@@ -223,11 +223,13 @@ TEST(Viewport, Clips) {
 TEST(Viewport, ClipsWithoutMovingTheTexture) {
   const Screen screen(8, 1);
   bindNewTexture();
-  upload(GL_TEXTURE_RECTANGLE_EXT, 16, 1, picture({0, 10, 20, 30, 40, 50, 60, 70, 80, 90, 100, 110, 120, 130, 140, 150}));
+  upload(GL_TEXTURE_RECTANGLE_EXT, 16, 1,
+         picture({0, 10, 20, 30, 40, 50, 60, 70, 80, 90, 100, 110, 120, 130, 140, 150}));
   glEnable(GL_TEXTURE_RECTANGLE_EXT);
   glColor4f(1, 1, 1, 1);
   glViewport(2, 0, 4, 1);
-  // 8 units across 4 pixels: 16 texels in 16 units, so 2 texels for a pixel; nearest takes the right one of the middle two.
+  // 8 units across 4 pixels: 16 texels in 16 units, so 2 texels for a pixel; nearest takes the right one of the middle
+  // two.
   drawQuad(Box{-4, 0, 12, 1}, Box{0, 0, 16, 1});
   EXPECT_EQ(screen.channel(0), (std::vector<int>{0, 0, 50, 70, 90, 110, 0, 0}));
 }

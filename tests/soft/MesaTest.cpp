@@ -33,8 +33,9 @@ struct Kind {
   Picture picture;
 };
 
-const Kind kinds[] = {{"Empty", Picture::Empty},   {"Opaque", Picture::Opaque}, {"Grey", Picture::Grey},
-                      {"Premultiplied", Picture::Premultiplied}, {"Noise", Picture::Noise}, {"Title", Picture::Title}};
+const Kind kinds[] = {{"Empty", Picture::Empty}, {"Opaque", Picture::Opaque},
+                      {"Grey", Picture::Grey},   {"Premultiplied", Picture::Premultiplied},
+                      {"Noise", Picture::Noise}, {"Title", Picture::Title}};
 
 struct Size {
   int width, height;
@@ -84,8 +85,8 @@ TEST_P(Flames, OnBytesDifferByNoMoreThanRounding) {
       if (exact[i].beyondSingles) continue;
       ASSERT_GE(mesa[i], exact[i].lowest) << place();
       ASSERT_LE(mesa[i], exact[i].highest) << place();
-      // A position that the two round to neighbouring steps of 1/256 texel changes a copy by a level, and a product at a half
-      // does; two copies of a pixel that meet both are rare, three were never seen.
+      // A position that the two round to neighbouring steps of 1/256 texel changes a copy by a level, and a product at
+      // a half does; two copies of a pixel that meet both are rare, three were never seen.
       ASSERT_LE(std::abs(soft[i] - mesa[i]), 2) << place();
       ++compared;
       different += soft[i] != mesa[i];
@@ -143,7 +144,8 @@ class OtherPasses : public WithMesa, public ::testing::WithParamInterface<Passes
     for (int i = 0; i < 4; ++i) {
       const Pixels pixels = makePicture(random, i % 2 ? Picture::Premultiplied : Picture::Title, Samples::Byte, 40, 30);
       bindNewTexture(GL_TEXTURE_RECTANGLE_EXT, GetParam().filter);
-      upload(GL_TEXTURE_RECTANGLE_EXT, 40, 30, std::vector<std::uint8_t>(pixels.byteRow(0), pixels.byteRow(0) + 40 * 30 * 4));
+      upload(GL_TEXTURE_RECTANGLE_EXT, 40, 30,
+             std::vector<std::uint8_t>(pixels.byteRow(0), pixels.byteRow(0) + 40 * 30 * 4));
       const double x = between(random, -20, 40), y = between(random, -20, 30);
       const float opacity = static_cast<float>(between(random, 0, 8)) / 8;
       glColor4f(opacity, opacity, opacity, opacity);

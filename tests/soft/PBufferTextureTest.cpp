@@ -338,7 +338,8 @@ TEST(PBuffer, OfTheLargestSizeMayBeFollowedByNoLargerOne) {
   CGLSetCurrentContext(context);
   GLint largest = 0;
   glGetIntegerv(GL_MAX_RECTANGLE_TEXTURE_SIZE_EXT, &largest);
-  const CGLPBufferObj wide = makePBuffer(largest, 1), wider = makePBuffer(largest + 1, 1), high = makePBuffer(1, 1 << 30);
+  const CGLPBufferObj wide = makePBuffer(largest, 1), wider = makePBuffer(largest + 1, 1),
+                      high = makePBuffer(1, 1 << 30);
   EXPECT_EQ(CGLSetPBuffer(context, wide, 0, 0, 0), kCGLNoError);
   Screen::clear(1, 1, 1, 1);
   EXPECT_EQ(levelsAt(largest - 1, 0), untextured);

@@ -132,9 +132,10 @@ INSTANTIATE_TEST_SUITE_P(Shapes, OddQuads, ::testing::ValuesIn(odds),
                          [](const auto &odd) { return std::string(odd.param.name); });
 
 TEST_F(Quads, FarOffOrWithoutAreaCoverNothing) {
-  for (const Box &place : {Box{-infinity, 1, infinity, 5}, Box{1, -infinity, 5, infinity}, Box{0, 0, infinity, infinity},
-                           Box{3, 3, 3, 8}, Box{3, 3, 8, 3}, Box{3, 3, 3, 3}, Box{-1e30, -1e30, -1e29, -1e29},
-                           Box{1e30, 1e30, 2e30, 2e30}, Box{3e38, 0, 3.2e38, 4}, Box{20, 2, 30, 8}, Box{2, -8, 6, -1}}) {
+  for (const Box &place :
+       {Box{-infinity, 1, infinity, 5}, Box{1, -infinity, 5, infinity}, Box{0, 0, infinity, infinity}, Box{3, 3, 3, 8},
+        Box{3, 3, 8, 3}, Box{3, 3, 3, 3}, Box{-1e30, -1e30, -1e29, -1e29}, Box{1e30, 1e30, 2e30, 2e30},
+        Box{3e38, 0, 3.2e38, 4}, Box{20, 2, 30, 8}, Box{2, -8, 6, -1}}) {
     drawQuad(place, Box{0, 0, 5, 3});
     EXPECT_EQ(screen.bytes(), blank) << place.x0 << " " << place.y0 << " " << place.x1 << " " << place.y1;
     EXPECT_EQ(glGetError(), GL_NO_ERROR);

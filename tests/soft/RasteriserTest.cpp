@@ -61,8 +61,7 @@ class RandomScenes : public ::testing::TestWithParam<int> {
     const auto picture = static_cast<Picture>(between(random, 0, 5));
     const Size size = between(random, 0, 1) ? Size{target.width(), target.height()} : sizes[between(random, 0, 8)];
     Pass pass;
-    pass.texture =
-        std::make_shared<Pixels>(makePicture(random, picture, textureSamples, size.width, size.height));
+    pass.texture = std::make_shared<Pixels>(makePicture(random, picture, textureSamples, size.width, size.height));
     pass.filter = Filter::Linear;
     pass.blend = Blend::Add;
     if (between(random, 0, 7) == 0)

@@ -41,7 +41,8 @@ TEST(Nearest, TakesTheTexelUnderThePixelsCentre) {
 TEST(Nearest, OfOddSizesMeetsPixelCentres) {
   const Screen screen(4, 1);
   useTexture(rectangle, GL_NEAREST, 3, 2, {10, 20, 30, 40, 50, 60});
-  // Centres 0.5 .. 3.5 of 4 pixels lie at 0.375, 1.125, 1.875, 2.625 of 3 texels, and half of the height on the upper row.
+  // Centres 0.5 .. 3.5 of 4 pixels lie at 0.375, 1.125, 1.875, 2.625 of 3 texels, and half of the height on the upper
+  // row.
   drawQuad(Box{0, 0, 4, 1}, Box{0, 0, 3, 2});
   EXPECT_EQ(rowOf(screen, 0), (Row{40, 50, 50, 60}));
 }

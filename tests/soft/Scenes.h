@@ -65,9 +65,7 @@ inline Colour makeColour(Random &random) {
   Colour colour;
   for (float &channel : colour) {
     const int kind = between(random, 0, 9);
-    channel = kind == 0   ? 0.0f
-              : kind == 1 ? 1.0f
-                          : static_cast<float>(std::pow(10.0, between(random, -5.0, 0.0)));
+    channel = kind == 0 ? 0.0f : kind == 1 ? 1.0f : static_cast<float>(std::pow(10.0, between(random, -5.0, 0.0)));
   }
   return colour;
 }

@@ -42,8 +42,8 @@ inline CGLPBufferObj makePBuffer(int width, int height) {
   return pbuffer;
 }
 
-/// A pbuffer with a context of its own, current from its construction, transparent black, measured in pixels from its lower
-/// left corner.
+/// A pbuffer with a context of its own, current from its construction, transparent black, measured in pixels from its
+/// lower left corner.
 class Screen {
  public:
   Screen(int width, int height, const ScreenOptions &options = {})

@@ -204,6 +204,32 @@ TEST(ThreadsAndContexts, SurfacesGoWhileOthersLookAtThem) {
   });
 }
 
+TEST(ThreadsAndContexts, LetGoOfOneSurfaceAtOnce) {
+  // A texture that another context deleted goes when it is no longer bound here, by binding another or with the
+  // context.
+  const Screen source(4, 4);
+  Screen::clear(0.2f, 0.2f, 0.2f, 0.2f);
+  CGLSetCurrentContext(nullptr);
+  onThreads([&](int number) {
+    for (int round = 0; round < rounds; ++round) {
+      const Screen deleting(4, 4, {false, source.context()});
+      const Screen showing(4, 4, {false, source.context()});
+      for (int i = 0; i < 4; ++i) {
+        showing.use();
+        const GLuint name = bindNewTexture();
+        ASSERT_EQ(CGLTexImagePBuffer(showing.context(), source.pbuffer(), GL_FRONT_LEFT), kCGLNoError);
+        deleting.use();
+        glDeleteTextures(1, &name);
+        showing.use();
+        glEnable(rectangle);
+        drawQuad(Box{0, 0, 4, 4}, Box{0, 0, 4, 4});
+        ASSERT_EQ(levelsAt(0, 0)[0], 51);
+        if (i < 3 || number % 2) glBindTexture(rectangle, 0);
+      }
+    }
+  });
+}
+
 TEST(ThreadsAndContexts, HaveEachTheirOwnCurrentContext) {
   const Screen here(2, 2);
   std::thread([&] {

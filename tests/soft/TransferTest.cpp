@@ -34,7 +34,9 @@ class Rows : public ::testing::TestWithParam<std::tuple<int, int>> {
   int width() const { return std::get<1>(GetParam()); }
   static constexpr int height = 3;
   /// OpenGL 1.4, section 3.6.3: rows of bytes begin at multiples of the alignment.
-  std::size_t stride() const { return static_cast<std::size_t>((4 * width() + alignment() - 1) / alignment() * alignment()); }
+  std::size_t stride() const {
+    return static_cast<std::size_t>((4 * width() + alignment() - 1) / alignment() * alignment());
+  }
   std::size_t rowBytes() const { return static_cast<std::size_t>(4 * width()); }
 };
 
@@ -240,10 +242,10 @@ TEST_P(Regions, AreReadWhereTheyMeetTheSurface) {
     }
 }
 
-const Region regions[] = {{"Whole", 0, 0, 5, 4},      {"Inner", 1, 1, 3, 2},        {"LeftOf", -2, 1, 4, 2},
-                          {"RightOf", 3, 1, 4, 2},    {"Below", 1, -3, 2, 5},       {"Above", 1, 2, 2, 5},
-                          {"AllRound", -3, -2, 12, 9}, {"FarLeft", -9, 0, 4, 4},    {"FarRight", 5, 0, 4, 4},
-                          {"FarBelow", 0, -9, 4, 4},  {"FarAbove", 0, 4, 4, 4},     {"NoWidth", 1, 1, 0, 3},
+const Region regions[] = {{"Whole", 0, 0, 5, 4},       {"Inner", 1, 1, 3, 2},    {"LeftOf", -2, 1, 4, 2},
+                          {"RightOf", 3, 1, 4, 2},     {"Below", 1, -3, 2, 5},   {"Above", 1, 2, 2, 5},
+                          {"AllRound", -3, -2, 12, 9}, {"FarLeft", -9, 0, 4, 4}, {"FarRight", 5, 0, 4, 4},
+                          {"FarBelow", 0, -9, 4, 4},   {"FarAbove", 0, 4, 4, 4}, {"NoWidth", 1, 1, 0, 3},
                           {"NoHeight", 1, 1, 3, 0}};
 
 INSTANTIATE_TEST_SUITE_P(Places, Regions, ::testing::ValuesIn(regions),

@@ -34,7 +34,8 @@ TEST(MakeAxis, EdgesLieOnAGridOf256) {
 TEST(MakeAxis, ACopyShiftedByAQuarterSamplesAQuarterBefore) {
   const Axis axis = makeAxis(10.25, 20.25, 0, 10, 64);
   EXPECT_EQ(axis.first, 10);
-  EXPECT_EQ(axis.position(12), Axis::one * 7 / 4) << "pixel 12's centre is 2.25 texels in, texel centres count from 1/2";
+  EXPECT_EQ(axis.position(12), Axis::one * 7 / 4)
+      << "pixel 12's centre is 2.25 texels in, texel centres count from 1/2";
 }
 
 TEST(MakeAxis, ScalesWithinRoundingOfOneAreOne) {
@@ -62,7 +63,7 @@ TEST(MakeAxis, WhatIsOffTheTargetIsLeftOut) {
 TEST(MakeAxis, NothingSensibleCoversNothing) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   const double inf = std::numeric_limits<double>::infinity();
-  const double bad[][4] = {{nan, 1, 0, 1}, {0, nan, 0, 1}, {0, 1, nan, 1}, {0, 1, 0, nan}, {-inf, inf, 0, 1},
+  const double bad[][4] = {{nan, 1, 0, 1}, {0, nan, 0, 1}, {0, 1, nan, 1},  {0, 1, 0, nan},  {-inf, inf, 0, 1},
                            {0, 1, 0, inf}, {1, 1, 0, 1},   {0, 1e30, 0, 1}, {-1e30, 5, 0, 1}};
   for (const auto &edges : bad) {
     const Axis axis = makeAxis(edges[0], edges[1], edges[2], edges[3], 100);
@@ -75,7 +76,8 @@ TEST(Arithmetic, LerpIsRoundedAndExactAtItsEnds) {
     for (int b = 0; b < 256; ++b) {
       ASSERT_EQ(lerp(a, b, 0), a);
       for (int f = 1; f < 256; f += 17)
-        ASSERT_EQ(lerp(a, b, f), static_cast<int>(std::floor(a + f * (b - a) / 256.0 + 0.5))) << a << " " << b << " " << f;
+        ASSERT_EQ(lerp(a, b, f), static_cast<int>(std::floor(a + f * (b - a) / 256.0 + 0.5)))
+            << a << " " << b << " " << f;
     }
 }
 

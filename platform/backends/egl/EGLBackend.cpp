@@ -7,9 +7,9 @@
 
 #include "EGLLibrary.h"
 
-// A pbuffer is backed by a framebuffer object with a rectangle texture as its storage, not by a pbuffer of EGL's: so its
-// image reaches the filter's texture by a copy on the renderer's side, floats come through unclamped, and freeing it
-// frees everything.
+// A pbuffer is backed by a framebuffer object with a rectangle texture as its storage, not by a pbuffer of EGL's: so
+// its image reaches the filter's texture by a copy on the renderer's side, floats come through unclamped, and freeing
+// it frees everything.
 
 namespace pyrelux::platform {
 
@@ -96,8 +96,8 @@ class CurrentFor {
 };
 
 void allocate(GLint internalFormat, GLsizei width, GLsizei height) {
-  gl().dispatch.TexImage2D(GL_TEXTURE_RECTANGLE_EXT, 0, internalFormat, width, height, 0, GL_RGBA,
-                           GL_UNSIGNED_BYTE, nullptr);
+  gl().dispatch.TexImage2D(GL_TEXTURE_RECTANGLE_EXT, 0, internalFormat, width, height, 0, GL_RGBA, GL_UNSIGNED_BYTE,
+                           nullptr);
 }
 
 GLuint boundRectangle() {
@@ -175,15 +175,14 @@ class EGLSurfaceStorage : public Surface {
   GLsizei width_;
   GLsizei height_;
   GLuint framebuffer_ = 0;
-  GLuint image_ = 0;               ///< the texture drawn into: our own, later the last attached one
-  std::vector<GLuint> attached_;   ///< others' texture names that were given the image
+  GLuint image_ = 0;              ///< the texture drawn into: our own, later the last attached one
+  std::vector<GLuint> attached_;  ///< others' texture names that were given the image
 };
 
 class EGLContextHandle : public Context {
  public:
   EGLContextHandle(const DisplayContext &context, const PixelFormat &format)
-      : context_(context),
-        internalFormat_(static_cast<GLint>(format.floatComponents ? GL_RGBA16F_ARB : GL_RGBA8)) {}
+      : context_(context), internalFormat_(static_cast<GLint>(format.floatComponents ? GL_RGBA16F_ARB : GL_RGBA8)) {}
   ~EGLContextHandle() override { egl().DestroyContext(context_.display, context_.context); }
 
   EGLContext handle() const { return context_.context; }

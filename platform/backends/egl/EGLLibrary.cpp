@@ -15,7 +15,7 @@ EGLLibrary load() {
   void *handle = dlopen("libEGL.so.1", RTLD_NOW | RTLD_LOCAL);
   if (!handle) return library;
   library.loaded = true;
-#define PYRELUX_LOAD(name)                                                           \
+#define PYRELUX_LOAD(name)                                                             \
   library.name = reinterpret_cast<decltype(library.name)>(dlsym(handle, "egl" #name)); \
   library.loaded = library.loaded && library.name;
   PYRELUX_EGL_FUNCTIONS(PYRELUX_LOAD)
@@ -73,11 +73,9 @@ ChosenDisplay choose(EGLKind kind) {
     if (isUsable(display)) return {display, {}};
   if (kind == EGLKind::Hardware)
     return {EGL_NO_DISPLAY, "EGL finds no GPU; install its driver, and see that /dev/dri may be opened"};
-  const EGLDisplay surfaceless =
-      egl().GetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
+  const EGLDisplay surfaceless = egl().GetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
   if (isUsable(surfaceless)) return {surfaceless, {}};
-  return {EGL_NO_DISPLAY,
-          "EGL finds no Mesa to draw with; install it (packages libegl-mesa0 and libgl1-mesa-dri)"};
+  return {EGL_NO_DISPLAY, "EGL finds no Mesa to draw with; install it (packages libegl-mesa0 and libgl1-mesa-dri)"};
 }
 
 }  // namespace

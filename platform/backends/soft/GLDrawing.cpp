@@ -71,7 +71,7 @@ bool SoftContext::isComplete(const TextureObject &texture) {
 
 void SoftContext::addQuad() {
   if (!surface_) return;
-  const Vertex (&v)[4] = corners_;
+  const Vertex(&v)[4] = corners_;
   const TextureObject *texture = activeTexture();
   // Upright: two neighbouring corners share x, the others share y, all the way round, and a texture follows.
   const auto upright = [&](int a, int b, int c, int d) {

@@ -24,7 +24,9 @@ std::size_t clientStride(GLsizei width, GLenum type, GLint alignment) {
 
 void copyRow(const std::uint8_t *from, std::uint8_t *to, std::size_t count) { std::memcpy(to, from, count); }
 void copyRow(const float *from, float *to, std::size_t count) { std::memcpy(to, from, count * sizeof(float)); }
-void copyRow(const float *from, std::uint8_t *to, std::size_t count) { std::transform(from, from + count, to, toLevel); }
+void copyRow(const float *from, std::uint8_t *to, std::size_t count) {
+  std::transform(from, from + count, to, toLevel);
+}
 void copyRow(const std::uint8_t *from, float *to, std::size_t count) {
   std::transform(from, from + count, to, [](std::uint8_t level) { return static_cast<float>(level) / 255.0f; });
 }
@@ -83,11 +85,12 @@ void SoftContext::BindTexture(GLenum target, GLuint name) {
   if (refusedInside()) return;
   if (!isTarget(target)) return fail(GL_INVALID_ENUM);
   auto &bound = target == GL_TEXTURE_2D ? bound2D_ : boundRectangle_;
+  // Also for what is let go: the last to hold a texture that shows a surface takes it off that.
+  const std::lock_guard<std::mutex> lock(group_->mutex);
   if (name == 0) {
     bound = target == GL_TEXTURE_2D ? default2D_ : defaultRectangle_;
     return;
   }
-  const std::lock_guard<std::mutex> lock(group_->mutex);
   auto &texture = group_->textures[name];
   if (!texture) texture = std::make_shared<TextureObject>();
   if (texture->target == 0) texture->bindTo(target);

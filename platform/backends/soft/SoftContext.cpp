@@ -42,6 +42,11 @@ SoftContext::SoftContext(Samples samples, std::shared_ptr<ShareGroup> group)
 }
 
 SoftContext::~SoftContext() {
+  {
+    const std::lock_guard<std::mutex> lock(group_->mutex);
+    bound2D_.reset();
+    boundRectangle_.reset();
+  }
   if (currentContext == this) currentContext = nullptr;
 }
 

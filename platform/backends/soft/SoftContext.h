@@ -16,8 +16,8 @@
 // The OpenGL side of the software renderer: objects, state and errors, as OpenGL 1.x has them, for the calls in
 // GLFunctions.inc. What is to be drawn leaves here as Work.h's types.
 //
-// One rule for everything that this renderer does not do: the call has no effect and leaves GL_INVALID_ENUM (a name it does
-// not know), GL_INVALID_VALUE (a value it does not take) or GL_INVALID_OPERATION (quads that are not axis-aligned
+// One rule for everything that this renderer does not do: the call has no effect and leaves GL_INVALID_ENUM (a name it
+// does not know), GL_INVALID_VALUE (a value it does not take) or GL_INVALID_OPERATION (quads that are not axis-aligned
 // rectangles with a texture upright on them). Nothing is drawn approximately.
 
 namespace pyrelux::soft {
@@ -25,7 +25,8 @@ namespace pyrelux::soft {
 class SoftContext;
 struct TextureObject;
 
-/// What contexts that share objects share. The lock covers the objects in it and the surfaces drawn through its contexts.
+/// What contexts that share objects share. The lock covers the objects in it and the surfaces drawn through its
+/// contexts.
 struct ShareGroup {
   std::mutex mutex;
   GLuint lastName = 0;

@@ -20,7 +20,9 @@ void TextureObject::detach() {
 }
 
 SoftSurface::SoftSurface(SoftContext &owner, Samples samples, int width, int height)
-    : owner_(owner), group_(owner.group()), pixels_(std::make_shared<Pixels>(Pixels::Undefined(), samples, width, height)) {}
+    : owner_(owner),
+      group_(owner.group()),
+      pixels_(std::make_shared<Pixels>(Pixels::Undefined(), samples, width, height)) {}
 
 SoftSurface::~SoftSurface() {
   const std::lock_guard<std::mutex> lock(group_->mutex);

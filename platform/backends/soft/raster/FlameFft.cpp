@@ -18,6 +18,10 @@ namespace pyrelux::soft {
 
 namespace {
 
+/// Of the tiles in which float sums are added up one by one.
+constexpr double tileWidth = 64;
+constexpr double tileHeight = 32;
+
 constexpr int rowsAtOnce = 16;
 /// Columns whose ends are summed up together.
 constexpr int columnsAtOnce = 8;
@@ -101,7 +105,7 @@ FlameCost costOf(const std::vector<Quad> &copies, const Channels &channels, cons
     double channelsHere = 0;
     for (const ConvolvedChannel &channel : channels.convolved)
       channelsHere += quad.colour[static_cast<std::size_t>(channel.channel)] != 0.0f;
-    cost.tiles += (width / 64 + 1) * (height / 32 + 1);
+    cost.tiles += (width / tileWidth + 1) * (height / tileHeight + 1);
     cost.samples += share * width * height * std::min(cost.planes, channelsHere);
     cost.sums += share * width * height * channelsHere;
   }
@@ -232,8 +236,8 @@ std::vector<Quad> add(const Pass &pass, const TexturePlanes &planes, Pixels &tar
 }  // namespace
 
 bool fftIsFaster(const FlameCost &cost) {
-  // Nanoseconds of one core, measured from 320 x 180 to 1920 x 1080. The first are a fifth below what the fastest kernels
-  // take, the others what transforms take.
+  // Nanoseconds of one core, measured from 320 x 180 to 1920 x 1080. The first are a fifth below what the fastest
+  // kernels take, the others what transforms take.
   const double oneByOne = 0.12 * cost.samples + 0.04 * cost.sums + 25.0 * cost.tiles;
   const double perPoint = std::log2(std::max(cost.points, 2.0)) * (0.1 * cost.planes + 0.19 * cost.channels);
   const double transforms = perPoint * cost.points + 4.0 * cost.pixels + 1000.0 * cost.copies + 2e5;

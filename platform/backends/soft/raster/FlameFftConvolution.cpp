@@ -15,8 +15,7 @@ constexpr int blocksAtOnce = 8;
 /// Calls work(first, end) for pieces of 0 .. count, on all threads.
 template <typename Work>
 void inPieces(int count, int size, Work work) {
-  parallelFor((count + size - 1) / size,
-              [&](int piece) { work(piece * size, std::min((piece + 1) * size, count)); });
+  parallelFor((count + size - 1) / size, [&](int piece) { work(piece * size, std::min((piece + 1) * size, count)); });
 }
 
 std::size_t product(std::ptrdiff_t a, int b) { return static_cast<std::size_t>(a * b); }
@@ -69,7 +68,9 @@ bool Convolution::hasTaps(int row) const {
 }
 
 void Convolution::sortByRow(const std::vector<WholeCopy> &copies) {
-  const auto rowOf = [&](const WholeCopy &copy) { return static_cast<std::size_t>(copy.y.offset - spans_.y.kernelFirst); };
+  const auto rowOf = [&](const WholeCopy &copy) {
+    return static_cast<std::size_t>(copy.y.offset - spans_.y.kernelFirst);
+  };
   firstInRow_.assign(static_cast<std::size_t>(spans_.y.kernelSize) + 1, 0);
   for (const WholeCopy &copy : copies) ++firstInRow_[rowOf(copy) + 1];
   for (std::size_t row = 1; row < firstInRow_.size(); ++row) firstInRow_[row] += firstInRow_[row - 1];

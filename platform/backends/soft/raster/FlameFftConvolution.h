@@ -10,8 +10,8 @@
 
 namespace pyrelux::soft {
 
-/// The convolution of a texture with nothing outside it and the taps of all copies. Rows of the result are had one by one,
-/// each once.
+/// The convolution of a texture with nothing outside it and the taps of all copies. Rows of the result are had one by
+/// one, each once.
 class Convolution {
  public:
   /// Thread: uses the pool.
@@ -50,9 +50,9 @@ class Convolution {
   Spans spans_;
   std::shared_ptr<const TransformPlans> plans_;
   std::ptrdiff_t stride_;
-  std::vector<std::size_t> firstInRow_;  ///< into inRow_, for each row of the kernel's offsets and one more
-  std::vector<int> inRow_;               ///< copies, by offset
-  RecycledArray<Complex> texture_;        ///< rows transformed
+  std::vector<std::size_t> firstInRow_;              ///< into inRow_, for each row of the kernel's offsets and one more
+  std::vector<int> inRow_;                           ///< copies, by offset
+  RecycledArray<Complex> texture_;                   ///< rows transformed
   std::vector<RecycledArray<Complex>> channelRows_;  ///< of each channel: the kernel's rows, then the result's
 };
 

@@ -9,9 +9,7 @@ namespace pyrelux::soft {
 namespace {
 
 /// The texel that is the left one of pixel 0's two.
-int texelAtPixel0(const Axis &axis) {
-  return static_cast<int>((axis.start - axis.first * Axis::one) >> 32);
-}
+int texelAtPixel0(const Axis &axis) { return static_cast<int>((axis.start - axis.first * Axis::one) >> 32); }
 
 /// Whether the axis covers every pixel between the middles of the end texels, and at most one more at either end.
 bool showsAll(const Axis &axis, int texels, int pixels) {
@@ -70,8 +68,8 @@ bool isWholeCopy(const Quad &quad, const TexturePlanes &planes, const Pixels &ta
 }
 
 WholeCopy makeWholeCopy(const Quad &quad, const TexturePlanes &planes, const Pixels &target) {
-  return {makeCopyAxis(quad.x, planes.width(), target.width()),
-          makeCopyAxis(quad.y, planes.height(), target.height()), quad.colour};
+  return {makeCopyAxis(quad.x, planes.width(), target.width()), makeCopyAxis(quad.y, planes.height(), target.height()),
+          quad.colour};
 }
 
 Spans spansOf(const std::vector<WholeCopy> &copies, const TexturePlanes &planes, const Pixels &target) {

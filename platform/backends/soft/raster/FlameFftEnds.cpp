@@ -60,7 +60,9 @@ EndLines::EndLines(const std::vector<WholeCopy> &copies, const std::vector<Convo
   }
   sortByLine(low_, &CopyAxis::low, lineCount);
   sortByLine(high_, &CopyAxis::high, lineCount);
-  const auto isUsed = [](const End &end, std::size_t line) { return end.firstOnLine[line] != end.firstOnLine[line + 1]; };
+  const auto isUsed = [](const End &end, std::size_t line) {
+    return end.firstOnLine[line] != end.firstOnLine[line + 1];
+  };
   for (int line = 0; line < lineCount; ++line)
     if (isUsed(low_, static_cast<std::size_t>(line)) || isUsed(high_, static_cast<std::size_t>(line)))
       lines_.push_back(line);

@@ -13,8 +13,9 @@ struct ConvolvedChannel {
   int plane;
 };
 
-/// What the end taps along one direction add up to: on each line of the target across it (a column for the taps along x), the
-/// texture's first and last line, interpolated along the line and weighted, once for every copy whose end lies there.
+/// What the end taps along one direction add up to: on each line of the target across it (a column for the taps along
+/// x), the texture's first and last line, interpolated along the line and weighted, once for every copy whose end lies
+/// there.
 class EndLines {
  public:
   enum class Lines { Columns, Rows };
@@ -26,7 +27,8 @@ class EndLines {
   /// Lines that get something, ascending.
   const std::vector<int> &lines() const { return lines_; }
 
-  /// Adds a line's part of channels[index] to `sums`. With `corners`, what both ends of a copy's own axis make of it too.
+  /// Adds a line's part of channels[index] to `sums`. With `corners`, what both ends of a copy's own axis make of it
+  /// too.
   void add(int line, int index, bool corners, float *sums) const;
 
  private:
@@ -46,7 +48,7 @@ class EndLines {
   const std::vector<WholeCopy> &copies_;
   const std::vector<ConvolvedChannel> &channels_;
   Lines direction_;
-  int texels_;       ///< along the lines
+  int texels_;  ///< along the lines
   int pixels_;
   int firstOffset_;  ///< of the copies along the lines
   int offsetCount_;

@@ -75,9 +75,8 @@ std::shared_ptr<const TransformPlans> transformPlans(int width, int height) {
   static std::mutex mutex;
   static std::vector<KeptPlans> kept;  // the one used last comes last
   const std::lock_guard<std::mutex> lock(mutex);
-  const auto found = std::find_if(kept.begin(), kept.end(), [&](const KeptPlans &entry) {
-    return entry.width == width && entry.height == height;
-  });
+  const auto found = std::find_if(
+      kept.begin(), kept.end(), [&](const KeptPlans &entry) { return entry.width == width && entry.height == height; });
   if (found != kept.end()) {
     std::rotate(found, found + 1, kept.end());
   } else {

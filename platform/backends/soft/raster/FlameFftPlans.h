@@ -11,8 +11,8 @@ namespace pyrelux::soft {
 int fastTransformSize(int atLeast);
 
 /// One-dimensional transforms for the rows and columns of a width x height transform. May be used by several threads at
-/// once. All arrays are RecycledArrays or start at multiples of 64 bytes in one; a forward transform followed by a backward one
-/// multiplies by the size.
+/// once. All arrays are RecycledArrays or start at multiples of 64 bytes in one; a forward transform followed by a
+/// backward one multiplies by the size.
 class TransformPlans {
  public:
   using Complex = std::complex<float>;

@@ -70,8 +70,8 @@ struct Copy {
   Group groups[4];
   bool hasConstants = false;
   typename Kind::Sum constants[4] = {};
-  std::vector<ColumnTable> columns;             ///< of a scaled copy: for each strip that it touches
-  std::vector<std::int32_t> floatTaps;          ///< the same for floats, stripWidth for each strip
+  std::vector<ColumnTable> columns;     ///< of a scaled copy: for each strip that it touches
+  std::vector<std::int32_t> floatTaps;  ///< the same for floats, stripWidth for each strip
   std::vector<float> floatFractions;
 
   bool isUnit() const { return x.isUnit() && y.isUnit(); }

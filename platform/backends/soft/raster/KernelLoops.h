@@ -137,18 +137,18 @@ void scaledFloatsLoop(const ScaledFloats &source, const FloatTarget &target) {
 }
 
 // Picks the loop for a number of channels and a mask.
-#define PYRELUX_CHOOSE(loop)                                                              \
-  switch (target.channels) {                                                              \
-    case 1:                                                                               \
+#define PYRELUX_CHOOSE(loop)                                                               \
+  switch (target.channels) {                                                               \
+    case 1:                                                                                \
       return target.mask ? loop<1, true>(source, target) : loop<1, false>(source, target); \
-    case 2:                                                                               \
+    case 2:                                                                                \
       return target.mask ? loop<2, true>(source, target) : loop<2, false>(source, target); \
-    case 3:                                                                               \
+    case 3:                                                                                \
       return target.mask ? loop<3, true>(source, target) : loop<3, false>(source, target); \
-    case 4:                                                                               \
+    case 4:                                                                                \
       return target.mask ? loop<4, true>(source, target) : loop<4, false>(source, target); \
-    default:                                                                              \
-      return;                                                                             \
+    default:                                                                               \
+      return;                                                                              \
   }
 inline void unitLevels(const UnitLevels &source, const LevelTarget &target) { PYRELUX_CHOOSE(unitLevelsLoop) }
 inline void scaledLevels(const ScaledLevels &source, const LevelTarget &target) { PYRELUX_CHOOSE(scaledLevelsLoop) }

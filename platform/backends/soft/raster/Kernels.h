@@ -10,12 +10,12 @@ namespace pyrelux::soft {
 /// Pixels that a kernel handles side by side.
 constexpr int stripWidth = 32;
 
-/// Where a strip's weighted texels are added: one plane of 16-bit sums (levels; they saturate far above 255) or of floats for
-/// each channel that takes part.
+/// Where a strip's weighted texels are added: one plane of 16-bit sums (levels; they saturate far above 255) or of
+/// floats for each channel that takes part.
 template <typename Sum, typename Tint>
 struct StripTarget {
   int channels = 0;
-  Sum *sums[4];          ///< of the strip's first pixel
+  Sum *sums[4];  ///< of the strip's first pixel
   Tint tints[4];
   std::ptrdiff_t stride = 0;  ///< sums from one row to the next
   int rows = 0;
@@ -76,8 +76,8 @@ struct Kernels {
   void (*scaledFloats)(const ScaledFloats &, const FloatTarget &);
 };
 
-/// The kernels in use: the best that the processor has, or what PYRELUX_SIMD names (scalar, sse2, avx2, avx512, neon); a
-/// name that can't be had here is passed over.
+/// The kernels in use: the best that the processor has, or what PYRELUX_SIMD names (scalar, sse2, avx2, avx512, neon);
+/// a name that can't be had here is passed over.
 const Kernels &kernels();
 
 /// All that this processor runs, scalar first.

@@ -26,7 +26,6 @@ bool isClearing(const Pass &pass, const Pixels &target) {
          coversAll(pass.quads[0], target);
 }
 
-
 void drawPass(const Pass &pass, Pixels &target, bool &blank) {
   if (referenceOnly) {
     settle(target, blank);

@@ -7,10 +7,11 @@
 
 namespace pyrelux::soft {
 
-/// Draws passes in order, as drawByReference() does: byte for byte on 8-bit surfaces; on float surfaces copies are summed
-/// in another order. Thread: any, one target at a time; uses the process's pool.
+/// Draws passes in order, as drawByReference() does: byte for byte on 8-bit surfaces; on float surfaces copies are
+/// summed in another order. Thread: any, one target at a time; uses the process's pool.
 ///
-/// `blank` says that the target is transparent black, whatever it holds; it is false afterwards unless nothing was drawn.
+/// `blank` says that the target is transparent black, whatever it holds; it is false afterwards unless nothing was
+/// drawn.
 void draw(const std::vector<Pass> &passes, Pixels &target, bool &blank);
 
 /// Makes a blank target hold transparent black, for somebody who looks at it.

@@ -5,8 +5,8 @@
 
 namespace pyrelux::soft {
 
-/// Memory of at least `bytes`, aligned to 64, its contents undefined. Large blocks come from those that were given back: fresh
-/// ones cost a page fault for every 4 KB, more than drawing into them. Throws std::bad_alloc. Thread: any.
+/// Memory of at least `bytes`, aligned to 64, its contents undefined. Large blocks come from those that were given
+/// back: fresh ones cost a page fault for every 4 KB, more than drawing into them. Throws std::bad_alloc. Thread: any.
 void *takeMemory(std::size_t bytes);
 void giveMemoryBack(void *memory, std::size_t bytes) noexcept;
 

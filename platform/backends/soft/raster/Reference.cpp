@@ -8,9 +8,7 @@ namespace pyrelux::soft {
 
 namespace {
 
-int clampTo(std::int64_t texel, int size) {
-  return static_cast<int>(std::clamp<std::int64_t>(texel, 0, size - 1));
-}
+int clampTo(std::int64_t texel, int size) { return static_cast<int>(std::clamp<std::int64_t>(texel, 0, size - 1)); }
 
 /// A texture whose texels are read as levels: floats are cut to 8 bits, as an 8-bit surface would show them.
 class LevelTexture {
@@ -31,10 +29,10 @@ class LevelTexture {
     }
     const Tap tapS = tapAt(s);
     const Tap tapT = tapAt(t);
-    const int lower = lerp(texel(tapS.texel, tapT.texel, channel), texel(tapS.texel + 1, tapT.texel, channel),
-                           tapS.fraction);
-    const int upper = lerp(texel(tapS.texel, tapT.texel + 1, channel),
-                           texel(tapS.texel + 1, tapT.texel + 1, channel), tapS.fraction);
+    const int lower =
+        lerp(texel(tapS.texel, tapT.texel, channel), texel(tapS.texel + 1, tapT.texel, channel), tapS.fraction);
+    const int upper =
+        lerp(texel(tapS.texel, tapT.texel + 1, channel), texel(tapS.texel + 1, tapT.texel + 1, channel), tapS.fraction);
     return lerp(lower, upper, tapT.fraction);
   }
 
@@ -77,9 +75,9 @@ void drawQuadOnBytes(const Pass &pass, const Quad &quad, Pixels &target, int x0,
     for (int x = x0; x < x1; ++x) {
       int source[4];
       for (int c = 0; c < 4; ++c) {
-        const int level = pass.texture ? LevelTexture(*pass.texture)
-                                             .sample(pass.filter, quad.x.position(x), quad.y.position(y), c)
-                                       : 255;
+        const int level =
+            pass.texture ? LevelTexture(*pass.texture).sample(pass.filter, quad.x.position(x), quad.y.position(y), c)
+                         : 255;
         source[c] = modulate(level, tintOf(quad.colour[static_cast<std::size_t>(c)]));
       }
       for (int c = 0; c < 4; ++c)
@@ -95,9 +93,9 @@ void drawQuadOnFloats(const Pass &pass, const Quad &quad, Pixels &target, int x0
     for (int x = x0; x < x1; ++x) {
       float source[4];
       for (int c = 0; c < 4; ++c) {
-        const float texel = pass.texture ? FloatTexture(*pass.texture)
-                                               .sample(pass.filter, quad.x.position(x), quad.y.position(y), c)
-                                         : 1.0f;
+        const float texel =
+            pass.texture ? FloatTexture(*pass.texture).sample(pass.filter, quad.x.position(x), quad.y.position(y), c)
+                         : 1.0f;
         source[c] = texel * quad.colour[static_cast<std::size_t>(c)];
       }
       for (int c = 0; c < 4; ++c)

@@ -4,12 +4,12 @@
 
 namespace pyrelux::soft {
 
-/// Whether drawRows() may draw the quad: all of a colour in place of what was there, or texels that fall on pixels one for one,
-/// where texture and target hold the same kind of samples.
+/// Whether drawRows() may draw the quad: all of a colour in place of what was there, or texels that fall on pixels one
+/// for one, where texture and target hold the same kind of samples.
 bool isRowQuad(const Pass &pass, const Quad &quad, const Pixels &target);
 
-/// Draws such a quad row by row on all threads, as the reference does. `blank` says that the target is transparent black
-/// whatever it holds; then every pixel of it is written.
+/// Draws such a quad row by row on all threads, as the reference does. `blank` says that the target is transparent
+/// black whatever it holds; then every pixel of it is written.
 void drawRows(const Pass &pass, const Quad &quad, Pixels &target, bool blank);
 
 }  // namespace pyrelux::soft

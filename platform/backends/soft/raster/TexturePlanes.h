@@ -33,8 +33,8 @@ class Occupancy {
   std::vector<std::int32_t> cells_;  ///< with a row and a column of zeros before the first
 };
 
-/// A texture taken apart for the kernels: a plane for each channel, its edges repeated all round, so that taps near them need
-/// no clamping. Channels that are alike share a plane.
+/// A texture taken apart for the kernels: a plane for each channel, its edges repeated all round, so that taps near
+/// them need no clamping. Channels that are alike share a plane.
 class TexturePlanes {
  public:
   /// How far taps may lie outside the texture.
@@ -65,11 +65,15 @@ class TexturePlanes {
   bool isUniform(int plane) const { return facts_[static_cast<std::size_t>(plane)].uniform; }
 
   /// The texel at x, y; the margins count as texels.
-  const std::uint16_t *levels(int plane, int x, int y) const { return levels_[static_cast<std::size_t>(plane)].data() + at(x, y); }
+  const std::uint16_t *levels(int plane, int x, int y) const {
+    return levels_[static_cast<std::size_t>(plane)].data() + at(x, y);
+  }
   const std::int8_t *signedLevels(int plane, int x, int y) const {
     return signed_[static_cast<std::size_t>(plane)].data() + at(x, y);
   }
-  const float *floats(int plane, int x, int y) const { return floats_[static_cast<std::size_t>(plane)].data() + at(x, y); }
+  const float *floats(int plane, int x, int y) const {
+    return floats_[static_cast<std::size_t>(plane)].data() + at(x, y);
+  }
   std::ptrdiff_t stride() const { return stride_; }
 
  private:
@@ -79,9 +83,7 @@ class TexturePlanes {
     bool uniform = true;
   };
 
-  std::size_t at(int x, int y) const {
-    return static_cast<std::size_t>((y + marginY) * stride_ + x + marginX);
-  }
+  std::size_t at(int x, int y) const { return static_cast<std::size_t>((y + marginY) * stride_ + x + marginX); }
   void findPlanes(const Pixels &texture);
   void fillRows(const Pixels &texture, unsigned wanted, int first, int end);
 

@@ -14,10 +14,10 @@ namespace pyrelux::soft {
 /// One direction of an axis-aligned quad: the pixels whose centres it covers, and where in the texture each of them
 /// samples. Positions are in texels with 32 fractional bits; texel i lies at i, not at i + 1/2.
 struct Axis {
-  int first = 0;            ///< first pixel covered
-  int end = 0;              ///< one past the last; nothing is covered when it is not above first
-  std::int64_t start = 0;   ///< texture position at `first`
-  std::int64_t step = 0;    ///< from one pixel to the next
+  int first = 0;           ///< first pixel covered
+  int end = 0;             ///< one past the last; nothing is covered when it is not above first
+  std::int64_t start = 0;  ///< texture position at `first`
+  std::int64_t step = 0;   ///< from one pixel to the next
 
   static constexpr std::int64_t one = std::int64_t{1} << 32;
 
@@ -25,10 +25,10 @@ struct Axis {
   bool isUnit() const { return step == one; }
 };
 
-/// The axis of a quad's edges `from` and `to` (pixels; any order) with texture coordinates `textureFrom` and `textureTo`
-/// (texels, edges at whole numbers). Edges are placed on a grid of 1/256 pixel; a pixel belongs to the quad when its
-/// centre lies on or above the lower edge and below the upper one. A scale within rounding of 1 is exactly 1. Pixels outside
-/// 0 .. size are left out.
+/// The axis of a quad's edges `from` and `to` (pixels; any order) with texture coordinates `textureFrom` and
+/// `textureTo` (texels, edges at whole numbers). Edges are placed on a grid of 1/256 pixel; a pixel belongs to the quad
+/// when its centre lies on or above the lower edge and below the upper one. A scale within rounding of 1 is exactly 1.
+/// Pixels outside 0 .. size are left out.
 Axis makeAxis(double from, double to, double textureFrom, double textureTo, int size);
 
 using Colour = std::array<float, 4>;  ///< red, green, blue, alpha in 0 .. 1

@@ -22,9 +22,7 @@
          inputInfo:(FxImageInfo)inputInfo
           hardware:(BOOL *)canRenderHardware
           software:(BOOL *)canRenderSoftware;
-- (BOOL)renderOutput:(FxImage *)outputImage
-           withInput:(FxImage *)inputImage
-            withInfo:(FxRenderInfo)renderInfo;
+- (BOOL)renderOutput:(FxImage *)outputImage withInput:(FxImage *)inputImage withInfo:(FxRenderInfo)renderInfo;
 @end
 
 /// An effect that supplies the views of its custom parameters.

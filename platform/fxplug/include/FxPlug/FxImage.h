@@ -27,8 +27,8 @@
 - (NSUInteger)rowBytes;
 @end
 
-/// An image in a rectangle texture, addressed in texels. The texture name stays its maker's. The methods that reach GL act
-/// on the current context.
+/// An image in a rectangle texture, addressed in texels. The texture name stays its maker's. The methods that reach GL
+/// act on the current context.
 @interface FxTexture : FxImage {
  @private
   GLuint _name;
