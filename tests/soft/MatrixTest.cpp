@@ -281,6 +281,9 @@ TEST(Coverage, PixelsBelongToTheQuadThatHoldsTheirCentre) {
   EXPECT_EQ(litBy(screen, {2.4, 1.4, 5.6, 4.6}), box(2, 1, 6, 5));
   EXPECT_EQ(litBy(screen, {2.6, 1.6, 5.4, 4.4}), box(3, 2, 5, 4));
   EXPECT_EQ(litBy(screen, {2.6, 1.6, 3.4, 6.4}).count, 0) << "between two centres";
+  // Edges lie on a grid of 1/256 pixel, the nearest line: 0.43 and 0.64 of a step past the centre.
+  EXPECT_EQ(litBy(screen, {2.5 + 1.0 / 600, 1, 6, 2}), box(2, 1, 6, 2));
+  EXPECT_EQ(litBy(screen, {2.5 + 1.0 / 400, 1, 6, 2}), box(3, 1, 6, 2));
   // Neighbours share an edge through centres: no pixel twice, none left out.
   glEnable(GL_BLEND);
   glBlendFunc(GL_ONE, GL_ONE);

@@ -83,6 +83,7 @@ TEST_P(ImageOf, IsWhatItWasWhenTheQuadWasDrawn) {
   glColor4f(1, 1, 1, 1);
   drawQuad(Box{0, 0, 4, 4}, Box{0, 0, 4, 4});
   fillWith(source, green);
+  glFlush();
   target.use();
   EXPECT_EQ(levelsAt(1, 1), red);
 }

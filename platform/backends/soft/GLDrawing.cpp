@@ -116,9 +116,14 @@ void SoftContext::addQuad() {
   // The viewport clips as well.
   const auto clip = [](Axis &axis, int low, int size) {
     const int first = std::max(axis.first, low);
+    axis.end = static_cast<int>(std::min<std::int64_t>(axis.end, std::int64_t{low} + size));
+    // Positions far beyond the quad are none that can be reckoned with.
+    if (first >= axis.end) {
+      axis.end = axis.first;
+      return;
+    }
     axis.start = axis.position(first);
     axis.first = first;
-    axis.end = static_cast<int>(std::min<std::int64_t>(axis.end, std::int64_t{low} + size));
   };
   clip(quad.x, viewport_[0], viewport_[2]);
   clip(quad.y, viewport_[1], viewport_[3]);
