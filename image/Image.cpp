@@ -66,6 +66,19 @@ Image Image::floats(int width, int height, Alpha alpha) {
   return Image(width, height, alpha, Floats(static_cast<std::size_t>(width) * height * 4));
 }
 
+void Image::reshape(int width, int height, Alpha alpha, bool floatSamples) {
+  width_ = width;
+  height_ = height;
+  alpha_ = alpha;
+  if (floatSamples != isFloat()) {
+    if (floatSamples)
+      samples_ = Floats();
+    else
+      samples_ = Bytes();
+  }
+  std::visit([this](auto &samples) { samples.resize(sampleCount()); }, samples_);
+}
+
 Image toFloat(const Image &image) {
   if (image.isFloat()) return image;
   Image result = Image::floats(image.width(), image.height(), image.alpha());

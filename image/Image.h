@@ -25,6 +25,9 @@ class Image {
   static Image bytes(int width, int height, Alpha alpha);
   static Image floats(int width, int height, Alpha alpha);
 
+  /// Makes it a picture of that kind, keeping its memory where it fits; what the samples hold then is not defined.
+  void reshape(int width, int height, Alpha alpha, bool isFloat);
+
   int width() const { return width_; }
   int height() const { return height_; }
   Alpha alpha() const { return alpha_; }

@@ -92,5 +92,21 @@ TEST(Image, ColourWithoutAlphaIsKept) {
             (Image::Floats{0.5f, 0.25f, 0.0f, 0.0f}));
 }
 
+TEST(Image, ReshapingKeepsTheMemoryThatFits) {
+  Image image = Image::bytes(20, 10, Alpha::Straight);
+  const std::uint8_t *memory = image.asBytes().data();
+  image.reshape(10, 20, Alpha::Premultiplied, false);
+  EXPECT_EQ(image.asBytes().data(), memory);
+  EXPECT_EQ(image.width(), 10);
+  EXPECT_EQ(image.height(), 20);
+  EXPECT_EQ(image.alpha(), Alpha::Premultiplied);
+
+  image.reshape(7, 3, Alpha::Straight, true);
+  ASSERT_TRUE(image.isFloat());
+  EXPECT_EQ(image.asFloats().size(), 7u * 3 * 4);
+  image.reshape(1, 1, Alpha::Straight, false);
+  EXPECT_EQ(image.asBytes().size(), 4u);
+}
+
 }  // namespace
 }  // namespace pyrelux

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <type_traits>
 #include <vector>
 
 namespace pyrelux::soft {
@@ -20,14 +21,13 @@ class KernelTest : public ::testing::TestWithParam<const Kernels *> {
   int upTo(int largest) { return std::uniform_int_distribution<int>(0, largest)(random); }
   float unit() { return std::uniform_real_distribution<float>(0.0f, 1.0f)(random); }
 
-  template <typename Sum, typename Tint>
+  template <typename Sum>
   struct Sums {
     std::vector<Sum> planes[4];
-    StripTarget<Sum, Tint> target;
+    StripTarget<Sum> target;
 
     Sums(int channels, const Sum *mask) {
       target.channels = channels;
-      target.stride = stripWidth;
       target.rows = rows;
       target.mask = mask;
       for (int c = 0; c < 4; ++c) {
@@ -37,53 +37,148 @@ class KernelTest : public ::testing::TestWithParam<const Kernels *> {
     }
   };
 
-  /// Runs a kernel of this set and the scalar one on the same job and hands both results to `compare`.
-  template <typename Sum, typename Tint, typename Job, typename Kernel, typename Compare>
-  void both(const Job &job, const Tint (&tints)[4], const Sum *mask, Kernel kernel, Compare compare) {
+  /// Lets this set and the scalar one add to the same sums, with `run(kernels, target)`, and compares what comes out.
+  template <typename Sum, typename Run, typename Compare>
+  void both(const Sum *mask, Run run, Compare compare) {
     int count = 0;
     const Kernels &scalar = *availableKernels(count)[0];
     for (int channels = 1; channels <= 4; ++channels) {
-      Sums<Sum, Tint> expected(channels, mask), got(channels, mask);
-      for (int c = 0; c < 4; ++c) expected.target.tints[c] = got.target.tints[c] = tints[c];
-      (scalar.*kernel)(job, expected.target);
-      (GetParam()->*kernel)(job, got.target);
+      Sums<Sum> expected(channels, mask), got(channels, mask);
+      run(scalar, expected.target);
+      run(*GetParam(), got.target);
       for (int c = 0; c < 4; ++c)
         for (std::size_t i = 0; i < expected.planes[c].size(); ++i)
           compare(expected.planes[c][i], got.planes[c][i], c, static_cast<int>(i));
     }
   }
+
+  template <typename Tint>
+  void fillTints(Tint (&tints)[4]) {
+    for (Tint &tint : tints) {
+      if constexpr (std::is_same_v<Tint, float>)
+        tint = unit();
+      else
+        tint = static_cast<Tint>(upTo(4) ? upTo(32767) : 32767);
+    }
+  }
 };
 
+/// A level as planes hold it.
+std::int8_t texelOf(int level) { return static_cast<std::int8_t>(level - 128); }
+
 TEST_P(KernelTest, UnitLevelsAreTheSameToTheBit) {
-  std::vector<std::uint16_t> texels(stride * (rows + 2));
+  std::vector<std::int8_t> texels(stride * (rows + 2));
   for (int round = 0; round < 200; ++round) {
-    for (auto &texel : texels) texel = static_cast<std::uint16_t>(round % 3 ? upTo(255) : 255 * upTo(1));
-    std::int16_t tints[4];
-    for (auto &tint : tints) tint = static_cast<std::int16_t>(round % 5 ? upTo(32767) : 32767);
+    for (auto &texel : texels) texel = texelOf(round % 3 ? upTo(255) : 255 * upTo(1));
     std::uint16_t mask[stripWidth];
     for (auto &m : mask) m = static_cast<std::uint16_t>(-upTo(1));
-    const UnitLevels job{texels.data() + upTo(40), stride, upTo(255), upTo(255)};
-    both<std::uint16_t>(job, tints, round % 2 ? mask : nullptr, &Kernels::unitLevels,
-                        [&](auto a, auto b, int c, int i) { ASSERT_EQ(a, b) << round << " " << c << " " << i; });
+    std::vector<UnitLevels> copies(static_cast<std::size_t>(1 + upTo(6)));
+    for (UnitLevels &copy : copies) {
+      copy.texels = texels.data() + upTo(40);
+      copy.halves = 3;
+      copy.fractionX = static_cast<std::int16_t>(upTo(255) << 7);
+      copy.fractionY = static_cast<std::int16_t>(upTo(255) << 7);
+      fillTints(copy.tints);
+    }
+    both<std::uint16_t>(
+        round % 2 ? mask : nullptr,
+        [&](const Kernels &set, LevelTarget &target) {
+          set.unitLevels(copies.data(), static_cast<int>(copies.size()), stride, target);
+        },
+        [&](auto a, auto b, int c, int i) { ASSERT_EQ(a, b) << round << " " << c << " " << i; });
   }
 }
 
 TEST_P(KernelTest, SumsSaturateInsteadOfWrapping) {
-  std::vector<std::uint16_t> texels(stride * (rows + 2), 255);
-  Sums<std::uint16_t, std::int16_t> sums(1, nullptr);
-  sums.target.tints[0] = 32767;
-  const UnitLevels job{texels.data(), stride, 77, 200};
-  for (int i = 0; i < 300; ++i) GetParam()->unitLevels(job, sums.target);
+  std::vector<std::int8_t> texels(stride * (rows + 2), texelOf(255));
+  Sums<std::uint16_t> sums(1, nullptr);
+  const UnitLevels copy{texels.data(), 3, 77 << 7, 200 << 7, {32767, 0, 0, 0}};
+  for (int i = 0; i < 300; ++i) GetParam()->unitLevels(&copy, 1, stride, sums.target);
   EXPECT_EQ(sums.planes[0][100], 0xFFFF);
+}
+
+TEST_P(KernelTest, CopiesThatShowNothingInAHalfMayBeLeftOutThere) {
+  std::vector<std::int8_t> levels(stride * (rows + 2), texelOf(0));
+  std::vector<float> floats(levels.size(), 0.0f);
+  for (std::size_t i = 0; i < levels.size(); ++i)
+    if (i % stride >= halfStrip + 1) levels[i] = texelOf(200), floats[i] = 0.5f;
+  const UnitLevels levelCopies[2] = {{levels.data(), 2, 50 << 7, 99 << 7, {32767}},
+                                     {levels.data() + halfStrip + 1, 3, 0, 0, {20000}}};
+  Sums<std::uint16_t> levelSums(1, nullptr);
+  GetParam()->unitLevels(levelCopies, 2, stride, levelSums.target);
+  const UnitFloats floatCopies[2] = {{floats.data(), 2, 0.25f, 0.125f, {1.0f}},
+                                     {floats.data() + halfStrip + 1, 3, 0.0f, 0.0f, {0.5f}}};
+  Sums<float> floatSums(1, nullptr);
+  GetParam()->unitFloats(floatCopies, 2, stride, floatSums.target);
+  // What the second copy adds is the same in both halves, and all that the first has.
+  for (const int x : {0, halfStrip - 1}) {
+    EXPECT_EQ(levelSums.planes[0][static_cast<std::size_t>(x)], 122) << x;
+    EXPECT_FLOAT_EQ(floatSums.planes[0][static_cast<std::size_t>(x)], 0.25f) << x;
+  }
+  for (const int x : {halfStrip + 2, stripWidth - 1}) {
+    EXPECT_EQ(levelSums.planes[0][static_cast<std::size_t>(x)], 322) << x;
+    EXPECT_FLOAT_EQ(floatSums.planes[0][static_cast<std::size_t>(x)], 0.75f) << x;
+  }
+}
+
+TEST_P(KernelTest, AStripIsSaturatedWhenItsLastSumIs) {
+  std::vector<std::uint16_t> sums(stripWidth * rows, 255);
+  sums[7] = 0xFFFF;
+  EXPECT_TRUE(GetParam()->isSaturated(sums.data(), rows));
+  for (const int at : {0, 40, stripWidth * rows - 1}) {
+    std::vector<std::uint16_t> almost = sums;
+    almost[static_cast<std::size_t>(at)] = 254;
+    EXPECT_FALSE(GetParam()->isSaturated(almost.data(), rows)) << at;
+    EXPECT_EQ(GetParam()->isSaturated(almost.data(), 1), at >= stripWidth) << at;
+  }
+}
+
+TEST_P(KernelTest, LevelsArePutTogetherAndCut) {
+  for (int round = 0; round < 100; ++round) {
+    const int width = 1 + upTo(stripWidth - 1);
+    std::uint16_t sums[4][stripWidth], constants[4];
+    for (auto &row : sums)
+      for (auto &sum : row) sum = static_cast<std::uint16_t>(upTo(3) ? upTo(300) : upTo(0xFFFF));
+    for (auto &constant : constants) constant = static_cast<std::uint16_t>(upTo(1) ? upTo(300) : upTo(0xFFFF));
+    const std::uint16_t *const planes[4] = {sums[0], sums[1], sums[2], sums[3]};
+    const bool blank = round % 2;
+    std::vector<std::uint8_t> before(4 * stripWidth);
+    for (auto &level : before) level = static_cast<std::uint8_t>(upTo(255));
+    std::vector<std::uint8_t> pixels = before;
+    GetParam()->putLevels(planes, constants, width, blank, pixels.data());
+    for (int i = 0; i < 4 * stripWidth; ++i) {
+      const auto at = static_cast<std::size_t>(i);
+      const int sum = sums[i % 4][i / 4] + constants[i % 4] + (blank ? 0 : before[at]);
+      ASSERT_EQ(pixels[at], i < 4 * width ? std::min(sum, 255) : before[at]) << round << " " << i;
+    }
+  }
+}
+
+TEST_P(KernelTest, FloatsArePutTogether) {
+  for (int round = 0; round < 20; ++round) {
+    const int width = 1 + upTo(stripWidth - 1);
+    float sums[4][stripWidth];
+    for (auto &row : sums)
+      for (auto &sum : row) sum = unit();
+    const float constants[4] = {unit(), 0.0f, 2.0f, unit()};
+    const float *const planes[4] = {sums[0], sums[1], sums[2], sums[3]};
+    const bool blank = round % 2;
+    std::vector<float> pixels(4 * stripWidth, 0.75f);
+    GetParam()->putFloats(planes, constants, width, blank, pixels.data());
+    for (int i = 0; i < 4 * stripWidth; ++i) {
+      const float sum = (blank ? 0.0f : 0.75f) + sums[i % 4][i / 4] + constants[i % 4];
+      ASSERT_EQ(pixels[static_cast<std::size_t>(i)], i < 4 * width ? sum : 0.75f) << round << " " << i;
+    }
+  }
 }
 
 TEST_P(KernelTest, ScaledLevelsAreTheSameToTheBit) {
   std::vector<std::int8_t> texels(512 * 64 + 64);
   for (int round = 0; round < 300; ++round) {
-    for (auto &texel : texels) texel = static_cast<std::int8_t>(round % 3 ? upTo(255) - 128 : 255 * upTo(1) - 128);
+    for (auto &texel : texels) texel = texelOf(round % 3 ? upTo(255) : 255 * upTo(1));
     // Narrow tables at first, then such as no shuffle reaches.
     const int reach = round % 2 ? 14 : 200;
-    ColumnTable table{};
+    LevelColumnTable table{};
     table.narrow = reach == 14;
     for (int group = 0; group < stripWidth / 8; ++group) {
       table.windows[group] = static_cast<std::uint16_t>(upTo(200));
@@ -105,13 +200,14 @@ TEST_P(KernelTest, ScaledLevelsAreTheSameToTheBit) {
       rowTaps[y] = 30 + step * y + upTo(1);
       rowFractions[y] = static_cast<std::int16_t>(upTo(255) << 7);
     }
-    std::int16_t tints[4];
-    for (auto &tint : tints) tint = static_cast<std::int16_t>(upTo(32767));
     std::uint16_t mask[stripWidth];
     for (auto &m : mask) m = static_cast<std::uint16_t>(-upTo(1));
-    const ScaledLevels job{texels.data(), 512, &table, rowTaps, rowFractions};
-    both<std::uint16_t>(job, tints, round % 4 < 2 ? mask : nullptr, &Kernels::scaledLevels,
-                        [&](auto a, auto b, int c, int i) { ASSERT_EQ(a, b) << round << " " << c << " " << i; });
+    ScaledLevels job{texels.data(), &table, rowTaps, rowFractions, {}};
+    fillTints(job.tints);
+    both<std::uint16_t>(
+        round % 4 < 2 ? mask : nullptr,
+        [&](const Kernels &set, LevelTarget &target) { set.scaledLevels(&job, 1, 512, target); },
+        [&](auto a, auto b, int c, int i) { ASSERT_EQ(a, b) << round << " " << c << " " << i; });
   }
 }
 
@@ -122,25 +218,42 @@ TEST_P(KernelTest, UnitFloatsAreTheSameWithinRounding) {
   std::vector<float> texels(stride * (rows + 2));
   for (int round = 0; round < 100; ++round) {
     for (auto &texel : texels) texel = unit();
-    const float tints[4] = {unit(), unit(), unit(), unit()};
     float mask[stripWidth];
     for (auto &m : mask) m = static_cast<float>(upTo(1));
-    const UnitFloats job{texels.data() + upTo(40), stride, unit(), unit()};
-    both<float>(job, tints, round % 2 ? mask : nullptr, &Kernels::unitFloats, [&](float a, float b, int c, int i) {
-      ASSERT_NEAR(a, b, floatSlack * static_cast<float>(1 + c)) << round << " " << c << " " << i;
-    });
+    std::vector<UnitFloats> copies(static_cast<std::size_t>(1 + upTo(3)));
+    for (UnitFloats &copy : copies) {
+      copy.texels = texels.data() + upTo(40);
+      copy.halves = 3;
+      copy.fractionX = unit();
+      copy.fractionY = unit();
+      fillTints(copy.tints);
+    }
+    both<float>(
+        round % 2 ? mask : nullptr,
+        [&](const Kernels &set, FloatTarget &target) {
+          set.unitFloats(copies.data(), static_cast<int>(copies.size()), stride, target);
+        },
+        [&](float a, float b, int c, int i) {
+          ASSERT_NEAR(a, b, floatSlack * static_cast<float>(c + 4)) << round << " " << c << " " << i;
+        });
   }
 }
 
 TEST_P(KernelTest, ScaledFloatsAreTheSameWithinRounding) {
   std::vector<float> texels(512 * 64);
-  for (int round = 0; round < 100; ++round) {
+  for (int round = 0; round < 200; ++round) {
     for (auto &texel : texels) texel = unit();
-    std::int32_t taps[stripWidth];
-    float fractions[stripWidth];
-    for (int i = 0; i < stripWidth; ++i) {
-      taps[i] = upTo(500);
-      fractions[i] = unit();
+    // Narrow tables at first, then such as no permutation reaches.
+    FloatColumnTable table{};
+    table.narrow = round % 2;
+    for (int i = 0; i < stripWidth; i += 8) {
+      // Two windows of eight pixels lie within 32 texels.
+      table.windows[i / 8] = i % 16 == 0 || !table.narrow ? upTo(400) : table.windows[i / 8 - 1] + upTo(32) - 16;
+      if (table.windows[i / 8] < 0) table.windows[i / 8] = 0;
+      for (int j = i; j < i + 8; ++j) {
+        table.taps[j] = table.narrow ? table.windows[i / 8] + upTo(14) : upTo(500);
+        table.fractions[j] = unit();
+      }
     }
     int rowTaps[rows];
     float rowFractions[rows];
@@ -148,12 +261,14 @@ TEST_P(KernelTest, ScaledFloatsAreTheSameWithinRounding) {
       rowTaps[y] = 20 + (upTo(2) - 1) + y;
       rowFractions[y] = unit();
     }
-    const float tints[4] = {unit(), unit(), unit(), unit()};
-    const ScaledFloats job{texels.data(), 512, taps, fractions, rowTaps, rowFractions};
-    both<float>(job, tints, static_cast<const float *>(nullptr), &Kernels::scaledFloats,
-                [&](float a, float b, int c, int i) {
-                  ASSERT_NEAR(a, b, floatSlack * static_cast<float>(1 + c)) << round << " " << c << " " << i;
-                });
+    ScaledFloats job{texels.data(), &table, rowTaps, rowFractions, {}};
+    fillTints(job.tints);
+    both<float>(
+        static_cast<const float *>(nullptr),
+        [&](const Kernels &set, FloatTarget &target) { set.scaledFloats(&job, 1, 512, target); },
+        [&](float a, float b, int c, int i) {
+          ASSERT_NEAR(a, b, floatSlack * static_cast<float>(1 + c)) << round << " " << c << " " << i;
+        });
   }
 }
 

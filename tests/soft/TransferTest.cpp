@@ -263,5 +263,14 @@ TEST(Read, FarFromTheSurfaceTouchesNothing) {
   EXPECT_EQ(untouched, 0xEE);
 }
 
+TEST(Read, OfNoPixelsNeedsNoPlaceForThem) {
+  const Screen screen(4, 4);
+  glReadPixels(0, 0, 0, 4, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
+  glReadPixels(0, 0, 4, 0, GL_RGBA, GL_FLOAT, nullptr);
+  EXPECT_EQ(glGetError(), GL_NO_ERROR);
+  glReadPixels(0, 0, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
+  EXPECT_EQ(glGetError(), GL_INVALID_VALUE);
+}
+
 }  // namespace
 }  // namespace pyrelux::soft

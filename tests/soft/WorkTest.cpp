@@ -109,5 +109,24 @@ TEST(Arithmetic, TapsAreRoundedToTheGrid) {
   EXPECT_EQ(tapAt(Axis::one - 1).texel, 1) << "nearer to the next texel than to the last fraction before it";
 }
 
+TEST(DrawsAlike, EverythingButTheQuadsHasToBeTheSame) {
+  Pass pass;
+  pass.texture = std::make_shared<const Pixels>(Samples::Byte, 2, 2);
+  pass.blend = Blend::Add;
+  Pass other = pass;
+  other.quads.resize(3);
+  EXPECT_TRUE(drawsAlike(pass, other));
+  const auto differs = [&](auto change) {
+    Pass changed = pass;
+    change(changed);
+    return !drawsAlike(pass, changed);
+  };
+  EXPECT_TRUE(differs([](Pass &p) { p.texture = std::make_shared<const Pixels>(Samples::Byte, 2, 2); }));
+  EXPECT_TRUE(differs([](Pass &p) { p.texture = nullptr; }));
+  EXPECT_TRUE(differs([](Pass &p) { p.filter = Filter::Nearest; }));
+  EXPECT_TRUE(differs([](Pass &p) { p.blend = Blend::Over; }));
+  EXPECT_TRUE(differs([](Pass &p) { p.mask[3] = false; }));
+}
+
 }  // namespace
 }  // namespace pyrelux::soft

@@ -37,6 +37,15 @@ void SoftContext::Begin(GLenum mode) {
   badQuads_ = false;
   cornerCount_ = 0;
   pass_ = Pass{};
+  // Another context may refill or drop the texture while quads come in.
+  const std::lock_guard<std::mutex> lock(group_->mutex);
+  const TextureObject *texture = activeTexture();
+  textured_ = texture != nullptr;
+  perS_ = perT_ = 1.0;
+  if (texture && texture->target == GL_TEXTURE_2D && texture->image) {
+    perS_ = texture->image->width();
+    perT_ = texture->image->height();
+  }
 }
 
 void SoftContext::Color4f(GLfloat red, GLfloat green, GLfloat blue, GLfloat alpha) {
@@ -72,11 +81,10 @@ bool SoftContext::isComplete(const TextureObject &texture) {
 void SoftContext::addQuad() {
   if (!surface_) return;
   const Vertex(&v)[4] = corners_;
-  const TextureObject *texture = activeTexture();
   // Upright: two neighbouring corners share x, the others share y, all the way round, and a texture follows.
   const auto upright = [&](int a, int b, int c, int d) {
     const bool rectangle = v[a].x == v[b].x && v[c].x == v[d].x && v[b].y == v[c].y && v[d].y == v[a].y;
-    return rectangle && (!texture || (v[a].s == v[b].s && v[c].s == v[d].s && v[b].t == v[c].t && v[d].t == v[a].t));
+    return rectangle && (!textured_ || (v[a].s == v[b].s && v[c].s == v[d].s && v[b].t == v[c].t && v[d].t == v[a].t));
   };
   const bool columnsFirst = upright(0, 1, 2, 3);
   if (!columnsFirst && !upright(1, 2, 3, 0)) {
@@ -99,19 +107,13 @@ void SoftContext::addQuad() {
   const double depth = projection_.apply(2, modelview_.apply(2, 0.0));
   if (!(depth >= -1.0 && depth <= 1.0)) return;
 
-  double perS = 1.0;
-  double perT = 1.0;
-  if (texture && texture->target == GL_TEXTURE_2D && texture->image) {
-    perS = texture->image->width();
-    perT = texture->image->height();
-  }
   const int width = surface_->width();
   const int height = surface_->height();
   Quad quad;
   // Without a texture the coordinates may be anything.
-  const auto coordinate = [&](float value, double scale) { return texture ? value * scale : 0.0; };
-  quad.x = makeAxis(windowAt(0, from.x), windowAt(0, to.x), coordinate(from.s, perS), coordinate(to.s, perS), width);
-  quad.y = makeAxis(windowAt(1, from.y), windowAt(1, to.y), coordinate(from.t, perT), coordinate(to.t, perT), height);
+  const auto coordinate = [&](float value, double scale) { return textured_ ? value * scale : 0.0; };
+  quad.x = makeAxis(windowAt(0, from.x), windowAt(0, to.x), coordinate(from.s, perS_), coordinate(to.s, perS_), width);
+  quad.y = makeAxis(windowAt(1, from.y), windowAt(1, to.y), coordinate(from.t, perT_), coordinate(to.t, perT_), height);
   quad.colour = v[3].colour;
   // The viewport clips as well.
   const auto clip = [](Axis &axis, int low, int size) {

@@ -6,6 +6,7 @@
 #include "Arithmetic.h"
 #include "SoftContext.h"
 #include "SoftLimits.h"
+#include "ThreadPool.h"
 
 namespace pyrelux::soft {
 
@@ -29,6 +30,16 @@ void copyRow(const float *from, std::uint8_t *to, std::size_t count) {
 }
 void copyRow(const std::uint8_t *from, float *to, std::size_t count) {
   std::transform(from, from + count, to, [](std::uint8_t level) { return static_cast<float>(level) / 255.0f; });
+}
+
+/// Calls work(y) for rows 0 .. count of `bytes` each, on all threads when there is enough to do.
+template <typename Work>
+void forRows(int count, std::size_t bytes, Work work) {
+  constexpr std::size_t pieceBytes = std::size_t{512} << 10;
+  const int rows = static_cast<int>(std::clamp<std::size_t>(pieceBytes / bytes, 1, largestTexture));
+  parallelFor((count + rows - 1) / rows, [&](int piece) {
+    for (int y = piece * rows; y < std::min((piece + 1) * rows, count); ++y) work(y);
+  });
 }
 
 template <typename From>
@@ -156,13 +167,13 @@ void SoftContext::TexImage2D(GLenum target, GLint level, GLint internalFormat, G
     }
     if (data) {
       const std::size_t stride = clientStride(width, type, unpackAlignment_);
-      for (int y = 0; y < height; ++y) {
+      forRows(height, stride, [&](int y) {
         const auto *row = static_cast<const std::uint8_t *>(data) + static_cast<std::size_t>(y) * stride;
         if (type == GL_FLOAT)
           copyInto<float>(*image, y, row);
         else
           copyInto<std::uint8_t>(*image, y, row);
-      }
+      });
     }
   }
   const std::lock_guard<std::mutex> lock(group_->mutex);
@@ -175,26 +186,30 @@ void SoftContext::ReadPixels(GLint x, GLint y, GLsizei width, GLsizei height, GL
                              GLvoid *data) {
   if (refusedInside()) return;
   if (format != GL_RGBA || (type != GL_UNSIGNED_BYTE && type != GL_FLOAT)) return fail(GL_INVALID_ENUM);
-  if (width < 0 || height < 0 || !data) return fail(GL_INVALID_VALUE);
+  // Nowhere is a fine place for no pixels.
+  const bool isEmpty = width == 0 || height == 0;
+  if (width < 0 || height < 0 || (!data && !isEmpty)) return fail(GL_INVALID_VALUE);
   if (!surface_) return fail(GL_INVALID_OPERATION);
   const std::lock_guard<std::mutex> lock(group_->mutex);
-  const Pixels &pixels = *surface_->image();
+  const std::shared_ptr<const Pixels> image = surface_->image();
+  const Pixels &pixels = *image;
   // What lies outside the surface is left as it was.
   const auto x0 = static_cast<int>(std::max<std::int64_t>(x, 0));
   const auto x1 = static_cast<int>(std::min<std::int64_t>(std::int64_t{x} + width, pixels.width()));
   const auto y0 = static_cast<int>(std::max<std::int64_t>(y, 0));
   const auto y1 = static_cast<int>(std::min<std::int64_t>(std::int64_t{y} + height, pixels.height()));
-  if (x0 >= x1) return;
+  if (x0 >= x1 || y0 >= y1) return;
   const std::size_t stride = clientStride(width, type, packAlignment_);
   const std::size_t pixelBytes = 4 * (type == GL_FLOAT ? sizeof(float) : 1);
-  for (int row = y0; row < y1; ++row) {
+  forRows(y1 - y0, stride, [&](int i) {
+    const int row = y0 + i;
     auto *to = static_cast<std::uint8_t *>(data) + static_cast<std::size_t>(row - y) * stride +
                static_cast<std::size_t>(x0 - x) * pixelBytes;
     if (type == GL_FLOAT)
       copyOut(pixels, x0, row, x1 - x0, reinterpret_cast<float *>(to));
     else
       copyOut(pixels, x0, row, x1 - x0, to);
-  }
+  });
 }
 
 }  // namespace pyrelux::soft

@@ -49,7 +49,7 @@ class SoftSurface : public platform::Surface {
   int width() const { return pixels_->width(); }
   int height() const { return pixels_->height(); }
   /// The image, with all that waited drawn.
-  const std::shared_ptr<Pixels> &image();
+  std::shared_ptr<const Pixels> image();
 
   /// The textures whose image this is.
   std::set<TextureObject *> attached;
@@ -165,6 +165,9 @@ class SoftContext : public platform::Context {
 
   bool insideBegin_ = false;
   bool badQuads_ = false;
+  bool textured_ = false;  ///< whether the primitive's quads have a texture
+  double perS_ = 1.0;      ///< texels of its texture coordinates' unit
+  double perT_ = 1.0;
   Vertex corners_[4];
   int cornerCount_ = 0;
   Pass pass_;

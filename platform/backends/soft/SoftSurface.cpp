@@ -30,7 +30,15 @@ SoftSurface::~SoftSurface() {
   for (TextureObject *texture : attached) texture->surface = nullptr;
 }
 
-void SoftSurface::add(Pass pass) { waiting_.push_back(std::move(pass)); }
+void SoftSurface::add(Pass pass) {
+  // A flame comes tongue by tongue. Together its copies are added up in one go over the surface.
+  if (!waiting_.empty() && drawsAlike(waiting_.back(), pass)) {
+    auto &quads = waiting_.back().quads;
+    quads.insert(quads.end(), pass.quads.begin(), pass.quads.end());
+  } else {
+    waiting_.push_back(std::move(pass));
+  }
+}
 
 void SoftSurface::clear(const Colour &colour, const std::array<bool, 4> &mask) {
   Pass pass;
@@ -46,12 +54,12 @@ void SoftSurface::clear(const Colour &colour, const std::array<bool, 4> &mask) {
 
 void SoftSurface::resolve() {
   const std::vector<Pass> passes = std::exchange(waiting_, {});
-  draw(passes, *pixels_, blank_);
+  draw(passes, pixels_, blank_);
 }
 
-const std::shared_ptr<Pixels> &SoftSurface::image() {
+std::shared_ptr<const Pixels> SoftSurface::image() {
   resolve();
-  settle(*pixels_, blank_);
+  settle(pixels_, blank_);
   return pixels_;
 }
 

@@ -18,7 +18,7 @@ class Convolution {
   Convolution(const std::vector<WholeCopy> &copies, const std::vector<ConvolvedChannel> &channels,
               const TexturePlanes &planes, const Spans &spans);
 
-  /// What row() needs to work in.
+  /// What addRow() needs to work in.
   RecycledArray<float> rowBuffer() const { return RecycledArray<float>(static_cast<std::size_t>(spans_.x.size)); }
 
   /// Adds row y of channels[index] to a row of the target's width.

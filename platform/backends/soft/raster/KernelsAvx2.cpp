@@ -15,7 +15,11 @@ struct Floats {
 };
 constexpr int wordLanes = 16;
 constexpr int floatLanes = 8;
+constexpr int vectorRegisters = 16;
 
+inline Words loadTexels(const std::int8_t *from) {
+  return {_mm256_cvtepi8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(from)))};
+}
 inline Words loadWords(const std::uint16_t *from) {
   return {_mm256_loadu_si256(reinterpret_cast<const __m256i *>(from))};
 }
@@ -29,7 +33,7 @@ inline Words operator&(Words a, Words b) { return {_mm256_and_si256(a.v, b.v)}; 
 inline Words addSaturated(Words a, Words b) { return {_mm256_adds_epu16(a.v, b.v)}; }
 inline Words multiplyRounded(Words a, Words b) { return {_mm256_mulhrs_epi16(a.v, b.v)}; }
 
-inline Words sampleNarrow(const std::int8_t *row, const ColumnTable &columns, int x) {
+inline Words sampleNarrow(const std::int8_t *row, const LevelColumnTable &columns, int x) {
   const auto window = [&](int group) {
     return _mm_loadu_si128(reinterpret_cast<const __m128i *>(row + columns.windows[x / 8 + group]));
   };
@@ -42,6 +46,11 @@ inline Words sampleNarrow(const std::int8_t *row, const ColumnTable &columns, in
 }
 
 inline Floats loadFloats(const float *from) { return {_mm256_loadu_ps(from)}; }
+inline Floats loadTexels(const float *from) {
+  Floats floats = loadFloats(from);
+  asm("" : "+x"(floats.v));
+  return floats;
+}
 inline void storeFloats(float *to, Floats floats) { _mm256_storeu_ps(to, floats.v); }
 inline Floats broadcastFloats(float value) { return {_mm256_set1_ps(value)}; }
 inline Floats operator-(Floats a, Floats b) { return {_mm256_sub_ps(a.v, b.v)}; }
@@ -51,12 +60,26 @@ inline Floats gatherFloats(const float *row, const std::int32_t *taps) {
   return {_mm256_i32gather_ps(row, _mm256_loadu_si256(reinterpret_cast<const __m256i *>(taps)), 4)};
 }
 
+inline Floats sampleNarrow(const float *row, const FloatColumnTable &columns, int x) {
+  const std::int32_t first = columns.windows[x / 8];
+  const __m256 low = _mm256_loadu_ps(row + first), high = _mm256_loadu_ps(row + first + 8);
+  // Which of both it is comes from bit 3, which goes where blending looks: into the sign.
+  const auto pick = [&](__m256i at) {
+    return _mm256_blendv_ps(_mm256_permutevar8x32_ps(low, at), _mm256_permutevar8x32_ps(high, at),
+                            _mm256_castsi256_ps(_mm256_slli_epi32(at, 28)));
+  };
+  const __m256i left = _mm256_sub_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(columns.taps + x)),
+                                        _mm256_set1_epi32(first));
+  const Floats a{pick(left)}, b{pick(_mm256_add_epi32(left, _mm256_set1_epi32(1)))};
+  return multiplyAdd(b - a, loadFloats(columns.fractions + x), a);
+}
+
 #include "KernelLoops.h"
 
 }  // namespace
 
 const Kernels &avx2Kernels() {
-  static constexpr Kernels kernels{"avx2", unitLevels, scaledLevels, unitFloats, scaledFloats};
+  static constexpr Kernels kernels = kernelsNamed("avx2");
   return kernels;
 }
 

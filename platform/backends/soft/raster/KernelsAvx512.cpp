@@ -15,7 +15,11 @@ struct Floats {
 };
 constexpr int wordLanes = 32;
 constexpr int floatLanes = 16;
+constexpr int vectorRegisters = 32;
 
+inline Words loadTexels(const std::int8_t *from) {
+  return {_mm512_cvtepi8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(from)))};
+}
 inline Words loadWords(const std::uint16_t *from) { return {_mm512_loadu_si512(from)}; }
 inline void storeWords(std::uint16_t *to, Words words) { _mm512_storeu_si512(to, words.v); }
 inline Words broadcastWords(std::int16_t value) { return {_mm512_set1_epi16(value)}; }
@@ -25,7 +29,7 @@ inline Words operator&(Words a, Words b) { return {_mm512_and_si512(a.v, b.v)}; 
 inline Words addSaturated(Words a, Words b) { return {_mm512_adds_epu16(a.v, b.v)}; }
 inline Words multiplyRounded(Words a, Words b) { return {_mm512_mulhrs_epi16(a.v, b.v)}; }
 
-inline Words sampleNarrow(const std::int8_t *row, const ColumnTable &columns, int) {
+inline Words sampleNarrow(const std::int8_t *row, const LevelColumnTable &columns, int) {
   const auto window = [&](int group) {
     return _mm_loadu_si128(reinterpret_cast<const __m128i *>(row + columns.windows[group]));
   };
@@ -41,6 +45,11 @@ inline Words sampleNarrow(const std::int8_t *row, const ColumnTable &columns, in
 }
 
 inline Floats loadFloats(const float *from) { return {_mm512_loadu_ps(from)}; }
+inline Floats loadTexels(const float *from) {
+  Floats floats = loadFloats(from);
+  asm("" : "+v"(floats.v));
+  return floats;
+}
 inline void storeFloats(float *to, Floats floats) { _mm512_storeu_ps(to, floats.v); }
 inline Floats broadcastFloats(float value) { return {_mm512_set1_ps(value)}; }
 inline Floats operator-(Floats a, Floats b) { return {_mm512_sub_ps(a.v, b.v)}; }
@@ -51,12 +60,22 @@ inline Floats gatherFloats(const float *row, const std::int32_t *taps) {
   return {_mm512_mask_i32gather_ps(_mm512_setzero_ps(), 0xFFFF, _mm512_loadu_si512(taps), row, 4)};
 }
 
+inline Floats sampleNarrow(const float *row, const FloatColumnTable &columns, int x) {
+  const std::int32_t *windows = columns.windows + x / 8;
+  const std::int32_t first = windows[0] < windows[1] ? windows[0] : windows[1];
+  const __m512 low = _mm512_loadu_ps(row + first), high = _mm512_loadu_ps(row + first + 16);
+  const __m512i left = _mm512_sub_epi32(_mm512_loadu_si512(columns.taps + x), _mm512_set1_epi32(first));
+  const __m512i right = _mm512_add_epi32(left, _mm512_set1_epi32(1));
+  const Floats a{_mm512_permutex2var_ps(low, left, high)}, b{_mm512_permutex2var_ps(low, right, high)};
+  return multiplyAdd(b - a, loadFloats(columns.fractions + x), a);
+}
+
 #include "KernelLoops.h"
 
 }  // namespace
 
 const Kernels &avx512Kernels() {
-  static constexpr Kernels kernels{"avx512", unitLevels, scaledLevels, unitFloats, scaledFloats};
+  static constexpr Kernels kernels = kernelsNamed("avx512");
   return kernels;
 }
 

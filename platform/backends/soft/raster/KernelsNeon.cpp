@@ -15,7 +15,9 @@ struct Floats {
 };
 constexpr int wordLanes = 8;
 constexpr int floatLanes = 4;
+constexpr int vectorRegisters = 32;
 
+inline Words loadTexels(const std::int8_t *from) { return {vreinterpretq_u16_s16(vmovl_s8(vld1_s8(from)))}; }
 inline Words loadWords(const std::uint16_t *from) { return {vld1q_u16(from)}; }
 inline void storeWords(std::uint16_t *to, Words words) { vst1q_u16(to, words.v); }
 inline Words broadcastWords(std::int16_t value) { return {vdupq_n_u16(static_cast<std::uint16_t>(value))}; }
@@ -27,12 +29,17 @@ inline Words multiplyRounded(Words a, Words b) {
   return {vreinterpretq_u16_s16(vqrdmulhq_s16(vreinterpretq_s16_u16(a.v), vreinterpretq_s16_u16(b.v)))};
 }
 
-Words sampleWide(const std::int8_t *row, const ColumnTable &columns, int x);
-inline Words sampleNarrow(const std::int8_t *row, const ColumnTable &columns, int x) {
+Words sampleWide(const std::int8_t *row, const LevelColumnTable &columns, int x);
+inline Words sampleNarrow(const std::int8_t *row, const LevelColumnTable &columns, int x) {
   return sampleWide(row, columns, x);
 }
 
 inline Floats loadFloats(const float *from) { return {vld1q_f32(from)}; }
+inline Floats loadTexels(const float *from) {
+  Floats floats = loadFloats(from);
+  asm("" : "+w"(floats.v));
+  return floats;
+}
 inline void storeFloats(float *to, Floats floats) { vst1q_f32(to, floats.v); }
 inline Floats broadcastFloats(float value) { return {vdupq_n_f32(value)}; }
 inline Floats operator-(Floats a, Floats b) { return {vsubq_f32(a.v, b.v)}; }
@@ -43,12 +50,17 @@ inline Floats gatherFloats(const float *row, const std::int32_t *taps) {
   return {vld1q_f32(values)};
 }
 
+Floats sampleWide(const float *row, const FloatColumnTable &columns, int x);
+inline Floats sampleNarrow(const float *row, const FloatColumnTable &columns, int x) {
+  return sampleWide(row, columns, x);
+}
+
 #include "KernelLoops.h"
 
 }  // namespace
 
 const Kernels &neonKernels() {
-  static constexpr Kernels kernels{"neon", unitLevels, scaledLevels, unitFloats, scaledFloats};
+  static constexpr Kernels kernels = kernelsNamed("neon");
   return kernels;
 }
 

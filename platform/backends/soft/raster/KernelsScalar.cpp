@@ -11,10 +11,12 @@ struct Words {
 using Floats = float;
 constexpr int wordLanes = 1;
 constexpr int floatLanes = 1;
+constexpr int vectorRegisters = 16;
 
 inline Words word(int value) { return {static_cast<std::uint16_t>(value)}; }
 inline int asSigned(Words words) { return static_cast<std::int16_t>(words.value); }
 
+inline Words loadTexels(const std::int8_t *from) { return word(*from); }
 inline Words loadWords(const std::uint16_t *from) { return {*from}; }
 inline void storeWords(std::uint16_t *to, Words words) { *to = words.value; }
 inline Words broadcastWords(std::int16_t value) { return word(value); }
@@ -25,13 +27,19 @@ inline Words addSaturated(Words a, Words b) { return word(a.value + b.value > 0x
 inline Words multiplyRounded(Words a, Words b) { return word((asSigned(a) * asSigned(b) + 16384) >> 15); }
 
 inline float loadFloats(const float *from) { return *from; }
+inline float loadTexels(const float *from) { return *from; }
 inline void storeFloats(float *to, float value) { *to = value; }
 inline float broadcastFloats(float value) { return value; }
 inline float multiplyAdd(float a, float b, float c) { return a * b + c; }
 inline float gatherFloats(const float *row, const std::int32_t *taps) { return row[*taps]; }
 
-Words sampleWide(const std::int8_t *row, const ColumnTable &columns, int x);
-inline Words sampleNarrow(const std::int8_t *row, const ColumnTable &columns, int x) {
+Words sampleWide(const std::int8_t *row, const LevelColumnTable &columns, int x);
+inline Words sampleNarrow(const std::int8_t *row, const LevelColumnTable &columns, int x) {
+  return sampleWide(row, columns, x);
+}
+
+Floats sampleWide(const float *row, const FloatColumnTable &columns, int x);
+inline Floats sampleNarrow(const float *row, const FloatColumnTable &columns, int x) {
   return sampleWide(row, columns, x);
 }
 
@@ -40,7 +48,7 @@ inline Words sampleNarrow(const std::int8_t *row, const ColumnTable &columns, in
 }  // namespace
 
 const Kernels &scalarKernels() {
-  static constexpr Kernels kernels{"scalar", unitLevels, scaledLevels, unitFloats, scaledFloats};
+  static constexpr Kernels kernels = kernelsNamed("scalar");
   return kernels;
 }
 

@@ -15,7 +15,13 @@ struct Floats {
 };
 constexpr int wordLanes = 8;
 constexpr int floatLanes = 4;
+constexpr int vectorRegisters = 16;
 
+inline Words loadTexels(const std::int8_t *from) {
+  const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i *>(from));
+  // Each byte into the upper half of a word, and down from there with its sign.
+  return {_mm_srai_epi16(_mm_unpacklo_epi8(bytes, bytes), 8)};
+}
 inline Words loadWords(const std::uint16_t *from) { return {_mm_loadu_si128(reinterpret_cast<const __m128i *>(from))}; }
 inline void storeWords(std::uint16_t *to, Words words) { _mm_storeu_si128(reinterpret_cast<__m128i *>(to), words.v); }
 inline Words broadcastWords(std::int16_t value) { return {_mm_set1_epi16(value)}; }
@@ -31,6 +37,11 @@ inline Words multiplyRounded(Words a, Words b) {
 }
 
 inline Floats loadFloats(const float *from) { return {_mm_loadu_ps(from)}; }
+inline Floats loadTexels(const float *from) {
+  Floats floats = loadFloats(from);
+  asm("" : "+x"(floats.v));
+  return floats;
+}
 inline void storeFloats(float *to, Floats floats) { _mm_storeu_ps(to, floats.v); }
 inline Floats broadcastFloats(float value) { return {_mm_set1_ps(value)}; }
 inline Floats operator-(Floats a, Floats b) { return {_mm_sub_ps(a.v, b.v)}; }
@@ -40,9 +51,14 @@ inline Floats gatherFloats(const float *row, const std::int32_t *taps) {
   return {_mm_setr_ps(row[taps[0]], row[taps[1]], row[taps[2]], row[taps[3]])};
 }
 
-Words sampleWide(const std::int8_t *row, const ColumnTable &columns, int x);
-inline Words sampleNarrow(const std::int8_t *row, const ColumnTable &columns, int x) {
+Words sampleWide(const std::int8_t *row, const LevelColumnTable &columns, int x);
+inline Words sampleNarrow(const std::int8_t *row, const LevelColumnTable &columns, int x) {
   return sampleWide(row, columns, x);  // no byte shuffle here
+}
+
+Floats sampleWide(const float *row, const FloatColumnTable &columns, int x);
+inline Floats sampleNarrow(const float *row, const FloatColumnTable &columns, int x) {
+  return sampleWide(row, columns, x);
 }
 
 #include "KernelLoops.h"
@@ -50,7 +66,7 @@ inline Words sampleNarrow(const std::int8_t *row, const ColumnTable &columns, in
 }  // namespace
 
 const Kernels &sse2Kernels() {
-  static constexpr Kernels kernels{"sse2", unitLevels, scaledLevels, unitFloats, scaledFloats};
+  static constexpr Kernels kernels = kernelsNamed("sse2");
   return kernels;
 }
 

@@ -26,27 +26,50 @@ bool isClearing(const Pass &pass, const Pixels &target) {
          coversAll(pass.quads[0], target);
 }
 
-void drawPass(const Pass &pass, Pixels &target, bool &blank) {
+/// Whether the pass leaves the target as a copy of its texture.
+bool isCopying(const Pass &pass, const Pixels &target, bool blank) {
+  if (!pass.texture || pass.quads.size() != 1) return false;
+  // A quad as large as both has nowhere else to begin than at the first texel.
+  const Quad &quad = pass.quads[0];
+  return pass.texture->width() == target.width() && pass.texture->height() == target.height() &&
+         coversAll(quad, target) && isRowQuad(pass, quad, target) && isPlainCopy(pass, quad, target, blank);
+}
+
+/// Drawing must not show in what others look at.
+void makeOwn(std::shared_ptr<Pixels> &target, bool blank) {
+  if (target.use_count() == 1) return;
+  target = blank ? std::make_shared<Pixels>(Pixels::Undefined(), target->samples(), target->width(), target->height())
+                 : std::make_shared<Pixels>(*target);
+}
+
+void drawPass(const Pass &pass, std::shared_ptr<Pixels> &target, bool &blank) {
   if (referenceOnly) {
     settle(target, blank);
-    drawByReference(pass, target);
+    makeOwn(target, blank);
+    drawByReference(pass, *target);
     return;
   }
+  if (isCopying(pass, *target, blank)) {
+    target = std::const_pointer_cast<Pixels>(pass.texture);
+    blank = false;
+    return;
+  }
+  makeOwn(target, blank);
   // Few copies are not worth taking a texture apart, nor is it where texels fall on pixels.
   const bool rows = std::all_of(pass.quads.begin(), pass.quads.end(),
-                                [&](const Quad &quad) { return isRowQuad(pass, quad, target); });
+                                [&](const Quad &quad) { return isRowQuad(pass, quad, *target); });
   if (rows) {
     for (const Quad &quad : pass.quads) {
-      drawRows(pass, quad, target, blank);
+      drawRows(pass, quad, *target, blank);
       blank = false;
     }
     return;
   }
   if (isFlame(pass)) {
-    addFlame(pass, target, blank);
+    addFlame(pass, *target, blank);
   } else {
     settle(target, blank);
-    drawByReference(pass, target);
+    drawByReference(pass, *target);
   }
   blank = false;
 }
@@ -55,16 +78,17 @@ void drawPass(const Pass &pass, Pixels &target, bool &blank) {
 
 void useReferenceOnly(bool only) { referenceOnly = only; }
 
-void settle(Pixels &target, bool &blank) {
+void settle(std::shared_ptr<Pixels> &target, bool &blank) {
   if (!blank) return;
+  makeOwn(target, blank);
   // A quad that covers nothing, drawn onto a blank target, leaves it black.
-  drawRows(Pass{}, Quad{}, target, true);
+  drawRows(Pass{}, Quad{}, *target, true);
   blank = false;
 }
 
-void draw(const std::vector<Pass> &passes, Pixels &target, bool &blank) {
+void draw(const std::vector<Pass> &passes, std::shared_ptr<Pixels> &target, bool &blank) {
   for (const Pass &pass : passes) {
-    if (isClearing(pass, target))
+    if (isClearing(pass, *target))
       blank = true;
     else
       drawPass(pass, target, blank);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -12,10 +13,13 @@ namespace pyrelux::soft {
 ///
 /// `blank` says that the target is transparent black, whatever it holds; it is false afterwards unless nothing was
 /// drawn.
-void draw(const std::vector<Pass> &passes, Pixels &target, bool &blank);
+///
+/// Pixels may have several owners, who only look at them. A target that becomes a copy of a texture shares the
+/// texture's pixels from then on, and one that is drawn into gets pixels of its own first.
+void draw(const std::vector<Pass> &passes, std::shared_ptr<Pixels> &target, bool &blank);
 
 /// Makes a blank target hold transparent black, for somebody who looks at it.
-void settle(Pixels &target, bool &blank);
+void settle(std::shared_ptr<Pixels> &target, bool &blank);
 
 /// For tests: draws everything pixel by pixel from now on, or no longer, in the whole process.
 void useReferenceOnly(bool only);

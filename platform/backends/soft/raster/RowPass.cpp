@@ -30,24 +30,30 @@ void blendLevels(const std::uint8_t *texels, std::uint8_t *pixels, int count, co
   }
 }
 
-template <Blend how>
-void blendFloats(const float *texels, float *pixels, int count, const Colour &tints) {
+float asFloat(float value) { return value; }
+float asFloat(std::uint8_t level) { return static_cast<float>(level) / 255.0f; }
+
+template <Blend how, typename Texel>
+void blendFloats(const Texel *texels, float *pixels, int count, const Colour &tints) {
   for (int i = 0; i < count; i += 4) {
-    const float alpha = texels[i + 3] * tints[3];
+    const float alpha = asFloat(texels[i + 3]) * tints[3];
     for (std::size_t c = 0; c < 4; ++c) {
       float *pixel = pixels + i + c;
-      *pixel = blend(how, texels[static_cast<std::size_t>(i) + c] * tints[c], alpha, *pixel);
+      *pixel = blend(how, asFloat(texels[static_cast<std::size_t>(i) + c]) * tints[c], alpha, *pixel);
     }
   }
 }
 
+bool isTinted(const Colour &colour, Samples samples) {
+  return std::any_of(colour.begin(), colour.end(), [&](float channel) {
+    return samples == Samples::Byte ? tintOf(channel) != 32767 : channel != 1.0f;
+  });
+}
+
 void drawRow(Blend how, const std::uint8_t *texels, std::uint8_t *pixels, int count, const Colour &colour) {
+  const bool tinted = isTinted(colour, Samples::Byte);
   int tints[4];
-  bool tinted = false;
-  for (std::size_t c = 0; c < 4; ++c) {
-    tints[c] = tintOf(colour[c]);
-    tinted = tinted || tints[c] != 32767;
-  }
+  for (std::size_t c = 0; c < 4; ++c) tints[c] = tintOf(colour[c]);
   switch (how) {
     case Blend::Replace:
       if (!tinted) {
@@ -63,7 +69,8 @@ void drawRow(Blend how, const std::uint8_t *texels, std::uint8_t *pixels, int co
   }
 }
 
-void drawRow(Blend how, const float *texels, float *pixels, int count, const Colour &colour) {
+template <typename Texel>
+void drawRow(Blend how, const Texel *texels, float *pixels, int count, const Colour &colour) {
   switch (how) {
     case Blend::Replace:
       return blendFloats<Blend::Replace>(texels, pixels, count, colour);
@@ -128,20 +135,27 @@ void drawAllRows(const Pass &pass, const Quad &quad, int width, int height, bool
 bool isRowQuad(const Pass &pass, const Quad &quad, const Pixels &target) {
   if (pass.mask != allChannels) return false;
   if (!pass.texture) return pass.blend == Blend::Replace;
-  return pass.texture->samples() == target.samples() && isOneForOne(quad.x, pass.texture->width()) &&
-         isOneForOne(quad.y, pass.texture->height());
+  const bool canConvert = target.samples() == Samples::Float || pass.texture->samples() == Samples::Byte;
+  return canConvert && isOneForOne(quad.x, pass.texture->width()) && isOneForOne(quad.y, pass.texture->height());
+}
+
+bool isPlainCopy(const Pass &pass, const Quad &quad, const Pixels &target, bool blank) {
+  return pass.texture && pass.texture->samples() == target.samples() && (blank || pass.blend == Blend::Replace) &&
+         !isTinted(quad.colour, target.samples());
 }
 
 void drawRows(const Pass &pass, const Quad &quad, Pixels &target, bool blank) {
   const Pixels *texture = pass.texture.get();
+  const auto draw = [&](auto targetRow, auto textureRow) {
+    drawAllRows(pass, quad, target.width(), target.height(), blank, targetRow, textureRow);
+  };
+  const auto bytes = [&](int y) { return texture->byteRow(y); };
   if (target.samples() == Samples::Byte)
-    drawAllRows(
-        pass, quad, target.width(), target.height(), blank, [&](int y) { return target.byteRow(y); },
-        [&](int y) { return texture->byteRow(y); });
+    draw([&](int y) { return target.byteRow(y); }, bytes);
+  else if (texture && texture->samples() == Samples::Byte)
+    draw([&](int y) { return target.floatRow(y); }, bytes);
   else
-    drawAllRows(
-        pass, quad, target.width(), target.height(), blank, [&](int y) { return target.floatRow(y); },
-        [&](int y) { return texture->floatRow(y); });
+    draw([&](int y) { return target.floatRow(y); }, [&](int y) { return texture->floatRow(y); });
 }
 
 }  // namespace pyrelux::soft

@@ -123,6 +123,13 @@ void spread(const Sample *row, int width, int channel, Value *to, std::ptrdiff_t
   std::fill_n(to + width, marginRight, to[width - 1]);
 }
 
+/// An odd number of cache lines: at 4096 bytes from row to row, which pictures 1920 wide would have, all rows of a
+/// strip would compete for the same few lines of the cache.
+std::ptrdiff_t strideFor(int width) {
+  const int units = (width + 2 * TexturePlanes::marginX + 31) / 32;
+  return (units | 1) * 32;
+}
+
 }  // namespace
 
 void Occupancy::resize(int width, int height) {
@@ -139,25 +146,25 @@ void Occupancy::finish() {
       cells_[index(column, row)] = cells_[index(column, row - 1)] + sum;
     }
   }
+  full_ = cells_.back() == columns_ * rows_;
 }
 
-bool Occupancy::any(int x0, int y0, int x1, int y1) const {
-  const auto clampColumn = [&](int x) { return std::clamp(x / cellWidth, 0, columns_ - 1); };
+Occupancy::Band Occupancy::band(int y0, int y1) const {
   const auto clampRow = [&](int y) { return std::clamp(y / cellHeight, 0, rows_ - 1); };
-  const int c0 = clampColumn(x0), c1 = clampColumn(x1);
-  const int r0 = clampRow(y0), r1 = clampRow(y1);
-  return cells_[index(c1, r1)] - cells_[index(c0 - 1, r1)] - cells_[index(c1, r0 - 1)] + cells_[index(c0 - 1, r0 - 1)] >
-         0;
+  Band band;
+  band.before_ = cells_.data() + index(-1, clampRow(y0) - 1);
+  band.last_ = cells_.data() + index(-1, clampRow(y1));
+  band.lastTexel_ = columns_ * cellWidth - 1;
+  return band;
 }
 
 TexturePlanes::TexturePlanes(const Pixels &texture, unsigned wanted)
-    : width_(texture.width()), height_(texture.height()), stride_((texture.width() + 2 * marginX + 31) / 32 * 32) {
+    : width_(texture.width()), height_(texture.height()), stride_(strideFor(texture.width())) {
   findPlanes(texture);
   const auto size = static_cast<std::size_t>(stride_ * (height_ + 2 * marginY) + stripSlack);
   for (std::size_t c = 0; c < 4; ++c) {
     if (planeOf_[c] != static_cast<int>(c)) continue;
-    if (wanted & Levels) levels_[c] = RecycledArray<std::uint16_t>(size);
-    if (wanted & SignedLevels) signed_[c] = RecycledArray<std::int8_t>(size);
+    if (wanted & Levels) levels_[c] = RecycledArray<std::int8_t>(size);
     if (wanted & Floats) floats_[c] = RecycledArray<float>(size);
   }
   occupancy_.resize(width_, height_);
@@ -190,9 +197,6 @@ void TexturePlanes::fillRows(const Pixels &texture, unsigned wanted, int first, 
       const auto plane = static_cast<std::size_t>(c);
       if (wanted & Levels)
         spread(row, width_, c, levels_[plane].data() + at(0, y), marginRight,
-               [](auto sample) { return static_cast<std::uint16_t>(asLevel(sample)); });
-      if (wanted & SignedLevels)
-        spread(row, width_, c, signed_[plane].data() + at(0, y), marginRight,
                [](auto sample) { return static_cast<std::int8_t>(asLevel(sample) - 128); });
       if (wanted & Floats)
         spread(row, width_, c, floats_[plane].data() + at(0, y), marginRight,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <vector>
@@ -8,10 +9,10 @@
 
 namespace pyrelux::soft {
 
-/// Which texels have anything in them, counted in cells of 16 x 8 so that any rectangle can be asked about at once.
+/// Which texels have anything in them, counted in cells of 8 x 8 so that any rectangle can be asked about at once.
 class Occupancy {
  public:
-  static constexpr int cellWidth = 16;
+  static constexpr int cellWidth = 8;
   static constexpr int cellHeight = 8;
 
   void resize(int width, int height);
@@ -19,8 +20,30 @@ class Occupancy {
   void mark(int x, int y) { cells_[index(x / cellWidth, y / cellHeight)] = 1; }
   /// Turns the marks into sums; nothing is marked afterwards.
   void finish();
+  /// Whether every cell has something in it.
+  bool isFull() const { return full_; }
+
+  /// Some rows of the texture, for those who ask about many parts of them.
+  class Band {
+   public:
+    /// Whether texels x0 .. x1 (both included; clamped to the texture) may have anything in them.
+    bool any(int x0, int x1) const {
+      const int left = std::clamp(x0, 0, lastTexel_) / cellWidth;
+      const int right = std::clamp(x1, 0, lastTexel_) / cellWidth + 1;
+      return last_[right] - last_[left] != before_[right] - before_[left];
+    }
+
+   private:
+    friend class Occupancy;
+    const std::int32_t *before_;  ///< sums of the cells above the band
+    const std::int32_t *last_;    ///< and of those together with the band's
+    int lastTexel_;
+  };
+  /// Rows y0 .. y1 (both included; clamped to the texture).
+  Band band(int y0, int y1) const;
+
   /// Whether texels x0 .. x1, y0 .. y1 (both included; clamped to the texture) may have anything in them.
-  bool any(int x0, int y0, int x1, int y1) const;
+  bool any(int x0, int y0, int x1, int y1) const { return band(y0, y1).any(x0, x1); }
 
  private:
   std::size_t index(int column, int row) const {
@@ -30,6 +53,7 @@ class Occupancy {
 
   int columns_ = 0;
   int rows_ = 0;
+  bool full_ = false;
   std::vector<std::int32_t> cells_;  ///< with a row and a column of zeros before the first
 };
 
@@ -44,9 +68,8 @@ class TexturePlanes {
   static constexpr int stripSlack = 64;
 
   enum Wanted : unsigned {
-    Levels = 1,        ///< 16-bit levels, for copies at their own size
-    SignedLevels = 2,  ///< 8-bit levels less 128, for copies at another
-    Floats = 4,
+    Levels = 1,  ///< less 128, as signed bytes
+    Floats = 2,
   };
 
   /// Thread: uses the pool.
@@ -65,11 +88,8 @@ class TexturePlanes {
   bool isUniform(int plane) const { return facts_[static_cast<std::size_t>(plane)].uniform; }
 
   /// The texel at x, y; the margins count as texels.
-  const std::uint16_t *levels(int plane, int x, int y) const {
+  const std::int8_t *levels(int plane, int x, int y) const {
     return levels_[static_cast<std::size_t>(plane)].data() + at(x, y);
-  }
-  const std::int8_t *signedLevels(int plane, int x, int y) const {
-    return signed_[static_cast<std::size_t>(plane)].data() + at(x, y);
   }
   const float *floats(int plane, int x, int y) const {
     return floats_[static_cast<std::size_t>(plane)].data() + at(x, y);
@@ -92,8 +112,7 @@ class TexturePlanes {
   std::ptrdiff_t stride_;
   std::array<int, 4> planeOf_{0, 1, 2, 3};
   std::array<Facts, 4> facts_;
-  std::array<RecycledArray<std::uint16_t>, 4> levels_;
-  std::array<RecycledArray<std::int8_t>, 4> signed_;
+  std::array<RecycledArray<std::int8_t>, 4> levels_;
   std::array<RecycledArray<float>, 4> floats_;
   Occupancy occupancy_;
 };

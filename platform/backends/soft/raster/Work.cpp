@@ -47,4 +47,8 @@ Axis makeAxis(double from, double to, double textureFrom, double textureTo, int 
   return axis;
 }
 
+bool drawsAlike(const Pass &a, const Pass &b) {
+  return a.texture == b.texture && a.filter == b.filter && a.blend == b.blend && a.mask == b.mask;
+}
+
 }  // namespace pyrelux::soft

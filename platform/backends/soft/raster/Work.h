@@ -56,4 +56,7 @@ struct Pass {
   std::vector<Quad> quads;
 };
 
+/// Whether the quads of both could be in one pass.
+bool drawsAlike(const Pass &a, const Pass &b);
+
 }  // namespace pyrelux::soft

@@ -1,0 +1,153 @@
+#include "FlameCopies.h"
+
+#include <algorithm>
+
+#include "ThreadPool.h"
+
+namespace pyrelux::soft {
+
+namespace {
+
+int stripCount(const Axis &axis) { return (axis.end - 1) / stripWidth - firstStrip(axis) + 1; }
+
+/// Pixels beside the copy are masked; they sample what its ends sample.
+std::int64_t positionInside(const Axis &axis, int pixel) {
+  return axis.position(std::clamp(pixel, axis.first, axis.end - 1));
+}
+
+void fillTable(const Axis &axis, int strip, LevelColumnTable &table) {
+  int taps[stripWidth];
+  for (int i = 0; i < stripWidth; ++i) {
+    const Tap tap = tapAt(positionInside(axis, strip * stripWidth + i));
+    taps[i] = tap.texel;
+    table.fractions[i] = static_cast<std::uint8_t>(tap.fraction);
+  }
+  table.base = *std::min_element(taps, taps + stripWidth);
+  table.narrow = true;
+  for (int group = 0; group < stripWidth / 8; ++group) {
+    const auto [low, high] = std::minmax_element(taps + 8 * group, taps + 8 * group + 8);
+    table.windows[group] = static_cast<std::uint16_t>(*low - table.base);
+    table.narrow = table.narrow && *high + 1 - *low < 16;
+  }
+  for (int i = 0; i < stripWidth; ++i) {
+    table.taps[i] = static_cast<std::uint16_t>(taps[i] - table.base);
+    const int inWindow = table.taps[i] - table.windows[i / 8];
+    const int fraction = table.fractions[i];
+    table.pairs[2 * i] = static_cast<std::uint8_t>(inWindow);
+    // A weight of 256 does not fit a byte: where there is no fraction, one texel is taken twice.
+    table.pairs[2 * i + 1] = static_cast<std::uint8_t>(fraction ? inWindow + 1 : inWindow);
+    table.weights[2 * i] = static_cast<std::uint8_t>(fraction ? 256 - fraction : 255);
+    table.weights[2 * i + 1] = static_cast<std::uint8_t>(fraction ? fraction : 1);
+  }
+}
+
+void fillTable(const Axis &axis, int strip, FloatColumnTable &table) {
+  for (int i = 0; i < stripWidth; ++i) {
+    const std::int64_t position = positionInside(axis, strip * stripWidth + i);
+    table.taps[i] = FloatSums::texel(position);
+    table.fractions[i] = FloatSums::fraction(position);
+  }
+  const auto spanOf = [&](int first, int count) {
+    const auto [low, high] = std::minmax_element(table.taps + first, table.taps + first + count);
+    return *high + 1 - *low;
+  };
+  table.narrow = true;
+  for (int i = 0; i < stripWidth; i += 8) {
+    table.windows[i / 8] = *std::min_element(table.taps + i, table.taps + i + 8);
+    table.narrow = table.narrow && spanOf(i, 8) < 16;
+  }
+  for (int i = 0; i < stripWidth; i += 16) table.narrow = table.narrow && spanOf(i, 16) < 32;
+}
+
+template <typename Kind>
+void findTaps(Copy<Kind> &copy) {
+  ScaledTaps<Kind> &taps = copy.scaled;
+  taps.columns.resize(static_cast<std::size_t>(stripCount(copy.x)));
+  int strip = firstStrip(copy.x);
+  for (auto &table : taps.columns) fillTable(copy.x, strip++, table);
+  for (int y = copy.y.first; y < copy.y.end; ++y) {
+    taps.rows.push_back(Kind::texel(copy.y.position(y)));
+    taps.rowFractions.push_back(Kind::fraction(copy.y.position(y)));
+  }
+}
+
+}  // namespace
+
+template <typename Kind>
+bool Flame<Kind>::reaches(const Quad &quad) const {
+  // Strips reach up to stripWidth - 1 pixels past a copy's ends.
+  constexpr int reach = TexturePlanes::marginX - stripWidth;
+  const TapRange s = tapRange<Kind>(quad.x, quad.x.first, quad.x.end - 1);
+  const TapRange t = tapRange<Kind>(quad.y, quad.y.first, quad.y.end - 1);
+  return s.low >= -reach && s.high < planes.width() + reach && t.low >= -TexturePlanes::marginY &&
+         t.high < planes.height() + TexturePlanes::marginY;
+}
+
+template <typename Kind>
+void Flame<Kind>::add(const Quad &quad, const std::array<bool, 4> &mask) {
+  Copy<Kind> copy;
+  copy.x = quad.x;
+  copy.y = quad.y;
+  copy.isUnit = quad.x.isUnit() && quad.y.isUnit();
+  for (int c = 0; c < 4; ++c) {
+    const auto channel = static_cast<std::size_t>(c);
+    const int plane = planes.planeOf(c);
+    const auto tint = Kind::tint(quad.colour[channel]);
+    if (!mask[channel] || Kind::vanishes(planes, plane, tint)) continue;
+    if (planes.isUniform(plane)) {
+      copy.constants[c] = Kind::constant(planes, plane, tint);
+      copy.hasConstants = true;
+    } else {
+      copy.tints[c] = tint;
+      copy.channels |= 1u << c;
+    }
+    channels |= 1u << c;
+  }
+  if (!copy.hasConstants && copy.channels == 0) return;
+  if (copy.isUnit) {
+    copy.shiftX = Kind::texel(quad.x.start) - quad.x.first;
+    copy.shiftY = Kind::texel(quad.y.start) - quad.y.first;
+    copy.fractionX = Kind::fraction(quad.x.start);
+    copy.fractionY = Kind::fraction(quad.y.start);
+  } else if (copy.channels != 0) {
+    ++scaledCount;
+  }
+  bounds.push_back({quad.x.first, quad.x.end, quad.y.first, quad.y.end});
+  copies.push_back(std::move(copy));
+}
+
+template <typename Kind>
+void Flame<Kind>::prepare() {
+  unsigned used = 0;
+  for (const Copy<Kind> &copy : copies) used |= copy.channels;
+  for (int c = 0; c < 4; ++c) {
+    if (!(used & 1u << c)) continue;
+    const int plane = planes.planeOf(c);
+    auto group = std::find_if(groups.begin(), groups.end(), [&](const PlaneGroup &g) { return g.plane == plane; });
+    if (group == groups.end()) {
+      groups.push_back({plane, 0, {}, 0});
+      group = groups.end() - 1;
+    }
+    group->channels[group->count++] = c;
+    group->bits |= 1u << c;
+  }
+  if (scaledCount == 0) return;
+  parallelFor(static_cast<int>(copies.size()), [&](int i) {
+    auto &copy = copies[static_cast<std::size_t>(i)];
+    if (!copy.isUnit && copy.channels != 0) findTaps(copy);
+  });
+}
+
+template <typename Kind>
+void Flame<Kind>::clear() {
+  copies.clear();
+  bounds.clear();
+  groups.clear();
+  channels = 0;
+  scaledCount = 0;
+}
+
+template struct Flame<LevelSums>;
+template struct Flame<FloatSums>;
+
+}  // namespace pyrelux::soft

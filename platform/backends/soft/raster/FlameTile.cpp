@@ -1,0 +1,225 @@
+#include "FlameTile.h"
+
+#include <algorithm>
+
+namespace pyrelux::soft {
+
+namespace {
+
+/// Fetches what a kernel will soon read from far memory.
+template <typename Value>
+void prefetch(const Value &value) {
+  constexpr std::size_t cacheLine = 64;
+  for (std::size_t offset = 0; offset < sizeof value; offset += cacheLine)
+    __builtin_prefetch(reinterpret_cast<const char *>(&value) + offset);
+}
+
+}  // namespace
+
+template <typename Kind>
+FlameTile<Kind>::FlameTile(const Flame<Kind> &flame, int x0, int y0, int x1, int y1)
+    : flame_(flame), isFull_(flame.planes.occupancy().isFull()), x0_(x0), y0_(y0), x1_(x1), y1_(y1) {}
+
+template <typename Kind>
+void FlameTile<Kind>::addUp() {
+  findParts();
+  addNotedConstants();
+  if (parts_.empty()) return;
+  for (int strip = 0; x0_ + strip * stripWidth < x1_; ++strip)
+    for (const PlaneGroup &group : flame_.groups) addGroup(strip, group);
+}
+
+template <typename Kind>
+void FlameTile<Kind>::findParts() {
+  for (std::size_t i = 0; i < flame_.bounds.size(); ++i) {
+    const auto &bounds = flame_.bounds[i];
+    const int x0 = std::max(bounds.x0, x0_), x1 = std::min(bounds.x1, x1_);
+    const int y0 = std::max(bounds.y0, y0_), y1 = std::min(bounds.y1, y1_);
+    if (x0 >= x1 || y0 >= y1) continue;
+    const Copy<Kind> &copy = flame_.copies[i];
+    const TapRange rows = copy.rowRange(y0, y1 - 1);
+    const Part part{&copy, x0, x1, y0, y1, flame_.planes.occupancy().band(rows.low, rows.high)};
+    if (!isFull_ && part.isEmpty(x0, x1)) continue;
+    if (copy.hasConstants) noteConstants(part);
+    if ((flame_.channels & ~full_) == 0) return;
+    if (copy.channels != 0) parts_.push_back(part);
+  }
+}
+
+template <typename Kind>
+void FlameTile<Kind>::noteConstants(const Part &part) {
+  const bool wholeTile = part.x0 == x0_ && part.x1 == x1_ && part.y0 == y0_ && part.y1 == y1_;
+  for (int c = 0; c < 4; ++c) {
+    const Sum constant = part.copy->constants[c];
+    if (constant == Sum(0) || full_ & 1u << c) continue;
+    if (wholeTile) {
+      constants_[c] = Kind::plus(constants_[c], constant);
+      if (Kind::isFull(constants_[c])) full_ |= 1u << c;
+      continue;
+    }
+    auto &corners = corners_[c];
+    if (corners.empty()) corners.resize(cornerStride * (height + 1));
+    const auto at = [&](int x, int y) ->
+        typename Kind::WideSum & { return corners[static_cast<std::size_t>((y - y0_) * cornerStride + x - x0_)]; };
+    at(part.x0, part.y0) += constant;
+    at(part.x1, part.y0) -= constant;
+    at(part.x0, part.y1) -= constant;
+    at(part.x1, part.y1) += constant;
+  }
+}
+
+template <typename Kind>
+void FlameTile<Kind>::addNotedConstants() {
+  for (int c = 0; c < 4; ++c) {
+    if (corners_[c].empty() || full_ & 1u << c) continue;
+    typename Kind::WideSum above[width] = {};
+    for (int y = 0; y < y1_ - y0_; ++y) {
+      typename Kind::WideSum left = 0;
+      for (int x = 0; x < x1_ - x0_; ++x) {
+        left += corners_[c][static_cast<std::size_t>(y * cornerStride + x)];
+        above[x] += left;
+        Sum &sum = sumsOf(c, x / stripWidth)[y * stripWidth + x % stripWidth];
+        sum = Kind::plus(sum, above[x]);
+      }
+    }
+  }
+}
+
+template <typename Kind>
+unsigned FlameTile<Kind>::halvesOf(const Part &part, int strip) const {
+  unsigned halves = 0;
+  for (int half = 0; half < 2; ++half) {
+    const int left = x0_ + strip * stripWidth + half * halfStrip;
+    const int from = std::max(part.x0, left), to = std::min(part.x1, left + halfStrip);
+    if (from < to && (isFull_ || !part.isEmpty(from, to))) halves |= 1u << half;
+  }
+  return halves;
+}
+
+template <typename Kind>
+void FlameTile<Kind>::addGroup(int strip, const PlaneGroup &group) {
+  const int left = x0_ + strip * stripWidth;
+  int units = 0, scaled = 0;
+  for (const Part &part : parts_) {
+    if (!(part.copy->channels & group.bits)) continue;
+    const unsigned halves = halvesOf(part, strip);
+    if (halves == 0) continue;
+    const bool isWhole = part.x0 <= left && part.x1 >= left + stripWidth && part.y0 == y0_ && part.y1 == y1_;
+    if (!isWhole) {
+      addAlone(strip, group, part, halves);
+      continue;
+    }
+    if (part.copy->isUnit)
+      units_[units++] = unitSource(strip, group, part, halves);
+    else
+      scaled_[scaled++] = scaledSource(strip, group, part);
+    if (units < mostAtOnce && scaled < mostAtOnce) continue;
+    addSources(strip, group, units_, units);
+    addSources(strip, group, scaled_, scaled);
+    units = scaled = 0;
+    if (isSaturated(strip, group)) return;
+  }
+  addSources(strip, group, units_, units);
+  addSources(strip, group, scaled_, scaled);
+}
+
+template <typename Kind>
+template <typename Source>
+void FlameTile<Kind>::addSources(int strip, const PlaneGroup &group, const Source *sources, int count) {
+  if (count > 0) Kind::add(sources, count, flame_.planes.stride(), targetOf(strip, group, y0_, y1_));
+}
+
+template <typename Kind>
+void FlameTile<Kind>::addAlone(int strip, const PlaneGroup &group, const Part &part, unsigned halves) {
+  const int left = x0_ + strip * stripWidth;
+  auto target = targetOf(strip, group, part.y0, part.y1);
+  alignas(64) Sum mask[stripWidth];
+  if (part.x0 > left || part.x1 < left + stripWidth) {
+    for (int i = 0; i < stripWidth; ++i) mask[i] = left + i >= part.x0 && left + i < part.x1 ? Kind::maskOn : Sum(0);
+    target.mask = mask;
+  }
+  const auto add = [&](const auto &source) { Kind::add(&source, 1, flame_.planes.stride(), target); };
+  if (part.copy->isUnit)
+    add(unitSource(strip, group, part, halves));
+  else
+    add(scaledSource(strip, group, part));
+}
+
+template <typename Kind>
+typename Kind::UnitCopy FlameTile<Kind>::unitSource(int strip, const PlaneGroup &group, const Part &part,
+                                                    unsigned halves) const {
+  const Copy<Kind> &copy = *part.copy;
+  typename Kind::UnitCopy source;
+  source.texels =
+      Kind::texels(flame_.planes, group.plane, x0_ + strip * stripWidth + copy.shiftX, part.y0 + copy.shiftY);
+  source.halves = halves;
+  source.fractionX = copy.fractionX;
+  source.fractionY = copy.fractionY;
+  for (int i = 0; i < group.count; ++i) source.tints[i] = copy.tints[group.channels[i]];
+  return source;
+}
+
+template <typename Kind>
+typename Kind::ScaledCopy FlameTile<Kind>::scaledSource(int strip, const PlaneGroup &group, const Part &part) const {
+  const Copy<Kind> &copy = *part.copy;
+  typename Kind::ScaledCopy source;
+  source.columns = &copy.scaled.columns[static_cast<std::size_t>(x0_ / stripWidth + strip - firstStrip(copy.x))];
+  prefetch(*source.columns);
+  source.texels = Kind::texels(flame_.planes, group.plane, *source.columns);
+  source.rowTaps = copy.scaled.rows.data() + (part.y0 - copy.y.first);
+  source.rowFractions = copy.scaled.rowFractions.data() + (part.y0 - copy.y.first);
+  for (int i = 0; i < group.count; ++i) source.tints[i] = copy.tints[group.channels[i]];
+  return source;
+}
+
+template <typename Kind>
+bool FlameTile<Kind>::isSaturated(int strip, const PlaneGroup &group) const {
+  for (int i = 0; i < group.count; ++i)
+    if (!Kind::isSaturated(sums_[group.channels[i]][strip], y1_ - y0_)) return false;
+  return true;
+}
+
+template <typename Kind>
+typename Kind::Target FlameTile<Kind>::targetOf(int strip, const PlaneGroup &group, int y0, int y1) {
+  typename Kind::Target target;
+  target.channels = group.count;
+  for (int i = 0; i < group.count; ++i) target.sums[i] = sumsOf(group.channels[i], strip) + (y0 - y0_) * stripWidth;
+  target.rows = y1 - y0;
+  return target;
+}
+
+template <typename Kind>
+typename Kind::Sum *FlameTile<Kind>::sumsOf(int channel, int strip) {
+  const unsigned bit = 1u << channel;
+  if (!(used_[strip] & bit)) {
+    std::fill_n(sums_[channel][strip], stripSize, Sum(0));
+    used_[strip] |= bit;
+  }
+  return sums_[channel][strip];
+}
+
+template <typename Kind>
+void FlameTile<Kind>::writeTo(Pixels &target, bool blank) const {
+  // A channel without sums of its own reads a row of zeros.
+  static constexpr Sum zeros[stripWidth] = {};
+  const bool anyConstant = std::any_of(constants_, constants_ + 4, [](Sum constant) { return constant != Sum(0); });
+  for (int y = y0_; y < y1_; ++y)
+    for (int x = x0_; x < x1_; x += stripWidth) {
+      const int strip = (x - x0_) / stripWidth;
+      const int count = std::min(stripWidth, x1_ - x);
+      const bool any = used_[strip] || anyConstant;
+      if (!any && !blank) continue;
+      const Sum *rows[4];
+      for (int c = 0; c < 4; ++c) rows[c] = used_[strip] >> c & 1 ? sums_[c][strip] + (y - y0_) * stripWidth : zeros;
+      auto *pixels = Kind::row(target, y) + 4 * x;
+      if (any)
+        Kind::put(rows, constants_, count, blank, pixels);
+      else
+        std::fill_n(pixels, 4 * count, 0);
+    }
+}
+
+template class FlameTile<LevelSums>;
+template class FlameTile<FloatSums>;
+
+}  // namespace pyrelux::soft

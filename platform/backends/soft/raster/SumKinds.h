@@ -1,0 +1,100 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+
+#include "Arithmetic.h"
+#include "Kernels.h"
+#include "TexturePlanes.h"
+
+// What differs between adding copies up on 8-bit and on float surfaces.
+
+namespace pyrelux::soft {
+
+struct LevelSums {
+  using Sum = std::uint16_t;
+  using WideSum = std::int64_t;  ///< holds sums of any number of constants, and differences, exactly
+  using Tint = std::int16_t;
+  using Fraction = std::int16_t;  ///< in 1/32768
+  using Target = LevelTarget;
+  using UnitCopy = UnitLevels;
+  using ScaledCopy = ScaledLevels;
+  using ColumnTable = LevelColumnTable;
+  static constexpr unsigned planes = TexturePlanes::Levels;
+  static constexpr Sum maskOn = 0xFFFF;
+
+  static Tint tint(float colour) { return static_cast<Tint>(tintOf(colour)); }
+  /// A uniform plane's part.
+  static Sum constant(const TexturePlanes &from, int plane, Tint tint) {
+    return static_cast<Sum>(modulate(from.largestLevel(plane), tint));
+  }
+  static bool vanishes(const TexturePlanes &from, int plane, Tint tint) {
+    return modulate(from.largestLevel(plane), tint) == 0;
+  }
+  static Sum plus(Sum a, WideSum b) { return static_cast<Sum>(std::min<WideSum>(a + b, 0xFFFF)); }
+  /// Whether more makes no difference.
+  static bool isFull(Sum sum) { return sum >= 255; }
+
+  static int texel(std::int64_t position) { return tapAt(position).texel; }
+  static Fraction fraction(std::int64_t position) { return static_cast<Fraction>(tapAt(position).fraction << 7); }
+  static const std::int8_t *texels(const TexturePlanes &from, int plane, int x, int y) {
+    return from.levels(plane, x, y);
+  }
+  static const std::int8_t *texels(const TexturePlanes &from, int plane, const LevelColumnTable &table) {
+    return from.levels(plane, table.base, 0);
+  }
+
+  static void add(const UnitLevels *copies, int count, std::ptrdiff_t stride, const LevelTarget &target) {
+    kernels().unitLevels(copies, count, stride, target);
+  }
+  static void add(const ScaledLevels *copies, int count, std::ptrdiff_t stride, const LevelTarget &target) {
+    kernels().scaledLevels(copies, count, stride, target);
+  }
+  static bool isSaturated(const Sum *sums, int rows) { return kernels().isSaturated(sums, rows); }
+  static void put(const Sum *const sums[4], const Sum constants[4], int width, bool blank, std::uint8_t *pixels) {
+    kernels().putLevels(sums, constants, width, blank, pixels);
+  }
+  static std::uint8_t *row(Pixels &target, int y) { return target.byteRow(y); }
+};
+
+struct FloatSums {
+  using Sum = float;
+  using WideSum = double;
+  using Tint = float;
+  using Fraction = float;
+  using Target = FloatTarget;
+  using UnitCopy = UnitFloats;
+  using ScaledCopy = ScaledFloats;
+  using ColumnTable = FloatColumnTable;
+  static constexpr unsigned planes = TexturePlanes::Floats;
+  static constexpr Sum maskOn = 1.0f;
+
+  static Tint tint(float colour) { return colour; }
+  static Sum constant(const TexturePlanes &from, int plane, Tint tint) { return from.largestFloat(plane) * tint; }
+  static bool vanishes(const TexturePlanes &, int, Tint tint) { return tint == 0.0f; }
+  static Sum plus(Sum a, WideSum b) { return static_cast<Sum>(a + b); }
+  static bool isFull(Sum) { return false; }
+
+  static int texel(std::int64_t position) { return static_cast<int>(position >> 32); }
+  static Fraction fraction(std::int64_t position) {
+    return static_cast<float>(position & (Axis::one - 1)) / static_cast<float>(Axis::one);
+  }
+  static const float *texels(const TexturePlanes &from, int plane, int x, int y) { return from.floats(plane, x, y); }
+  static const float *texels(const TexturePlanes &from, int plane, const FloatColumnTable &) {
+    return from.floats(plane, 0, 0);
+  }
+
+  static void add(const UnitFloats *copies, int count, std::ptrdiff_t stride, const FloatTarget &target) {
+    kernels().unitFloats(copies, count, stride, target);
+  }
+  static void add(const ScaledFloats *copies, int count, std::ptrdiff_t stride, const FloatTarget &target) {
+    kernels().scaledFloats(copies, count, stride, target);
+  }
+  static bool isSaturated(const Sum *, int) { return false; }
+  static void put(const Sum *const sums[4], const Sum constants[4], int width, bool blank, float *pixels) {
+    kernels().putFloats(sums, constants, width, blank, pixels);
+  }
+  static float *row(Pixels &target, int y) { return target.floatRow(y); }
+};
+
+}  // namespace pyrelux::soft
