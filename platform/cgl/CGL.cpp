@@ -2,6 +2,7 @@
 #include <OpenGL/glext.h>
 
 #include <algorithm>
+#include <atomic>
 
 #include "Backend.h"
 #include "BackendRegistry.h"
@@ -19,6 +20,8 @@ struct _CGLContextObject {
   std::unique_ptr<Context> context;
   std::shared_ptr<int> shareGroup;      ///< one for all contexts that share objects
   std::vector<CGLPBufferObj> pbuffers;  ///< those whose image lives in this context
+  /// Whether it is current on a thread; on its own, as a thread may end after the context.
+  std::shared_ptr<std::atomic<bool>> taken = std::make_shared<std::atomic<bool>>(false);
 };
 
 struct _CGLPBufferObject {
@@ -31,6 +34,34 @@ struct _CGLPBufferObject {
 namespace {
 
 thread_local CGLContextObj currentContext = nullptr;
+
+/// Notes that the thread's current context is taken, until another becomes current or the thread ends.
+class Taking {
+ public:
+  ~Taking() {
+    if (taken_) backend_->releaseCurrent();
+    release();
+  }
+
+  /// False when another thread has it. What was taken before is not released then.
+  bool take(CGLContextObj context) {
+    if (taken_ == context->taken) return true;
+    if (context->taken->exchange(true)) return false;
+    release();
+    taken_ = context->taken;
+    backend_ = context->backend;
+    return true;
+  }
+  void release() {
+    if (taken_) *taken_ = false;
+    taken_.reset();
+  }
+
+ private:
+  std::shared_ptr<std::atomic<bool>> taken_;
+  Backend *backend_ = nullptr;
+};
+thread_local Taking taking;
 
 /// The attribute list as numbers, its closing zero included.
 std::vector<double> attributeNumbers(const CGLPixelFormatAttribute *attributes) {
@@ -146,6 +177,7 @@ CGLError CGLDestroyContext(CGLContextObj context) {
   if (context == currentContext) {
     context->backend->releaseCurrent();
     currentContext = nullptr;
+    taking.release();
     setCurrentDispatch(nullptr);
   }
   delete context;
@@ -159,6 +191,8 @@ CGLContextObj CGLGetCurrentContext() {
 
 CGLError CGLSetCurrentContext(CGLContextObj context) {
   trace("cgl", "CGLSetCurrentContext", context);
+  if (context && !taking.take(context)) return kCGLBadState;
+  if (!context) taking.release();
   if (currentContext && (!context || context->backend != currentContext->backend))
     currentContext->backend->releaseCurrent();
   if (context && !context->context->makeCurrent()) return kCGLBadState;

@@ -141,6 +141,42 @@ TEST(CGLContext, IsCurrentForItsThreadOnly) {
   EXPECT_EQ(CGLGetCurrentContext(), host.handle());
 }
 
+class EveryRenderer : public ::testing::TestWithParam<std::int32_t> {};
+
+TEST_P(EveryRenderer, TakesAContextOnOneThreadAtATime) {
+  if (!rendererUnavailable(GetParam()).empty()) GTEST_SKIP() << "NOT TESTED: " << rendererUnavailable(GetParam());
+  const CGLContextObj context = makeContext(GetParam());
+  const CGLContextObj other = makeContext(GetParam());
+  ASSERT_EQ(CGLSetCurrentContext(context), kCGLNoError);
+  const auto elsewhere = [](CGLContextObj wanted, CGLContextObj before) {
+    CGLError error = kCGLNoError;
+    CGLContextObj after = nullptr;
+    std::thread([&] {
+      CGLSetCurrentContext(before);
+      error = CGLSetCurrentContext(wanted);
+      after = CGLGetCurrentContext();
+    }).join();
+    return std::pair(error, after);
+  };
+  EXPECT_EQ(elsewhere(context, nullptr), std::pair(kCGLBadState, CGLContextObj(nullptr)));
+  EXPECT_EQ(elsewhere(context, other), std::pair(kCGLBadState, other)) << "what was current stays so";
+  EXPECT_EQ(CGLGetCurrentContext(), context);
+  EXPECT_EQ(CGLSetCurrentContext(context), kCGLNoError) << "again";
+
+  // Free again when another becomes current, when none does, and when its thread has ended.
+  EXPECT_EQ(CGLSetCurrentContext(other), kCGLNoError);
+  EXPECT_EQ(elsewhere(context, nullptr), std::pair(kCGLNoError, context));
+  EXPECT_EQ(elsewhere(context, nullptr), std::pair(kCGLNoError, context));
+  EXPECT_EQ(CGLSetCurrentContext(nullptr), kCGLNoError);
+  EXPECT_EQ(elsewhere(other, nullptr), std::pair(kCGLNoError, other));
+  EXPECT_EQ(CGLSetCurrentContext(other), kCGLNoError);
+  CGLDestroyContext(other);
+  CGLDestroyContext(context);
+}
+
+INSTANTIATE_TEST_SUITE_P(Renderers, EveryRenderer,
+                         ::testing::Values(kRendererNull, kRendererRecording, kRendererSoft, kRendererMesa));
+
 TEST(CGLContext, SwitchingMovesTheCallsWithIt) {
   const HostContext host(kRendererNull);
   const CGLContextObj other = makeContext(kRendererNull);

@@ -45,6 +45,9 @@ TEST(NullRenderer, ReadsBackNothing) {
   glReadPixels(0, 0, 2, 3, GL_RGBA, GL_UNSIGNED_BYTE, bytes);
   for (int i = 0; i < 24; ++i) EXPECT_EQ(bytes[i], 0);
   EXPECT_EQ(bytes[24], 9) << "written past the picture";
+  for (const auto &[width, height] : {std::pair(-1, 3), std::pair(2, -1), std::pair(0, 0)})
+    glReadPixels(0, 0, width, height, GL_RGBA, GL_UNSIGNED_BYTE, bytes + 24);
+  EXPECT_EQ(bytes[24], 9) << "there is nothing to be written";
   float floats[5] = {9, 9, 9, 9, 9};
   glReadPixels(0, 0, 1, 1, GL_RGBA, GL_FLOAT, floats);
   EXPECT_EQ(floats[3], 0.0f);

@@ -29,6 +29,7 @@ void getIntegerv(GLenum name, GLint *values) {
 const GLubyte *getString(GLenum) { return reinterpret_cast<const GLubyte *>("nothing drawn"); }
 
 void readPixels(GLint, GLint, GLsizei width, GLsizei height, GLenum, GLenum type, GLvoid *pixels) {
+  if (width <= 0 || height <= 0) return;
   const std::size_t component = type == GL_FLOAT ? sizeof(float) : 1;
   std::memset(pixels, 0, static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4 * component);
 }

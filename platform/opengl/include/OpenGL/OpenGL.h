@@ -58,6 +58,7 @@ PYRELUX_CGL CGLError CGLCreateContext(CGLPixelFormatObj format, CGLContextObj sh
 PYRELUX_CGL CGLError CGLDestroyContext(CGLContextObj context);
 
 PYRELUX_CGL CGLContextObj CGLGetCurrentContext(void);
+/// kCGLBadState, and no effect, when the context is current on another thread. A thread's end lets go of its context.
 PYRELUX_CGL CGLError CGLSetCurrentContext(CGLContextObj context);
 
 /// There is one virtual screen, 0.
