@@ -24,11 +24,16 @@ class Filter {
   ParameterSet &parameters() { return *parameters_; }
   const ParameterSet &parameters() const { return *parameters_; }
 
+  /// Puts a new filter object in the place of the old one, as if nothing had been rendered yet. Parameter values stay.
+  /// Throws HostError when the filter does.
+  void restart();
+
   /// The booleans it declares, "IsThreadSafe" and the like.
   const std::map<std::string, bool> &properties() const { return properties_; }
 
  private:
   friend class FrameRenderer;
+  friend struct FilterState;  ///< how tests look at the object's fields
   struct Objects;
 
   FilterInfo info_;

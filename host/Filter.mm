@@ -99,4 +99,14 @@ Filter::~Filter() {
   objects_.reset();
 }
 
+void Filter::restart() {
+  const AutoreleasePool pool;
+  guarded("the filter '" + info_.displayName + "'", [&] {
+    id<PyreluxFilterCreation> allocated = [[objects_->filter class] alloc];
+    NSObject<FxFilter> *fresh = [allocated initWithAPIManager:objects_->apiManager];
+    [objects_->filter release];
+    objects_->filter = fresh;
+  });
+}
+
 }  // namespace pyrelux::host

@@ -32,6 +32,9 @@ class FrameRenderer {
   /// say. `input` may have either alpha and either kind of samples. Throws HostError: an input larger than the
   /// renderer's textures, a filter that renders in software only, that refuses the frame or leaves an OpenGL error.
   Image render(Filter &filter, const Image &input, double timeFrames, const FrameSettings &settings);
+  /// The same into `frame`, whose memory is used again if it fits: of the two the faster one for many frames. After an
+  /// exception `frame` holds nothing of use.
+  void render(Filter &filter, const Image &input, double timeFrames, const FrameSettings &settings, Image &frame);
 
   /// What OpenGL says it is.
   const std::string &description() const { return description_; }

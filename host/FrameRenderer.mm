@@ -50,16 +50,24 @@ class CurrentFor {
   CurrentFor &operator=(const CurrentFor &) = delete;
 };
 
-/// Copies rows, in the opposite order when `flip`.
+/// Turns a picture of `height` rows upside down.
 template <typename Sample>
-std::vector<Sample> inRowOrder(const std::vector<Sample> &samples, int height, bool flip) {
-  if (!flip) return samples;
-  std::vector<Sample> flipped(samples.size());
-  const std::size_t row = samples.size() / static_cast<std::size_t>(height);
-  for (std::size_t offset = 0; offset < samples.size(); offset += row)
-    std::copy_n(samples.begin() + static_cast<std::ptrdiff_t>(offset), row,
-                flipped.end() - static_cast<std::ptrdiff_t>(offset + row));
-  return flipped;
+void flipRows(std::vector<Sample> &samples, int height) {
+  const auto row = static_cast<std::ptrdiff_t>(samples.size()) / height;
+  for (int y = 0; y < height / 2; ++y) {
+    const auto upper = samples.begin() + y * row;
+    std::swap_ranges(upper, upper + row, samples.begin() + (height - 1 - y) * row);
+  }
+}
+
+/// The same samples with the rows in the opposite order, in `flipped`.
+template <typename Sample>
+const Sample *flippedInto(std::vector<Sample> &flipped, const std::vector<Sample> &samples, int height) {
+  flipped.resize(samples.size());
+  const auto row = static_cast<std::ptrdiff_t>(samples.size()) / height;
+  for (int y = 0; y < height; ++y)
+    std::copy_n(samples.begin() + y * row, row, flipped.begin() + (height - 1 - y) * row);
+  return flipped.data();
 }
 
 GLuint makeRectangleTexture() {
@@ -134,6 +142,9 @@ struct FrameRenderer::Resources {
   OutputSurface outputs[2];  ///< 8-bit and half-float; made when first asked for
   GLuint input = 0;          ///< shared by both contexts
   GLint largestTexture = 0;
+  /// An input's rows in the other order; kept, as getting fresh memory takes longer than filling it.
+  Image::Bytes flippedBytes;
+  Image::Floats flippedFloats;
 
   ~Resources() {
     for (OutputSurface &output : outputs) {
@@ -153,7 +164,9 @@ struct FrameRenderer::Resources {
     if (image.width() > largestTexture || image.height() > largestTexture)
       throw HostError("the picture is " + std::to_string(image.width()) + "x" + std::to_string(image.height()) +
                       " pixels; the renderer takes " + std::to_string(largestTexture) + " on a side at most");
-    const Image source = premultiplied(image);
+    const bool isReady = image.alpha() == Alpha::Premultiplied;
+    const Image made = isReady ? Image() : premultiplied(image);
+    const Image &source = isReady ? image : made;
     const bool flip = origin == Origin::BottomLeft;
     if (!input) input = makeRectangleTexture();
     glBindTexture(GL_TEXTURE_RECTANGLE_EXT, input);
@@ -162,9 +175,11 @@ struct FrameRenderer::Resources {
                    GL_RGBA, type, pixels);
     };
     if (source.isFloat())
-      define(GL_RGBA32F_ARB, GL_FLOAT, inRowOrder(source.asFloats(), image.height(), flip).data());
+      define(GL_RGBA32F_ARB, GL_FLOAT,
+             flip ? flippedInto(flippedFloats, source.asFloats(), image.height()) : source.asFloats().data());
     else
-      define(GL_RGBA8, GL_UNSIGNED_BYTE, inRowOrder(source.asBytes(), image.height(), flip).data());
+      define(GL_RGBA8, GL_UNSIGNED_BYTE,
+             flip ? flippedInto(flippedBytes, source.asBytes(), image.height()) : source.asBytes().data());
   }
 
   /// The state that a filter finds: the output drawn into, its centre at the origin of the coordinates.
@@ -180,21 +195,18 @@ struct FrameRenderer::Resources {
     glLoadIdentity();
   }
 
-  /// The output image's pixels.
-  static Image readBack(const OutputSurface &output, bool floats, Origin origin) {
+  /// Fetches the output image's pixels.
+  static void readBack(const OutputSurface &output, bool floats, Origin origin, Image &image) {
     if (CGLGetCurrentContext() != output.context) CGLSetCurrentContext(output.context);
-    Image image = floats ? Image::floats(output.width, output.height, Alpha::Premultiplied)
-                         : Image::bytes(output.width, output.height, Alpha::Premultiplied);
-    const bool flip = origin == Origin::BottomLeft;
+    image.reshape(output.width, output.height, Alpha::Premultiplied, floats);
     const auto read = [&](auto &samples, GLenum type) {
       glReadPixels(0, 0, output.width, output.height, GL_RGBA, type, samples.data());
-      samples = inRowOrder(samples, output.height, flip);
+      if (origin == Origin::BottomLeft) flipRows(samples, output.height);
     };
     if (floats)
       read(image.asFloats(), GL_FLOAT);
     else
       read(image.asBytes(), GL_UNSIGNED_BYTE);
-    return image;
   }
 };
 
@@ -208,6 +220,13 @@ FrameRenderer::FrameRenderer(std::int32_t rendererId) : resources_(std::make_uni
 FrameRenderer::~FrameRenderer() = default;
 
 Image FrameRenderer::render(Filter &filter, const Image &input, double timeFrames, const FrameSettings &settings) {
+  Image frame;
+  render(filter, input, timeFrames, settings, frame);
+  return frame;
+}
+
+void FrameRenderer::render(Filter &filter, const Image &input, double timeFrames, const FrameSettings &settings,
+                           Image &frame) {
   const AutoreleasePool pool;
   Filter::Objects &objects = *filter.objects_;
   [objects.retrieval setTopLeftOrigin:settings.origin == Origin::TopLeft];
@@ -258,9 +277,8 @@ Image FrameRenderer::render(Filter &filter, const Image &input, double timeFrame
   cleanUp();
   if (!rendered) throw HostError(name + " refused the frame at time " + formatNumber(timeFrames));
 
-  Image image = Resources::readBack(output, settings.floatOutput, settings.origin);
+  Resources::readBack(output, settings.floatOutput, settings.origin, frame);
   checkErrors("after the frame");
-  return image;
 }
 
 }  // namespace pyrelux::host

@@ -1,0 +1,57 @@
+#include "Timeline.h"
+
+#include <algorithm>
+
+#include "Backends.h"
+
+namespace pyrelux::host {
+
+namespace {
+
+/// Sets what costs most to the least for as long as it lives, where the filter has it: a flame's shape and colours
+/// leave nothing for later frames.
+class Sketch {
+ public:
+  explicit Sketch(ParameterSet &parameters) : parameters_(parameters), before_(parameters) {
+    for (const ParameterDeclaration &parameter : before_.declarations())
+      if (parameter.key == "Pyrelux::Pyrelux" || parameter.key == "Pyrelux::Steps")
+        parameters_.set(parameter, {parameter.minimum});
+  }
+  ~Sketch() { parameters_ = before_; }
+  Sketch(const Sketch &) = delete;
+  Sketch &operator=(const Sketch &) = delete;
+
+ private:
+  ParameterSet &parameters_;
+  ParameterSet before_;
+};
+
+}  // namespace
+
+Timeline::Timeline(Filter &filter, FrameRenderer &renderer, std::int64_t firstFrame)
+    : filter_(filter), renderer_(renderer), nothing_(platform::kRendererNull), firstFrame_(firstFrame) {}
+
+void Timeline::render(std::int64_t frame, const Image &input, const FrameSettings &settings, Image &result) {
+  runUpTo(frame, settings);
+  // Until the frame is there.
+  isReady_ = false;
+  renderer_.render(filter_, input, static_cast<double>(frame), settings, result);
+  next_ = frame + 1;
+  isReady_ = true;
+}
+
+void Timeline::runUpTo(std::int64_t frame, const FrameSettings &settings) {
+  const std::int64_t from = std::min(firstFrame_, frame);
+  if (!isReady_ || frame < next_ || runFrom_ != from) {
+    filter_.restart();
+    next_ = runFrom_ = from;
+    isReady_ = true;
+  }
+  if (next_ == frame) return;
+  const Sketch sketch(filter_.parameters());
+  const Image dot = Image::bytes(1, 1, Alpha::Premultiplied);
+  Image result;
+  for (; next_ < frame; ++next_) nothing_.render(filter_, dot, static_cast<double>(next_), settings, result);
+}
+
+}  // namespace pyrelux::host

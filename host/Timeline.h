@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+
+#include "Filter.h"
+#include "FrameRenderer.h"
+
+namespace pyrelux::host {
+
+/// Renders frames that are the same to the bit however they are reached. A filter may carry something from frame to
+/// frame (this one integrates its speeds), so that a frame depends on those before it. The run that counts goes through
+/// every whole frame from the first; whoever starts later, skips or goes back is first taken through the frames between,
+/// with a renderer that draws nothing. Thread: one at a time.
+class Timeline {
+ public:
+  /// The filter is not to be rendered by others meanwhile. Both must outlive this.
+  Timeline(Filter &filter, FrameRenderer &renderer, std::int64_t firstFrame);
+
+  /// Frame number `frame`, at that frame time. A frame before the first is rendered as the first of a run of its own.
+  /// Otherwise as FrameRenderer::render(), whose errors it throws; afterwards the next frame starts from the beginning.
+  void render(std::int64_t frame, const Image &input, const FrameSettings &settings, Image &result);
+
+ private:
+  void runUpTo(std::int64_t frame, const FrameSettings &settings);
+
+  Filter &filter_;
+  FrameRenderer &renderer_;
+  FrameRenderer nothing_;  ///< draws nothing
+  std::int64_t firstFrame_;
+  bool isReady_ = false;       ///< for the frame `next_`, after a run from `runFrom_` on
+  std::int64_t runFrom_ = 0;
+  std::int64_t next_ = 0;
+};
+
+}  // namespace pyrelux::host

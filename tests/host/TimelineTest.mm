@@ -1,0 +1,134 @@
+// Frames are the same however they are reached.
+
+#include "Timeline.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "Backends.h"
+#include "Bundles.h"
+#include "FilterObjects.h"
+#include "Foundation.h"
+#include "HostError.h"
+#include "Renderers.h"
+
+namespace pyrelux::host {
+
+/// What the filter object carries from frame to frame.
+struct FilterState {
+  double oldFrame, turbulence, wiggle;
+
+  static FilterState of(const Filter &filter) {
+    const AutoreleasePool pool;
+    const auto field = [&](NSString *name) { return [[filter.objects_->filter valueForKey:name] doubleValue]; };
+    return {field(@"oldFrame"), field(@"currentFrame_for_turbulenceSpeed"),
+            field(@"currentFrame_for_wiggleTurbulence")};
+  }
+  bool operator==(const FilterState &other) const { return std::memcmp(this, &other, sizeof other) == 0; }
+};
+
+namespace {
+
+class TimelineTest : public ::testing::Test {
+ protected:
+  TimelineTest() : filter_(findFilter({PYRELUX_TEST_BUNDLES})), renderer_(chooseRenderer("soft")) {
+    set("turbulence-speed", 37.3);
+    set("wiggle-turbulence", 21.7);
+    set("pyrelux", 3);
+    set("steps", 12);
+    for (std::size_t i = 0; i < input_.sampleCount(); ++i)
+      input_.asBytes()[i] = static_cast<std::uint8_t>(i % 4 == 3 ? 255 : i * 31);
+  }
+
+  void set(const char *name, double value) { filter_.parameters().set(filter_.parameters().named(name), {value}); }
+
+  Image::Bytes frame(Timeline &timeline, std::int64_t number) {
+    Image image;
+    timeline.render(number, input_, {}, image);
+    return image.asBytes();
+  }
+
+  Filter filter_;
+  FrameRenderer renderer_;
+  Image input_ = Image::bytes(24, 16, Alpha::Premultiplied);
+};
+
+TEST_F(TimelineTest, FramesAreTheSameHoweverTheyAreReached) {
+  std::vector<Image::Bytes> canonical;
+  Image image;
+  for (int number = 1; number <= 40; ++number) {
+    renderer_.render(filter_, input_, number, {}, image);
+    canonical.push_back(image.asBytes());
+  }
+  EXPECT_NE(canonical[20], canonical[30]);
+  const auto expectSame = [&](Timeline &timeline, std::int64_t number) {
+    EXPECT_EQ(frame(timeline, number), canonical[static_cast<std::size_t>(number - 1)]) << "frame " << number;
+  };
+  {
+    SCOPED_TRACE("one late");
+    Timeline timeline(filter_, renderer_, 1);
+    expectSame(timeline, 31);
+  }
+  Timeline timeline(filter_, renderer_, 1);
+  SCOPED_TRACE("in any order");
+  for (const std::int64_t number : {1, 2, 3, 8, 15, 22, 40, 21, 21, 4, 5, 39}) expectSame(timeline, number);
+}
+
+TEST_F(TimelineTest, RunningUpDrawsLittleAndLeavesTheFilterAsRenderingDoes) {
+  Image image;
+  for (int number = 1; number < 200; ++number) renderer_.render(filter_, input_, number, {}, image);
+  const FilterState rendered = FilterState::of(filter_);
+  renderer_.render(filter_, input_, 200, {}, image);
+  const FilterState afterwards = FilterState::of(filter_);
+  EXPECT_EQ(rendered.oldFrame, 199.0);
+  EXPECT_NE(rendered.turbulence, 0.0);
+  EXPECT_NE(rendered.wiggle, 0.0);
+
+  Timeline timeline(filter_, renderer_, 1);
+  const std::uint64_t before = platform::nullRendererQuads();
+  frame(timeline, 200);
+  // One tongue of ten steps, the output pass; the source pass is off.
+  EXPECT_EQ(platform::nullRendererQuads() - before, 199u * (11 + 1));
+  EXPECT_EQ(FilterState::of(filter_), afterwards);
+  EXPECT_EQ(filter_.parameters().value(filter_.parameters().named("pyrelux").id)[0], 3.0);
+  EXPECT_EQ(filter_.parameters().value(filter_.parameters().named("steps").id)[0], 12.0);
+}
+
+TEST_F(TimelineTest, TheFramesBeforeAreThoseFromTheFirstOn) {
+  Image image;
+  renderer_.render(filter_, input_, 100, {}, image);
+  renderer_.render(filter_, input_, 101, {}, image);
+  const FilterState canonical = FilterState::of(filter_);
+  Timeline timeline(filter_, renderer_, 100);
+  const std::uint64_t before = platform::nullRendererQuads();
+  frame(timeline, 101);
+  EXPECT_EQ(FilterState::of(filter_), canonical);
+  EXPECT_EQ(platform::nullRendererQuads() - before, 12u);
+
+  // One before the first begins a run of its own, which those after it have nothing to do with.
+  frame(timeline, 50);
+  frame(timeline, 101);
+  EXPECT_EQ(FilterState::of(filter_), canonical);
+}
+
+TEST_F(TimelineTest, AFrameThatFailsIsForgotten) {
+  Timeline timeline(filter_, renderer_, 1);
+  const Image::Bytes third = frame(timeline, 3);
+  Image image;
+  EXPECT_THROW(timeline.render(4, Image::bytes(100000, 1, Alpha::Premultiplied), {}, image), HostError);
+  EXPECT_EQ(frame(timeline, 3), third);
+}
+
+TEST_F(TimelineTest, RestartingForgetsWhatWasRendered) {
+  Image image;
+  renderer_.render(filter_, input_, 7, {}, image);
+  filter_.restart();
+  const FilterState state = FilterState::of(filter_);
+  EXPECT_EQ(state.oldFrame, 0.0);
+  EXPECT_EQ(state.turbulence, 0.0);
+  EXPECT_EQ(state.wiggle, 0.0);
+}
+
+}  // namespace
+}  // namespace pyrelux::host
