@@ -128,7 +128,7 @@ class FrameDrawer : public Drawer {
 
   double draw() override {
     const auto start = std::chrono::steady_clock::now();
-    renderer_.render(filter_, input_, 10, settings_);
+    renderer_.render(filter_, input_, 10, settings_, frame_);
     return milliseconds(start);
   }
 
@@ -139,6 +139,7 @@ class FrameDrawer : public Drawer {
   host::FrameRenderer renderer_;
   host::FrameSettings settings_;
   Image input_;
+  Image frame_;
 };
 
 std::unique_ptr<Drawer> makeDrawer(const Scene &scene, std::int32_t rendererId, int tongues) {
@@ -211,28 +212,45 @@ int main(int argc, char **argv) {
   CLI::App app("Our software renderer against Mesa's, by turns in one run.");
   int rounds = 3;
   bool quick = false;
+  bool append = false;
+  std::string only;
+  std::string label;
   std::string jsonPath;
   app.add_option("--rounds", rounds, "Rounds for each scene; medians are printed")->capture_default_str();
   app.add_flag("--quick", quick, "Only the defaults at 1920x1080");
-  app.add_option("--json", jsonPath, "Write the table to this file as well")->type_name("FILE");
+  app.add_option("--only", only, "Only the scenes with this in their name, such as \"8 bit, title\"")
+      ->type_name("TEXT");
+  app.add_option("--label", label, "What to add to the scenes' names, such as what the environment changes")
+      ->type_name("TEXT");
+  CLI::Option *json = app.add_option("--json", jsonPath, "Write the table to this file as well")->type_name("FILE");
+  app.add_flag("--append", append, "Go on with the table in the file that --json names")->needs(json);
   CLI11_PARSE(app, argc, argv);
 
   const host::FrameRenderer soft(platform::kRendererSoft);
   const host::FrameRenderer mesa(platform::kRendererMesa);
   Json document;
-  document["processor"] = processorName();
-  document["cores"] = std::thread::hardware_concurrency();
-  document["soft"] = soft.description();
-  document["mesa"] = mesa.description();
-  document["rows"] = Json::array();
-  std::printf("%s, %u cores\n%s\n%s\n\n", processorName().c_str(), std::thread::hardware_concurrency(),
-              soft.description().c_str(), mesa.description().c_str());
-  std::printf("| scene | Mesa ms | soft ms | ratio |\n|---|---|---|---|\n");
+  if (append) {
+    std::ifstream(jsonPath) >> document;
+  } else {
+    document = {{"processor", processorName()},
+                {"cores", std::thread::hardware_concurrency()},
+                {"soft", soft.description()},
+                {"mesa", mesa.description()}};
+    document["rows"] = Json::array();
+    std::printf("%s, %u cores\n%s\n%s\n\n", processorName().c_str(), std::thread::hardware_concurrency(),
+                soft.description().c_str(), mesa.description().c_str());
+    std::printf("| scene | Mesa ms | soft ms | ratio |\n|---|---|---|---|\n");
+  }
   for (const Scene &scene : scenes(quick)) {
-    const Json row = measure(scene, rounds);
-    std::printf("| %s | %.0f%s | %.1f | %.1f |\n", scene.name().c_str(), row["mesa_ms"].get<double>(),
-                row["mesa_scaled"].get<bool>() ? " (scaled from a part)" : "", row["soft_ms"].get<double>(),
-                row["ratio"].get<double>());
+    if (scene.name().find(only) == std::string::npos) continue;
+    Json row = measure(scene, rounds);
+    if (!label.empty()) {
+      row["scene"] = scene.name() + ", " + label;
+      row["soft"] = soft.description();
+    }
+    std::printf("| %s | %.0f%s | %.1f | %.1f |\n", row["scene"].get<std::string>().c_str(),
+                row["mesa_ms"].get<double>(), row["mesa_scaled"].get<bool>() ? " (scaled from a part)" : "",
+                row["soft_ms"].get<double>(), row["ratio"].get<double>());
     std::fflush(stdout);
     document["rows"].push_back(row);
   }

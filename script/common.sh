@@ -14,6 +14,9 @@ program_packages=(
 # What the tests and benchmarks need besides: a second compiler, the frameworks, and a backend for AppKit's buttons.
 test_packages=(clang libgtest-dev libgmock-dev libbenchmark-dev gnustep-back0.29-cairo ffmpeg)
 
+# To run the kernels for ARM here.
+arm_packages=(g++-aarch64-linux-gnu qemu-user googletest)
+
 # install_missing PACKAGE…: installs those that are not there, saying so; does nothing otherwise.
 install_missing() {
   local package missing=() as_root=()
