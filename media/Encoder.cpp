@@ -28,7 +28,7 @@ Encoder::Encoder(const std::string &path, const FileFormat &file, const OutputFo
                           " is not possible");
 
   const AVCodec *encoder = avcodec_find_encoder_by_name(file.encoder);
-  if (!encoder) failWriting(path, "the installed FFmpeg lacks the encoder '" + std::string(file.encoder) + "'");
+  if (!encoder) failEncoding(path, "the installed FFmpeg lacks the encoder '" + std::string(file.encoder) + "'");
   codec_ = allocated<CodecPtr>(avcodec_alloc_context3(encoder));
   codec_->pix_fmt = format.bits > 8 ? file.pixels16 : file.pixels8;
   const AVPixFmtDescriptor &layout = *av_pix_fmt_desc_get(codec_->pix_fmt);
@@ -51,7 +51,7 @@ Encoder::Encoder(const std::string &path, const FileFormat &file, const OutputFo
   constexpr int smallestSliced = 4;
   if (codec_->codec_id == AV_CODEC_ID_FFV1 && std::min(codec_->width, codec_->height) < smallestSliced)
     options.set("level", "1");
-  if (avcodec_open2(codec_.get(), encoder, options.get()) < 0) failWriting(path, refusedSize);
+  if (avcodec_open2(codec_.get(), encoder, options.get()) < 0) failEncoding(path, refusedSize);
 }
 
 void Encoder::encode(const Image &image, const Sink &sink) {
@@ -72,7 +72,7 @@ void Encoder::send(const AVFrame *frame, const Sink &sink) {
     sink(*packet);
     av_packet_unref(packet.get());
   }
-  if (result != AVERROR(EAGAIN) && result != AVERROR_EOF) failWriting(path_, libraryCause(result));
+  if (result != AVERROR(EAGAIN) && result != AVERROR_EOF) failEncoding(path_, libraryCause(result));
 }
 
 }  // namespace pyrelux::media

@@ -8,11 +8,15 @@
 namespace pyrelux::media {
 
 void failReading(const std::string &path, const std::string &cause) {
-  throw MediaError("cannot read '" + path + "': " + cause);
+  throw InputError("cannot read '" + path + "': " + cause);
 }
 
 void failWriting(const std::string &path, const std::string &cause) {
-  throw MediaError("cannot write '" + path + "': " + cause);
+  throw OutputError("cannot write '" + path + "': " + cause);
+}
+
+void failEncoding(const std::string &path, const std::string &cause) {
+  throw EncoderError("cannot write '" + path + "': " + cause);
 }
 
 std::string systemCause(int errnoValue) {

@@ -12,8 +12,12 @@ constexpr const char *causeNotDecodable = "it is not a picture or movie that can
 constexpr const char *causeFolder = "it is a folder";
 constexpr const char *causeNoSuchFile = "no such file";
 
+/// Throws InputError.
 [[noreturn]] void failReading(const std::string &path, const std::string &cause);
+/// Throws OutputError.
 [[noreturn]] void failWriting(const std::string &path, const std::string &cause);
+/// Throws EncoderError.
+[[noreturn]] void failEncoding(const std::string &path, const std::string &cause);
 
 /// The system's text for an errno value, in lower case as it follows a colon.
 std::string systemCause(int errnoValue);

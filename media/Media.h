@@ -16,6 +16,18 @@ namespace pyrelux::media {
 class MediaError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
+/// What is read is not there, not permitted, damaged or too large.
+class InputError : public MediaError {
+  using MediaError::MediaError;
+};
+/// What is written has no place, no room or no format.
+class OutputError : public MediaError {
+  using MediaError::MediaError;
+};
+/// The encoder is missing, or refuses the pictures.
+class EncoderError : public MediaError {
+  using MediaError::MediaError;
+};
 
 /// Frames per second as an exact fraction.
 struct FrameRate {
@@ -48,7 +60,7 @@ constexpr std::int64_t maximumPixels = 16384LL * 8192;
 /// Reads a still, a numbered sequence or a movie. A path with "%04d" (any width) or a run of "#" names a sequence.
 class Reader {
  public:
-  /// Throws MediaError: missing, empty, truncated, not an image, too large.
+  /// Throws InputError: missing, empty, truncated, not an image, too large.
   static std::unique_ptr<Reader> open(const std::string &path);
   virtual ~Reader() = default;
 
@@ -56,7 +68,7 @@ class Reader {
 
   /// The picture of a frame. 8-bit sources come as bytes, deeper ones as floats. PNG and movies are taken as straight
   /// alpha, EXR as premultiplied; without alpha the picture is opaque. Going forwards through a movie is cheap, going
-  /// backwards decodes again. Throws MediaError: no such frame, damaged data, a size that differs from info().
+  /// backwards decodes again. Throws InputError: no such frame, damaged data, a size that differs from info().
   virtual Image read(std::int64_t frame) = 0;
 
  protected:
@@ -75,24 +87,26 @@ struct OutputFormat {
 /// renamed when it is complete, so that a partial file never carries the final name.
 class Writer {
  public:
-  /// Throws MediaError: unknown extension, unwritable folder, a folder of that name, a size the encoder refuses.
+  /// Throws OutputError: unknown extension, unwritable folder, a folder of that name; EncoderError: no such encoder, a
+  /// size that it refuses.
   static std::unique_ptr<Writer> open(const std::string &path, const OutputFormat &format);
 
   /// Whether the path can hold more than one frame: a movie, or a still's extension with a frame pattern in its name.
-  /// Throws MediaError for an unknown extension.
+  /// Throws OutputError for an unknown extension.
   static bool holdsManyFrames(const std::string &path);
 
-  /// Whether the format is deeper than 8 bits by nature (EXR, ProRes 4444). Throws MediaError as above.
+  /// Whether the format is deeper than 8 bits by nature (EXR, ProRes 4444). Throws OutputError as above.
   static bool isDeep(const std::string &path);
 
   /// Discards what is not finished.
   virtual ~Writer() = default;
 
   /// Adds a frame. `image` is premultiplied, bytes or floats, of the size given to open(). The frame number fills the
-  /// pattern of a sequence; movies take frames in the order of the calls. Throws MediaError.
+  /// pattern of a sequence; movies take frames in the order of the calls. Throws OutputError and
+  /// EncoderError.
   virtual void write(std::int64_t frame, const Image &image) = 0;
 
-  /// Completes the output and gives it its final name. Throws MediaError: disk full, encoder failure.
+  /// Completes the output and gives it its final name. Throws OutputError: disk full; EncoderError.
   virtual void finish() = 0;
 };
 

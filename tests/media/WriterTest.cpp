@@ -111,6 +111,19 @@ TEST_F(WriterTest, ImpossibleSizesAndRates) {
   EXPECT_TRUE(names().empty());
 }
 
+TEST_F(WriterTest, WhatFailsIsToldApart) {
+  OutputFormat format;
+  format.width = 2;
+  format.height = 2;
+  EXPECT_THROW(Writer::open(path("none/a.png"), format), OutputError);
+  EXPECT_THROW(Writer::open(path("a.none"), format), OutputError);
+  EXPECT_THROW(Reader::open(path("none.png")), InputError);
+  // More than H.264 can have.
+  format.width = 40000;
+  EXPECT_THROW(Writer::open(path("a.mp4"), format), EncoderError);
+  EXPECT_TRUE(names().empty());
+}
+
 TEST_F(WriterTest, PictureOfAnotherSize) {
   for (const char *name : {"x.png", "x.%d.exr", "x.mov", "x.mkv", "x.mp4"}) {
     const auto writer = Writer::open(path(name), {4, 5, 8, {}});
