@@ -1,5 +1,6 @@
 #include "FrameRange.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <numeric>
@@ -16,6 +17,21 @@ std::optional<std::int64_t> parseWhole(const std::string &text) {
   const auto [stop, error] = std::from_chars(text.data(), end, number);
   if (error != std::errc() || stop != end || text[0] == '-' || number > INT32_MAX) return std::nullopt;
   return number;
+}
+
+/// "7", "1-48" or "1-48x2"; whether it ends before it begins is not looked at.
+std::optional<FrameRange> parseRange(const std::string &text) {
+  const std::size_t dash = text.find('-');
+  if (dash == std::string::npos) {
+    const auto frame = parseWhole(text);
+    return frame ? std::optional(FrameRange{*frame, *frame, 1}) : std::nullopt;
+  }
+  const std::size_t cross = text.find('x', dash);
+  const auto first = parseWhole(text.substr(0, dash));
+  const auto last = parseWhole(text.substr(dash + 1, cross == std::string::npos ? cross : cross - dash - 1));
+  const auto step = cross == std::string::npos ? std::optional<std::int64_t>(1) : parseWhole(text.substr(cross + 1));
+  if (!first || !last || !step || *step == 0) return std::nullopt;
+  return FrameRange{*first, *last, *step};
 }
 
 std::optional<double> parseDecimal(const std::string &text) {
@@ -35,13 +51,26 @@ media::FrameRate fractionOf(double rate) {
 
 }  // namespace
 
-FrameRange parseFrameRange(const std::string &text) {
-  const std::size_t dash = text.find('-');
-  const auto first = parseWhole(text.substr(0, dash));
-  const auto last = dash == std::string::npos ? first : parseWhole(text.substr(dash + 1));
-  if (!first || !last) throw UsageError("'" + text + "' is not a range of frames; write 7 or 1-48");
-  if (*first > *last) throw UsageError("'" + text + "' is not a range of frames: it ends before it begins");
-  return {*first, *last};
+std::int64_t FrameList::count() const {
+  std::int64_t count = 0;
+  for (const FrameRange &range : ranges_) count += range.count();
+  return count;
+}
+
+FrameList parseFrames(const std::string &text) {
+  std::vector<FrameRange> ranges;
+  for (std::size_t from = 0; from <= text.size();) {
+    const std::size_t comma = std::min(text.find(',', from), text.size());
+    const auto range = parseRange(text.substr(from, comma - from));
+    if (!range) throw UsageError("'" + text + "' is not a range of frames; write 7, 1-48, 1-240x2 or 1,5,9-12");
+    if (range->first > range->last)
+      throw UsageError("'" + text + "' is not a range of frames: it ends before it begins");
+    if (!ranges.empty() && range->first <= ranges.back().last)
+      throw UsageError("'" + text + "' is not a range of frames: write the parts in ascending order, without overlap");
+    ranges.push_back({range->first, range->last - (range->last - range->first) % range->step, range->step});
+    from = comma + 1;
+  }
+  return FrameList(std::move(ranges));
 }
 
 media::FrameRate parseFrameRate(const std::string &text) {

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "Media.h"
 
@@ -12,15 +14,39 @@ class UsageError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// Frames from first to last, both included.
+/// Frames first, first + step, … up to last, which is one of them.
 struct FrameRange {
   std::int64_t first = 1;
   std::int64_t last = 1;
-  std::int64_t count() const { return last - first + 1; }
+  std::int64_t step = 1;
+  std::int64_t count() const { return (last - first) / step + 1; }
 };
 
-/// "7" or "1-48"; frame numbers are whole and not negative. Throws UsageError.
-FrameRange parseFrameRange(const std::string &text);
+/// Which frames to render: ranges of which each begins after the one before; at least one.
+class FrameList {
+ public:
+  FrameList(const FrameRange &range) : ranges_{range} {}
+  explicit FrameList(std::vector<FrameRange> ranges) : ranges_(std::move(ranges)) {}
+
+  std::int64_t first() const { return ranges_.front().first; }
+  std::int64_t last() const { return ranges_.back().last; }
+  std::int64_t count() const;
+
+  /// Calls work(frame) for every frame, in ascending order, until it returns false.
+  template <typename Work>
+  void forEach(Work work) const {
+    for (const FrameRange &range : ranges_)
+      for (std::int64_t frame = range.first; frame <= range.last; frame += range.step)
+        if (!work(frame)) return;
+  }
+
+ private:
+  std::vector<FrameRange> ranges_;
+};
+
+/// "7", "1-48", "1-240x2" (every second one) or several of them in ascending order: "1,5,9-12". Frame numbers are whole
+/// and not negative. Throws UsageError.
+FrameList parseFrames(const std::string &text);
 
 /// "24", "23.976" or "30000/1001", above 0 and up to 1000 frames per second. The decimal names of the NTSC rates mean
 /// their exact fractions. Throws UsageError.

@@ -11,10 +11,13 @@
 #include "FrameRange.h"
 #include "FrameRenderer.h"
 #include "HostError.h"
+#include "Interruption.h"
 #include "Media.h"
 #include "ParameterText.h"
-#include "ProgressLine.h"
+#include "Presets.h"
+#include "Progress.h"
 #include "Renderers.h"
+#include "Timeline.h"
 
 namespace pyrelux::cli {
 
@@ -27,8 +30,12 @@ constexpr FrameRange stillToStill{1, 1};
 void applySetting(host::ParameterSet &parameters, const std::string &setting) {
   const std::size_t equals = setting.find('=');
   if (equals == std::string::npos || equals == 0) throw UsageError("'" + setting + "' is not NAME=VALUE");
-  const host::ParameterDeclaration &parameter = parameters.named(setting.substr(0, equals));
-  parameters.set(parameter, host::parseValue(parameter, setting.substr(equals + 1)));
+  try {
+    const host::ParameterDeclaration &parameter = parameters.named(setting.substr(0, equals));
+    parameters.set(parameter, host::parseValue(parameter, setting.substr(equals + 1)));
+  } catch (const host::HostError &error) {
+    throw UsageError(error.what());
+  }
 }
 
 /// An 8-bit flame would waste a deep output, so the filter is asked for its deep surface, unless the user chose.
@@ -38,23 +45,23 @@ void followDepth(host::ParameterSet &parameters, int bits) {
       parameters.set(parameter, {1.0});
 }
 
-FrameRange chooseFrames(const std::optional<std::string> &text, const media::InputInfo &input,
-                        const std::string &inputPath, bool manyFrames) {
+FrameList chooseFrames(const std::optional<std::string> &text, const media::InputInfo &input,
+                       const std::string &inputPath, bool manyFrames) {
   if (input.kind == media::InputKind::Still) {
-    if (text) return parseFrameRange(*text);
+    if (text) return parseFrames(*text);
     return manyFrames ? stillToMovie : stillToStill;
   }
   const FrameRange all{input.firstFrame, input.lastFrame};
   if (!text) return all;
-  const FrameRange wanted = parseFrameRange(*text);
-  if (wanted.first < all.first || wanted.last > all.last)
+  const FrameList wanted = parseFrames(*text);
+  if (wanted.first() < all.first || wanted.last() > all.last)
     throw UsageError("'" + inputPath + "' has the frames " + std::to_string(all.first) + "-" +
                      std::to_string(all.last) + "; '" + *text + "' is not among them");
   return wanted;
 }
 
 /// Writing a frame must never replace what a later one is read from.
-void refuseToReplaceInput(const RenderOptions &options, const media::InputInfo &input, const FrameRange &frames) {
+void refuseToReplaceInput(const RenderOptions &options, const media::InputInfo &input, const FrameList &frames) {
   const media::FramePattern from(options.input);
   const media::FramePattern to(options.output);
   std::set<std::pair<std::uintmax_t, std::uintmax_t>> inputs;
@@ -76,7 +83,10 @@ void refuseToReplaceInput(const RenderOptions &options, const media::InputInfo &
   };
   check(options.output);
   if (to.isNumbered())
-    for (std::int64_t frame = frames.first; frame <= frames.last; ++frame) check(to.path(frame));
+    frames.forEach([&](std::int64_t frame) {
+      check(to.path(frame));
+      return true;
+    });
 }
 
 }  // namespace
@@ -86,12 +96,14 @@ int render(const RenderOptions &options) {
   const bool manyFrames = media::Writer::holdsManyFrames(options.output);
   const int bits = options.bits ? std::stoi(*options.bits) : media::Writer::isDeep(options.output) ? 16 : 8;
   host::Filter filter(host::findFilter(host::defaultSearchPath()));
+  if (options.preset)
+    for (const std::string &setting : presetNamed(*options.preset).settings) applySetting(filter.parameters(), setting);
   for (const std::string &setting : options.settings) applySetting(filter.parameters(), setting);
   followDepth(filter.parameters(), bits);
 
   const auto reader = media::Reader::open(options.input);
   const media::InputInfo &input = reader->info();
-  const FrameRange frames = chooseFrames(options.frames, input, options.input, manyFrames);
+  const FrameList frames = chooseFrames(options.frames, input, options.input, manyFrames);
   if (frames.count() > 1 && !manyFrames)
     throw UsageError("'" + options.output + "' holds one frame, not " + std::to_string(frames.count()) +
                      "; put %04d or #### into its name, or write a movie");
@@ -112,16 +124,26 @@ int render(const RenderOptions &options) {
   settings.floatOutput = bits == 16;
   settings.pixelAspect = input.pixelAspect;
 
+  // From the time on when there is something half written.
+  const Interruption interruption;
   const auto writer = media::Writer::open(options.output, format);
-  ProgressLine progress(frames.count(), options.quiet);
-  for (std::int64_t frame = frames.first; frame <= frames.last; ++frame) {
-    // Frame numbers are frame times.
-    const Image image = renderer.render(filter, reader->read(frame), static_cast<double>(frame), settings);
+  std::optional<Progress> progress(std::in_place, options.progress, frames.count());
+  // Stills burn from frame 1.
+  host::Timeline timeline(filter, renderer, input.kind == media::InputKind::Still ? 1 : input.firstFrame);
+  Image image;
+  frames.forEach([&](std::int64_t frame) {
+    timeline.render(frame, reader->read(frame), settings, image);
     writer->write(frame, image);
-    progress.advance();
-  }
+    progress->advance(frame);
+    return interruption.signal() == 0;
+  });
   writer->finish();
-  return 0;
+  const std::int64_t done = progress->done();
+  progress.reset();
+  if (done == frames.count()) return 0;
+  std::cerr << "pyrelux: interrupted after " << done << " of " << frames.count() << " frames; '" << options.output
+            << "' holds what was finished\n";
+  return exitCodeOf(interruption.signal());
 }
 
 }  // namespace pyrelux::cli

@@ -5,11 +5,17 @@
 #include "Commands.h"
 #include "FrameRange.h"
 #include "HostError.h"
+#include "Progress.h"
 #include "Renderers.h"
 
 namespace {
 
+// What the program ends with; 0 is done, and 128 and more a signal.
+constexpr int failedExit = 1;
 constexpr int usageExit = 2;
+constexpr int inputExit = 3;
+constexpr int outputExit = 4;
+constexpr int encoderExit = 5;
 
 /// One line, whatever a name may hold.
 int fail(const std::string &message, int exitCode) {
@@ -38,6 +44,10 @@ int run(int argc, char **argv) {
   app.set_version_flag("--version", "pyrelux " PYRELUX_VERSION, "Print the version and exit");
   app.set_help_flag("-h,--help", "Print this help and exit");
   app.require_subcommand(1);
+  app.footer(
+      "Ends with 0 when all is done, 1 when something else failed, 2 for a wrong command line, 3 for an input\n"
+      "that can't be read, 4 for an output that can't be written, 5 for an encoder's failure, 128 and more for a "
+      "signal.");
   int exitCode = 0;
 
   RenderOptions options;
@@ -54,13 +64,18 @@ int run(int argc, char **argv) {
       ->required();
   renderCommand
       ->add_option("--frames", options.frames,
-                   "Frames to render, 7 or 1-48; frame N is rendered at time N (default: all of the input; of a "
-                   "picture 1-48 into a movie or sequence, 1 into a picture)")
+                   "Frames to render, 7, 1-48, 1-240x2 (every second one) or 1,5,9-12; frame N is rendered at time N, "
+                   "whichever frames are rendered before it (default: all of the input; of a picture 1-48 into a "
+                   "movie or sequence, 1 into a picture)")
       ->type_name("RANGE");
   renderCommand
       ->add_option("--fps", options.fps,
                    "Frames per second of a movie, 24, 23.976 or 30000/1001 (default: the input's, else 24)")
       ->type_name("RATE");
+  renderCommand
+      ->add_option("--preset", options.preset,
+                   "A look to begin with, which --set changes; 'pyrelux presets' lists them")
+      ->type_name("NAME");
   renderCommand
       ->add_option("--set", options.settings,
                    "A parameter's value; may be repeated. 'pyrelux parameters' lists names, ranges and units")
@@ -72,7 +87,15 @@ int run(int argc, char **argv) {
       ->check(CLI::IsMember({"8", "16"}))
       ->option_text("BITS");
   addBackendOption(*renderCommand, options.backend);
-  renderCommand->add_flag("--quiet", options.quiet, "No progress line");
+  renderCommand
+      ->add_option(
+          "--progress", options.progress,
+          "How far it is: line (on standard error), json (an object for every frame on standard output, with "
+          "frame, done, total, seconds, frames_per_second, seconds_left), none, or auto (a line on a terminal)")
+      ->check(CLI::IsMember(progressNames()))
+      ->option_text("KIND");
+  renderCommand->add_flag_callback(
+      "--quiet", [&] { options.progress = "none"; }, "The same as --progress none");
   renderCommand->add_flag("--verbose", options.verbose, "Say what draws, on standard error");
   renderCommand->callback([&] { exitCode = render(options); });
 
@@ -81,6 +104,11 @@ int run(int argc, char **argv) {
       app.add_subcommand("parameters", "List the effect's parameters in the inspector's order");
   parametersCommand->add_flag("--json", json, "As JSON");
   parametersCommand->callback([&] { exitCode = listParameters(json); });
+
+  bool presetsAsJson = false;
+  CLI::App *presetsCommand = app.add_subcommand("presets", "List the looks that --preset takes");
+  presetsCommand->add_flag("--json", presetsAsJson, "As JSON, with their settings");
+  presetsCommand->callback([&] { exitCode = listPresets(presetsAsJson); });
 
   std::string infoBackend = "auto";
   CLI::App *infoCommand = app.add_subcommand("info", "Tell the version, what draws, and which bundle was found");
@@ -103,7 +131,7 @@ int run(int argc, char **argv) {
     return fail(firstLine(error.what()) + "; see 'pyrelux --help'", usageExit);
   }
   std::cout.flush();
-  if (!std::cout) return fail("cannot write to standard output", 1);
+  if (!std::cout) return fail("cannot write to standard output", outputExit);
   return exitCode;
 }
 
@@ -114,9 +142,15 @@ int main(int argc, char **argv) {
     return run(argc, argv);
   } catch (const pyrelux::cli::UsageError &error) {
     return fail(error.what(), usageExit);
+  } catch (const pyrelux::media::InputError &error) {
+    return fail(error.what(), inputExit);
+  } catch (const pyrelux::media::OutputError &error) {
+    return fail(error.what(), outputExit);
+  } catch (const pyrelux::media::EncoderError &error) {
+    return fail(error.what(), encoderExit);
   } catch (const std::bad_alloc &) {
-    return fail("not enough memory", 1);
+    return fail("not enough memory", failedExit);
   } catch (const std::exception &error) {
-    return fail(error.what(), 1);
+    return fail(error.what(), failedExit);
   }
 }

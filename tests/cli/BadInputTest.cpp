@@ -178,6 +178,8 @@ INSTANTIATE_TEST_SUITE_P(Setting, BadInputTest, testing::ValuesIn(settings),
 
 const std::vector<BadInput> options = {
     {"FramesBackwards", movie({"--frames", "5-2"}), {"'5-2'", "ends before"}},
+    {"FramesInDisorder", movie({"--frames", "5,2"}), {"'5,2'", "ascending"}},
+    {"FramesWithoutAStep", movie({"--frames", "1-9x0"}), {"'1-9x0'", "1-240x2"}},
     {"FramesWithLetters", movie({"--frames", "1-x"}), {"'1-x'", "1-48"}},
     {"FramesNegative", movie({"--frames", "-3"}), {"'-3'", "1-48"}},
     {"FramesOpen", movie({"--frames", "3-"}), {"'3-'", "1-48"}},

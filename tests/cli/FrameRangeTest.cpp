@@ -33,10 +33,10 @@ TEST(FrameRange, IsOneFrameOrTwoJoinedByADash) {
                                 {"2147483647", 2147483647, 2147483647, 1},
                                 {"0-2147483647", 0, 2147483647, 2147483648}}) {
     SCOPED_TRACE(row.text);
-    const FrameRange range = parseFrameRange(row.text);
-    EXPECT_EQ(range.first, row.first);
-    EXPECT_EQ(range.last, row.last);
-    EXPECT_EQ(range.count(), row.count);
+    const FrameList frames = parseFrames(row.text);
+    EXPECT_EQ(frames.first(), row.first);
+    EXPECT_EQ(frames.last(), row.last);
+    EXPECT_EQ(frames.count(), row.count);
   }
 }
 
@@ -65,7 +65,19 @@ TEST(FrameRange, RefusesEverythingElseAndRepeatsIt) {
                            "0x10",
                            "1..4",
                            "1:4",
-                           "1,4",
+                           ",",
+                           "1,",
+                           ",1",
+                           "1,,2",
+                           "1, 2",
+                           "1x2",
+                           "x2",
+                           "1-4x",
+                           "1-4x0",
+                           "1-4x-1",
+                           "1-4x2x2",
+                           "1-x2",
+                           "1;4",
                            "1/4",
                            "nan",
                            "inf",
@@ -76,15 +88,52 @@ TEST(FrameRange, RefusesEverythingElseAndRepeatsIt) {
                            "-0",
                            "\xC2\xBD"}) {
     SCOPED_TRACE(text);
-    const std::string message = refusal(parseFrameRange, text);
+    const std::string message = refusal(parseFrames, text);
     EXPECT_THAT(message, testing::HasSubstr("'" + std::string(text) + "'"));
     EXPECT_THAT(message, testing::HasSubstr("1-48"));
   }
 }
 
 TEST(FrameRange, MayNotEndBeforeItBegins) {
-  EXPECT_THAT(refusal(parseFrameRange, "5-2"), testing::AllOf(testing::HasSubstr("'5-2'"), testing::HasSubstr("ends")));
-  EXPECT_THAT(refusal(parseFrameRange, "1-0"), testing::HasSubstr("ends"));
+  EXPECT_THAT(refusal(parseFrames, "5-2"), testing::AllOf(testing::HasSubstr("'5-2'"), testing::HasSubstr("ends")));
+  EXPECT_THAT(refusal(parseFrames, "1-0"), testing::HasSubstr("ends"));
+}
+
+std::vector<std::int64_t> framesOf(const std::string &text) {
+  std::vector<std::int64_t> frames;
+  parseFrames(text).forEach([&](std::int64_t frame) {
+    frames.push_back(frame);
+    return true;
+  });
+  EXPECT_EQ(parseFrames(text).count(), static_cast<std::int64_t>(frames.size()));
+  return frames;
+}
+
+TEST(FrameRange, MayHaveStepsAndParts) {
+  using testing::ElementsAre;
+  EXPECT_THAT(framesOf("1-4"), ElementsAre(1, 2, 3, 4));
+  EXPECT_THAT(framesOf("1-9x4"), ElementsAre(1, 5, 9));
+  EXPECT_THAT(framesOf("1-10x4"), ElementsAre(1, 5, 9));
+  EXPECT_EQ(parseFrames("1-10x4").last(), 9);
+  EXPECT_THAT(framesOf("3-4x7"), ElementsAre(3));
+  EXPECT_THAT(framesOf("1,5,9-12"), ElementsAre(1, 5, 9, 10, 11, 12));
+  EXPECT_THAT(framesOf("0-5x5,6-10x2"), ElementsAre(0, 5, 6, 8, 10));
+}
+
+TEST(FrameRange, MayBeLeftInTheMiddle) {
+  std::int64_t last = 0;
+  parseFrames("1-3,5-9").forEach([&](std::int64_t frame) {
+    last = frame;
+    return frame < 2;
+  });
+  EXPECT_EQ(last, 2);
+}
+
+TEST(FrameRange, PartsDoNotGoBackOrOverlap) {
+  for (const char *text : {"5,1", "1,1", "1-5,5", "1-5,3-9"})
+    EXPECT_THAT(refusal(parseFrames, text),
+                testing::AllOf(testing::HasSubstr("'" + std::string(text) + "'"), testing::HasSubstr("ascending")));
+  EXPECT_THAT(refusal(parseFrames, "1,9-7"), testing::HasSubstr("ends"));
 }
 
 struct ValidRate {

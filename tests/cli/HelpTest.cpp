@@ -44,6 +44,8 @@ TEST_F(Help, OfRenderExplainsEveryOptionWithItsUnit) {
       {"--set", {"NAME=VALUE", "repeated", "units"}},
       {"--bits", {"BITS", "per channel", "8", "16", "default"}},
       {"--backend", {"NAME", "auto", "egl"}},
+      {"--preset", {"NAME", "pyrelux presets"}},
+      {"--progress", {"KIND", "json", "standard output", "terminal", "seconds_left"}},
       {"--quiet", {"progress"}},
       {"-h,--help", {"help"}},
   };

@@ -44,6 +44,28 @@ TEST_F(InputKind, APictureHasAnyFrame) {
   EXPECT_EQ(names("out"), (Words{"fire_0000.png", "fire_0001.png", "fire_123456.png"}));
 }
 
+TEST_F(InputKind, FramesAreTheSameHoweverTheyAreReached) {
+  render("title.png", "out/all_%02d.png", {"--frames", "1-12"});
+  EXPECT_NE(loadOut("all_03.png"), loadOut("all_10.png"));
+  for (const char *frames : {"9", "4-6", "1-12x5", "2,6-7,11"}) {
+    SCOPED_TRACE(frames);
+    render("title.png", "out/some_%02d.png", {"--frames", frames});
+    int compared = 0;
+    for (const std::string &name : names("out")) {
+      if (name.rfind("some_", 0) != 0) continue;
+      EXPECT_EQ(loadOut(name), loadOut("all_" + name.substr(5))) << name;
+      fs::remove(path("out/" + name));
+      ++compared;
+    }
+    EXPECT_EQ(compared, std::string(frames) == "9" ? 1 : std::string(frames) == "2,6-7,11" ? 4 : 3);
+  }
+}
+
+TEST_F(InputKind, FramesThatAreLeftOutOfAMovieTakeNoTime) {
+  render("title.png", "out/fire.mkv", {"--frames", "1-9x4"});
+  EXPECT_EQ(probe("out/fire.mkv").at("nb_read_frames"), "3");
+}
+
 TEST_F(InputKind, FramesOfASequenceKeepTheirNumbers) {
   saveSequence("in", 5, 8);
   render("in_%04d.png", "out/fire_%03d.png");

@@ -58,7 +58,8 @@ struct Channel {
 };
 
 /// Reads both to their ends, whichever has something, because a program blocks when one of them is full.
-void collect(pid_t program, std::array<std::pair<Descriptor *, std::string *>, 2> channels) {
+void collect(const Command &command, pid_t program, std::array<std::pair<Descriptor *, std::string *>, 2> channels) {
+  bool hasSignal = !command.signalAfter.empty();
   for (;;) {
     std::array<pollfd, 2> waiting{};
     bool anyOpen = false;
@@ -77,6 +78,10 @@ void collect(pid_t program, std::array<std::pair<Descriptor *, std::string *>, 2
         channels[i].first->close();
       else
         channels[i].second->append(bytes, static_cast<std::size_t>(count));
+    }
+    if (hasSignal && channels[0].second->find(command.signalAfter) != std::string::npos) {
+      kill(program, command.signal);
+      hasSignal = false;
     }
   }
 }
@@ -127,7 +132,7 @@ Result run(const Command &command) {
   err.theirs.close();
 
   Result result;
-  collect(program, {std::pair{&out.ours, &result.out}, std::pair{&err.ours, &result.err}});
+  collect(command, program, {std::pair{&out.ours, &result.out}, std::pair{&err.ours, &result.err}});
   int status = 0;
   require(waitpid(program, &status, 0) == program, "lost " + words[0]);
   if (WIFEXITED(status)) result.exitCode = WEXITSTATUS(status);
