@@ -22,6 +22,8 @@ Encoder::Encoder(const std::string &path, const FileFormat &file, const OutputFo
     : path_(path), format_(format), alpha_(file.alpha) {
   const std::string refusedSize = "pictures of " + sizeText(format.width, format.height) + " cannot be encoded";
   if (format.width < 1 || format.height < 1) failWriting(path, refusedSize);
+  // No larger than what is read. libx264 leaks memory when it refuses a size itself.
+  if (format.width > maximumSide || format.height > maximumSide) failEncoding(path, refusedSize);
   const FrameRate rate = format.frameRate;
   if (rate.numerator < 1 || rate.denominator < 1)
     failWriting(path, "a frame rate of " + std::to_string(rate.numerator) + "/" + std::to_string(rate.denominator) +
