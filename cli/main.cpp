@@ -5,8 +5,7 @@
 #include "Commands.h"
 #include "FrameRange.h"
 #include "HostError.h"
-#include "Progress.h"
-#include "Renderers.h"
+#include "Media.h"
 
 namespace {
 
@@ -28,16 +27,6 @@ int fail(const std::string &message, int exitCode) {
 /// CLI11's message without what it adds on further lines.
 std::string firstLine(const std::string &text) { return text.substr(0, text.find('\n')); }
 
-void addBackendOption(CLI::App &command, std::string &backend) {
-  command
-      .add_option("--backend", backend,
-                  "What draws: auto (a GPU where there is one, else soft), gpu, mesa (Mesa's software renderer), soft "
-                  "(our own, on "
-                  "the processor), egl (a GPU, else mesa)")
-      ->check(CLI::IsMember(pyrelux::host::rendererNames()))
-      ->option_text("NAME");
-}
-
 int run(int argc, char **argv) {
   using namespace pyrelux::cli;
   CLI::App app("Sets titles, logos and mattes on fire.", "pyrelux");
@@ -52,51 +41,7 @@ int run(int argc, char **argv) {
 
   RenderOptions options;
   CLI::App *renderCommand = app.add_subcommand("render", "Burn a picture, a sequence or a movie");
-  renderCommand
-      ->add_option("INPUT", options.input, "Picture, movie, or numbered sequence with %04d or #### in its name")
-      ->type_name("")
-      ->required();
-  renderCommand
-      ->add_option("-o,--output", options.output,
-                   "Where to: .png .exr (%04d or #### for a sequence), .mov (ProRes 4444), .mkv (FFV1, lossless), "
-                   ".mp4 (H.264 over black)")
-      ->type_name("FILE")
-      ->required();
-  renderCommand
-      ->add_option("--frames", options.frames,
-                   "Frames to render, 7, 1-48, 1-240x2 (every second one) or 1,5,9-12; frame N is rendered at time N, "
-                   "whichever frames are rendered before it (default: all of the input; of a picture 1-48 into a "
-                   "movie or sequence, 1 into a picture)")
-      ->type_name("RANGE");
-  renderCommand
-      ->add_option("--fps", options.fps,
-                   "Frames per second of a movie, 24, 23.976 or 30000/1001 (default: the input's, else 24)")
-      ->type_name("RATE");
-  renderCommand
-      ->add_option("--preset", options.preset,
-                   "A look to begin with, which --set changes; 'pyrelux presets' lists them")
-      ->type_name("NAME");
-  renderCommand
-      ->add_option("--set", options.settings,
-                   "A parameter's value; may be repeated. 'pyrelux parameters' lists names, ranges and units")
-      ->type_name("NAME=VALUE")
-      ->allow_extra_args(false);
-  renderCommand
-      ->add_option("--bits", options.bits,
-                   "Bits per channel of drawing and output, 8 or 16 (default: 16 for .exr and .mov, else 8)")
-      ->check(CLI::IsMember({"8", "16"}))
-      ->option_text("BITS");
-  addBackendOption(*renderCommand, options.backend);
-  renderCommand
-      ->add_option(
-          "--progress", options.progress,
-          "How far it is: line (on standard error), json (an object for every frame on standard output, with "
-          "frame, done, total, seconds, frames_per_second, seconds_left), none, or auto (a line on a terminal)")
-      ->check(CLI::IsMember(progressNames()))
-      ->option_text("KIND");
-  renderCommand->add_flag_callback(
-      "--quiet", [&] { options.progress = "none"; }, "The same as --progress none");
-  renderCommand->add_flag("--verbose", options.verbose, "Say what draws, on standard error");
+  addRenderOptions(*renderCommand, options);
   renderCommand->callback([&] { exitCode = render(options); });
 
   bool json = false;

@@ -1,0 +1,65 @@
+#include "RenderInput.h"
+
+#include <sys/stat.h>
+
+#include <optional>
+#include <set>
+#include <utility>
+
+#include "FramePattern.h"
+
+namespace pyrelux::cli {
+
+namespace {
+
+/// What a still is rendered to when no frames are asked for.
+constexpr FrameRange stillToMovie{1, 48};
+constexpr FrameRange stillToStill{1, 1};
+
+}  // namespace
+
+std::unique_ptr<media::Reader> openInput(const RenderOptions &options) { return media::Reader::open(options.input); }
+
+FrameList chooseFrames(const RenderOptions &options, const media::InputInfo &input, bool manyFrames) {
+  if (input.kind == media::InputKind::Still) {
+    if (options.frames) return parseFrames(*options.frames);
+    return manyFrames ? stillToMovie : stillToStill;
+  }
+  const FrameRange all{input.firstFrame, input.lastFrame};
+  if (!options.frames) return all;
+  const FrameList wanted = parseFrames(*options.frames);
+  if (wanted.first() < all.first || wanted.last() > all.last)
+    throw UsageError("'" + options.input + "' has the frames " + std::to_string(all.first) + "-" +
+                     std::to_string(all.last) + "; '" + *options.frames + "' is not among them");
+  return wanted;
+}
+
+void refuseToReplaceInput(const RenderOptions &options, const media::InputInfo &input, const FrameList &frames) {
+  const media::FramePattern from(options.input);
+  const media::FramePattern to(options.output);
+  std::set<std::pair<std::uintmax_t, std::uintmax_t>> inputs;
+  const auto identity = [](const std::string &path) {
+    struct stat status = {};
+    const bool exists = stat(path.c_str(), &status) == 0;
+    return exists ? std::optional(std::pair<std::uintmax_t, std::uintmax_t>(status.st_dev, status.st_ino))
+                  : std::nullopt;
+  };
+  if (input.kind == media::InputKind::Sequence) {
+    for (std::int64_t frame = input.firstFrame; frame <= input.lastFrame; ++frame)
+      if (const auto file = identity(from.path(frame))) inputs.insert(*file);
+  } else if (const auto file = identity(options.input)) {
+    inputs.insert(*file);
+  }
+  const auto check = [&](const std::string &path) {
+    const auto file = identity(path);
+    if (file && inputs.count(*file)) throw UsageError("the output '" + path + "' would replace the input");
+  };
+  check(options.output);
+  if (to.isNumbered())
+    frames.forEach([&](std::int64_t frame) {
+      check(to.path(frame));
+      return true;
+    });
+}
+
+}  // namespace pyrelux::cli

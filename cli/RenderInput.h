@@ -1,0 +1,21 @@
+#pragma once
+
+#include <memory>
+
+#include "FrameRange.h"
+#include "Media.h"
+#include "RenderOptions.h"
+
+namespace pyrelux::cli {
+
+/// What the options name as the input. Throws media::InputError.
+std::unique_ptr<media::Reader> openInput(const RenderOptions &options);
+
+/// The frames that the options ask for, or what suits the input; `manyFrames`: the output holds more than one. Throws
+/// UsageError when the input lacks one of them.
+FrameList chooseFrames(const RenderOptions &options, const media::InputInfo &input, bool manyFrames);
+
+/// Writing a frame must never replace what a later one is read from. Throws UsageError.
+void refuseToReplaceInput(const RenderOptions &options, const media::InputInfo &input, const FrameList &frames);
+
+}  // namespace pyrelux::cli

@@ -1,0 +1,86 @@
+#include "RenderOptions.h"
+
+#include <CLI/CLI.hpp>
+
+#include "Progress.h"
+#include "Renderers.h"
+
+namespace pyrelux::cli {
+
+namespace {
+
+// The help's headings.
+constexpr const char *inputGroup = "Input";
+constexpr const char *lookGroup = "Look";
+constexpr const char *outputGroup = "Output";
+constexpr const char *drawingGroup = "Drawing";
+constexpr const char *messagesGroup = "Messages";
+
+}  // namespace
+
+void addBackendOption(CLI::App &command, std::string &backend) {
+  command
+      .add_option("--backend", backend,
+                  "What draws: auto (a GPU where there is one, else soft), gpu, mesa (Mesa's software renderer), soft "
+                  "(our own, on the processor), egl (a GPU, else mesa)")
+      ->check(CLI::IsMember(host::rendererNames()))
+      ->option_text("NAME")
+      ->group(drawingGroup);
+}
+
+void addRenderOptions(CLI::App &command, RenderOptions &options) {
+  command.add_option("INPUT", options.input, "Picture, movie, or numbered sequence with %04d or #### in its name")
+      ->type_name("")
+      ->required()
+      ->group(inputGroup);
+  command
+      .add_option("--preset", options.preset, "A look to begin with, which --set changes; 'pyrelux presets' lists them")
+      ->type_name("NAME")
+      ->group(lookGroup);
+  command
+      .add_option("--set", options.settings,
+                  "A parameter's value; may be repeated. 'pyrelux parameters' lists names, ranges and units")
+      ->type_name("NAME=VALUE")
+      ->allow_extra_args(false)
+      ->group(lookGroup);
+  command
+      .add_option("-o,--output", options.output,
+                  "Where to: .png .exr (%04d or #### for a sequence), .mov (ProRes 4444), .mkv (FFV1, lossless), "
+                  ".mp4 (H.264 over black)")
+      ->type_name("FILE")
+      ->required()
+      ->group(outputGroup);
+  command
+      .add_option("--frames", options.frames,
+                  "Frames to render, 7, 1-48, 1-240x2 (every second one) or 1,5,9-12; frame N is rendered at time N, "
+                  "whichever frames are rendered before it (default: all of the input; of a picture 1-48 into a "
+                  "movie or sequence, 1 into a picture)")
+      ->type_name("RANGE")
+      ->group(outputGroup);
+  command
+      .add_option("--fps", options.fps,
+                  "Frames per second of a movie, 24, 23.976 or 30000/1001 (default: the input's, else 24)")
+      ->type_name("RATE")
+      ->group(outputGroup);
+  command
+      .add_option("--bits", options.bits,
+                  "Bits per channel of drawing and output, 8 or 16 (default: 16 for .exr and .mov, else 8)")
+      ->check(CLI::IsMember({"8", "16"}))
+      ->option_text("BITS")
+      ->group(outputGroup);
+  addBackendOption(command, options.backend);
+  command
+      .add_option("--progress", options.progress,
+                  "How far it is: line (on standard error), json (an object for every frame on standard output, with "
+                  "frame, done, total, seconds, frames_per_second, seconds_left), none, or auto (a line on a terminal)")
+      ->check(CLI::IsMember(progressNames()))
+      ->option_text("KIND")
+      ->group(messagesGroup);
+  command
+      .add_flag_callback(
+          "--quiet", [&options] { options.progress = "none"; }, "The same as --progress none")
+      ->group(messagesGroup);
+  command.add_flag("--verbose", options.verbose, "Say what draws, on standard error")->group(messagesGroup);
+}
+
+}  // namespace pyrelux::cli
