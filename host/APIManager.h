@@ -15,7 +15,8 @@
 - (instancetype)initWithDeclarations:(std::vector<pyrelux::host::ParameterDeclaration> *)declarations;
 @end
 
-/// Hands values out, in the units that filters expect: angles in radians, points from the first row of the image.
+/// Hands values out, as they are at the time asked for and in the units that filters expect: angles in radians, points
+/// from the first row of the image.
 @interface PyreluxParameterRetrieval : NSObject <FxParameterRetrievalAPI> {
  @private
   const pyrelux::host::ParameterSet *_parameters;

@@ -149,19 +149,17 @@ const ParameterDeclaration *parameterOfKind(const ParameterSet &parameters, UInt
 }
 
 - (BOOL)getFloatValue:(double *)value fromParm:(UInt32)parmId atTime:(double)time {
-  (void)time;
   const ParameterDeclaration *parameter = parameterOfKind(
       *_parameters, parmId, {ParameterKind::Float, ParameterKind::Angle, ParameterKind::Integer, ParameterKind::Popup});
   if (!parameter || !value) return NO;
-  const double number = _parameters->value(parmId)[0];
+  const double number = _parameters->value(parmId, time)[0];
   *value = parameter->kind == ParameterKind::Angle ? number * (M_PI / 180.0) : number;
   return YES;
 }
 
 - (BOOL)getIntValue:(int *)value fromParm:(UInt32)parmId atTime:(double)time {
-  (void)time;
   if (!value || !parameterOfKind(*_parameters, parmId, {ParameterKind::Integer, ParameterKind::Popup})) return NO;
-  *value = static_cast<int>(std::lround(_parameters->value(parmId)[0]));
+  *value = static_cast<int>(std::lround(_parameters->value(parmId, time)[0]));
   return YES;
 }
 
@@ -170,9 +168,8 @@ const ParameterDeclaration *parameterOfKind(const ParameterSet &parameters, UInt
           blueValue:(double *)blue
            fromParm:(UInt32)parmId
              atTime:(double)time {
-  (void)time;
   if (!red || !green || !blue || !parameterOfKind(*_parameters, parmId, {ParameterKind::Colour})) return NO;
-  const ParameterValue value = _parameters->value(parmId);
+  const ParameterValue value = _parameters->value(parmId, time);
   *red = value[0];
   *green = value[1];
   *blue = value[2];
@@ -180,9 +177,8 @@ const ParameterDeclaration *parameterOfKind(const ParameterSet &parameters, UInt
 }
 
 - (BOOL)getXValue:(double *)x YValue:(double *)y fromParm:(UInt32)parmId atTime:(double)time {
-  (void)time;
   if (!x || !y || !parameterOfKind(*_parameters, parmId, {ParameterKind::Point})) return NO;
-  const ParameterValue value = _parameters->value(parmId);
+  const ParameterValue value = _parameters->value(parmId, time);
   *x = value[0];
   // A filter measures the point from the image's first row; people measure it from the bottom.
   *y = _topLeftOrigin ? 1.0 - value[1] : value[1];

@@ -11,6 +11,9 @@ namespace pyrelux::host {
 
 namespace {
 
+/// A point's coordinates, either way: beyond any use, and small enough to go on reckoning with.
+constexpr double farthestPoint = 1e9;
+
 /// Single-character edits between two words (Levenshtein distance).
 std::size_t editDistance(const std::string &a, const std::string &b) {
   std::vector<std::size_t> row(b.size() + 1);
@@ -31,6 +34,17 @@ std::size_t editDistance(const std::string &a, const std::string &b) {
 std::size_t nameDistance(const std::string &typed, const std::string &name) {
   const std::size_t edits = editDistance(typed, name);
   return !typed.empty() && name.find(typed) != std::string::npos ? std::min<std::size_t>(edits, 1) : edits;
+}
+
+std::vector<Keyframe> constant(const ParameterValue &value) { return {{0.0, value}}; }
+
+/// What lies between legal values, made legal.
+ParameterValue legal(const ParameterDeclaration &parameter, ParameterValue value) {
+  if (parameter.kind == ParameterKind::Integer) value[0] = std::round(value[0]);
+  if (parameter.hasRange()) value[0] = std::clamp(value[0], parameter.minimum, parameter.maximum);
+  if (parameter.kind == ParameterKind::Colour)
+    for (double &channel : value) channel = std::clamp(channel, 0.0, 1.0);
+  return value;
 }
 
 }  // namespace
@@ -94,6 +108,35 @@ std::string slugOf(const std::string &text) {
   return slug;
 }
 
+std::string refusalOf(const ParameterDeclaration &parameter, const ParameterValue &value) {
+  for (const double number : value)
+    if (!std::isfinite(number)) return "it has to be a finite number";
+  if (parameter.hasRange() && (value[0] < parameter.minimum || value[0] > parameter.maximum))
+    return "its range is " + formatRange(parameter);
+  if (parameter.kind == ParameterKind::Integer && value[0] != std::floor(value[0]))
+    return "it has to be a whole number";
+  if (parameter.kind == ParameterKind::Popup &&
+      (value[0] < 0 || value[0] >= static_cast<double>(parameter.entries.size())))
+    return "its entries are " + formatEntries(parameter);
+  if (parameter.kind == ParameterKind::Colour)
+    for (const double channel : value)
+      if (channel < 0.0 || channel > 1.0) return "each channel has to be in 0..1";
+  if (parameter.kind == ParameterKind::Point)
+    for (const double coordinate : value)
+      if (std::abs(coordinate) > farthestPoint) return "it lies too far outside the picture";
+  return {};
+}
+
+std::string refusalOf(const Keyframe &keyframe) {
+  if (!(std::abs(keyframe.frame) <= farthestFrame)) return "it is no frame of a film";
+  if (keyframe.ease != Ease::Bezier) return {};
+  for (const std::size_t x : {0, 2})
+    if (!(keyframe.curve[x] >= 0.0 && keyframe.curve[x] <= 1.0)) return "x1 and x2 of its curve have to be in 0..1";
+  for (const std::size_t y : {1, 3})
+    if (!(std::abs(keyframe.curve[y]) <= farthestSwing)) return "y1 and y2 of its curve have to be in -100..100";
+  return {};
+}
+
 ParameterSet::ParameterSet(std::vector<ParameterDeclaration> declarations) : declarations_(std::move(declarations)) {}
 
 const ParameterDeclaration *ParameterSet::find(std::uint32_t id) const {
@@ -125,31 +168,42 @@ const ParameterDeclaration &ParameterSet::named(const std::string &name) const {
   throw HostError(message);
 }
 
-ParameterValue ParameterSet::value(std::uint32_t id) const {
-  if (const auto set = values_.find(id); set != values_.end()) return set->second;
+ParameterValue ParameterSet::value(std::uint32_t id, double timeFrames) const {
   const ParameterDeclaration *parameter = find(id);
-  return parameter ? parameter->defaultValue : ParameterValue{};
+  if (!parameter) return {};
+  const auto set = values_.find(id);
+  if (set == values_.end()) return parameter->defaultValue;
+  return legal(*parameter, interpolate(set->second, timeFrames));
+}
+
+std::vector<Keyframe> ParameterSet::keyframes(const ParameterDeclaration &parameter) const {
+  const auto set = values_.find(parameter.id);
+  return set == values_.end() ? constant(parameter.defaultValue) : set->second;
 }
 
 void ParameterSet::set(const ParameterDeclaration &parameter, const ParameterValue &value) {
-  const auto refuse = [&](const std::string &why) {
-    throw HostError("'" + parameter.slug() + "' can't be " + formatValue(parameter, value) + ": " + why);
-  };
+  setKeyframes(parameter, constant(value));
+}
+
+void ParameterSet::setKeyframes(const ParameterDeclaration &parameter, const std::vector<Keyframe> &keyframes) {
   if (parameter.kind == ParameterKind::Custom)
     throw HostError("'" + parameter.label + "' is a row of the inspector without a value");
-  for (const double number : value)
-    if (!std::isfinite(number)) refuse("it has to be a finite number");
-  if (parameter.hasRange() && (value[0] < parameter.minimum || value[0] > parameter.maximum))
-    refuse("its range is " + formatRange(parameter));
-  if (parameter.kind == ParameterKind::Integer && value[0] != std::floor(value[0]))
-    refuse("it has to be a whole number");
-  if (parameter.kind == ParameterKind::Popup &&
-      (value[0] < 0 || value[0] >= static_cast<double>(parameter.entries.size())))
-    refuse("its entries are " + formatEntries(parameter));
-  if (parameter.kind == ParameterKind::Colour)
-    for (const double channel : value)
-      if (channel < 0.0 || channel > 1.0) refuse("each channel has to be in 0..1");
-  values_[parameter.id] = value;
+  if (keyframes.empty()) throw HostError("'" + parameter.slug() + "' needs a keyframe at least");
+  const Keyframe *before = nullptr;
+  for (const Keyframe &keyframe : keyframes) {
+    if (const std::string why = refusalOf(parameter, keyframe.value); !why.empty())
+      throw HostError("'" + parameter.slug() + "' can't be " + formatValue(parameter, keyframe.value) + ": " + why);
+    if (const std::string why = refusalOf(keyframe); !why.empty())
+      throw HostError("'" + parameter.slug() + "' can't have a keyframe at " + formatNumber(keyframe.frame) + ": " +
+                      why);
+    if (before && keyframe.frame <= before->frame)
+      throw HostError("the keyframes of '" + parameter.slug() + "' have to be in ascending order, one on a frame");
+    before = &keyframe;
+  }
+  std::vector<Keyframe> kept = keyframes;
+  if (parameter.kind == ParameterKind::Popup)
+    for (Keyframe &keyframe : kept) keyframe.ease = Ease::Hold;
+  values_[parameter.id] = std::move(kept);
 }
 
 }  // namespace pyrelux::host

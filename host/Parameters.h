@@ -1,10 +1,11 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
+
+#include "Keyframes.h"
 
 // A filter's parameters as it declared them, and their values as a person gives them.
 
@@ -14,10 +15,6 @@ enum class ParameterKind { Integer, Float, Angle, Colour, Point, Popup, Custom }
 
 /// The word for a kind: "integer", "float", "angle", "colour", "point", "popup", "custom".
 const char *kindName(ParameterKind kind);
-
-/// A parameter's value in a person's units: one number (angles in degrees, popups the entry's index), red, green, blue
-/// (0 .. 1), or x, y (normalised image coordinates, (0, 0) lower left). What a kind does not use is 0.
-using ParameterValue = std::array<double, 3>;
 
 struct ParameterDeclaration {
   std::uint32_t id = 0;
@@ -45,7 +42,16 @@ struct ParameterDeclaration {
 /// Lower-case letters and digits of `text`, everything between them one "-".
 std::string slugOf(const std::string &text);
 
-/// The declarations, in the inspector's order, and the values that differ from their defaults.
+/// Why a parameter can't have a value: "its range is -100..100". Empty when it can.
+std::string refusalOf(const ParameterDeclaration &parameter, const ParameterValue &value);
+
+/// Why a parameter can't have a keyframe, whatever its value is. Empty when it can.
+std::string refusalOf(const Keyframe &keyframe);
+
+/// Keyframes are at frame times in -farthestFrame .. farthestFrame.
+constexpr double farthestFrame = 2147483647.0;
+
+/// The declarations, in the inspector's order, and what was set instead of their defaults.
 class ParameterSet {
  public:
   explicit ParameterSet(std::vector<ParameterDeclaration> declarations);
@@ -59,17 +65,27 @@ class ParameterSet {
   /// with the nearest name when there is none.
   const ParameterDeclaration &named(const std::string &name) const;
 
-  ParameterValue value(std::uint32_t id) const;
+  /// The value at a frame time. Integers between keyframes are rounded, halves away from 0; popups always hold; what a
+  /// curve takes out of the range stays at its end. The default when nothing is set; 0 for an unknown id.
+  ParameterValue value(std::uint32_t id, double timeFrames) const;
 
-  /// Throws HostError when the value is out of range or the parameter has none.
+  /// What value() goes by: a single keyframe means a constant.
+  std::vector<Keyframe> keyframes(const ParameterDeclaration &parameter) const;
+
+  /// A constant, in the place of whatever was set before. Throws HostError when the value is out of range or the
+  /// parameter has none.
   void set(const ParameterDeclaration &parameter, const ParameterValue &value);
 
-  /// Whether set() was called for it.
+  /// Keyframes, at least one, in ascending order, in the place of whatever was set before. Throws HostError as above,
+  /// for two on one frame, and for a curve that is none.
+  void setKeyframes(const ParameterDeclaration &parameter, const std::vector<Keyframe> &keyframes);
+
+  /// Whether one of both was called for it.
   bool isSet(std::uint32_t id) const { return values_.count(id) != 0; }
 
  private:
   std::vector<ParameterDeclaration> declarations_;
-  std::map<std::uint32_t, ParameterValue> values_;
+  std::map<std::uint32_t, std::vector<Keyframe>> values_;  ///< by id
 };
 
 }  // namespace pyrelux::host

@@ -17,25 +17,25 @@ std::string refusalOf(SampleId id, const ParameterValue &value) {
   const std::string message = refusal([&] { parameters.set(*parameters.find(id), value); });
   // What is refused changes nothing.
   EXPECT_EQ(parameters.isSet(id), message.empty());
-  EXPECT_EQ(parameters.value(id), message.empty() ? value : sample(id).defaultValue);
+  EXPECT_EQ(parameters.value(id, 0.0), message.empty() ? value : sample(id).defaultValue);
   return message;
 }
 
 TEST(ParameterValue, IsTheDefaultUntilItIsSet) {
   ParameterSet parameters(sampleDeclarations());
   EXPECT_FALSE(parameters.isSet(kGlow));
-  EXPECT_EQ(parameters.value(kGlow), (ParameterValue{20.0}));
+  EXPECT_EQ(parameters.value(kGlow, 0.0), (ParameterValue{20.0}));
   parameters.set(*parameters.find(kGlow), {-3.5});
   EXPECT_TRUE(parameters.isSet(kGlow));
-  EXPECT_EQ(parameters.value(kGlow), (ParameterValue{-3.5}));
+  EXPECT_EQ(parameters.value(kGlow, 0.0), (ParameterValue{-3.5}));
   EXPECT_FALSE(parameters.isSet(kTongues));
-  EXPECT_EQ(parameters.value(kTongues), (ParameterValue{6.0}));
+  EXPECT_EQ(parameters.value(kTongues, 0.0), (ParameterValue{6.0}));
   parameters.set(*parameters.find(kGlow), {7.0});
-  EXPECT_EQ(parameters.value(kGlow), (ParameterValue{7.0}));
+  EXPECT_EQ(parameters.value(kGlow, 0.0), (ParameterValue{7.0}));
 }
 
 TEST(ParameterValue, OfAnUnknownParameterIsZero) {
-  EXPECT_EQ(ParameterSet(sampleDeclarations()).value(99), ParameterValue{});
+  EXPECT_EQ(ParameterSet(sampleDeclarations()).value(99, 0.0), ParameterValue{});
 }
 
 TEST(ParameterValue, BothEndsOfTheRangeBelongToIt) {
@@ -87,7 +87,12 @@ TEST(ParameterValue, OfAColourHasChannelsFromZeroToOne) {
   EXPECT_THAT(refusalOf(kColour, {0.0, 0.0, 2.0}), testing::HasSubstr("0..1"));
 }
 
-TEST(ParameterValue, OfAPointMayLieOutsideThePicture) { EXPECT_EQ(refusalOf(kPoint, {-2.0, 3.5}), ""); }
+TEST(ParameterValue, OfAPointMayLieOutsideThePicture) {
+  EXPECT_EQ(refusalOf(kPoint, {-2.0, 3.5}), "");
+  EXPECT_EQ(refusalOf(kPoint, {0.5, -1e9}), "");
+  EXPECT_EQ(refusalOf(kPoint, {0.5, 2e9}),
+            "'point-attract-repel' can't be 0.5,2e+09: it lies too far outside the picture");
+}
 
 TEST(ParameterValue, ARowWithoutAValueTakesNone) {
   EXPECT_THAT(refusalOf(kHeader, {1.0}), testing::HasSubstr("www.example.com"));

@@ -188,6 +188,32 @@ TEST_P(Host, HandsSetValuesToTheFilterAndLeavesTheOthers) {
   EXPECT_EQ(reported(@"count"), 5);
 }
 
+TEST_P(Host, HandsValuesAtTheFramesTimeToTheFilter) {
+  Filter filter(probe("Probe"));
+  ParameterSet &parameters = filter.parameters();
+  const auto key = [&](const char *name, const ParameterValue &from, const ParameterValue &to) {
+    parameters.setKeyframes(parameters.named(name), {{1, from}, {5, to}});
+  };
+  key("turn", {0}, {180});
+  key("count", {1}, {9});
+  key("amount", {-1}, {1});
+  key("tint", {0, 0, 1}, {1, 0, 0});
+  key("centre", {0.25, 1}, {0.75, 0});
+  key("mode", {1}, {0});
+  renderer.render(filter, smallInput(false), 3.5, {});
+  EXPECT_DOUBLE_EQ(reported(@"turn"), 0.625 * M_PI);
+  EXPECT_EQ(reported(@"count"), 6);
+  EXPECT_EQ(reported(@"amount"), 0.25);
+  EXPECT_EQ(reported(@"red"), 0.625);
+  EXPECT_EQ(reported(@"blue"), 0.375);
+  EXPECT_EQ(reported(@"x"), 0.5625);
+  EXPECT_EQ(reported(@"y"), 0.375);
+  EXPECT_EQ(reported(@"mode"), 1);
+  renderer.render(filter, smallInput(false), 5, {});
+  EXPECT_EQ(reported(@"count"), 9);
+  EXPECT_EQ(reported(@"mode"), 0);
+}
+
 // --- Frames
 
 TEST_P(Host, TellsTheFilterWhatItsImagesAre) {

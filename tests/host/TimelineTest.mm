@@ -43,6 +43,17 @@ class TimelineTest : public ::testing::Test {
 
   void set(const char *name, double value) { filter_.parameters().set(filter_.parameters().named(name), {value}); }
 
+  void setKeys(const char *name, const std::vector<Keyframe> &keyframes) {
+    filter_.parameters().setKeyframes(filter_.parameters().named(name), keyframes);
+  }
+
+  void expectTheSameHoweverReached();
+
+  Image::Bytes frameAlone(std::int64_t number) {
+    Timeline timeline(filter_, renderer_, 1);
+    return frame(timeline, number);
+  }
+
   Image::Bytes frame(Timeline &timeline, std::int64_t number) {
     Image image;
     timeline.render(number, input_, {}, image);
@@ -54,8 +65,32 @@ class TimelineTest : public ::testing::Test {
   Image input_ = Image::bytes(24, 16, Alpha::Premultiplied);
 };
 
-TEST_F(TimelineTest, FramesAreTheSameHoweverTheyAreReached) {
+TEST_F(TimelineTest, FramesAreTheSameHoweverTheyAreReached) { expectTheSameHoweverReached(); }
+
+TEST_F(TimelineTest, FramesAreTheSameHoweverTheyAreReachedWithKeyframes) {
+  const Image::Bytes constant = frameAlone(31);
+  setKeys("turbulence-speed", {{3.5, {80.0}, Ease::EaseIn}, {17.0, {5.0}, Ease::Hold}, {29.0, {60.0}}, {36.0, {11.0}}});
+  setKeys("wiggle-turbulence", {{-4.0, {9.0}, Ease::Bezier, {0.9, -0.4, 0.2, 1.7}}, {33.0, {70.0}}});
+  // What a run-up leaves out may change, too.
+  setKeys("pyrelux", {{1.0, {1.0}}, {40.0, {6.0}}});
+  setKeys("steps", {{1.0, {30.0}, Ease::EaseOut}, {40.0, {10.0}}});
+  setKeys("color-depth", {{1.0, {0.0}}, {20.0, {1.0}}});
+  setKeys("source-opacity", {{10.0, {0.0}}, {30.0, {1.0}}});
+  EXPECT_NE(frameAlone(31), constant);
+  expectTheSameHoweverReached();
+}
+
+TEST_F(TimelineTest, PhasesAreTheSumOfKeyframedSpeeds) {
+  setKeys("wiggle-turbulence", {{2.0, {10.0}}, {6.0, {50.0}}});
+  Timeline timeline(filter_, renderer_, 1);
+  frame(timeline, 8);
+  // At the frames 1 to 8, a 200th of the speed each.
+  EXPECT_NEAR(FilterState::of(filter_).wiggle, (10 + 10 + 20 + 30 + 40 + 50 + 50 + 50) / 200.0, 1e-12);
+}
+
+void TimelineTest::expectTheSameHoweverReached() {
   std::vector<Image::Bytes> canonical;
+  filter_.restart();
   Image image;
   for (int number = 1; number <= 40; ++number) {
     renderer_.render(filter_, input_, number, {}, image);
@@ -91,8 +126,8 @@ TEST_F(TimelineTest, RunningUpDrawsLittleAndLeavesTheFilterAsRenderingDoes) {
   // One tongue of ten steps, the output pass; the source pass is off.
   EXPECT_EQ(platform::nullRendererQuads() - before, 199u * (11 + 1));
   EXPECT_EQ(FilterState::of(filter_), afterwards);
-  EXPECT_EQ(filter_.parameters().value(filter_.parameters().named("pyrelux").id)[0], 3.0);
-  EXPECT_EQ(filter_.parameters().value(filter_.parameters().named("steps").id)[0], 12.0);
+  EXPECT_EQ(filter_.parameters().value(filter_.parameters().named("pyrelux").id, 0.0)[0], 3.0);
+  EXPECT_EQ(filter_.parameters().value(filter_.parameters().named("steps").id, 0.0)[0], 12.0);
 }
 
 TEST_F(TimelineTest, TheFramesBeforeAreThoseFromTheFirstOn) {
