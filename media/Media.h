@@ -62,6 +62,8 @@ class Reader {
  public:
   /// Throws InputError: missing, empty, truncated, not an image, too large.
   static std::unique_ptr<Reader> open(const std::string &path);
+  /// A still that is in memory already.
+  static std::unique_ptr<Reader> of(Image image);
   virtual ~Reader() = default;
 
   const InputInfo &info() const { return info_; }

@@ -24,6 +24,17 @@ class StillReader : public Reader {
   Image image_;
 };
 
+/// A picture that no file holds.
+Still stillOf(Image image) {
+  Still still;
+  still.info.width = image.width();
+  still.info.height = image.height();
+  still.info.hasAlpha = true;
+  still.info.bitsPerComponent = image.isFloat() ? 32 : 8;
+  still.image = std::move(image);
+  return still;
+}
+
 std::unique_ptr<Reader> openFile(const std::string &path) {
   InputFile file(path);
   const Content content = file.identify();
@@ -43,5 +54,7 @@ std::unique_ptr<Reader> Reader::open(const std::string &path) {
   if (pattern.isNumbered()) return std::make_unique<SequenceReader>(path, pattern);
   return openFile(pattern.path(0));
 }
+
+std::unique_ptr<Reader> Reader::of(Image image) { return std::make_unique<StillReader>(stillOf(std::move(image))); }
 
 }  // namespace pyrelux::media
