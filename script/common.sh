@@ -7,6 +7,7 @@ program_packages=(
   libgnustep-base-dev libgnustep-gui-dev
   libegl-dev libegl1 libegl-mesa0 libgl1-mesa-dri
   libavformat-dev libavcodec-dev libavutil-dev libswscale-dev
+  libpango1.0-dev libcairo2-dev fonts-dejavu-core
   libfftw3-dev
   libcli11-dev nlohmann-json3-dev
 )
