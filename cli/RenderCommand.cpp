@@ -22,7 +22,7 @@ int render(const RenderOptions &options) {
   host::Filter filter(host::findFilter(host::defaultSearchPath()));
   applyLook(filter.parameters(), options, bits);
 
-  const auto reader = openInput(options);
+  const auto reader = openInput(options, bits);
   const media::InputInfo &input = reader->info();
   const FrameList frames = chooseFrames(options, input, manyFrames);
   if (frames.count() > 1 && !manyFrames)

@@ -6,6 +6,7 @@
 #include <set>
 #include <utility>
 
+#include "DrawnInput.h"
 #include "FramePattern.h"
 
 namespace pyrelux::cli {
@@ -18,7 +19,13 @@ constexpr FrameRange stillToStill{1, 1};
 
 }  // namespace
 
-std::unique_ptr<media::Reader> openInput(const RenderOptions &options) { return media::Reader::open(options.input); }
+std::unique_ptr<media::Reader> openInput(const RenderOptions &options, int bits) {
+  const int inputs = options.input.has_value() + options.text.has_value() + options.testPattern.has_value();
+  if (inputs == 0) throw UsageError("nothing to burn: give an INPUT, --text or --input-test-pattern");
+  if (inputs > 1) throw UsageError("INPUT, --text and --input-test-pattern exclude each other: give one of them");
+  if (!options.input) return media::Reader::of(drawInput(options, bits > 8));
+  return media::Reader::open(*options.input);
+}
 
 FrameList chooseFrames(const RenderOptions &options, const media::InputInfo &input, bool manyFrames) {
   if (input.kind == media::InputKind::Still) {
@@ -29,13 +36,14 @@ FrameList chooseFrames(const RenderOptions &options, const media::InputInfo &inp
   if (!options.frames) return all;
   const FrameList wanted = parseFrames(*options.frames);
   if (wanted.first() < all.first || wanted.last() > all.last)
-    throw UsageError("'" + options.input + "' has the frames " + std::to_string(all.first) + "-" +
+    throw UsageError("'" + *options.input + "' has the frames " + std::to_string(all.first) + "-" +
                      std::to_string(all.last) + "; '" + *options.frames + "' is not among them");
   return wanted;
 }
 
 void refuseToReplaceInput(const RenderOptions &options, const media::InputInfo &input, const FrameList &frames) {
-  const media::FramePattern from(options.input);
+  if (!options.input) return;
+  const media::FramePattern from(*options.input);
   const media::FramePattern to(options.output);
   std::set<std::pair<std::uintmax_t, std::uintmax_t>> inputs;
   const auto identity = [](const std::string &path) {
@@ -47,7 +55,7 @@ void refuseToReplaceInput(const RenderOptions &options, const media::InputInfo &
   if (input.kind == media::InputKind::Sequence) {
     for (std::int64_t frame = input.firstFrame; frame <= input.lastFrame; ++frame)
       if (const auto file = identity(from.path(frame))) inputs.insert(*file);
-  } else if (const auto file = identity(options.input)) {
+  } else if (const auto file = identity(*options.input)) {
     inputs.insert(*file);
   }
   const auto check = [&](const std::string &path) {

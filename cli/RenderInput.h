@@ -8,8 +8,8 @@
 
 namespace pyrelux::cli {
 
-/// What the options name as the input. Throws media::InputError.
-std::unique_ptr<media::Reader> openInput(const RenderOptions &options);
+/// What the options name as the input; `bits` is the depth that it is drawn with. Throws UsageError, media::InputError.
+std::unique_ptr<media::Reader> openInput(const RenderOptions &options, int bits);
 
 /// The frames that the options ask for, or what suits the input; `manyFrames`: the output holds more than one. Throws
 /// UsageError when the input lacks one of them.

@@ -4,6 +4,7 @@
 
 #include "Progress.h"
 #include "Renderers.h"
+#include "TestPattern.h"
 
 namespace pyrelux::cli {
 
@@ -15,6 +16,46 @@ constexpr const char *lookGroup = "Look";
 constexpr const char *outputGroup = "Output";
 constexpr const char *drawingGroup = "Drawing";
 constexpr const char *messagesGroup = "Messages";
+
+void addInputOptions(CLI::App &command, RenderOptions &options) {
+  CLI::Option *input =
+      command.add_option("INPUT", options.input, "Picture, movie, or numbered sequence with %04d or #### in its name")
+          ->type_name("")
+          ->group(inputGroup);
+  CLI::Option *text =
+      command
+          .add_option("--text", options.text,
+                      "Burn this text instead of an INPUT, in the middle of a transparent picture; \\n begins a line")
+          ->type_name("TEXT")
+          ->group(inputGroup);
+  command
+      .add_option(
+          "--font", options.font,
+          "The text's font, a family, style and size in pixels like 'Serif Italic 200'; 'fc-list : family' lists "
+          "families. With a size the text has to fit into the picture; without one it is 15 % of the picture's "
+          "height, or smaller to fit into 90 % of its width and height (default: Sans Bold)")
+      ->type_name("FONT")
+      ->needs(text)
+      ->group(inputGroup);
+  command
+      .add_option("--text-color", options.textColour, "The text's colour, #rrggbb or r,g,b in 0..1 (default: white)")
+      ->type_name("COLOR")
+      ->needs(text)
+      ->group(inputGroup);
+  command
+      .add_option("--input-test-pattern", options.testPattern,
+                  "Burn a picture for tests instead of an INPUT: bars, checker, circle, ramp (of alpha), title (block "
+                  "letters that need no font)")
+      ->check(CLI::IsMember(testPatternNames()))
+      ->option_text("NAME")
+      ->group(inputGroup);
+  command
+      .add_option("--size", options.size,
+                  "Width and height in pixels of the picture with the text or pattern (default: 1920x1080)")
+      ->type_name("WIDTHxHEIGHT")
+      ->excludes(input)
+      ->group(inputGroup);
+}
 
 }  // namespace
 
@@ -29,10 +70,7 @@ void addBackendOption(CLI::App &command, std::string &backend) {
 }
 
 void addRenderOptions(CLI::App &command, RenderOptions &options) {
-  command.add_option("INPUT", options.input, "Picture, movie, or numbered sequence with %04d or #### in its name")
-      ->type_name("")
-      ->required()
-      ->group(inputGroup);
+  addInputOptions(command, options);
   command
       .add_option("--preset", options.preset, "A look to begin with, which --set changes; 'pyrelux presets' lists them")
       ->type_name("NAME")

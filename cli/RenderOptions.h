@@ -11,7 +11,13 @@ class App;
 namespace pyrelux::cli {
 
 struct RenderOptions {
-  std::string input;
+  // What burns: one of the first three.
+  std::optional<std::string> input;        ///< a file, or a pattern of files
+  std::optional<std::string> text;         ///< to be drawn
+  std::optional<std::string> testPattern;  ///< one of testPatternNames()
+  std::optional<std::string> font;         ///< of the text; otherwise its default
+  std::optional<std::string> textColour;   ///< otherwise white
+  std::optional<std::string> size;         ///< of what is drawn, WIDTHxHEIGHT; otherwise 1920x1080
   std::string output;
   std::optional<std::string> frames;  ///< otherwise all of the input's, or a default for stills
   std::optional<std::string> fps;     ///< otherwise the input's, or 24

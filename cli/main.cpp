@@ -6,6 +6,7 @@
 #include "FrameRange.h"
 #include "HostError.h"
 #include "Media.h"
+#include "Message.h"
 
 namespace {
 
@@ -16,11 +17,8 @@ constexpr int inputExit = 3;
 constexpr int outputExit = 4;
 constexpr int encoderExit = 5;
 
-/// One line, whatever a name may hold.
 int fail(const std::string &message, int exitCode) {
-  std::string line;
-  for (const char c : message) line += static_cast<unsigned char>(c) < ' ' || c == 0x7F ? '?' : c;
-  std::cerr << "pyrelux: " << line << '\n';
+  pyrelux::cli::say(message);
   return exitCode;
 }
 

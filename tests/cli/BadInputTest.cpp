@@ -212,7 +212,7 @@ const std::vector<BadInput> options = {
     {"SecondInput", still({"more.png"}), {"more.png"}},
     {"SecondOutput", still({"-o", "more.png"}), {"--output"}},
     {"NoOutput", {"render", "title.png"}, {"--output", "required"}},
-    {"NoInput", {"render", "-o", "out/fire.png"}, {"INPUT", "required"}},
+    {"NoInput", {"render", "-o", "out/fire.png"}, {"INPUT", "--text"}},
     {"NothingAfterOutput", {"render", "title.png", "-o"}, {"--output"}},
     {"UnknownCommand", {"rendr", "title.png", "-o", "out/fire.png"}, {"rendr"}},
     {"NoCommand", {}, {"subcommand", "--help"}},

@@ -38,6 +38,11 @@ TEST_F(Help, OfRenderExplainsEveryOptionWithItsUnit) {
     const char *option;
     Words words;
   } rows[] = {
+      {"--text TEXT", {"\\n", "middle", "transparent"}},
+      {"--font", {"FONT", "size in pixels", "default: Sans Bold", "fc-list"}},
+      {"--text-color", {"COLOR", "#rrggbb", "0..1", "default: white"}},
+      {"--input-test-pattern", {"NAME", "bars", "checker", "circle", "ramp", "title"}},
+      {"--size", {"WIDTHxHEIGHT", "pixels", "default: 1920x1080"}},
       {"-o,--output", {"FILE", ".png", ".exr", ".mov", ".mkv", ".mp4", "ProRes 4444", "FFV1", "H.264"}},
       {"--frames", {"RANGE", "1-48", "frame N is rendered at time N", "default"}},
       {"--fps", {"RATE", "Frames per second", "30000/1001", "default", "24"}},
