@@ -11,6 +11,9 @@ namespace pyrelux::cli {
 /// Burns an input into an output. When a signal interrupts it, what is finished is kept, and a movie ends there.
 int render(const RenderOptions &options);
 
+/// Prints which pictures of a sequence are missing or differ from what its manifest says; 1 when there are any.
+int verify(const std::string &manifest);
+
 /// Prints the filter's parameters in the inspector's order.
 int listParameters(bool json);
 

@@ -6,7 +6,25 @@
 #include <iostream>
 #include <nlohmann/json.hpp>
 
+#include "Message.h"
+
 namespace pyrelux::cli {
+
+namespace {
+
+const char *nameOf(FrameEnd end) {
+  switch (end) {
+    case FrameEnd::Rendered:
+      return "rendered";
+    case FrameEnd::Kept:
+      return "kept";
+    case FrameEnd::Failed:
+      break;
+  }
+  return "failed";
+}
+
+}  // namespace
 
 const std::vector<std::string> &progressNames() {
   static const std::vector<std::string> names{"auto", "line", "json", "none"};
@@ -19,11 +37,14 @@ Progress::Progress(const std::string &name, std::int64_t frames)
       frames_(frames),
       start_(std::chrono::steady_clock::now()) {}
 
-Progress::~Progress() {
-  if (line_) std::fputs("\r\033[K", stderr);
+Progress::~Progress() { eraseLine(); }
+
+void Progress::say(const std::string &message) const {
+  eraseLine();
+  cli::say(message);
 }
 
-void Progress::advance(std::int64_t frame) {
+void Progress::advance(std::int64_t frame, FrameEnd end) {
   ++done_;
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
   const double rate = static_cast<double>(done_) / seconds;
@@ -31,6 +52,7 @@ void Progress::advance(std::int64_t frame) {
   if (line_) showLine(rate, secondsLeft);
   if (!json_) return;
   const nlohmann::ordered_json object = {{"frame", frame},
+                                         {"end", nameOf(end)},
                                          {"done", done_},
                                          {"total", frames_},
                                          {"seconds", seconds},
@@ -38,6 +60,10 @@ void Progress::advance(std::int64_t frame) {
                                          {"seconds_left", secondsLeft}};
   // At once, for whoever watches.
   std::cout << object.dump() << std::endl;
+}
+
+void Progress::eraseLine() const {
+  if (line_) std::fputs("\r\033[K", stderr);
 }
 
 void Progress::showLine(double rate, double secondsLeft) const {

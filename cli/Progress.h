@@ -11,7 +11,10 @@ namespace pyrelux::cli {
 /// (an object for every frame on standard output, a line each), "none", and "auto", which is a line on a terminal.
 const std::vector<std::string> &progressNames();
 
-/// Tells how far a render is.
+/// What became of a frame.
+enum class FrameEnd { Rendered, Kept, Failed };
+
+/// Tells how far a render is. Thread: one at a time.
 class Progress {
  public:
   Progress(const std::string &name, std::int64_t frames);
@@ -19,12 +22,14 @@ class Progress {
   Progress(const Progress &) = delete;
   Progress &operator=(const Progress &) = delete;
 
-  /// One more frame is done: this one.
-  void advance(std::int64_t frame);
+  /// One more frame is done with: this one.
+  void advance(std::int64_t frame, FrameEnd end);
 
-  std::int64_t done() const { return done_; }
+  /// Tells a message, as say() does, without a line in its way.
+  void say(const std::string &message) const;
 
  private:
+  void eraseLine() const;
   void showLine(double rate, double secondsLeft) const;
 
   bool line_;

@@ -1,19 +1,42 @@
 #include <iostream>
+#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "Commands.h"
 #include "Filter.h"
+#include "FramePattern.h"
 #include "FrameRange.h"
 #include "FrameRenderer.h"
+#include "FrameSink.h"
 #include "Interruption.h"
 #include "Look.h"
+#include "Manifest.h"
 #include "Media.h"
+#include "Message.h"
+#include "ParameterText.h"
+#include "Pipeline.h"
 #include "Progress.h"
 #include "RenderInput.h"
 #include "Renderers.h"
 #include "Timeline.h"
 
 namespace pyrelux::cli {
+
+namespace {
+
+/// All that a picture depends on but the input and the frame, as JSON.
+std::string settingsText(const host::ParameterSet &parameters, const media::OutputFormat &format,
+                         const host::FrameSettings &settings, std::int32_t rendererId) {
+  nlohmann::ordered_json json = {{"pyrelux", PYRELUX_VERSION},
+                                 {"renderer", host::rendererName(rendererId)},
+                                 {"bits", format.bits},
+                                 {"pixelAspect", settings.pixelAspect}};
+  for (const host::ParameterDeclaration &parameter : parameters.declarations())
+    json["parameters"][parameter.slug()] = host::formatValue(parameter, parameters.value(parameter.id, 0.0));
+  return json.dump();
+}
+
+}  // namespace
 
 int render(const RenderOptions &options) {
   // Everything that can be refused is asked before anything is drawn.
@@ -25,11 +48,14 @@ int render(const RenderOptions &options) {
   const auto reader = openInput(options, bits);
   const media::InputInfo &input = reader->info();
   const FrameList frames = chooseFrames(options, input, manyFrames);
+  if (options.resume && !media::FramePattern(options.output).isNumbered())
+    throw UsageError("--resume is for numbered sequences, and '" + options.output + "' is none");
   if (frames.count() > 1 && !manyFrames)
     throw UsageError("'" + options.output + "' holds one frame, not " + std::to_string(frames.count()) +
                      "; put %04d or #### into its name, or write a movie");
 
   refuseToReplaceInput(options, input, frames);
+  refuseToReplaceOutput(options, frames);
 
   media::OutputFormat format;
   format.width = input.width;
@@ -45,26 +71,48 @@ int render(const RenderOptions &options) {
   settings.floatOutput = bits == 16;
   settings.pixelAspect = input.pixelAspect;
 
+  std::optional<Manifest> manifest;
+  if (media::FramePattern(options.output).isNumbered())
+    manifest.emplace(options.output, settingsText(filter.parameters(), format, settings, rendererId));
+
   // From the time on when there is something half written.
   const Interruption interruption;
   const auto writer = media::Writer::open(options.output, format);
   std::optional<Progress> progress(std::in_place, options.progress, frames.count());
   // Stills burn from frame 1.
-  host::Timeline timeline(filter, renderer, input.kind == media::InputKind::Still ? 1 : input.firstFrame);
-  Image image;
-  frames.forEach([&](std::int64_t frame) {
-    timeline.render(frame, reader->read(frame), settings, image);
-    writer->write(frame, image);
-    progress->advance(frame);
-    return interruption.signal() == 0;
-  });
-  writer->finish();
-  const std::int64_t done = progress->done();
+  const bool isStill = input.kind == media::InputKind::Still;
+  host::Timeline timeline(filter, renderer, isStill ? 1 : input.firstFrame);
+  FrameSink sink(*writer, manifest ? &*manifest : nullptr, *progress);
+
+  std::shared_ptr<const Image> picture;
+  std::string origin;
+  Stages stages;
+  stages.read = [&](Frame &frame) {
+    if (!picture || !isStill) {
+      picture = std::make_shared<const Image>(reader->read(frame.number));
+      if (manifest) origin = manifest->originOf(*picture);
+    }
+    frame.input = picture;
+    frame.origin = origin;
+    frame.isKept = options.resume && manifest->holds(frame.number, origin);
+  };
+  stages.draw = [&](Frame &frame) { timeline.render(frame.number, *frame.input, settings, frame.output); };
+  stages.write = [&](Frame &frame) { sink.take(frame); };
+  runPipeline(frames, stages, [] { return Interruption::signal() != 0; });
+
+  const bool isInterrupted = sink.done() < frames.count();
+  if (!isInterrupted || sink.done() > 0) sink.finish();
   progress.reset();
-  if (done == frames.count()) return 0;
-  std::cerr << "pyrelux: interrupted after " << done << " of " << frames.count() << " frames; '" << options.output
-            << "' holds what was finished\n";
-  return exitCodeOf(interruption.signal());
+  if (options.verbose && options.resume)
+    say(std::to_string(sink.kept()) + " of " + std::to_string(frames.count()) + " frames were there already");
+  if (sink.failed() > 0)
+    say(std::to_string(sink.failed()) + " of " + std::to_string(frames.count()) + " frames failed");
+  if (isInterrupted) {
+    say("interrupted after " + std::to_string(sink.done()) + " of " + std::to_string(frames.count()) + " frames" +
+        (sink.done() > 0 ? "; '" + options.output + "' holds what was finished" : ""));
+    return exitCodeOf(Interruption::signal());
+  }
+  return sink.failed() > 0 ? 1 : 0;
 }
 
 }  // namespace pyrelux::cli

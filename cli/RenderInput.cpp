@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <filesystem>
 #include <optional>
 #include <set>
 #include <utility>
@@ -68,6 +69,19 @@ void refuseToReplaceInput(const RenderOptions &options, const media::InputInfo &
       check(to.path(frame));
       return true;
     });
+}
+
+void refuseToReplaceOutput(const RenderOptions &options, const FrameList &frames) {
+  if (options.overwrite || options.resume) return;
+  const media::FramePattern pattern(options.output);
+  frames.forEach([&](std::int64_t frame) {
+    const std::string path = pattern.path(frame);
+    // What is no file, the writer refuses with its own reasons.
+    if (std::filesystem::is_regular_file(path))
+      throw media::OutputError("cannot write '" + path + "': it is there already; --overwrite replaces it" +
+                               (pattern.isNumbered() ? ", --resume keeps what is right" : ""));
+    return pattern.isNumbered();
+  });
 }
 
 }  // namespace pyrelux::cli

@@ -18,4 +18,7 @@ FrameList chooseFrames(const RenderOptions &options, const media::InputInfo &inp
 /// Writing a frame must never replace what a later one is read from. Throws UsageError.
 void refuseToReplaceInput(const RenderOptions &options, const media::InputInfo &input, const FrameList &frames);
 
+/// What is there stays, unless the options say otherwise. Throws media::OutputError.
+void refuseToReplaceOutput(const RenderOptions &options, const FrameList &frames);
+
 }  // namespace pyrelux::cli

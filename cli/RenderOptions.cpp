@@ -106,11 +106,23 @@ void addRenderOptions(CLI::App &command, RenderOptions &options) {
       ->check(CLI::IsMember({"8", "16"}))
       ->option_text("BITS")
       ->group(outputGroup);
+  CLI::Option *overwrite =
+      command
+          .add_flag("--overwrite", options.overwrite, "Replace output that is there already; otherwise it is refused")
+          ->group(outputGroup);
+  command
+      .add_flag(
+          "--resume", options.resume,
+          "Into a sequence: keep the pictures that are complete and were made with the same settings and input, as "
+          "the manifest beside them says, and render the others")
+      ->excludes(overwrite)
+      ->group(outputGroup);
   addBackendOption(command, options.backend);
   command
       .add_option("--progress", options.progress,
                   "How far it is: line (on standard error), json (an object for every frame on standard output, with "
-                  "frame, done, total, seconds, frames_per_second, seconds_left), none, or auto (a line on a terminal)")
+                  "frame, end (rendered, kept or failed), done, total, seconds, frames_per_second, seconds_left), "
+                  "none, or auto (a line on a terminal)")
       ->check(CLI::IsMember(progressNames()))
       ->option_text("KIND")
       ->group(messagesGroup);

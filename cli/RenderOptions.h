@@ -27,6 +27,8 @@ struct RenderOptions {
   std::string backend = "auto";
   std::string progress = "auto";  ///< one of progressNames()
   bool verbose = false;
+  bool overwrite = false;  ///< replace what is there
+  bool resume = false;     ///< keep what is there and right
 };
 
 /// Declares the options of `pyrelux render`; parsing fills `options`, which must outlive that.

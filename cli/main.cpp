@@ -32,7 +32,8 @@ int run(int argc, char **argv) {
   app.set_help_flag("-h,--help", "Print this help and exit");
   app.require_subcommand(1);
   app.footer(
-      "Ends with 0 when all is done, 1 when something else failed, 2 for a wrong command line, 3 for an input\n"
+      "Ends with 0 when all is done, 1 when some frames or something else failed, 2 for a wrong command line, 3 for an "
+      "input\n"
       "that can't be read, 4 for an output that can't be written, 5 for an encoder's failure, 128 and more for a "
       "signal.");
   int exitCode = 0;
@@ -52,6 +53,15 @@ int run(int argc, char **argv) {
   CLI::App *presetsCommand = app.add_subcommand("presets", "List the looks that --preset takes");
   presetsCommand->add_flag("--json", presetsAsJson, "As JSON, with their settings");
   presetsCommand->callback([&] { exitCode = listPresets(presetsAsJson); });
+
+  std::string manifest;
+  CLI::App *verifyCommand = app.add_subcommand("verify", "Check that a rendered sequence is as it was rendered");
+  verifyCommand
+      ->add_option("MANIFEST", manifest,
+                   "What render left beside the pictures: fire.png.manifest.jsonl for fire.%04d.png")
+      ->type_name("")
+      ->required();
+  verifyCommand->callback([&] { exitCode = verify(manifest); });
 
   std::string infoBackend = "auto";
   CLI::App *infoCommand = app.add_subcommand("info", "Tell the version, what draws, and which bundle was found");

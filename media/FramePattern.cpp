@@ -62,6 +62,11 @@ std::string FramePattern::digits(std::int64_t frame) const {
   return std::string(minimumDigits_ - std::min(minimumDigits_, number.size()), '0') + number;
 }
 
+std::string FramePattern::unnumberedName() const {
+  const std::string before = before_.substr(0, before_.find_last_not_of("._- ") + 1);
+  return (before.empty() ? "frames" : before) + after_;
+}
+
 std::optional<std::int64_t> FramePattern::frameOf(const std::string &fileName) const {
   const std::size_t literalSize = before_.size() + after_.size();
   if (!isNumbered_ || fileName.size() <= literalSize) return std::nullopt;

@@ -23,6 +23,10 @@ class FramePattern {
   /// The path with the number, which is not negative, in its place.
   std::string path(std::int64_t frame) const { return folder_ + before_ + digits(frame) + after_; }
 
+  /// The file's name without the number and what sets it off: "fire.png" for "fire.%04d.png"; "frames.png" for
+  /// "%04d.png".
+  std::string unnumberedName() const;
+
   /// The number in a file's name (without folder); nothing if path() never makes that name.
   std::optional<std::int64_t> frameOf(const std::string &fileName) const;
 

@@ -9,7 +9,7 @@ program_packages=(
   libavformat-dev libavcodec-dev libavutil-dev libswscale-dev
   libpango1.0-dev libcairo2-dev fonts-dejavu-core
   libfftw3-dev
-  libcli11-dev nlohmann-json3-dev
+  libcli11-dev nlohmann-json3-dev libxxhash-dev
 )
 
 # What the tests and benchmarks need besides: a second compiler, the frameworks, and a backend for AppKit's buttons.

@@ -19,7 +19,7 @@ struct BadInput {
 void PrintTo(const BadInput &row, std::ostream *stream) { *stream << testing::PrintToString(row.arguments); }
 
 Words renderOf(const std::string &input, const std::string &output, const Words &more = {}) {
-  return Words{"render", input, "-o", output} + quick() + more;
+  return Words{"render", input, "-o", output, "--overwrite"} + quick() + more;
 }
 Words still(const Words &more) { return renderOf("title.png", "out/fire.png", more); }
 Words movie(const Words &more) { return renderOf("title.png", "out/fire.mov", more); }

@@ -96,6 +96,13 @@ Words CliTest::names(const std::string &folder) const {
   return names;
 }
 
+Words CliTest::pictures(const std::string &folder) const {
+  Words pictures = names(folder);
+  const auto isManifest = [](const std::string &name) { return fs::path(name).extension() == ".jsonl"; };
+  pictures.erase(std::remove_if(pictures.begin(), pictures.end(), isManifest), pictures.end());
+  return pictures;
+}
+
 Command CliTest::commandOf(const Words &arguments) const {
   Command command;
   command.words = Words{PYRELUX_PROGRAM} + arguments;
@@ -110,7 +117,7 @@ Result CliTest::pyrelux(const Words &arguments, const Environment &environment) 
 }
 
 Words CliTest::renderWords(const std::string &input, const std::string &output, const Words &more) const {
-  return Words{"render", input, "-o", output} + quick() + more;
+  return Words{"render", input, "-o", output, "--overwrite"} + quick() + more;
 }
 
 void CliTest::render(const std::string &input, const std::string &output, const Words &more) const {

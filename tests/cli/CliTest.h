@@ -49,11 +49,14 @@ class CliTest : public testing::Test {
   /// Names of the files in a folder of the test's, hidden ones too, in alphabetical order.
   Words names(const std::string &folder) const;
 
+  /// The same without the manifests of sequences.
+  Words pictures(const std::string &folder) const;
+
   /// The command line, run in the test's folder.
   Command commandOf(const Words &arguments) const;
   Result pyrelux(const Words &arguments, const Environment &environment = {}) const;
 
-  /// `pyrelux render INPUT -o OUTPUT` with quick settings and more arguments.
+  /// `pyrelux render INPUT -o OUTPUT --overwrite` with quick settings and more arguments.
   Words renderWords(const std::string &input, const std::string &output, const Words &more = {}) const;
   /// The same, run and expected to succeed.
   void render(const std::string &input, const std::string &output, const Words &more = {}) const;

@@ -14,7 +14,8 @@ class DrawnInput : public CliTest {
   /// `pyrelux render` of what the arguments draw, small and with the source over the flames.
   Result draw(const Words &input, const std::string &output = "fire.png", const Environment &environment = {}) const {
     const Words size{"--size", "64x36"};
-    return pyrelux(Words{"render", "-o", output, "--set", "source-opacity=1"} + quick() + size + input, environment);
+    return pyrelux(Words{"render", "-o", output, "--overwrite", "--set", "source-opacity=1"} + quick() + size + input,
+                   environment);
   }
 
   /// The bytes of the picture.
@@ -64,7 +65,8 @@ TEST_F(DrawnInput, TextMayLookLikeAnOption) { EXPECT_NE(drawn({"--text", "-o"}),
 
 TEST_F(DrawnInput, IsFullHdUnlessSaidOtherwise) {
   for (const Words &input : {Words{"--text", "."}, Words{"--input-test-pattern", "circle"}}) {
-    expectSuccess(pyrelux(Words{"render", "-o", "fire.png", "--set", "length-of-pyrelux=0"} + quick() + input));
+    expectSuccess(
+        pyrelux(Words{"render", "-o", "fire.png", "--overwrite", "--set", "length-of-pyrelux=0"} + quick() + input));
     EXPECT_EQ(probe("fire.png").at("width"), 1920);
     EXPECT_EQ(probe("fire.png").at("height"), 1080);
   }
@@ -88,7 +90,8 @@ TEST_F(DrawnInput, TestPatternsBurn) {
 TEST_F(DrawnInput, IsAsDeepAsTheDrawing) {
   // Alpha from 0 to 1 in steps of 1/511: drawn with 8 bits every other column would be like its neighbour.
   const Words ramp{"--input-test-pattern", "ramp", "--size", "512x1", "--set", "length-of-pyrelux=0"};
-  const Words words = Words{"render", "-o", "fire.png", "--set", "source-opacity=1", "--set", "steps=10"} + ramp;
+  const Words words =
+      Words{"render", "-o", "fire.png", "--overwrite", "--set", "source-opacity=1", "--set", "steps=10"} + ramp;
   const auto levels = [&](const char *bits) {
     expectSuccess(pyrelux(words + Words{"--bits", bits}));
     const std::string pixels = decoded("fire.png", "rgba64be");

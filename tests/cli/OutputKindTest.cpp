@@ -77,7 +77,7 @@ TEST_F(OutputKind, ExrIsDeepWithoutAsking) {
 
 TEST_F(OutputKind, ExrMakesSequences) {
   render("title.png", "fire_##.exr", {"--frames", "1-2"});
-  EXPECT_EQ(names(""), (Words{"fire_01.exr", "fire_02.exr", "title.png"}));
+  EXPECT_EQ(pictures(""), (Words{"fire_01.exr", "fire_02.exr", "title.png"}));
 }
 
 TEST_F(OutputKind, MovIsProResWithAlpha) {

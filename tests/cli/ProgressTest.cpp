@@ -108,7 +108,7 @@ TEST_F(Progress, AnInterruptedSequenceHoldsWholePicturesOnly) {
   const Result result = interrupted(
       commandOf(renderWords("title.png", "fire_%d.png", {"--frames", "1-1000000", "--progress", "json"})), SIGINT);
   EXPECT_EQ(result.exitCode, 130);
-  const Words all = names(".");
+  const Words all = pictures(".");
   EXPECT_GE(all.size(), 3u);
   for (const std::string &name : all) EXPECT_EQ(probe(name).at("width"), testWidth) << name;
 }

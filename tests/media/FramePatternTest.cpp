@@ -62,5 +62,12 @@ TEST(FramePattern, RefusesTwoPlaces) {
     }
 }
 
+TEST(FramePatternTest, HasANameWithoutTheNumber) {
+  EXPECT_EQ(FramePattern("out/fire.%04d.png").unnumberedName(), "fire.png");
+  EXPECT_EQ(FramePattern("fire_####.exr").unnumberedName(), "fire.exr");
+  EXPECT_EQ(FramePattern("fire%d_final.png").unnumberedName(), "fire_final.png");
+  EXPECT_EQ(FramePattern("%04d.png").unnumberedName(), "frames.png");
+}
+
 }  // namespace
 }  // namespace pyrelux::media
