@@ -126,6 +126,11 @@ TEST_F(Resume, HalfALineOfTheManifestIsPassedOver) {
   const std::string text = load(path(manifest));
   save(path(manifest), text.substr(0, text.size() - 20));
   EXPECT_EQ(ends({"--frames", "1-2", "--resume"}), "1 kept, 2 rendered");
+  // What is added later has lines of its own.
+  std::ifstream lines(path(manifest));
+  int whole = 0;
+  for (std::string line; std::getline(lines, line);) whole += nlohmann::json::accept(line);
+  EXPECT_EQ(whole, 4);
   EXPECT_EQ(ends({"--frames", "1-2", "--resume"}), "1 kept, 2 kept");
 }
 
