@@ -17,6 +17,9 @@ int verify(const std::string &manifest);
 /// Prints the filter's parameters in the inspector's order.
 int listParameters(bool json);
 
+/// Prints the JSON Schema of project files.
+int printProjectSchema();
+
 /// Prints the looks that are shipped.
 int listPresets(bool json);
 

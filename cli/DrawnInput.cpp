@@ -1,41 +1,19 @@
 #include "DrawnInput.h"
 
 #include <algorithm>
-#include <charconv>
 #include <utility>
 
 #include "FrameRange.h"
 #include "HostError.h"
-#include "Media.h"
 #include "Message.h"
 #include "ParameterText.h"
+#include "PictureSize.h"
 #include "TestPattern.h"
 #include "Title.h"
 
 namespace pyrelux::cli {
 
 namespace {
-
-struct Size {
-  int width = 1920;
-  int height = 1080;
-};
-
-Size parseSize(const std::string &text) {
-  Size size;
-  const char *end = text.data() + text.size();
-  const auto [cross, widthError] = std::from_chars(text.data(), end, size.width);
-  const bool crossed = widthError == std::errc() && cross != end && *cross == 'x';
-  const auto [stop, heightError] = crossed ? std::from_chars(cross + 1, end, size.height)
-                                           : std::from_chars_result{text.data(), std::errc::invalid_argument};
-  if (heightError != std::errc() || stop != end || std::min(size.width, size.height) < 1 ||
-      std::max(size.width, size.height) > media::maximumSide ||
-      static_cast<std::int64_t>(size.width) * size.height > media::maximumPixels)
-    throw UsageError("'--size' can't be '" + text + "': it takes WIDTHxHEIGHT in pixels, 1920x1080, up to " +
-                     std::to_string(media::maximumSide) + " on a side and " + std::to_string(media::maximumPixels) +
-                     " in all");
-  return size;
-}
 
 /// Like the colours that --set takes.
 std::array<double, 3> parseColour(const std::string &text) {
@@ -61,7 +39,7 @@ std::string withLineFeeds(std::string text) {
 }  // namespace
 
 Image drawInput(const RenderOptions &options, bool isDeep) {
-  const Size size = options.size ? parseSize(*options.size) : Size();
+  const PictureSize size = options.size ? parseSize(*options.size) : PictureSize();
   if (options.testPattern) return testPattern(*options.testPattern, size.width, size.height, isDeep);
 
   Title title;

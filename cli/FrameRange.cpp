@@ -73,6 +73,17 @@ FrameList parseFrames(const std::string &text) {
   return FrameList(std::move(ranges));
 }
 
+std::string formatFrames(const FrameList &frames) {
+  std::string text;
+  for (const FrameRange &range : frames.ranges()) {
+    if (!text.empty()) text += ",";
+    text += std::to_string(range.first);
+    if (range.count() > 1) text += "-" + std::to_string(range.last);
+    if (range.count() > 1 && range.step > 1) text += "x" + std::to_string(range.step);
+  }
+  return text;
+}
+
 media::FrameRate parseFrameRate(const std::string &text) {
   media::FrameRate rate{0, 1};
   if (const std::size_t slash = text.find('/'); slash != std::string::npos) {
@@ -91,6 +102,11 @@ media::FrameRate parseFrameRate(const std::string &text) {
     throw UsageError("'" + text +
                      "' is not a frame rate; write 24, 23.976 or 30000/1001, up to 1000 frames per second");
   return rate;
+}
+
+std::string formatFrameRate(const media::FrameRate &rate) {
+  const std::string numerator = std::to_string(rate.numerator);
+  return rate.denominator == 1 ? numerator : numerator + "/" + std::to_string(rate.denominator);
 }
 
 }  // namespace pyrelux::cli

@@ -28,6 +28,7 @@ class FrameList {
   FrameList(const FrameRange &range) : ranges_{range} {}
   explicit FrameList(std::vector<FrameRange> ranges) : ranges_(std::move(ranges)) {}
 
+  const std::vector<FrameRange> &ranges() const { return ranges_; }
   std::int64_t first() const { return ranges_.front().first; }
   std::int64_t last() const { return ranges_.back().last; }
   std::int64_t count() const;
@@ -48,8 +49,14 @@ class FrameList {
 /// and not negative. Throws UsageError.
 FrameList parseFrames(const std::string &text);
 
+/// The text that parseFrames() turns into these.
+std::string formatFrames(const FrameList &frames);
+
 /// "24", "23.976" or "30000/1001", above 0 and up to 1000 frames per second. The decimal names of the NTSC rates mean
 /// their exact fractions. Throws UsageError.
 media::FrameRate parseFrameRate(const std::string &text);
+
+/// "24" or "30000/1001".
+std::string formatFrameRate(const media::FrameRate &rate);
 
 }  // namespace pyrelux::cli

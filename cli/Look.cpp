@@ -29,9 +29,10 @@ void followDepth(host::ParameterSet &parameters, int bits) {
 
 }  // namespace
 
-void applyLook(host::ParameterSet &parameters, const RenderOptions &options, int bits) {
+void applyLook(host::ParameterSet &parameters, const RenderOptions &options, const Project &project, int bits) {
   if (options.preset)
     for (const std::string &setting : presetNamed(*options.preset).settings) applySetting(parameters, setting);
+  for (const auto &[id, keyframes] : project.parameters) parameters.setKeyframes(*parameters.find(id), keyframes);
   for (const std::string &setting : options.settings) applySetting(parameters, setting);
   followDepth(parameters, bits);
 }

@@ -6,6 +6,7 @@
 #include "Commands.h"
 #include "Filter.h"
 #include "ParameterText.h"
+#include "ProjectSchema.h"
 
 namespace pyrelux::cli {
 
@@ -88,6 +89,12 @@ int listParameters(bool json) {
   } else {
     printTable(parameters);
   }
+  return 0;
+}
+
+int printProjectSchema() {
+  const host::Filter filter(host::findFilter(host::defaultSearchPath()));
+  std::cout << projectSchema(filter.parameters().declarations());
   return 0;
 }
 

@@ -13,9 +13,9 @@
 #include "Manifest.h"
 #include "Media.h"
 #include "Message.h"
-#include "ParameterText.h"
 #include "Pipeline.h"
 #include "Progress.h"
+#include "ProjectFile.h"
 #include "RenderInput.h"
 #include "Renderers.h"
 #include "Timeline.h"
@@ -31,19 +31,22 @@ std::string settingsText(const host::ParameterSet &parameters, const media::Outp
                                  {"renderer", host::rendererName(rendererId)},
                                  {"bits", format.bits},
                                  {"pixelAspect", settings.pixelAspect}};
-  for (const host::ParameterDeclaration &parameter : parameters.declarations())
-    json["parameters"][parameter.slug()] = host::formatValue(parameter, parameters.value(parameter.id, 0.0));
+  Project project;
+  project.parameters = parametersInForce(parameters);
+  json["project"] = formatProject(project, parameters.declarations());
   return json.dump();
 }
 
 }  // namespace
 
-int render(const RenderOptions &options) {
+int render(const RenderOptions &given) {
   // Everything that can be refused is asked before anything is drawn.
+  host::Filter filter(host::findFilter(host::defaultSearchPath()));
+  const Project project = loadProject(given, filter.parameters().declarations());
+  const RenderOptions options = withProject(given, project);
   const bool manyFrames = media::Writer::holdsManyFrames(options.output);
   const int bits = options.bits ? std::stoi(*options.bits) : media::Writer::isDeep(options.output) ? 16 : 8;
-  host::Filter filter(host::findFilter(host::defaultSearchPath()));
-  applyLook(filter.parameters(), options, bits);
+  applyLook(filter.parameters(), options, project, bits);
 
   const auto reader = openInput(options, bits);
   const media::InputInfo &input = reader->info();
@@ -78,6 +81,7 @@ int render(const RenderOptions &options) {
   // From the time on when there is something half written.
   const Interruption interruption;
   const auto writer = media::Writer::open(options.output, format);
+  if (options.saveProject) saveProject(options, filter.parameters(), frames, format.frameRate);
   std::optional<Progress> progress(std::in_place, options.progress, frames.count());
   // Stills burn from frame 1.
   const bool isStill = input.kind == media::InputKind::Still;

@@ -57,6 +57,27 @@ void addInputOptions(CLI::App &command, RenderOptions &options) {
       ->group(inputGroup);
 }
 
+void addProjectOptions(CLI::App &command, RenderOptions &options) {
+  command
+      .add_option("--project", options.project,
+                  "A file of settings and keyframes, JSON as docs/project.md tells; it wins over the preset, and the "
+                  "other options win over it. One that is missing or wrong ends with exit code 3")
+      ->type_name("FILE")
+      ->group(lookGroup);
+  command
+      .add_option("--save-project", options.saveProject,
+                  "Save all settings that are in force, just before the first frame, for --project; FILE ends with "
+                  ".json and is replaced")
+      ->check(CLI::Validator(
+          [](const std::string &path) {
+            const bool isJson = path.size() > 5 && path.substr(path.size() - 5) == ".json";
+            return isJson ? std::string() : "a project's name ends with .json, and '" + path + "' does not";
+          },
+          "", "project"))
+      ->type_name("FILE")
+      ->group(lookGroup);
+}
+
 }  // namespace
 
 void addBackendOption(CLI::App &command, std::string &backend) {
@@ -75,6 +96,7 @@ void addRenderOptions(CLI::App &command, RenderOptions &options) {
       .add_option("--preset", options.preset, "A look to begin with, which --set changes; 'pyrelux presets' lists them")
       ->type_name("NAME")
       ->group(lookGroup);
+  addProjectOptions(command, options);
   command
       .add_option("--set", options.settings,
                   "A parameter's value; may be repeated. 'pyrelux parameters' lists names, ranges and units")

@@ -19,11 +19,13 @@ struct RenderOptions {
   std::optional<std::string> textColour;   ///< otherwise white
   std::optional<std::string> size;         ///< of what is drawn, WIDTHxHEIGHT; otherwise 1920x1080
   std::string output;
-  std::optional<std::string> frames;  ///< otherwise all of the input's, or a default for stills
-  std::optional<std::string> fps;     ///< otherwise the input's, or 24
-  std::optional<std::string> preset;  ///< a look's name
-  std::vector<std::string> settings;  ///< NAME=VALUE; win over the preset
-  std::optional<std::string> bits;    ///< 8 or 16; otherwise what the output's format holds
+  std::optional<std::string> frames;       ///< otherwise all of the input's, or a default for stills
+  std::optional<std::string> fps;          ///< otherwise the input's, or 24
+  std::optional<std::string> preset;       ///< a look's name
+  std::optional<std::string> project;      ///< a file of settings; they win over the preset
+  std::optional<std::string> saveProject;  ///< a file for the settings that are in force
+  std::vector<std::string> settings;       ///< NAME=VALUE; win over the preset and the project
+  std::optional<std::string> bits;         ///< 8 or 16; otherwise what the output's format holds
   std::string backend = "auto";
   std::string progress = "auto";  ///< one of progressNames()
   bool verbose = false;

@@ -46,8 +46,11 @@ int run(int argc, char **argv) {
   bool json = false;
   CLI::App *parametersCommand =
       app.add_subcommand("parameters", "List the effect's parameters in the inspector's order");
-  parametersCommand->add_flag("--json", json, "As JSON");
-  parametersCommand->callback([&] { exitCode = listParameters(json); });
+  CLI::Option *asJson = parametersCommand->add_flag("--json", json, "As JSON");
+  bool schema = false;
+  parametersCommand->add_flag("--schema", schema, "As a JSON Schema of the files that 'render --project' takes")
+      ->excludes(asJson);
+  parametersCommand->callback([&] { exitCode = schema ? printProjectSchema() : listParameters(json); });
 
   bool presetsAsJson = false;
   CLI::App *presetsCommand = app.add_subcommand("presets", "List the looks that --preset takes");

@@ -60,21 +60,6 @@ std::optional<ParameterValue> parseEntry(const ParameterDeclaration &parameter, 
   return index;
 }
 
-std::string takes(const ParameterDeclaration &parameter) {
-  switch (parameter.kind) {
-    case ParameterKind::Colour:
-      return "a colour, #rrggbb or r,g,b in 0..1";
-    case ParameterKind::Point:
-      return "a point x,y, 0,0 at the lower left and 1,1 at the upper right";
-    case ParameterKind::Popup:
-      return "one of " + formatEntries(parameter);
-    case ParameterKind::Custom:
-      return "no value";
-    default:
-      return "a number in " + formatRange(parameter);
-  }
-}
-
 }  // namespace
 
 ParameterValue parseValue(const ParameterDeclaration &parameter, const std::string &text) {
@@ -98,7 +83,7 @@ ParameterValue parseValue(const ParameterDeclaration &parameter, const std::stri
     case ParameterKind::Custom:
       break;
   }
-  if (!value) throw HostError("'" + parameter.slug() + "' can't be '" + text + "': it takes " + takes(parameter));
+  if (!value) throw HostError("'" + parameter.slug() + "' can't be '" + text + "': it takes " + formatTakes(parameter));
   return *value;
 }
 
@@ -147,6 +132,21 @@ std::string formatEntries(const ParameterDeclaration &parameter) {
     text += std::to_string(index) + " " + parameter.entries[index];
   }
   return text;
+}
+
+std::string formatTakes(const ParameterDeclaration &parameter) {
+  switch (parameter.kind) {
+    case ParameterKind::Colour:
+      return "a colour, #rrggbb or r,g,b in 0..1";
+    case ParameterKind::Point:
+      return "a point x,y, 0,0 at the lower left and 1,1 at the upper right";
+    case ParameterKind::Popup:
+      return "one of " + formatEntries(parameter);
+    case ParameterKind::Custom:
+      return "no value";
+    default:
+      return "a number in " + formatRange(parameter);
+  }
 }
 
 }  // namespace pyrelux::host

@@ -13,7 +13,7 @@ program_packages=(
 )
 
 # What the tests and benchmarks need besides: a second compiler, the frameworks, and a backend for AppKit's buttons.
-test_packages=(clang libgtest-dev libgmock-dev libbenchmark-dev gnustep-back0.29-cairo ffmpeg)
+test_packages=(clang libgtest-dev libgmock-dev libbenchmark-dev python3-jsonschema gnustep-back0.29-cairo ffmpeg)
 
 # To run the kernels for ARM here.
 arm_packages=(g++-aarch64-linux-gnu qemu-user googletest)

@@ -125,7 +125,7 @@ TEST_F(DrawnInput, WrongValuesAreRefused) {
     expectUsageError({"--text", "FIRE", "--text-color", colour}, {"'text-color'", colour, "0..1"});
   for (const char *size :
        {"64", "64x", "x36", "64x36x1", "0x36", "64x-36", "64 x 36", "16385x1", "16384x16384", "99999999999x1", ""})
-    expectUsageError({"--text", "FIRE", "--size", size}, {"'--size'", size, "WIDTHxHEIGHT"});
+    expectUsageError({"--text", "FIRE", "--size", size}, {"'" + std::string(size) + "' is not a size", "WIDTHxHEIGHT"});
   expectUsageError({"--input-test-pattern", "plaid"}, {"--input-test-pattern", "plaid"});
 }
 

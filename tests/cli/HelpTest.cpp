@@ -50,6 +50,8 @@ TEST_F(Help, OfRenderExplainsEveryOptionWithItsUnit) {
       {"--bits", {"BITS", "per channel", "8", "16", "default"}},
       {"--backend", {"NAME", "auto", "egl"}},
       {"--preset", {"NAME", "pyrelux presets"}},
+      {"--project", {"FILE", "keyframes", "docs/project.md", "exit code 3"}},
+      {"--save-project", {"FILE", "before the first frame", ".json"}},
       {"--progress", {"KIND", "json", "standard output", "terminal", "seconds_left"}},
       {"--quiet", {"progress"}},
       {"-h,--help", {"help"}},

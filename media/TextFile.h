@@ -1,0 +1,15 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+/// Small files that are read and written as a whole.
+namespace pyrelux::media {
+
+/// What the file holds. Throws InputError: missing, not permitted, a folder, longer than `mostBytes`.
+std::string readText(const std::string &path, std::size_t mostBytes);
+
+/// Writes the file beside its final name and gives it that name when it is complete. Throws OutputError.
+void writeText(const std::string &path, const std::string &text);
+
+}  // namespace pyrelux::media
