@@ -95,12 +95,15 @@ media::FrameRate parseFrameRate(const std::string &text) {
     }
   } else if (const auto whole = parseWhole(text)) {
     rate = {static_cast<int>(*whole), 1};
-  } else if (const auto decimal = parseDecimal(text); decimal && *decimal > 0.0 && *decimal <= 1000.0) {
+  } else if (const auto decimal = parseDecimal(text); decimal && *decimal >= 0.001 && *decimal <= 1000.0) {
     rate = fractionOf(*decimal);
   }
-  if (rate.numerator <= 0 || rate.perSecond() > 1000.0)
+  // Containers count time in fractions of a second that have no room for finer ones.
+  constexpr int finest = 1000000;
+  if (rate.numerator <= 0 || rate.perSecond() > 1000.0 || rate.perSecond() < 0.001 ||
+      std::max(rate.numerator, rate.denominator) > finest)
     throw UsageError("'" + text +
-                     "' is not a frame rate; write 24, 23.976 or 30000/1001, up to 1000 frames per second");
+                     "' is not a frame rate; write 24, 23.976 or 30000/1001, in 0.001 to 1000 frames per second");
   return rate;
 }
 

@@ -52,7 +52,7 @@ FrameList parseFrames(const std::string &text);
 /// The text that parseFrames() turns into these.
 std::string formatFrames(const FrameList &frames);
 
-/// "24", "23.976" or "30000/1001", above 0 and up to 1000 frames per second. The decimal names of the NTSC rates mean
+/// "24", "23.976" or "30000/1001", from 0.001 to 1000 frames per second. The decimal names of the NTSC rates mean
 /// their exact fractions. Throws UsageError.
 media::FrameRate parseFrameRate(const std::string &text);
 

@@ -2,13 +2,17 @@
 
 #include <signal.h>
 
+#include <array>
+#include <cstddef>
+
 namespace pyrelux::cli {
 
 namespace {
 
+constexpr std::array<int, 3> signals{SIGINT, SIGTERM, SIGHUP};
+
 volatile sig_atomic_t noted = 0;
-struct sigaction beforeInterrupt;
-struct sigaction beforeTerminate;
+std::array<struct sigaction, signals.size()> before;
 
 extern "C" void note(int signal) { noted = signal; }
 
@@ -20,13 +24,15 @@ Interruption::Interruption() {
   action.sa_handler = note;
   // Reads go on; the next signal does what it always does.
   action.sa_flags = SA_RESTART | SA_RESETHAND;
-  sigaction(SIGINT, &action, &beforeInterrupt);
-  sigaction(SIGTERM, &action, &beforeTerminate);
+  for (std::size_t index = 0; index < signals.size(); ++index) {
+    sigaction(signals[index], nullptr, &before[index]);
+    // What nohup or a shell has told the program to ignore stays ignored.
+    if (before[index].sa_handler != SIG_IGN) sigaction(signals[index], &action, nullptr);
+  }
 }
 
 Interruption::~Interruption() {
-  sigaction(SIGINT, &beforeInterrupt, nullptr);
-  sigaction(SIGTERM, &beforeTerminate, nullptr);
+  for (std::size_t index = 0; index < signals.size(); ++index) sigaction(signals[index], &before[index], nullptr);
 }
 
 int Interruption::signal() { return noted; }

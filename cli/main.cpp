@@ -1,6 +1,10 @@
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <exception>
 #include <iostream>
+#include <nlohmann/json.hpp>
 
 #include "Commands.h"
 #include "FrameRange.h"
@@ -20,6 +24,22 @@ constexpr int encoderExit = 5;
 int fail(const std::string &message, int exitCode) {
   pyrelux::cli::say(message);
   return exitCode;
+}
+
+/// Foundation for Linux reads the arguments too, and finds no bundle any more after one that is not UTF-8.
+void requireUtf8(const std::string &argument) {
+  try {
+    nlohmann::json(argument).dump();
+  } catch (const nlohmann::json::type_error &) {
+    throw pyrelux::cli::UsageError("'" + argument + "' is not UTF-8");
+  }
+}
+
+/// A file must not get the number of a standard stream that is closed: what is printed would end up in the file.
+void occupyStandardStreams() {
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+    // Standard output is as good as closed then, as printing to it has to fail.
+    if (fcntl(stream, F_GETFD) < 0) open("/dev/null", stream == STDERR_FILENO ? O_WRONLY : O_RDONLY);
 }
 
 /// CLI11's message without what it adds on further lines.
@@ -71,6 +91,7 @@ int run(int argc, char **argv) {
   addBackendOption(*infoCommand, infoBackend);
   infoCommand->callback([&] { exitCode = info(infoBackend); });
 
+  for (int index = 1; index < argc; ++index) requireUtf8(argv[index]);
   if (argc > 1) {
     // Named here, since the library only says that a command is missing.
     const std::string first = argv[1];
@@ -94,6 +115,7 @@ int run(int argc, char **argv) {
 }  // namespace
 
 int main(int argc, char **argv) {
+  occupyStandardStreams();
   try {
     return run(argc, argv);
   } catch (const pyrelux::cli::UsageError &error) {
@@ -104,6 +126,9 @@ int main(int argc, char **argv) {
     return fail(error.what(), outputExit);
   } catch (const pyrelux::media::EncoderError &error) {
     return fail(error.what(), encoderExit);
+  } catch (const pyrelux::media::MediaError &error) {
+    // Of what is neither: a name that can be none of an input or output.
+    return fail(error.what(), usageExit);
   } catch (const std::bad_alloc &) {
     return fail("not enough memory", failedExit);
   } catch (const std::exception &error) {

@@ -10,6 +10,7 @@ namespace pyrelux::media {
 constexpr const char *causeCutOff = "it is damaged or cut off";
 constexpr const char *causeNotDecodable = "it is not a picture or movie that can be decoded";
 constexpr const char *causeFolder = "it is a folder";
+constexpr const char *causeNotRegular = "it is not a regular file";
 constexpr const char *causeNoSuchFile = "no such file";
 
 /// Throws InputError.

@@ -26,7 +26,7 @@ void requireRegularFile(const std::string &path) {
   if (error) failReading(path, systemCause(error.value()));
   if (std::filesystem::is_directory(status)) failReading(path, causeFolder);
   // Opening a pipe could wait for ever, and a device never ends.
-  if (!std::filesystem::is_regular_file(status)) failReading(path, "it is not a regular file");
+  if (!std::filesystem::is_regular_file(status)) failReading(path, causeNotRegular);
   if (std::filesystem::file_size(path, error) == 0) failReading(path, "it is empty");
 }
 

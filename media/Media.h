@@ -89,8 +89,8 @@ struct OutputFormat {
 /// renamed when it is complete, so that a partial file never carries the final name.
 class Writer {
  public:
-  /// Throws OutputError: unknown extension, unwritable folder, a folder of that name; EncoderError: no such encoder, a
-  /// size that it refuses.
+  /// Throws OutputError: unknown extension, unwritable folder, a folder or device of that name; EncoderError: no such
+  /// encoder, a size that it refuses.
   static std::unique_ptr<Writer> open(const std::string &path, const OutputFormat &format);
 
   /// Whether the path can hold more than one frame: a movie, or a still's extension with a frame pattern in its name.

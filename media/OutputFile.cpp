@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
@@ -23,16 +24,21 @@ std::filesystem::path folderOf(const std::string &path) {
 /// Unlike every other in the folder: of another process, another thread or an earlier attempt that is still open.
 std::string temporaryPathFor(const std::string &path) {
   static std::atomic<unsigned> count{0};
-  const std::string name = "." + std::filesystem::path(path).filename().string() + ".partial-" +
-                           std::to_string(::getpid()) + "-" + std::to_string(count++);
-  return (folderOf(path) / name).string();
+  const std::string end = ".partial-" + std::to_string(::getpid()) + "-" + std::to_string(count++);
+  // A name may be as long as the file system takes, and still this has to fit.
+  const std::string start = std::filesystem::path(path).filename().string().substr(0, NAME_MAX - 1 - end.size());
+  return (folderOf(path) / ("." + start + end)).string();
 }
 
 }  // namespace
 
 void OutputFile::requireWritable(const std::string &path) {
   std::error_code error;
-  if (std::filesystem::is_directory(path, error)) failWriting(path, causeFolder);
+  const std::filesystem::file_status present = std::filesystem::status(path, error);
+  if (std::filesystem::is_directory(present)) failWriting(path, causeFolder);
+  // A device or a pipe, to which a renamed file would put an end.
+  if (std::filesystem::is_other(present)) failWriting(path, causeNotRegular);
+  if (std::filesystem::path(path).filename().string().size() > NAME_MAX) failWriting(path, systemCause(ENAMETOOLONG));
   const std::filesystem::path folder = folderOf(path);
   const std::filesystem::file_status status = std::filesystem::status(folder, error);
   if (status.type() == std::filesystem::file_type::not_found)

@@ -10,7 +10,7 @@ namespace pyrelux::media {
 /// disappears.
 class OutputFile {
  public:
-  /// Throws MediaError: no such folder, not permitted, a folder of that name.
+  /// Throws MediaError: no such folder, not permitted, a folder or device of that name.
   explicit OutputFile(const std::string &path);
   ~OutputFile();
   OutputFile(const OutputFile &) = delete;

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <vector>
 
-#include "Media.h"
+#include "Errors.h"
 #include "YuvMatrix.h"
 
 extern "C" {
@@ -139,7 +139,7 @@ void convert(const AVFrame &from, AVFrame &to, const std::string &path) {
   sws_setColorspaceDetails(scaler.get(), sameMatrix, sameRange, sameMatrix, sameRange, 0, neutral, neutral);
   if (sws_init_context(scaler.get(), nullptr, nullptr) < 0 ||
       sws_scale(scaler.get(), from.data, from.linesize, 0, from.height, to.data, to.linesize) < 0)
-    throw MediaError("the pixels of '" + path + "' have a layout that cannot be converted");
+    failReading(path, "its pixels have a layout that cannot be converted");
 }
 
 void readAlpha(const AVFrame &frame, Image &image) {

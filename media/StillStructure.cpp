@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <stdexcept>
+#include <string_view>
 
 namespace pyrelux::media {
 
@@ -38,15 +39,44 @@ class Cursor {
   const std::uint8_t *end_;
 };
 
+/// Whether a layout of PNG may have that many bits per component. The decoder takes some that it then reads wrongly.
+bool hasPngBits(int layout, int bits) {
+  constexpr int grey = 0, palette = 3;
+  switch (bits) {
+    case 1:
+    case 2:
+    case 4:
+      return layout == grey || layout == palette;
+    case 8:
+      return true;
+    default:
+      return bits == 16 && layout != palette;
+  }
+}
+
 void walkPng(Cursor cursor) {
   constexpr int signatureSize = 8;
   constexpr int checksumSize = 4;
+  constexpr int paletteLayout = 3;
   cursor.skip(signatureSize);
+  bool hasPalette = true;
   for (bool atEnd = false; !atEnd;) {
     const std::int64_t length = cursor.bigEndian(4);
-    atEnd = std::memcmp(cursor.take(4), "IEND", 4) == 0;
+    const std::string_view type(reinterpret_cast<const char *>(cursor.take(4)), 4);
+    atEnd = type == "IEND";
+    if (type == "IHDR") {
+      Cursor header = cursor;
+      header.skip(8);
+      const int bits = header.byte();
+      const int layout = header.byte();
+      header.skip(2);
+      if (!hasPngBits(layout, bits) || header.byte() > 1) throw Cursor::Ended();
+      hasPalette = layout != paletteLayout;
+    }
+    hasPalette |= type == "PLTE";
     cursor.skip(length + checksumSize);
   }
+  if (!hasPalette) throw Cursor::Ended();
 }
 
 void walkJpeg(Cursor cursor) {

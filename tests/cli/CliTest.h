@@ -70,6 +70,9 @@ class CliTest : public testing::Test {
   /// The title in another layout of pixels, in the format of the name's extension.
   void saveAs(const std::string &name, const std::string &pixelFormat) const;
 
+  /// What ffmpeg makes of these arguments.
+  void saveWithFfmpeg(const Words &arguments, const std::string &name) const;
+
   /// What ffprobe tells about the picture or movie, its frames counted by decoding ("nb_read_frames").
   nlohmann::json probe(const std::string &name) const;
 

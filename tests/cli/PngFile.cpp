@@ -63,10 +63,10 @@ std::string stored(const std::string &data) {
   return stream + bigEndian(dataChecksum(data));
 }
 
-/// Of rows of 8-bit red, green, blue and alpha.
-std::string file(std::uint32_t width, std::uint32_t height, const std::string &rows) {
-  const std::string depthAndLayout("\x08\x06\x00\x00\x00", 5);
-  return signature + chunk("IHDR", bigEndian(width) + bigEndian(height) + depthAndLayout) +
+/// Of rows of 8-bit red, green, blue and alpha, unless `kind` says something else.
+std::string file(std::uint32_t width, std::uint32_t height, const std::string &rows,
+                 const std::array<std::uint8_t, 5> &kind = {8, 6, 0, 0, 0}) {
+  return signature + chunk("IHDR", bigEndian(width) + bigEndian(height) + std::string(kind.begin(), kind.end())) +
          chunk("IDAT", stored(rows)) + chunk("IEND", "");
 }
 
@@ -89,6 +89,8 @@ std::string titlePng(int width, int height, int shift) {
 std::string emptyPromisePng(std::uint32_t width, std::uint32_t height) {
   return file(width, height, std::string(64, '\0'));
 }
+
+std::string headedPng(const std::array<std::uint8_t, 5> &kind) { return file(4, 4, std::string(4 * 17, '\0'), kind); }
 
 std::string withRightChecksums(std::string png) {
   std::size_t position = signature.size();

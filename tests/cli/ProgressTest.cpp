@@ -92,7 +92,7 @@ Result interrupted(Command command, int signal) {
 }
 
 TEST_F(Progress, AnInterruptedMovieEndsWithTheLastFrameThatWasFinished) {
-  for (const auto &[signal, exitCode] : {std::pair(SIGINT, 130), std::pair(SIGTERM, 143)}) {
+  for (const auto &[signal, exitCode] : {std::pair(SIGINT, 130), std::pair(SIGTERM, 143), std::pair(SIGHUP, 129)}) {
     const Result result = interrupted(
         commandOf(renderWords("title.png", "fire.mkv", {"--frames", "1-1000000", "--progress", "json"})), signal);
     EXPECT_EQ(result.exitCode, exitCode);

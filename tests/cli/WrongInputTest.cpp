@@ -1,0 +1,72 @@
+#include "WrongTest.h"
+
+namespace pyrelux::cli::test {
+namespace {
+
+Words from(const std::string &input) { return renderOf(input, "out/fire.png"); }
+
+const std::vector<WrongRow> inputs = {
+    {"Missing", from("missing.png"), wrongInput, {"missing.png", "no such file"}},
+    {"MissingInMissingFolder", from("missing/title.png"), wrongInput, {"missing/title.png", "no such file"}},
+    {"EmptyName", from(""), wrongInput, {"''", "no such file"}},
+    {"Empty", from("empty.png"), wrongInput, {"empty.png", "empty"}},
+    {"CutInTheSignature", from("cut8.png"), wrongInput, {"cut8.png"}},
+    {"CutInTheHeader", from("cut20.png"), wrongInput, {"cut20.png"}},
+    {"CutInThePixelsHead", from("cut45.png"), wrongInput, {"cut45.png", "cut off"}},
+    {"CutInThePixels", from("cut50.png"), wrongInput, {"cut50.png", "cut off"}},
+    {"CutByOneByte", from("cut99.png"), wrongInput, {"cut99.png", "cut off"}},
+    {"CutMovie", from("cut.mov"), wrongInput, {"cut.mov"}},
+    {"CutMovieIntoMovie", renderOf("cut.mkv", "out/fire.mov"), wrongInput, {"cut.mkv"}},
+    {"NotAPicture", from("notes.png"), wrongInput, {"notes.png", "not a picture"}},
+    {"Folder", from("folder.png"), wrongInput, {"folder.png", "folder"}},
+    {"Pipe", from("pipe.png"), wrongInput, {"pipe.png", "not a regular file"}},
+    {"Device", from("/dev/null"), wrongInput, {"/dev/null", "not a regular file"}},
+    {"FileAsFolder", from("title.png/title.png"), wrongInput, {"title.png/title.png"}},
+    {"Vast", from("vast.png"), wrongInput, {"vast.png", "60000x60000"}},
+    {"Wide", from("wide.png"), wrongInput, {"wide.png"}},
+    {"NoHeight", from("flat.png"), wrongInput, {"flat.png"}},
+    {"Address", from("http://localhost/title.png"), wrongInput, {"http://localhost/title.png", "no such file"}},
+    {"LineBreakInName", from("a\nb.png"), wrongInput, {"no such file"}},
+    {"SequenceOfNothing", from("none_%04d.png"), wrongInput, {"none_%04d.png", "no such file"}},
+    {"SequenceInMissingFolder", from("missing/gap_%04d.png"), wrongInput, {"missing/gap_%04d.png", "no such file"}},
+    {"TwoPatternsInInput", from("gap_%02d%02d.png"), wrongUsage, {"gap_%02d%02d.png", "more than one"}},
+    {"GapInSequence", renderOf("gap_%04d.png", "out/fire.mov"), wrongInput, {"gap_0003.png", "no such file"}},
+    {"OtherSizeInSequence", renderOf("size_%04d.png", "out/fire.mov"), wrongInput, {"size_0003.png", "12x9", "64x36"}},
+    {"EmptyMovie", from("empty.mov"), wrongInput, {"empty.mov", "empty"}},
+    {"TextNamedLikeAMovie", from("notes.mov"), wrongInput, {"notes.mov", "not a picture"}},
+    {"ZerosNamedLikeAPicture", from("zeros.exr"), wrongInput, {"zeros.exr", "not a picture"}},
+    {"Line", from("line.png"), wrongInput, {"line.png", "32768x1", "16384"}},
+    {"Column", from("column.png"), wrongInput, {"column.png", "1x32768", "16384"}},
+    {"NoWidth", from("narrow.png"), wrongInput, {"narrow.png"}},
+    {"PixelsThatAreNotThere", from("promise.png"), wrongInput, {"promise.png", "cut off"}},
+    {"TwentyBits", from("bits20.png"), wrongInput, {"bits20.png", "damaged"}},
+    {"FourBitsOfAlpha", from("bits4.png"), wrongInput, {"bits4.png", "damaged"}},
+    {"UnknownLayout", from("layout5.png"), wrongInput, {"layout5.png", "damaged"}},
+    {"PaletteWithoutColours", from("palette.png"), wrongInput, {"palette.png", "damaged"}},
+    {"UnknownPacking", from("packed9.png"), wrongInput, {"packed9.png", "damaged"}},
+    {"UnknownInterlacing", from("interlaced7.png"), wrongInput, {"interlaced7.png", "damaged"}},
+    {"CutJpeg", from("cut.jpg"), wrongInput, {"cut.jpg", "cut off"}},
+    {"CutTiff", from("cut.tif"), wrongInput, {"cut.tif", "cut off"}},
+    {"CutExr", from("cut.exr"), wrongInput, {"cut.exr", "cut off"}},
+    {"ExrThatSaysItIsHuge", from("huge.exr"), wrongInput, {"huge.exr"}},
+    {"ExrOfNegativeSize", from("negative.exr"), wrongInput, {"negative.exr", "damaged"}},
+    {"ExrWhoseSizeOverflows", from("overflow.exr"), wrongInput, {"overflow.exr"}},
+    {"ExrInAHugeFrame", from("hugeframe.exr"), wrongInput, {"hugeframe.exr"}},
+    {"ExrOfUnknownPacking", from("packing.exr"), wrongInput, {"packing.exr", "damaged"}},
+    {"ExrWithAnAttributeWithoutEnd", from("attribute.exr"), wrongInput, {"attribute.exr", "damaged"}},
+    {"CutMp4", from("cut.mp4"), wrongInput, {"cut.mp4"}},
+    {"SoundAlone", from("sound.wav"), wrongInput, {"sound.wav", "not a picture or movie"}},
+    {"MovieWithoutPictures", from("sound.mp4"), wrongInput, {"sound.mp4", "not a picture or movie"}},
+    {"MovieOfACoverAlone", from("cover.mp4"), wrongInput, {"cover.mp4", "not a picture or movie"}},
+    {"MovieThatChangesItsSize", renderOf("sizes.mjpeg", "out/fire.mov"), wrongInput, {"sizes.mjpeg", "48x36", "64x36"}},
+    {"TextInSequence", renderOf("mixed_%04d.png", "out/fire.mov"), wrongInput, {"mixed_0002.png", "not a picture"}},
+    {"Socket", from("socket.png"), wrongInput, {"socket.png", "not a regular file"}},
+    {"EndlessDevice", from("/dev/zero"), wrongInput, {"/dev/zero", "not a regular file"}},
+    {"LinkToNothing", from("nowhere.png"), wrongInput, {"nowhere.png", "no such file"}},
+    {"LinkToItself", from("loop.png"), wrongInput, {"loop.png", "symbolic links"}},
+    {"TooLongAName", from(std::string(300, 'n') + ".png"), wrongInput, {"nnn.png", "name too long"}},
+};
+INSTANTIATE_TEST_SUITE_P(Input, WrongTest, testing::ValuesIn(inputs), nameOf);
+
+}  // namespace
+}  // namespace pyrelux::cli::test
