@@ -46,7 +46,7 @@ TEST_F(Ending, InTheMiddleOfASequenceKeepsWhatWasFinished) {
   const Result result = pyrelux(renderWords("title.png", "fire_%d.png", {"--frames", "1-5"}));
   expectRefusal(result, {"'fire_3.png'", "folder"});
   EXPECT_EQ(result.exitCode, 4);
-  EXPECT_THAT(names("."), ElementsAre("fire_1.png", "fire_2.png", "fire_3.png", "title.png"));
+  EXPECT_THAT(pictures("."), ElementsAre("fire_1.png", "fire_2.png", "fire_3.png", "title.png"));
   for (const char *name : {"fire_1.png", "fire_2.png"}) EXPECT_EQ(probe(name).at("width"), testWidth) << name;
 }
 
@@ -68,8 +68,8 @@ TEST_F(Ending, ByAKillLeavesNothingUnderTheFinalName) {
     command.signalAfter = "\"done\":2";
     command.signal = SIGKILL;
     EXPECT_EQ(run(command).signal, SIGKILL);
-    EXPECT_THAT(names("."), ElementsAre(StartsWith("." + output + ".partial-"), "title.png"));
-    fs::remove(path(names(".")[0]));
+    EXPECT_THAT(pictures("."), ElementsAre(StartsWith("." + output + ".partial-"), "title.png"));
+    fs::remove(path(pictures(".")[0]));
   }
 }
 
@@ -78,13 +78,13 @@ TEST_F(Ending, ByAKillLeavesWholePictures) {
   command.signalAfter = "\"done\":2";
   command.signal = SIGKILL;
   EXPECT_EQ(run(command).signal, SIGKILL);
-  int pictures = 0;
-  for (const std::string &name : names(".")) {
+  int whole = 0;
+  for (const std::string &name : pictures(".")) {
     if (name.rfind("fire_", 0) != 0) continue;
     EXPECT_EQ(probe(name).at("width"), testWidth) << name;
-    ++pictures;
+    ++whole;
   }
-  EXPECT_GE(pictures, 2);
+  EXPECT_GE(whole, 2);
 }
 
 TEST_F(Ending, OfTheReaderOfTheProgressDoesNotHarmTheMovie) {
@@ -123,13 +123,13 @@ TEST_F(Ending, OfTwoThatWriteTheSameIsOneOfThem) {
     expectSuccess(other);
   }
   EXPECT_EQ(probe("fire.mkv").at("nb_read_frames"), "9");
-  EXPECT_EQ(names(".").size(), 11u) << testing::PrintToString(names("."));
+  EXPECT_EQ(pictures(".").size(), 11u) << testing::PrintToString(pictures("."));
 }
 
 TEST_F(Ending, OfTheLongestNameIsNoMatter) {
   const std::string name = std::string(251, 'n') + ".mkv";
   render("title.png", name, {"--frames", "1"});
-  EXPECT_THAT(names("."), ElementsAre(name, "title.png"));
+  EXPECT_THAT(pictures("."), ElementsAre(name, "title.png"));
 }
 
 TEST_F(Ending, OfStandardOutputIsTold) {

@@ -68,6 +68,7 @@ const WrongTest::Makers &WrongTest::makers() {
   using File = const fs::path &;
   static const Makers all{
       {"title.png", [](Test, File file) { save(file, title()); }},
+      {"old.png", [](Test, File file) { save(file, "before"); }},
       {"empty.png", [](Test, File file) { save(file, ""); }},
       {"empty.mov", [](Test, File file) { save(file, ""); }},
       {"notes.png", [](Test, File file) { save(file, "Sets titles on fire.\n"); }},
