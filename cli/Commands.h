@@ -3,6 +3,7 @@
 #include <string>
 
 #include "RenderOptions.h"
+#include "SheetOptions.h"
 
 namespace pyrelux::cli {
 
@@ -13,6 +14,9 @@ int render(const RenderOptions &options);
 
 /// Prints which pictures of a sequence are missing or differ from what its manifest says; 1 when there are any.
 int verify(const std::string &manifest);
+
+/// Draws a contact sheet.
+int drawSheet(const SheetOptions &options);
 
 /// Prints the filter's parameters in the inspector's order.
 int listParameters(bool json);

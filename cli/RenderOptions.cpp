@@ -17,6 +17,23 @@ constexpr const char *outputGroup = "Output";
 constexpr const char *drawingGroup = "Drawing";
 constexpr const char *messagesGroup = "Messages";
 
+void addSaveProjectOption(CLI::App &command, RenderOptions &options) {
+  command
+      .add_option("--save-project", options.saveProject,
+                  "Save all settings that are in force, just before the first frame, for --project; FILE ends with "
+                  ".json and is replaced")
+      ->check(CLI::Validator(
+          [](const std::string &path) {
+            const bool isJson = path.size() > 5 && path.substr(path.size() - 5) == ".json";
+            return isJson ? std::string() : "a project's name ends with .json, and '" + path + "' does not";
+          },
+          "", "project"))
+      ->type_name("FILE")
+      ->group(lookGroup);
+}
+
+}  // namespace
+
 void addInputOptions(CLI::App &command, RenderOptions &options) {
   CLI::Option *input =
       command.add_option("INPUT", options.input, "Picture, movie, or numbered sequence with %04d or #### in its name")
@@ -57,7 +74,11 @@ void addInputOptions(CLI::App &command, RenderOptions &options) {
       ->group(inputGroup);
 }
 
-void addProjectOptions(CLI::App &command, RenderOptions &options) {
+void addLookOptions(CLI::App &command, RenderOptions &options) {
+  command
+      .add_option("--preset", options.preset, "A look to begin with, which --set changes; 'pyrelux presets' lists them")
+      ->type_name("NAME")
+      ->group(lookGroup);
   command
       .add_option("--project", options.project,
                   "A file of settings and keyframes, JSON as docs/project.md tells; it wins over the preset, and the "
@@ -65,20 +86,12 @@ void addProjectOptions(CLI::App &command, RenderOptions &options) {
       ->type_name("FILE")
       ->group(lookGroup);
   command
-      .add_option("--save-project", options.saveProject,
-                  "Save all settings that are in force, just before the first frame, for --project; FILE ends with "
-                  ".json and is replaced")
-      ->check(CLI::Validator(
-          [](const std::string &path) {
-            const bool isJson = path.size() > 5 && path.substr(path.size() - 5) == ".json";
-            return isJson ? std::string() : "a project's name ends with .json, and '" + path + "' does not";
-          },
-          "", "project"))
-      ->type_name("FILE")
+      .add_option("--set", options.settings,
+                  "A parameter's value; may be repeated. 'pyrelux parameters' lists names, ranges and units")
+      ->type_name("NAME=VALUE")
+      ->allow_extra_args(false)
       ->group(lookGroup);
 }
-
-}  // namespace
 
 void addBackendOption(CLI::App &command, std::string &backend) {
   command
@@ -92,17 +105,8 @@ void addBackendOption(CLI::App &command, std::string &backend) {
 
 void addRenderOptions(CLI::App &command, RenderOptions &options) {
   addInputOptions(command, options);
-  command
-      .add_option("--preset", options.preset, "A look to begin with, which --set changes; 'pyrelux presets' lists them")
-      ->type_name("NAME")
-      ->group(lookGroup);
-  addProjectOptions(command, options);
-  command
-      .add_option("--set", options.settings,
-                  "A parameter's value; may be repeated. 'pyrelux parameters' lists names, ranges and units")
-      ->type_name("NAME=VALUE")
-      ->allow_extra_args(false)
-      ->group(lookGroup);
+  addLookOptions(command, options);
+  addSaveProjectOption(command, options);
   command
       .add_option("-o,--output", options.output,
                   "Where to: .png .exr (%04d or #### for a sequence), .mov (ProRes 4444), .mkv (FFV1, lossless), "

@@ -36,6 +36,12 @@ struct RenderOptions {
 /// Declares the options of `pyrelux render`; parsing fills `options`, which must outlive that.
 void addRenderOptions(CLI::App &command, RenderOptions &options);
 
+/// Declares what burns: INPUT, --text, --input-test-pattern and what belongs to them.
+void addInputOptions(CLI::App &command, RenderOptions &options);
+
+/// Declares how it looks: --preset, --project and --set.
+void addLookOptions(CLI::App &command, RenderOptions &options);
+
 /// Declares --backend.
 void addBackendOption(CLI::App &command, std::string &backend);
 

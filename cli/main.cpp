@@ -63,6 +63,11 @@ int run(int argc, char **argv) {
   addRenderOptions(*renderCommand, options);
   renderCommand->callback([&] { exitCode = render(options); });
 
+  SheetOptions sheetOptions;
+  CLI::App *sheetCommand = app.add_subcommand("sheet", "Draw one frame with many settings, side by side");
+  addSheetOptions(*sheetCommand, sheetOptions);
+  sheetCommand->callback([&] { exitCode = drawSheet(sheetOptions); });
+
   bool json = false;
   CLI::App *parametersCommand =
       app.add_subcommand("parameters", "List the effect's parameters in the inspector's order");

@@ -61,7 +61,13 @@ TEST_F(Help, OfRenderExplainsEveryOptionWithItsUnit) {
 }
 
 TEST_F(Help, OfTheOtherCommandsExplainsTheirOptions) {
-  EXPECT_THAT(textOf({"parameters", "--help"}), AllOf(HasSubstr("Usage: pyrelux parameters"), HasSubstr("--json")));
+  EXPECT_THAT(textOf({"parameters", "--help"}),
+              AllOf(HasSubstr("Usage: pyrelux parameters"), HasSubstr("--json"), HasSubstr("--schema")));
+  const std::string sheet = textOf({"sheet", "--help"});
+  EXPECT_THAT(sheet, AllOf(HasSubstr("Usage: pyrelux sheet"), HasSubstr("--presets"), HasSubstr("--project")));
+  EXPECT_THAT(lineOf(sheet, "--vary"), AllOf(HasSubstr("'frame'"), HasSubstr("across"), HasSubstr("down")));
+  EXPECT_THAT(lineOf(sheet, "--frame"), AllOf(HasSubstr("NUMBER"), HasSubstr("default: 24")));
+  EXPECT_THAT(lineOf(sheet, "--cell"), AllOf(HasSubstr("pixels"), HasSubstr("default: 320")));
   EXPECT_THAT(textOf({"info", "--help"}),
               AllOf(HasSubstr("Usage: pyrelux info"), HasSubstr("--backend"), HasSubstr("auto"), HasSubstr("egl")));
 }

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+
+#include "Image.h"
+
+namespace pyrelux::cli {
+
+/// Pictures of one size on a dark ground, in rows, a label below each.
+class Sheet {
+ public:
+  /// Pictures of `cellWidth` x `cellHeight` pixels. Labels have up to `labelLines` lines. Throws UsageError when the
+  /// sheet would be larger than a picture can be.
+  Sheet(int columns, int rows, int cellWidth, int cellHeight, int labelLines);
+
+  /// Puts a picture into a place, counted from the upper left. `picture` is premultiplied, of bytes, of the cells'
+  /// size; it goes over black, as flames do in films. Throws UsageError for a label that doesn't fit below it.
+  void put(int column, int row, const Image &picture, const std::string &label);
+
+  const Image &image() const { return image_; }
+
+ private:
+  void lay(const Image &picture, int left, int top);
+
+  int cellWidth_;
+  int cellHeight_;
+  int labelHeight_;
+  Image image_;
+};
+
+}  // namespace pyrelux::cli
