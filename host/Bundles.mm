@@ -1,5 +1,8 @@
 #include "Bundles.h"
 
+#include <OpenGL/OpenGL.h>
+#include <dlfcn.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -92,8 +95,10 @@ std::vector<std::string> defaultSearchPath() {
   if (const char *path = std::getenv("PYRELUX_PLUGIN_PATH")) return split(path, ':');
   std::vector<std::string> folders;
   std::error_code error;
-  const fs::path program = fs::read_symlink("/proc/self/exe", error);
-  if (!error) folders.push_back((program.parent_path().parent_path() / "lib" / "pyrelux").string());
+  // Whoever loads it, the platform library is where it was installed, and the bundles beside it.
+  Dl_info library = {};
+  if (dladdr(reinterpret_cast<const void *>(&CGLGetCurrentContext), &library))
+    folders.push_back((fs::weakly_canonical(library.dli_fname, error).parent_path() / "pyrelux").string());
   if (const char *home = std::getenv("HOME")) folders.push_back((fs::path(home) / ".local/lib/pyrelux").string());
   folders.push_back("/usr/local/lib/pyrelux");
   folders.push_back("/usr/lib/pyrelux");

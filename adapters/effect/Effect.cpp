@@ -1,0 +1,64 @@
+#include "Effect.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <mutex>
+
+#include "Renderers.h"
+
+namespace pyrelux::adapters {
+
+namespace {
+
+/// The filter refuses a frame while it draws another one, in whatever thread.
+std::mutex &drawing() {
+  static std::mutex mutex;
+  return mutex;
+}
+
+std::uint8_t toByte(float value) { return static_cast<std::uint8_t>(std::min(value, 255.0f) + 0.5f); }
+
+}  // namespace
+
+Effect::Effect(const host::FilterInfo &filter) : filter_(filter), renderer_(host::chooseRenderer("auto")) {}
+
+void Effect::render(const std::uint8_t *input, std::uint8_t *output, int width, int height, double timeFrames,
+                    double pixelAspect, Composition composition) {
+  input_.reshape(width, height, Alpha::Straight, false);
+  std::memcpy(input_.asBytes().data(), input, input_.sampleCount());
+  host::FrameSettings settings;
+  settings.pixelAspect = pixelAspect;
+  {
+    const std::lock_guard<std::mutex> lock(drawing());
+    filter_.restart();
+    renderer_.render(filter_, input_, timeFrames, settings, fire_);
+  }
+  compose(fire_.asBytes().data(), composition == Composition::OverSource ? input : nullptr, output,
+          static_cast<std::size_t>(width) * height);
+}
+
+void compose(const std::uint8_t *fire, const std::uint8_t *source, std::uint8_t *output, std::size_t pixels) {
+  constexpr std::uint8_t nothing[4] = {};
+  for (std::size_t at = 0; at < 4 * pixels; at += 4) {
+    const std::uint8_t *const over = fire + at;
+    const std::uint8_t *const under = source ? source + at : nothing;
+    // Most of a picture does not burn, and keeps its bytes.
+    if ((over[0] | over[1] | over[2] | over[3]) == 0) {
+      std::memmove(output + at, under, 4);
+      continue;
+    }
+    const float underAlpha = under[3] * (255.0f - over[3]) / 255.0f;
+    float colour[3];
+    for (int channel = 0; channel < 3; ++channel)
+      colour[channel] = over[channel] + under[channel] * underAlpha / 255.0f;
+    const float brightest = std::max({colour[0], colour[1], colour[2]});
+    const float alpha = std::min(std::max(over[3] + underAlpha, brightest), 255.0f);
+    for (int channel = 0; channel < 3; ++channel) output[at + channel] = toByte(colour[channel] * 255.0f / alpha);
+    output[at + 3] = toByte(alpha);
+  }
+}
+
+void complain(const std::string &message) { std::fprintf(stderr, "pyrelux: %s\n", message.c_str()); }
+
+}  // namespace pyrelux::adapters

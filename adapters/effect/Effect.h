@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "Filter.h"
+#include "FrameRenderer.h"
+#include "Image.h"
+
+namespace pyrelux::adapters {
+
+/// What a host gets back.
+enum class Composition {
+  OverSource,  ///< the fire over the frame that came in, as editors expect of an effect
+  FireAlone,   ///< what the filter draws
+};
+
+/// The filter for hosts that hand over 8-bit frames with straight alpha, any of them at any time. Each frame is drawn
+/// by a filter object that has drawn none before, so that it depends on its time and the parameters alone: constant
+/// speeds times the time give the phases. Thread: render() from one thread at a time; different objects are
+/// independent, and wait for each other, since the filter draws for one at a time.
+class Effect {
+ public:
+  /// Throws HostError: no bundle, nothing that draws.
+  explicit Effect(const host::FilterInfo &filter);
+
+  host::ParameterSet &parameters() { return filter_.parameters(); }
+  const host::ParameterSet &parameters() const { return filter_.parameters(); }
+
+  /// Draws a frame. `input` and `output`: width * height * 4 bytes, red, green, blue, straight alpha, rows from the top
+  /// without padding; they may be the same. `pixelAspect`: width of a pixel / its height. Throws HostError, and leaves
+  /// `output` as it was.
+  void render(const std::uint8_t *input, std::uint8_t *output, int width, int height, double timeFrames,
+              double pixelAspect, Composition composition);
+
+ private:
+  host::Filter filter_;
+  host::FrameRenderer renderer_;
+  Image input_;
+  Image fire_;
+};
+
+/// The fire (premultiplied, colour may exceed alpha) over a source with straight alpha, or over nothing when `source`
+/// is null, as straight alpha. Four samples a pixel; `output` may be one of the two. Straight alpha has no glow without
+/// alpha, so that a pixel gets as much alpha as it is bright: over black nothing of the glow is lost. Worked out in
+/// float, rounded once.
+void compose(const std::uint8_t *fire, const std::uint8_t *source, std::uint8_t *output, std::size_t pixels);
+
+/// "pyrelux: …" on standard error.
+void complain(const std::string &message);
+
+}  // namespace pyrelux::adapters

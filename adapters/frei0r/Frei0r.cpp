@@ -1,0 +1,274 @@
+// The frei0r plug-in: the C functions that a host calls. No exception leaves them, and whatever goes wrong, the host
+// gets its own picture back.
+
+extern "C" {
+#include <frei0r.h>
+}
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "Bundles.h"
+#include "Effect.h"
+#include "Frei0rParameters.h"
+#include "HostProgram.h"
+
+namespace pyrelux::adapters {
+
+namespace {
+
+/// What all instances share: the filter and its parameters as the host sees them.
+struct PlugIn {
+  host::FilterInfo filter;
+  bool hasFilter = false;
+  std::vector<host::ParameterDeclaration> declarations;
+  std::vector<Frei0rParameter> parameters;
+
+  PlugIn() {
+    try {
+      filter = host::findFilter(host::defaultSearchPath());
+      declarations = host::Filter(filter).parameters().declarations();
+      hasFilter = true;
+    } catch (const std::exception &error) {
+      complain(error.what());
+    }
+    parameters = frei0rParameters(declarations);
+  }
+};
+
+std::mutex plugInMutex;
+int initialisations = 0;
+std::shared_ptr<const PlugIn> loaded;
+
+/// Hosts that ask before they initialise get an answer, too.
+std::shared_ptr<const PlugIn> plugIn() {
+  const std::lock_guard<std::mutex> lock(plugInMutex);
+  if (!loaded) loaded = std::make_shared<const PlugIn>();
+  return loaded;
+}
+
+class Instance {
+ public:
+  Instance(int width, int height) : width_(width), height_(height), plugIn_(plugIn()) {
+    if (!plugIn_->hasFilter) return;
+    try {
+      effect_ = std::make_unique<Effect>(plugIn_->filter);
+    } catch (const std::exception &error) {
+      complain(error.what());
+    }
+  }
+
+  void set(const void *value, int index) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const Frei0rParameter *parameter = parameterAt(index);
+    if (!parameter || !value) return;
+    switch (parameter->kind) {
+      case Frei0rParameter::Kind::Number:
+      case Frei0rParameter::Kind::Colour:
+        if (effect_) setOfFilter(*parameter, value);
+        break;
+      default:
+        if (const char *text = *static_cast<char *const *>(value)) setOfPlugIn(*parameter, text);
+    }
+  }
+
+  void get(void *value, int index) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const Frei0rParameter *parameter = parameterAt(index);
+    if (!parameter || !value) return;
+    const auto current = [&] {
+      return effect_ ? effect_->parameters().value(parameter->id, 0.0) : declarationOf(*parameter).defaultValue;
+    };
+    switch (parameter->kind) {
+      case Frei0rParameter::Kind::Number:
+        *static_cast<f0r_param_double *>(value) = toUnit(declarationOf(*parameter), current()[parameter->component]);
+        break;
+      case Frei0rParameter::Kind::Colour: {
+        const host::ParameterValue colour = current();
+        *static_cast<f0r_param_color_t *>(value) = {static_cast<float>(colour[0]), static_cast<float>(colour[1]),
+                                                    static_cast<float>(colour[2])};
+        break;
+      }
+      default:
+        *static_cast<f0r_param_string *>(value) = textOf(parameter->kind).data();
+    }
+  }
+
+  void update(double time, const std::uint32_t *input, std::uint32_t *output) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto *in = reinterpret_cast<const std::uint8_t *>(input);
+    auto *out = reinterpret_cast<std::uint8_t *>(output);
+    try {
+      if (effect_) {
+        effect_->render(in, out, width_, height_, frameAt(time), 1.0, settings_.composition);
+        return;
+      }
+    } catch (const std::exception &error) {
+      if (!hasComplained_) complain(error.what());
+      hasComplained_ = true;
+    }
+    std::memmove(out, in, static_cast<std::size_t>(width_) * height_ * 4);
+  }
+
+ private:
+  const Frei0rParameter *parameterAt(int index) const {
+    return index >= 0 && static_cast<std::size_t>(index) < plugIn_->parameters.size()
+               ? &plugIn_->parameters[static_cast<std::size_t>(index)]
+               : nullptr;
+  }
+
+  const host::ParameterDeclaration &declarationOf(const Frei0rParameter &parameter) const {
+    for (const host::ParameterDeclaration &declaration : plugIn_->declarations)
+      if (declaration.id == parameter.id) return declaration;
+    throw std::logic_error("a parameter that was not declared");
+  }
+
+  void setOfFilter(const Frei0rParameter &parameter, const void *value) {
+    const host::ParameterDeclaration &declaration = declarationOf(parameter);
+    host::ParameterValue whole = effect_->parameters().value(parameter.id, 0.0);
+    if (parameter.kind == Frei0rParameter::Kind::Colour) {
+      const auto &colour = *static_cast<const f0r_param_color_t *>(value);
+      const auto channel = [](float sample) { return sample > 0.0f ? std::min<double>(sample, 1.0) : 0.0; };
+      whole = {channel(colour.r), channel(colour.g), channel(colour.b)};
+    } else {
+      whole[parameter.component] = fromUnit(declaration, *static_cast<const f0r_param_double *>(value));
+    }
+    effect_->parameters().set(declaration, whole);
+  }
+
+  void setOfPlugIn(const Frei0rParameter &parameter, const std::string &text) {
+    bool isKnown = true;
+    if (parameter.kind == Frei0rParameter::Kind::FrameRate) {
+      isKnown = parseFrameRate(text, settings_.framesPerSecond);
+    } else if (parameter.kind == Frei0rParameter::Kind::TimeUnit) {
+      if (text == "auto")
+        settings_.timeUnit = TimeUnit::Auto;
+      else if (text == "seconds")
+        settings_.timeUnit = TimeUnit::Seconds;
+      else if (text == "milliseconds")
+        settings_.timeUnit = TimeUnit::Milliseconds;
+      else
+        isKnown = false;
+    } else {
+      if (text == "over")
+        settings_.composition = Composition::OverSource;
+      else if (text == "fire")
+        settings_.composition = Composition::FireAlone;
+      else
+        isKnown = false;
+    }
+    if (isKnown)
+      textOf(parameter.kind) = text;
+    else
+      complain("'" + text + "' is nothing for " + parameter.name + ": " + parameter.explanation);
+  }
+
+  std::string &textOf(Frei0rParameter::Kind kind) {
+    return kind == Frei0rParameter::Kind::FrameRate  ? frameRate_
+           : kind == Frei0rParameter::Kind::TimeUnit ? timeUnit_
+                                                     : output_;
+  }
+
+  double frameAt(double time) const {
+    const TimeUnit unit = settings_.timeUnit == TimeUnit::Auto ? timeUnitOfHost() : settings_.timeUnit;
+    const double seconds = unit == TimeUnit::Milliseconds ? time / 1000.0 : time;
+    // Hosts' times are rounded; a frame is a whole number.
+    return std::round(seconds * settings_.framesPerSecond);
+  }
+
+  std::mutex mutex_;  ///< some hosts call an instance from several threads
+  int width_;
+  int height_;
+  std::shared_ptr<const PlugIn> plugIn_;
+  std::unique_ptr<Effect> effect_;  ///< null when nothing can be drawn
+  Frei0rSettings settings_;
+  std::string frameRate_ = "25";
+  std::string timeUnit_ = "auto";
+  std::string output_ = "over";
+  bool hasComplained_ = false;
+};
+
+/// Does the work; what it throws is told and ends here.
+template <typename Work>
+void shielded(Work work) noexcept {
+  try {
+    work();
+  } catch (const std::exception &error) {
+    complain(error.what());
+  } catch (...) {
+    complain("something unknown went wrong");
+  }
+}
+
+Instance &instanceOf(f0r_instance_t instance) { return *static_cast<Instance *>(instance); }
+
+}  // namespace
+
+}  // namespace pyrelux::adapters
+
+#define PYRELUX_FREI0R extern "C" __attribute__((visibility("default")))
+
+using namespace pyrelux::adapters;
+
+PYRELUX_FREI0R int f0r_init() {
+  shielded([] {
+    plugIn();
+    const std::lock_guard<std::mutex> lock(plugInMutex);
+    ++initialisations;
+  });
+  return 1;
+}
+
+PYRELUX_FREI0R void f0r_deinit() {
+  const std::lock_guard<std::mutex> lock(plugInMutex);
+  if (initialisations > 0 && --initialisations == 0) loaded.reset();
+}
+
+PYRELUX_FREI0R void f0r_get_plugin_info(f0r_plugin_info_t *info) {
+  *info = {"Pyrelux",
+           "Morvane",
+           F0R_PLUGIN_TYPE_FILTER,
+           F0R_COLOR_MODEL_RGBA8888,
+           FREI0R_MAJOR_VERSION,
+           PYRELUX_VERSION_MAJOR,
+           PYRELUX_VERSION_MINOR,
+           0,
+           "Sets titles, logos and mattes on fire"};
+  shielded([info] { info->num_params = static_cast<int>(plugIn()->parameters.size()); });
+}
+
+PYRELUX_FREI0R void f0r_get_param_info(f0r_param_info_t *info, int index) {
+  shielded([info, index] {
+    // Kept by the plug-in until the last f0r_deinit().
+    const auto &parameters = plugIn()->parameters;
+    if (index < 0 || static_cast<std::size_t>(index) >= parameters.size()) return;
+    const Frei0rParameter &parameter = parameters[static_cast<std::size_t>(index)];
+    *info = {parameter.name.c_str(), parameter.type(), parameter.explanation.c_str()};
+  });
+}
+
+PYRELUX_FREI0R f0r_instance_t f0r_construct(unsigned int width, unsigned int height) {
+  Instance *instance = nullptr;
+  shielded([&] { instance = new Instance(static_cast<int>(width), static_cast<int>(height)); });
+  return instance;
+}
+
+PYRELUX_FREI0R void f0r_destruct(f0r_instance_t instance) { delete static_cast<Instance *>(instance); }
+
+PYRELUX_FREI0R void f0r_set_param_value(f0r_instance_t instance, f0r_param_t value, int index) {
+  shielded([=] { instanceOf(instance).set(value, index); });
+}
+
+PYRELUX_FREI0R void f0r_get_param_value(f0r_instance_t instance, f0r_param_t value, int index) {
+  shielded([=] { instanceOf(instance).get(value, index); });
+}
+
+PYRELUX_FREI0R void f0r_update(f0r_instance_t instance, double time, const uint32_t *input, uint32_t *output) {
+  shielded([=] { instanceOf(instance).update(time, input, output); });
+}

@@ -1,0 +1,104 @@
+#include "Frei0rParameters.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+
+#include "ParameterText.h"
+
+namespace pyrelux::adapters {
+
+namespace {
+
+using host::ParameterDeclaration;
+using host::ParameterKind;
+
+/// The declared range; a point's place in the image and a popup's entries have one, too.
+struct Range {
+  double minimum;
+  double maximum;
+};
+
+Range rangeOf(const ParameterDeclaration &declaration) {
+  if (declaration.hasRange()) return {declaration.minimum, declaration.maximum};
+  if (declaration.kind == ParameterKind::Popup) return {0.0, static_cast<double>(declaration.entries.size()) - 1.0};
+  return {0.0, 1.0};
+}
+
+std::string explanationOf(const ParameterDeclaration &declaration) {
+  if (declaration.kind == ParameterKind::Popup) return "0..1 over the entries " + host::formatEntries(declaration);
+  if (declaration.hasRange()) return "0..1 over " + host::formatRange(declaration);
+  return declaration.unit();
+}
+
+}  // namespace
+
+int Frei0rParameter::type() const {
+  switch (kind) {
+    case Kind::Number:
+      return F0R_PARAM_DOUBLE;
+    case Kind::Colour:
+      return F0R_PARAM_COLOR;
+    default:
+      return F0R_PARAM_STRING;
+  }
+}
+
+std::vector<Frei0rParameter> frei0rParameters(const std::vector<ParameterDeclaration> &declarations) {
+  using Kind = Frei0rParameter::Kind;
+  std::vector<Frei0rParameter> parameters;
+  for (const ParameterDeclaration &declaration : declarations) {
+    const std::string explanation = explanationOf(declaration);
+    switch (declaration.kind) {
+      case ParameterKind::Custom:
+        break;
+      case ParameterKind::Colour:
+        parameters.push_back({Kind::Colour, declaration.label, explanation, declaration.id, 0});
+        break;
+      case ParameterKind::Point:
+        parameters.push_back({Kind::Number, declaration.label + " X", "0 left, 1 right", declaration.id, 0});
+        parameters.push_back({Kind::Number, declaration.label + " Y", "0 bottom, 1 top", declaration.id, 1});
+        break;
+      default:
+        parameters.push_back({Kind::Number, declaration.label, explanation, declaration.id, 0});
+    }
+  }
+  parameters.push_back({Kind::FrameRate, "Frame rate", "Frames per second: 25, 23.976 or 30000/1001", 0, 0});
+  parameters.push_back(
+      {Kind::TimeUnit, "Time unit", "How the program counts time: auto, seconds or milliseconds", 0, 0});
+  parameters.push_back({Kind::Output, "Output", "over (the fire over the source) or fire (the fire alone)", 0, 0});
+  return parameters;
+}
+
+double fromUnit(const ParameterDeclaration &declaration, double unit) {
+  const Range range = rangeOf(declaration);
+  // Not a number is as good as nothing.
+  const double part = unit > 0.0 ? std::min(unit, 1.0) : 0.0;
+  const double value = std::clamp(range.minimum + part * (range.maximum - range.minimum), range.minimum, range.maximum);
+  const bool isWhole = declaration.kind == ParameterKind::Integer || declaration.kind == ParameterKind::Popup;
+  return isWhole ? std::round(value) : value;
+}
+
+double toUnit(const ParameterDeclaration &declaration, double value) {
+  const Range range = rangeOf(declaration);
+  return range.maximum > range.minimum ? (value - range.minimum) / (range.maximum - range.minimum) : 0.0;
+}
+
+bool parseFrameRate(const std::string &text, double &framesPerSecond) {
+  const auto number = [](const std::string &digits, double &value) {
+    const char *end = digits.data() + digits.size();
+    const auto [stop, error] = std::from_chars(digits.data(), end, value, std::chars_format::fixed);
+    return error == std::errc() && stop == end && std::isfinite(value);
+  };
+  const std::size_t slash = text.find('/');
+  double numerator = 0.0;
+  double denominator = 1.0;
+  if (!number(text.substr(0, slash), numerator)) return false;
+  if (slash != std::string::npos && !number(text.substr(slash + 1), denominator)) return false;
+  const double rate = denominator > 0.0 ? numerator / denominator : 0.0;
+  if (!(rate > 0.0) || rate > 1000.0) return false;
+  framesPerSecond = rate;
+  return true;
+}
+
+}  // namespace pyrelux::adapters
