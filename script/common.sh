@@ -9,6 +9,7 @@ program_packages=(
   libavformat-dev libavcodec-dev libavutil-dev libswscale-dev
   libpango1.0-dev libcairo2-dev fonts-dejavu-core
   libfftw3-dev
+  frei0r-plugins-dev
   libcli11-dev nlohmann-json3-dev libxxhash-dev
 )
 
