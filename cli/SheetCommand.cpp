@@ -9,6 +9,7 @@
 #include "Interruption.h"
 #include "Look.h"
 #include "Media.h"
+#include "Message.h"
 #include "Presets.h"
 #include "ProjectFile.h"
 #include "Reduction.h"
@@ -167,7 +168,11 @@ int drawSheet(const SheetOptions &given) {
     timeline.render(cells[i].frame, reader->read(cells[i].frame), settings, picture);
     const int place = static_cast<int>(i);
     sheet.put(place % columns, place / columns, media::reduced(picture, width, height), cells[i].label);
-    if (interruption.signal()) return exitCodeOf(interruption.signal());
+    if (interruption.signal()) {
+      say("interrupted after " + std::to_string(i + 1) + " of " + std::to_string(cells.size()) +
+          " pictures; no sheet is written");
+      return exitCodeOf(interruption.signal());
+    }
   }
   writer->write(1, sheet.image());
   writer->finish();
