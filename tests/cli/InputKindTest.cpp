@@ -175,6 +175,18 @@ TEST_F(InputKind, PicturesComeInManyFormatsAndLayouts) {
   }
 }
 
+TEST_F(InputKind, APictureMayBeOnePixel) {
+  save(path("dot.png"), titlePng(1, 1));
+  for (const char *output : {"out/fire.png", "out/fire.exr", "out/fire.mov", "out/fire.mkv"}) {
+    render("dot.png", output, {"--frames", "1"});
+    EXPECT_EQ(probe(output).at("width"), 1) << output;
+    EXPECT_EQ(probe(output).at("height"), 1) << output;
+  }
+  // Its colour is for 2 x 2 pixels each.
+  render("dot.png", "out/fire.mp4", {"--frames", "1"});
+  EXPECT_EQ(probe("out/fire.mp4").at("width"), 2);
+}
+
 TEST_F(InputKind, NamesMayHoldWhatShellsAndPatternsTakeApart) {
   for (const char *text : {"f\xC3\xA9u", "with space", "-dash", "a'b\"c", "50%"}) {
     const std::string name = text;

@@ -90,6 +90,29 @@ TEST_F(Damage, CutOffStillsAreRefused) {
     }
 }
 
+TEST_F(Damage, StillsCutOffAtEveryKilobyteAreRefused) {
+  for (const auto &[name, bytes] : stills())
+    for (std::size_t size = 1024; size < bytes.size(); size += 1024) {
+      save(path(name), FileBytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size)));
+      EXPECT_NE(readingMessage(path(name)), "") << name << " with " << size << " bytes";
+    }
+}
+
+TEST_F(Damage, MoviesCutOffAtEveryKilobyteAreReadOrRefused) {
+  for (const char *name : {"a.mov", "a.mkv", "a.mp4"}) {
+    const FileBytes bytes = movie(name);
+    int readable = 0;
+    for (std::size_t size = 1024; size < bytes.size(); size += 1024) {
+      save(path(name), FileBytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size)));
+      readable += readsThrough(path(name), 100);
+    }
+    // What has its index at the end has none then, and what has it in front misses pictures.
+    if (std::string(name) != "a.mkv") {
+      EXPECT_EQ(readable, 0) << name;
+    }
+  }
+}
+
 TEST_F(Damage, StillsWithoutTheirLastByteAreRefused) {
   for (const auto &[name, bytes] : stills()) {
     // A Targa's last bytes are an optional footer, a TIFF's here the place of a second picture.
