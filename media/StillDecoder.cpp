@@ -14,6 +14,8 @@ Still decodeStill(InputFile &file, AVCodecID codec) {
   decoder.send(nullptr);
   const AVFrame *frame = decoder.receive();
   if (!frame || !isWhole(codec, bytes->data, bytes->size)) failReading(file.path(), causeCutOff);
+  if (hasUnknownColours(codec, bytes->data, bytes->size))
+    failReading(file.path(), "it has four colour components and does not say which; convert it to RGB");
   return {describe(*frame), toImage(*frame, alphaKindOf(codec), file.path())};
 }
 

@@ -79,8 +79,15 @@ void walkPng(Cursor cursor) {
   if (!hasPalette) throw Cursor::Ended();
 }
 
-void walkJpeg(Cursor cursor) {
-  constexpr int stuffing = 0x00, firstRestart = 0xD0, start = 0xD8, end = 0xD9, temporary = 0x01;
+/// Returns whether it has four colour components and no word of Adobe's, which tells what these are.
+bool walkJpeg(Cursor cursor) {
+  constexpr int stuffing = 0x00, firstRestart = 0xD0, start = 0xD8, end = 0xD9, temporary = 0x01, adobe = 0xEE;
+  // Among the kinds of frames there are three tables.
+  const auto beginsFrame = [](int marker) {
+    return marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
+  };
+  int components = 0;
+  bool hasAdobe = false;
   const auto standsAlone = [](int marker) {
     return marker == stuffing || marker == temporary || (marker >= firstRestart && marker <= start);
   };
@@ -89,9 +96,15 @@ void walkJpeg(Cursor cursor) {
     while (cursor.byte() != 0xFF) continue;
     while (cursor.peek() == 0xFF) cursor.skip(1);
     const int marker = cursor.byte();
-    if (marker == end) return;
+    if (marker == end) return components == 4 && !hasAdobe;
     if (standsAlone(marker)) continue;
-    cursor.skip(cursor.bigEndian(2) - 2);
+    const std::int64_t length = cursor.bigEndian(2) - 2;
+    Cursor segment(cursor.take(length), static_cast<int>(length));
+    if (beginsFrame(marker)) {
+      segment.skip(5);
+      components = segment.byte();
+    }
+    if (marker == adobe && length >= 12) hasAdobe |= std::memcmp(segment.take(5), "Adobe", 5) == 0;
   }
 }
 
@@ -140,6 +153,14 @@ bool isWhole(AVCodecID codec, const std::uint8_t *data, int size) {
     return false;
   }
   return codec != AV_CODEC_ID_GIF || countGifPictures(data, size);
+}
+
+bool hasUnknownColours(AVCodecID codec, const std::uint8_t *data, int size) {
+  try {
+    return codec == AV_CODEC_ID_MJPEG && walkJpeg(Cursor(data, size));
+  } catch (const Cursor::Ended &) {
+    return false;
+  }
 }
 
 std::optional<int> countGifPictures(const std::uint8_t *data, int size) {

@@ -13,6 +13,10 @@ namespace pyrelux::media {
 /// count as whole.
 bool isWhole(AVCodecID codec, const std::uint8_t *data, int size);
 
+/// Whether it is a JPEG whose four components could be anything. The decoder takes them for luma, two colour
+/// differences and alpha, and most are cyan, magenta, yellow and black.
+bool hasUnknownColours(AVCodecID codec, const std::uint8_t *data, int size);
+
 /// The number of pictures in a GIF; nothing if it is cut off.
 std::optional<int> countGifPictures(const std::uint8_t *data, int size);
 

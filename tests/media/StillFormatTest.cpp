@@ -1,5 +1,8 @@
 #include <algorithm>
+#include <array>
+#include <cstdlib>
 #include <cstring>
+#include <optional>
 
 #include "TestFiles.h"
 
@@ -164,6 +167,66 @@ TEST_F(StillFormat, JpegIsFullRange) {
   EXPECT_NEAR(image.asBytes()[1], 100 + 0.344136 * 38 - 0.714136 * 72, 2.0);
   EXPECT_NEAR(image.asBytes()[2], 100 - 1.772 * 38, 2.0);
   EXPECT_EQ(image.asBytes()[3], 255);
+}
+
+/// A JPEG of 8 x 8 pixels that have the four levels. `transform` is what Adobe's marker says: 0 for cyan, magenta,
+/// yellow and black, all inverted; without it there is no marker.
+FileBytes fourComponentJpeg(const std::array<int, 4> &levels, std::optional<std::uint8_t> transform) {
+  FileBytes bytes{0xFF, 0xD8};
+  const auto append = [&bytes](std::uint8_t marker, const FileBytes &content) {
+    bytes.insert(bytes.end(), {0xFF, marker, 0, static_cast<std::uint8_t>(content.size() + 2)});
+    bytes.insert(bytes.end(), content.begin(), content.end());
+  };
+  if (transform) append(0xEE, {'A', 'd', 'o', 'b', 'e', 0, 100, 0, 0, 0, 0, *transform});
+  // With a quantiser of 8 the first coefficient is the mean, less 128.
+  FileBytes quantiser(65, 8);
+  quantiser[0] = 0;
+  append(0xDB, quantiser);
+  append(0xC0, {8, 0, 8, 0, 8, 4, 1, 0x11, 0, 2, 0x11, 0, 3, 0x11, 0, 4, 0x11, 0});
+  // Twelve codes of four bits for the size of the mean, and one of a bit for "no more".
+  append(0xC4, {0x00, 0, 0, 0, 12, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11});
+  append(0xC4, {0x10, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
+  append(0xDA, {4, 1, 0, 2, 0, 3, 0, 4, 0, 0, 63, 0});
+  std::vector<bool> bits;
+  const auto appendBits = [&bits](int value, int count) {
+    while (count-- > 0) bits.push_back(value >> count & 1);
+  };
+  for (const int level : levels) {
+    const int mean = level - 128;
+    int size = 0;
+    while (std::abs(mean) >> size) ++size;
+    appendBits(size, 4);
+    appendBits(mean > 0 ? mean : mean + (1 << size) - 1, size);
+    appendBits(0, 1);
+  }
+  while (bits.size() % 8) bits.push_back(true);
+  for (std::size_t bit = 0; bit < bits.size(); bit += 8) {
+    int byte = 0;
+    for (std::size_t index = 0; index < 8; ++index) byte = byte << 1 | bits[bit + index];
+    bytes.push_back(static_cast<std::uint8_t>(byte));
+    if (byte == 0xFF) bytes.push_back(0);
+  }
+  bytes.insert(bytes.end(), {0xFF, 0xD9});
+  return bytes;
+}
+
+TEST_F(StillFormat, CmykJpegIsReadAsItsColours) {
+  const struct {
+    std::array<int, 4> levels;
+    std::array<int, 3> colour;
+  } rows[] = {{{200, 100, 50, 255}, {200, 100, 50}}, {{200, 100, 50, 128}, {100, 50, 25}}, {{255, 255, 255, 0}, {}}};
+  for (const auto &row : rows) {
+    const Image image = readBack("a.jpg", fourComponentJpeg(row.levels, std::uint8_t{0}));
+    for (std::size_t channel = 0; channel < 3; ++channel) EXPECT_NEAR(image.asBytes()[channel], row.colour[channel], 1);
+    EXPECT_EQ(image.asBytes()[3], 255);
+  }
+}
+
+TEST_F(StillFormat, JpegOfFourUnknownComponentsIsRefused) {
+  save(path("a.jpg"), fourComponentJpeg({200, 100, 50, 255}, std::nullopt));
+  EXPECT_EQ(readingMessage(path("a.jpg")), "cannot read '" + path("a.jpg") +
+                                               "': it has four colour components and does not say which; convert it "
+                                               "to RGB");
 }
 
 TEST_F(StillFormat, FloatExrIsReadUnchanged) {
