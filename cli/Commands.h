@@ -18,6 +18,9 @@ int verify(const std::string &manifest);
 /// Draws a contact sheet.
 int drawSheet(const SheetOptions &options);
 
+/// The filter's parameters for the help of render, or why they are not known.
+std::string parametersHelp();
+
 /// Prints the filter's parameters in the inspector's order.
 int listParameters(bool json);
 

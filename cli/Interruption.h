@@ -2,8 +2,8 @@
 
 namespace pyrelux::cli {
 
-/// While one of these lives, the first SIGINT, SIGTERM or SIGHUP does not end the program but is noted; a second one ends it as
-/// usual. There is one at a time.
+/// While one of these lives, the first SIGINT, SIGTERM or SIGHUP does not end the program but is noted; a second one
+/// ends it as usual. There is one at a time.
 class Interruption {
  public:
   Interruption();

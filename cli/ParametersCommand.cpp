@@ -1,10 +1,10 @@
 #include <algorithm>
-#include <iomanip>
 #include <iostream>
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
 #include "Filter.h"
+#include "HostError.h"
 #include "ParameterText.h"
 #include "ProjectSchema.h"
 
@@ -57,24 +57,31 @@ std::string takes(const ParameterDeclaration &parameter) {
   return parameter.kind == ParameterKind::Popup ? host::formatEntries(parameter) : parameter.unit();
 }
 
-void printTable(const std::vector<ParameterDeclaration> &parameters) {
-  std::vector<std::vector<std::string>> rows{{"ID", "NAME", "LABEL", "KIND", "DEFAULT", "TAKES"}};
-  for (const ParameterDeclaration &parameter : parameters)
-    rows.push_back({std::to_string(parameter.id), parameter.slug(), parameter.label, host::kindName(parameter.kind),
-                    host::formatValue(parameter, parameter.defaultValue), takes(parameter)});
+/// The rows, with columns as wide as they have to be.
+std::string tableOf(const std::vector<std::vector<std::string>> &rows, const std::string &indentation) {
   std::vector<std::size_t> widths(rows[0].size());
   for (const auto &row : rows)
     for (std::size_t column = 0; column < row.size(); ++column)
       widths[column] = std::max(widths[column], row[column].size());
+  std::string table;
   for (const auto &row : rows) {
-    std::string line;
+    std::string line = indentation;
     for (std::size_t column = 0; column < row.size(); ++column) {
       line += row[column];
       line.append(widths[column] - row[column].size() + 2, ' ');
     }
     line.erase(line.find_last_not_of(' ') + 1);
-    std::cout << line << '\n';
+    table += line + '\n';
   }
+  return table;
+}
+
+std::string tableOf(const std::vector<ParameterDeclaration> &parameters) {
+  std::vector<std::vector<std::string>> rows{{"ID", "NAME", "LABEL", "KIND", "DEFAULT", "TAKES"}};
+  for (const ParameterDeclaration &parameter : parameters)
+    rows.push_back({std::to_string(parameter.id), parameter.slug(), parameter.label, host::kindName(parameter.kind),
+                    host::formatValue(parameter, parameter.defaultValue), takes(parameter)});
+  return tableOf(rows, "");
 }
 
 }  // namespace
@@ -87,9 +94,22 @@ int listParameters(bool json) {
     for (const ParameterDeclaration &parameter : parameters) list.push_back(describe(parameter));
     std::cout << list.dump(2) << '\n';
   } else {
-    printTable(parameters);
+    std::cout << tableOf(parameters);
   }
   return 0;
+}
+
+std::string parametersHelp() {
+  try {
+    const host::Filter filter(host::findFilter(host::defaultSearchPath()));
+    std::vector<std::vector<std::string>> rows;
+    for (const ParameterDeclaration &parameter : filter.parameters().declarations())
+      if (parameter.kind != ParameterKind::Custom)
+        rows.push_back({parameter.slug(), host::formatValue(parameter, parameter.defaultValue), takes(parameter)});
+    return "Parameters for --set, with their defaults and what they take:\n" + tableOf(rows, "  ");
+  } catch (const host::HostError &error) {
+    return std::string("Parameters for --set are not known: ") + error.what() + "\n";
+  }
 }
 
 int printProjectSchema() {

@@ -8,6 +8,7 @@
 
 #include "Commands.h"
 #include "FrameRange.h"
+#include "HelpFormatter.h"
 #include "HostError.h"
 #include "Media.h"
 #include "Message.h"
@@ -52,15 +53,16 @@ int run(int argc, char **argv) {
   app.set_help_flag("-h,--help", "Print this help and exit");
   app.require_subcommand(1);
   app.footer(
-      "Ends with 0 when all is done, 1 when some frames or something else failed, 2 for a wrong command line, 3 for an "
-      "input\n"
-      "that can't be read, 4 for an output that can't be written, 5 for an encoder's failure, 128 and more for a "
-      "signal.");
+      "Ends with 0 when all is done, 1 when some frames or something else failed, 2 for a wrong\n"
+      "command line, 3 for an input that can't be read, 4 for an output that can't be written, 5 for\n"
+      "an encoder's failure, 128 and more for a signal.");
+  app.formatter(std::make_shared<HelpFormatter>());
   int exitCode = 0;
 
   RenderOptions options;
   CLI::App *renderCommand = app.add_subcommand("render", "Burn a picture, a sequence or a movie");
   addRenderOptions(*renderCommand, options);
+  renderCommand->footer(parametersHelp);
   renderCommand->callback([&] { exitCode = render(options); });
 
   SheetOptions sheetOptions;

@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <regex>
+
 #include "CliTest.h"
 
 namespace pyrelux::cli::test {
@@ -15,13 +18,16 @@ class Help : public CliTest {
   }
 };
 
-/// The line of a help text that explains an option.
+/// The text in one line, as it was before it was broken.
+std::string unbroken(const std::string &text) { return std::regex_replace(text, std::regex("\\s+"), " "); }
+
+/// What a help text says of an option.
 std::string lineOf(const std::string &text, const std::string &option) {
   const std::size_t begin = text.find("  " + option);
   if (begin == std::string::npos) return {};
-  // A long option's explanation begins on the next line.
-  const std::size_t next = text.find("\n  -", begin);
-  return text.substr(begin, next == std::string::npos ? next : next - begin);
+  // Until the next option, or the end of the group.
+  const std::size_t next = std::min(text.find("\n  -", begin), text.find("\n\n", begin));
+  return unbroken(text.substr(begin, next == std::string::npos ? next : next - begin));
 }
 
 TEST_F(Help, NamesTheCommands) {
@@ -70,6 +76,24 @@ TEST_F(Help, OfTheOtherCommandsExplainsTheirOptions) {
   EXPECT_THAT(lineOf(sheet, "--cell"), AllOf(HasSubstr("pixels"), HasSubstr("default: 320")));
   EXPECT_THAT(textOf({"info", "--help"}),
               AllOf(HasSubstr("Usage: pyrelux info"), HasSubstr("--backend"), HasSubstr("auto"), HasSubstr("egl")));
+}
+
+TEST_F(Help, OfRenderListsTheParametersWithTheirRanges) {
+  const std::string text = textOf({"render", "--help"});
+  const auto parameters = nlohmann::json::parse(textOf({"parameters", "--json"}));
+  for (const auto &parameter : parameters) {
+    const std::string name = parameter.at("name");
+    EXPECT_EQ(text.find("\n  " + name + " ") != std::string::npos, parameter.at("kind") != "custom") << name;
+  }
+  EXPECT_THAT(unbroken(text), AllOf(HasSubstr("spread-degrees 30 0..180 degrees"), HasSubstr("0 Cover, 1 Mix")));
+}
+
+TEST_F(Help, LinesAreNoLongerThanATerminalIsWide) {
+  for (const Words &arguments :
+       {Words{"--help"}, {"render", "--help"}, {"parameters", "--help"}, {"verify", "--help"}}) {
+    std::istringstream lines(textOf(arguments));
+    for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 96u) << line;
+  }
 }
 
 TEST_F(Help, IsGivenWithoutABundle) {

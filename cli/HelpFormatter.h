@@ -1,0 +1,21 @@
+#pragma once
+
+#include <CLI/App.hpp>
+#include <CLI/Formatter.hpp>
+#include <string>
+
+namespace pyrelux::cli {
+
+/// Help whose explanations are broken into lines of 96 columns.
+class HelpFormatter : public CLI::Formatter {
+ public:
+  HelpFormatter();
+  std::string make_option_desc(const CLI::Option *option) const override;
+  std::string make_subcommand(const CLI::App *command) const override;
+};
+
+/// The text broken into lines of at most `width` columns, at spaces. What is longer than a line stands on one of its
+/// own.
+std::string broken(const std::string &text, std::size_t width);
+
+}  // namespace pyrelux::cli
