@@ -23,10 +23,24 @@ void clearUnknown(Tag &tag, int count, Tag unspecified) {
   if (value < 0 || value >= count) tag = unspecified;
 }
 
+/// The usual one, but for VP8 and VP9 with alpha, which lies beside the pictures where only libvpx looks for it.
+const AVCodec *decoderFor(const AVStream &stream) {
+  const AVCodecID codec = stream.codecpar->codec_id;
+  const AVDictionaryEntry *alpha = av_dict_get(stream.metadata, "alpha_mode", nullptr, 0);
+  const AVCodec *decoder = nullptr;
+  if (alpha && std::strcmp(alpha->value, "1") == 0) {
+    if (codec == AV_CODEC_ID_VP8) decoder = avcodec_find_decoder_by_name("libvpx");
+    if (codec == AV_CODEC_ID_VP9) decoder = avcodec_find_decoder_by_name("libvpx-vp9");
+  }
+  return decoder ? decoder : avcodec_find_decoder(codec);
+}
+
 }  // namespace
 
-Decoder::Decoder(AVCodecID codec, const AVCodecParameters *parameters, const std::string &path) : path_(path) {
-  const AVCodec *decoder = avcodec_find_decoder(codec);
+Decoder::Decoder(const AVStream &stream, const std::string &path)
+    : Decoder(decoderFor(stream), stream.codecpar, path) {}
+
+Decoder::Decoder(const AVCodec *decoder, const AVCodecParameters *parameters, const std::string &path) : path_(path) {
   if (!decoder) failReading(path, causeNotDecodable);
   context_ = allocated<CodecPtr>(avcodec_alloc_context3(decoder));
   log_.emplace(*context_);
@@ -35,7 +49,7 @@ Decoder::Decoder(AVCodecID codec, const AVCodecParameters *parameters, const std
   context_->get_buffer2 = allocatePicture;
   context_->max_pixels = maximumPixels;
   context_->err_recognition = AV_EF_CRCCHECK | AV_EF_BITSTREAM | AV_EF_BUFFER;
-  if (codec != AV_CODEC_ID_TIFF) context_->err_recognition |= AV_EF_EXPLODE;
+  if (decoder->id != AV_CODEC_ID_TIFF) context_->err_recognition |= AV_EF_EXPLODE;
   // Several pictures at a time would leave it open which of them an error belongs to.
   context_->thread_type = FF_THREAD_SLICE;
   context_->thread_count = 0;

@@ -14,9 +14,9 @@ namespace pyrelux::media {
 class Decoder {
  public:
   /// For a codec without parameters from a container. `path` is for messages. Throws MediaError if there is no decoder.
-  Decoder(AVCodecID codec, const std::string &path) : Decoder(codec, nullptr, path) {}
-  Decoder(const AVCodecParameters &parameters, const std::string &path)
-      : Decoder(parameters.codec_id, &parameters, path) {}
+  Decoder(AVCodecID codec, const std::string &path) : Decoder(avcodec_find_decoder(codec), nullptr, path) {}
+  /// For a stream of a container.
+  Decoder(const AVStream &stream, const std::string &path);
   Decoder(const Decoder &) = delete;
   Decoder &operator=(const Decoder &) = delete;
 
@@ -30,7 +30,7 @@ class Decoder {
   AVFrame *receive();
 
  private:
-  Decoder(AVCodecID codec, const AVCodecParameters *parameters, const std::string &path);
+  Decoder(const AVCodec *decoder, const AVCodecParameters *parameters, const std::string &path);
 
   static int runParts(AVCodecContext *context, int (*part)(AVCodecContext *, void *, int, int), void *argument,
                       int *results, int count);

@@ -4,6 +4,7 @@
 
 #include "Errors.h"
 #include "PixelConversion.h"
+#include "TiffAlpha.h"
 
 extern "C" {
 #include <libavutil/pixdesc.h>
@@ -16,10 +17,30 @@ namespace {
 /// Colour subsampled in both directions needs an even width and height.
 int paddedSide(int side, int subsampling) { return (side + (1 << subsampling) - 1) >> subsampling << subsampling; }
 
+AlphaUse alphaUseOf(const Codec &codec, const OutputFormat &format) {
+  if (codec.alpha == AlphaUse::OverBlack || !format.alpha) return codec.alpha;
+  return *format.alpha == Alpha::Straight ? AlphaUse::Straight : AlphaUse::Premultiplied;
+}
+
+const AVPixFmtDescriptor &layoutOf(const AVCodecContext &codec) { return *av_pix_fmt_desc_get(codec.pix_fmt); }
+
+/// Pixels whose colour, cut at 1, exceeds their alpha by more than the threshold.
+template <typename Samples, typename Value>
+std::int64_t countBrighterThanAlpha(const Samples &samples, Value one, Value threshold) {
+  std::int64_t count = 0;
+  for (std::size_t pixel = 0; pixel < samples.size(); pixel += 4) {
+    const Value alpha = samples[pixel + 3];
+    const Value brightest = std::max({Value{samples[pixel]}, Value{samples[pixel + 1]}, Value{samples[pixel + 2]}});
+    count += std::min(brightest, one) - alpha > threshold;
+  }
+  return count;
+}
+
 }  // namespace
 
-Encoder::Encoder(const std::string &path, const FileFormat &file, const OutputFormat &format, Dictionary &options)
-    : path_(path), format_(format), alpha_(file.alpha) {
+Encoder::Encoder(const std::string &path, const Codec &codec, bool isMovie, const OutputFormat &format,
+                 Dictionary &options)
+    : path_(path), format_(format), alpha_(alphaUseOf(codec, format)) {
   const std::string refusedSize = "pictures of " + sizeText(format.width, format.height) + " cannot be encoded";
   if (format.width < 1 || format.height < 1) failWriting(path, refusedSize);
   // No larger than what is read. libx264 leaks memory when it refuses a size itself.
@@ -29,16 +50,18 @@ Encoder::Encoder(const std::string &path, const FileFormat &file, const OutputFo
     failWriting(path, "a frame rate of " + std::to_string(rate.numerator) + "/" + std::to_string(rate.denominator) +
                           " is not possible");
 
-  const AVCodec *encoder = avcodec_find_encoder_by_name(file.encoder);
-  if (!encoder) failEncoding(path, "the installed FFmpeg lacks the encoder '" + std::string(file.encoder) + "'");
+  const AVCodec *encoder = avcodec_find_encoder_by_name(codec.encoder);
+  if (!encoder) failEncoding(path, "the installed FFmpeg lacks the encoder '" + std::string(codec.encoder) + "'");
   codec_ = allocated<CodecPtr>(avcodec_alloc_context3(encoder));
-  codec_->pix_fmt = format.bits > 8 ? file.pixels16 : file.pixels8;
-  const AVPixFmtDescriptor &layout = *av_pix_fmt_desc_get(codec_->pix_fmt);
+  codec_->pix_fmt = format.bits > 8 ? codec.pixels16 : codec.pixels8;
+  const AVPixFmtDescriptor &layout = layoutOf(*codec_);
   codec_->width = paddedSide(format.width, layout.log2_chroma_w);
   codec_->height = paddedSide(format.height, layout.log2_chroma_h);
+  if (std::min(codec_->width, codec_->height) < codec.smallestSide)
+    failEncoding(path, refusedSize + "; " + codec.name + " needs " + std::to_string(codec.smallestSide) + " on a side");
   codec_->time_base = {rate.denominator, rate.numerator};
   codec_->framerate = {rate.numerator, rate.denominator};
-  if (file.isMovie()) {
+  if (isMovie) {
     codec_->thread_count = 0;
     codec_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     const bool isYuv = !(layout.flags & AV_PIX_FMT_FLAG_RGB);
@@ -48,7 +71,7 @@ Encoder::Encoder(const std::string &path, const FileFormat &file, const OutputFo
     codec_->color_range = isYuv ? AVCOL_RANGE_MPEG : AVCOL_RANGE_JPEG;
     if (layout.log2_chroma_w) codec_->chroma_sample_location = AVCHROMA_LOC_LEFT;
   }
-  for (const auto &[name, value] : file.options) options.set(name, value);
+  for (const auto &[name, value] : codec.options) options.set(name, value);
   // FFV1's level 3 divides a picture in slices, 2 x 2 or more, and loses pixels of pictures too small for that.
   constexpr int smallestSliced = 4;
   if (codec_->codec_id == AV_CODEC_ID_FFV1 && std::min(codec_->width, codec_->height) < smallestSliced)
@@ -60,10 +83,28 @@ void Encoder::encode(const Image &image, const Sink &sink) {
   if (image.width() != format_.width || image.height() != format_.height)
     failWriting(path_, "a picture of " + sizeText(image.width(), image.height()) + " was given for one of " +
                            sizeText(format_.width, format_.height));
-  const Image stored = alpha_ == AlphaUse::Straight ? straightened(image) : premultiplied(image);
-  const FramePtr frame = toFrame(stored, codec_->pix_fmt, codec_->width, codec_->height, path_);
+  const FramePtr frame = toFrame(stored(image), codec_->pix_fmt, codec_->width, codec_->height, path_);
   frame->pts = count_++;
   send(frame.get(), sink);
+}
+
+/// The picture with the file's kind of alpha.
+Image Encoder::stored(const Image &image) {
+  if (alpha_ != AlphaUse::Straight) return premultiplied(image);
+  if (image.alpha() == Alpha::Straight) return image;
+  countClipped(image);
+  // Deeper files get what bytes would round.
+  return straightened(layoutOf(*codec_).comp[0].depth > 8 ? toFloat(image) : image);
+}
+
+void Encoder::countClipped(const Image &image) {
+  const AVPixFmtDescriptor &layout = layoutOf(*codec_);
+  if (layout.flags & AV_PIX_FMT_FLAG_FLOAT) return;
+  const float halfALevel = 0.5f / static_cast<float>((1 << layout.comp[0].depth) - 1);
+  const std::int64_t clipped = image.isFloat() ? countBrighterThanAlpha(image.asFloats(), 1.0f, halfALevel)
+                                               : countBrighterThanAlpha(image.asBytes(), 255, 0);
+  losses_.clippedPixels += clipped;
+  losses_.clippedFrames += clipped > 0;
 }
 
 void Encoder::send(const AVFrame *frame, const Sink &sink) {
@@ -71,6 +112,7 @@ void Encoder::send(const AVFrame *frame, const Sink &sink) {
   int result = avcodec_send_frame(codec_.get(), frame);
   while (result >= 0 && (result = avcodec_receive_packet(codec_.get(), packet.get())) >= 0) {
     packet->duration = 1;
+    if (codec_->codec_id == AV_CODEC_ID_TIFF && alpha_ == AlphaUse::Premultiplied) declarePremultiplied(*packet);
     sink(*packet);
     av_packet_unref(packet.get());
   }

@@ -14,8 +14,9 @@ class Encoder {
  public:
   using Sink = std::function<void(AVPacket &)>;
 
-  /// `options` gives what the encoder does not know back. Throws MediaError: a size or frame rate that is refused.
-  Encoder(const std::string &path, const FileFormat &file, const OutputFormat &format, Dictionary &options);
+  /// A movie's packets belong into a container. `options` gives what the encoder does not know back. Throws MediaError:
+  /// a size or frame rate that is refused.
+  Encoder(const std::string &path, const Codec &codec, bool isMovie, const OutputFormat &format, Dictionary &options);
 
   /// Encodes a picture as the next one. `sink` gets the packets that are ready, times in units of context().time_base.
   /// Throws MediaError.
@@ -25,14 +26,18 @@ class Encoder {
   void flush(const Sink &sink) { send(nullptr, sink); }
 
   const AVCodecContext &context() const { return *codec_; }
+  const Losses &losses() const { return losses_; }
 
  private:
+  Image stored(const Image &image);
+  void countClipped(const Image &image);
   void send(const AVFrame *frame, const Sink &sink);
 
   std::string path_;
   OutputFormat format_;
   AlphaUse alpha_;
   CodecPtr codec_;
+  Losses losses_;
   std::int64_t count_ = 0;
 };
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -80,25 +81,42 @@ class Reader {
 struct OutputFormat {
   int width = 0;   ///< pixels
   int height = 0;  ///< pixels
-  int bits = 8;    ///< 8 or 16 per component asked for; PNG and FFV1 follow it, the others have a depth of their own
-  FrameRate frameRate;  ///< of a movie
+  int bits = 8;    ///< 8 or 16 per component asked for; some codecs follow it, the others have a depth of their own
+  FrameRate frameRate;     ///< of a movie
+  std::string codec = {};  ///< as docs/formats.md names it; otherwise the extension's usual one
+  /// What colour means in the file where it is not opaque; otherwise the codec's custom. Without effect where a file
+  /// holds no alpha.
+  std::optional<Alpha> alpha = {};
 };
 
-/// Writes a still, a numbered sequence or a movie, chosen by the path's extension: .png, .exr, .mov (ProRes 4444 with
-/// alpha), .mkv (FFV1 with alpha, lossless), .mp4 (H.264 over black). Everything is written beside the final name and
-/// renamed when it is complete, so that a partial file never carries the final name.
+/// What a file does not keep of what it was given.
+struct Losses {
+  /// Pixels that straight alpha cuts, counted in all frames: their colour exceeds their alpha, by half a level of the
+  /// file or more, in a way that premultiplied alpha of the same depth would hold.
+  std::int64_t clippedPixels = 0;
+  std::int64_t clippedFrames = 0;  ///< the frames that have such pixels
+};
+
+/// Writes a still, a numbered sequence or a movie, chosen by the path's extension; docs/formats.md lists them all with
+/// their codecs, alpha and depth. Everything is written beside the final name and renamed when it is complete, so that
+/// a partial file never carries the final name.
 class Writer {
  public:
-  /// Throws OutputError: unknown extension, unwritable folder, a folder or device of that name; EncoderError: no such
-  /// encoder, a size that it refuses.
+  /// Throws OutputError: unknown extension or codec, unwritable folder, a folder or device of that name; EncoderError: no
+  /// such encoder, a size that it refuses.
   static std::unique_ptr<Writer> open(const std::string &path, const OutputFormat &format);
 
   /// Whether the path can hold more than one frame: a movie, or a still's extension with a frame pattern in its name.
   /// Throws OutputError for an unknown extension.
   static bool holdsManyFrames(const std::string &path);
 
-  /// Whether the format is deeper than 8 bits by nature (EXR, ProRes 4444). Throws OutputError as above.
-  static bool isDeep(const std::string &path);
+  /// Whether the codec is there for more than 8 bits (TIFF, EXR, ProRes 4444). Throws OutputError: unknown extension or
+  /// codec.
+  static bool isDeep(const std::string &path, const std::string &codec = {});
+
+  /// Whether the codec holds alpha; otherwise pictures are stored as they look over black. Throws OutputError as
+  /// above.
+  static bool holdsAlpha(const std::string &path, const std::string &codec = {});
 
   /// Discards what is not finished.
   virtual ~Writer() = default;
@@ -110,6 +128,9 @@ class Writer {
 
   /// Completes the output and gives it its final name. Throws OutputError: disk full; EncoderError.
   virtual void finish() = 0;
+
+  /// Of the frames written so far.
+  virtual Losses losses() const = 0;
 };
 
 }  // namespace pyrelux::media

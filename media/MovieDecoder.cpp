@@ -54,7 +54,7 @@ MovieDecoder::MovieDecoder(const std::string &path, const AVInputFormat *demuxer
   for (unsigned index = 0; index < demuxer_->nb_streams; ++index)
     if (demuxer_->streams[index] != stream_) demuxer_->streams[index]->discard = AVDISCARD_ALL;
   requireReadableSize({stream_->codecpar->width, stream_->codecpar->height}, path);
-  decoder_.emplace(*stream_->codecpar, path);
+  decoder_.emplace(*stream_, path);
 }
 
 bool MovieDecoder::readPacket() {

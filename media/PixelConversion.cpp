@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Errors.h"
+#include "Palette.h"
 #include "YuvMatrix.h"
 
 extern "C" {
@@ -156,11 +157,16 @@ void readPlain(const AVFrame &frame, Image &image) {
   readAlpha(frame, image);
 }
 
+/// The plane is not subsampled.
+void clearPlane(AVFrame &frame, int plane) {
+  std::memset(frame.data[plane], 0, static_cast<std::size_t>(frame.linesize[plane]) * frame.height);
+}
+
 /// Sets a layout's components from the channels of the same number. No component may be subsampled.
 void writePlain(const Image &image, AVFrame &frame) {
   const AVPixFmtDescriptor &layout = layoutOf(frame);
   for (int plane = 0; plane < av_pix_fmt_count_planes(static_cast<AVPixelFormat>(frame.format)); ++plane)
-    std::memset(frame.data[plane], 0, static_cast<std::size_t>(frame.linesize[plane]) * frame.height);
+    clearPlane(frame, plane);
   for (int component = 0; component < layout.nb_components; ++component)
     writeComponent(frame, component, image, component);
 }
@@ -197,7 +203,13 @@ void writeYuv(Image image, AVFrame &frame, const std::string &path) {
   AVFrame &unsampled = converted ? *converted : frame;
   YuvMatrix(frame).fromRgb(image, layoutOf(unsampled).comp[0].depth);
   writePlain(image, unsampled);
-  if (converted) convert(unsampled, frame, path);
+  if (!converted) return;
+  convert(unsampled, frame, path);
+  const AVPixFmtDescriptor &layout = layoutOf(frame);
+  if (!(layout.flags & AV_PIX_FMT_FLAG_ALPHA)) return;
+  const int alpha = layout.nb_components - 1;
+  clearPlane(frame, layout.comp[alpha].plane);
+  writeComponent(frame, alpha, image, 3);
 }
 
 /// The image with transparent black on its right and below it.
@@ -260,7 +272,9 @@ Image toImage(const AVFrame &frame, Alpha alpha, const std::string &path) {
 
 FramePtr toFrame(const Image &image, AVPixelFormat layout, int width, int height, const std::string &path) {
   FramePtr frame = allocateFrame(layout, width, height);
-  if (isYuv(layoutOf(*frame)))
+  if (layout == AV_PIX_FMT_PAL8)
+    writePalette(padded(toBytes(image), width, height), *frame, path);
+  else if (isYuv(layoutOf(*frame)))
     writeYuv(padded(toFloat(image), width, height), *frame, path);
   else
     writePlain(padded(layoutOf(*frame).comp[0].depth == 8 ? toBytes(image) : toFloat(image), width, height), *frame);

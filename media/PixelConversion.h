@@ -21,7 +21,8 @@ Image toImage(const AVFrame &frame, Alpha alpha, const std::string &path);
 
 /// A picture of an encoder's layout. `width` and `height` may exceed the image's; the rest, to the right and below, is
 /// black. Colour and alpha are taken as they stand; integer layouts clip to 0 .. 1. A YUV layout gets the BT.709
-/// matrix and limited range. Throws MediaError, naming `path`, for a layout that cannot be converted.
+/// matrix and limited range, a palette's layout the best one for the picture. Throws MediaError, naming `path`, for a
+/// layout that cannot be converted.
 FramePtr toFrame(const Image &image, AVPixelFormat layout, int width, int height, const std::string &path);
 
 }  // namespace pyrelux::media

@@ -21,7 +21,7 @@ constexpr const char *causeNoFrame = "it was given no frame";
 class StillWriter : public Writer {
  public:
   StillWriter(const std::string &path, const FileFormat &file, const OutputFormat &format)
-      : path_(path), pattern_(path), encoder_(path, file, format, options_) {}
+      : path_(path), pattern_(path), encoder_(path, file.codec(format.codec, path), false, format, options_) {}
 
   void write(std::int64_t frame, const Image &image) override {
     if (frame < 0) failWriting(path_, "the frame number " + std::to_string(frame) + " is negative");
@@ -44,6 +44,8 @@ class StillWriter : public Writer {
       failWriting(path_, causeNoFrame);
   }
 
+  Losses losses() const override { return encoder_.losses(); }
+
  private:
   std::string path_;
   FramePattern pattern_;
@@ -56,7 +58,7 @@ class StillWriter : public Writer {
 class MovieWriter : public Writer {
  public:
   MovieWriter(const std::string &path, const FileFormat &file, const OutputFormat &format)
-      : path_(path), output_(path), encoder_(path, file, format, options_) {
+      : path_(path), output_(path), encoder_(path, file.codec(format.codec, path), true, format, options_) {
     AVFormatContext *muxer = nullptr;
     require(avformat_alloc_output_context2(&muxer, nullptr, file.muxer, output_.url().c_str()));
     muxer_.reset(muxer);
@@ -64,9 +66,15 @@ class MovieWriter : public Writer {
     stream_ = avformat_new_stream(muxer, nullptr);
     if (!stream_) throw std::bad_alloc();
     require(avcodec_parameters_from_context(stream_->codecpar, &encoder_.context()));
+    // Apple's players take H.265 by this of its two tags only.
+    constexpr unsigned hvc1 = MKTAG('h', 'v', 'c', '1');
+    if (av_codec_get_id(muxer->oformat->codec_tag, hvc1) == encoder_.context().codec_id)
+      stream_->codecpar->codec_tag = hvc1;
     stream_->time_base = encoder_.context().time_base;
     stream_->avg_frame_rate = encoder_.context().framerate;
+    for (const auto &[name, value] : file.options) options_.set(name, value);
     require(avformat_write_header(muxer, options_.get()));
+    requireFrameRate();
   }
 
   void write(std::int64_t frame, const Image &image) override {
@@ -83,6 +91,8 @@ class MovieWriter : public Writer {
     output_.commit();
   }
 
+  Losses losses() const override { return encoder_.losses(); }
+
  private:
   Encoder::Sink sink() {
     return [this](AVPacket &packet) {
@@ -90,6 +100,13 @@ class MovieWriter : public Writer {
       av_packet_rescale_ts(&packet, encoder_.context().time_base, stream_->time_base);
       require(av_interleaved_write_frame(muxer_.get(), &packet));
     };
+  }
+
+  /// Some containers count time in steps that are coarser than the frames.
+  void requireFrameRate() {
+    const AVRational most = av_inv_q(stream_->time_base);
+    if (av_cmp_q(stream_->avg_frame_rate, most) > 0)
+      failWriting(path_, "it can hold no more than " + std::to_string(most.num / most.den) + " frames per second");
   }
 
   void require(int result) {
@@ -119,6 +136,12 @@ bool Writer::holdsManyFrames(const std::string &path) {
   return formatOf(path).isMovie() || FramePattern(path).isNumbered();
 }
 
-bool Writer::isDeep(const std::string &path) { return formatOf(path).isDeep; }
+bool Writer::isDeep(const std::string &path, const std::string &codec) {
+  return formatOf(path).codec(codec, path).isDeep;
+}
+
+bool Writer::holdsAlpha(const std::string &path, const std::string &codec) {
+  return formatOf(path).codec(codec, path).alpha != AlphaUse::OverBlack;
+}
 
 }  // namespace pyrelux::media

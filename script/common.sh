@@ -7,14 +7,14 @@ program_packages=(
   libgnustep-base-dev libgnustep-gui-dev
   libegl-dev libegl1 libegl-mesa0 libgl1-mesa-dri
   libavformat-dev libavcodec-dev libavutil-dev libswscale-dev
-  libpango1.0-dev libcairo2-dev fonts-dejavu-core
+  libpango1.0-dev libcairo2-dev fonts-dejavu-core libimagequant-dev
   libfftw3-dev
   frei0r-plugins-dev
   libcli11-dev nlohmann-json3-dev libxxhash-dev
 )
 
 # What the tests and benchmarks need besides: a second compiler, the frameworks, and a backend for AppKit's buttons.
-test_packages=(clang libgtest-dev libgmock-dev libbenchmark-dev python3-jsonschema gnustep-back0.29-cairo ffmpeg)
+test_packages=(clang libgtest-dev libgmock-dev libbenchmark-dev libwebp-dev python3-jsonschema gnustep-back0.29-cairo ffmpeg)
 
 # To run the kernels for ARM here.
 arm_packages=(g++-aarch64-linux-gnu qemu-user googletest)

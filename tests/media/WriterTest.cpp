@@ -4,6 +4,8 @@
 #include <filesystem>
 #include <functional>
 
+#include "Encoder.h"
+#include "FileFormat.h"
 #include "TestFiles.h"
 #include "Unprivileged.h"
 
@@ -55,21 +57,56 @@ class FullDisk {
 };
 
 TEST_F(WriterTest, KnowsWhatExtensionsMean) {
-  for (const char *many : {"a.mov", "a.mkv", "a.MP4", "a.%d.png", "a.##.exr"})
+  for (const char *many : {"a.mov", "a.mkv", "a.MP4", "a.webm", "a.apng", "a.webp", "a.gif", "a.%d.png", "a.##.exr"})
     EXPECT_TRUE(Writer::holdsManyFrames(many)) << many;
   for (const char *one : {"a.png", "a.EXR", "100%.png", "a%%d.png", "a%d/b.png"})
     EXPECT_FALSE(Writer::holdsManyFrames(one)) << one;
-  for (const char *deep : {"a.exr", "a.mov", "a.##.exr"}) EXPECT_TRUE(Writer::isDeep(deep)) << deep;
+  for (const char *deep : {"a.exr", "a.tif", "a.##.TIFF", "a.mov", "a.##.exr"})
+    EXPECT_TRUE(Writer::isDeep(deep)) << deep;
   for (const char *shallow : {"a.png", "a.mkv", "a.mp4"}) EXPECT_FALSE(Writer::isDeep(shallow)) << shallow;
 }
 
 TEST_F(WriterTest, UnknownExtension) {
-  expectCause("x.gif", "the extension '.gif' is not one of .png .exr .mov .mkv .mp4");
-  expectCause("x", "it has no extension; it needs one of .png .exr .mov .mkv .mp4");
-  EXPECT_EQ(messageOf([] { Writer::isDeep("x.gif"); }),
-            "cannot write 'x.gif': the extension '.gif' is not one of .png .exr .mov .mkv .mp4");
-  EXPECT_EQ(messageOf([] { Writer::holdsManyFrames("x.gif"); }),
-            "cannot write 'x.gif': the extension '.gif' is not one of .png .exr .mov .mkv .mp4");
+  const std::string known = ".png .tif .tiff .exr .mov .mkv .mp4 .webm .apng .webp .gif";
+  expectCause("x.jpg", "the extension '.jpg' is not one of " + known);
+  expectCause("x", "it has no extension; it needs one of " + known);
+  const std::string message = "cannot write 'x.jpg': the extension '.jpg' is not one of " + known;
+  EXPECT_EQ(messageOf([] { Writer::isDeep("x.jpg"); }), message);
+  EXPECT_EQ(messageOf([] { Writer::holdsAlpha("x.jpg"); }), message);
+  EXPECT_EQ(messageOf([] { Writer::holdsManyFrames("x.jpg"); }), message);
+}
+
+TEST_F(WriterTest, UnknownCodec) {
+  const auto expect = [this](const char *name, const char *codec, const std::string &cause) {
+    OutputFormat format{4, 4, 8, {}};
+    format.codec = codec;
+    expectCause(name, cause, format);
+    EXPECT_EQ(messageOf([&] { Writer::isDeep(path(name), codec); }), "cannot write '" + path(name) + "': " + cause);
+  };
+  expect("x.mp4", "prores", "the codec 'prores' is not one that .mp4 holds: h264 h265");
+  expect("x.MOV", "ffv1", "the codec 'ffv1' is not one that .mov holds: prores h264 h265");
+  expect("x.exr", "Half", "the codec 'Half' is not one that .exr holds: half float");
+  expect("x.png", "h264", "the codec 'h264' is not one that .png holds: png");
+  EXPECT_TRUE(names().empty());
+}
+
+TEST_F(WriterTest, KnowsWhatCodecsHold) {
+  EXPECT_TRUE(Writer::holdsAlpha("a.mov"));
+  EXPECT_FALSE(Writer::holdsAlpha("a.mov", "h265"));
+  EXPECT_FALSE(Writer::holdsAlpha("a.gif"));
+  EXPECT_TRUE(Writer::isDeep("a.exr", "float"));
+  EXPECT_FALSE(Writer::isDeep("a.mov", "h264"));
+}
+
+TEST_F(WriterTest, MissingEncoder) {
+  Codec codec = formatOf("a.png").codec("", "a.png");
+  codec.encoder = "none";
+  Dictionary options;
+  EXPECT_THROW(Encoder("a.png", codec, false, {4, 4, 8, {}}, options), EncoderError);
+  EXPECT_EQ(messageOf([&] {
+              Encoder("a.png", codec, false, {4, 4, 8, {}}, options);
+            }),
+            "cannot write 'a.png': the installed FFmpeg lacks the encoder 'none'");
 }
 
 TEST_F(WriterTest, NoSuchFolder) {
@@ -101,7 +138,8 @@ TEST_F(WriterTest, NotPermitted) {
 }
 
 TEST_F(WriterTest, ImpossibleSizesAndRates) {
-  for (const char *name : {"x.png", "x.exr", "x.mov", "x.mkv", "x.mp4"}) {
+  for (const char *name :
+       {"x.png", "x.tiff", "x.exr", "x.mov", "x.mkv", "x.mp4", "x.webm", "x.apng", "x.webp", "x.gif"}) {
     expectCause(name, "pictures of 0x5 pixels cannot be encoded", {0, 5, 8, {}});
     expectCause(name, "pictures of 5x-1 pixels cannot be encoded", {5, -1, 8, {}});
     expectCause(name, "pictures of 1000000x1000000 pixels cannot be encoded", {1000000, 1000000, 8, {}});
@@ -125,7 +163,8 @@ TEST_F(WriterTest, WhatFailsIsToldApart) {
 }
 
 TEST_F(WriterTest, PictureOfAnotherSize) {
-  for (const char *name : {"x.png", "x.%d.exr", "x.mov", "x.mkv", "x.mp4"}) {
+  for (const char *name :
+       {"x.png", "x.tiff", "x.%d.exr", "x.mov", "x.mkv", "x.mp4", "x.webm", "x.apng", "x.webp", "x.gif"}) {
     const auto writer = Writer::open(path(name), {4, 5, 8, {}});
     EXPECT_EQ(messageOf([&] { writer->write(1, picture()); }),
               "cannot write '" + path(name) + "': a picture of 4x4 pixels was given for one of 4x5 pixels");
@@ -149,7 +188,8 @@ TEST_F(WriterTest, NoFrames) {
 }
 
 TEST_F(WriterTest, FinalNameAppearsWithFinish) {
-  for (const char *name : {"x.png", "x.exr", "x.mov", "x.mkv", "x.mp4"}) {
+  for (const char *name :
+       {"x.png", "x.tiff", "x.exr", "x.mov", "x.mkv", "x.mp4", "x.webm", "x.apng", "x.webp", "x.gif"}) {
     const auto writer = Writer::open(path(name), {4, 4, 8, {}});
     writer->write(1, picture());
     EXPECT_FALSE(std::filesystem::exists(path(name)));
@@ -163,7 +203,8 @@ TEST_F(WriterTest, FinalNameAppearsWithFinish) {
 }
 
 TEST_F(WriterTest, UnfinishedLeavesNothing) {
-  for (const char *name : {"x.png", "x.exr", "x.mov", "x.mkv", "x.mp4"}) {
+  for (const char *name :
+       {"x.png", "x.tiff", "x.exr", "x.mov", "x.mkv", "x.mp4", "x.webm", "x.apng", "x.webp", "x.gif"}) {
     Writer::open(path(name), {4, 4, 8, {}});
     Writer::open(path(name), {4, 4, 8, {}})->write(1, picture());
     EXPECT_TRUE(names().empty()) << name;
@@ -196,7 +237,8 @@ TEST_F(WriterTest, TwoWritersOfOneNameDoNotMix) {
 TEST_F(WriterTest, FullDiskIsNoticedAndLeavesNothing) {
   // Noise that no encoder makes small.
   const Image noise = deepStraightPicture(200, 200);
-  for (const char *name : {"x.png", "x.%d.png", "x.exr", "x.mov", "x.mkv", "x.mp4"}) {
+  for (const char *name :
+       {"x.png", "x.tiff", "x.%d.png", "x.exr", "x.mov", "x.mkv", "x.mp4", "x.webm", "x.apng", "x.webp", "x.gif"}) {
     const std::string message = messageOf([&] {
       const FullDisk fullDisk(4096);
       write(path(name), formatFor(noise, 16), {noise, noise, noise});
