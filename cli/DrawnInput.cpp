@@ -1,12 +1,12 @@
 #include "DrawnInput.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
+#include "Colour.h"
 #include "FrameRange.h"
-#include "HostError.h"
 #include "Message.h"
-#include "ParameterText.h"
 #include "PictureSize.h"
 #include "TestPattern.h"
 #include "Title.h"
@@ -15,19 +15,9 @@ namespace pyrelux::cli {
 
 namespace {
 
-/// Like the colours that --set takes.
-std::array<double, 3> parseColour(const std::string &text) {
-  host::ParameterDeclaration colour;
-  colour.kind = host::ParameterKind::Colour;
-  colour.key = colour.label = "Text Color";
-  try {
-    const host::ParameterValue value = host::parseValue(colour, text);
-    if (std::all_of(value.begin(), value.end(), [](double level) { return level >= 0.0 && level <= 1.0; }))
-      return value;
-  } catch (const host::HostError &error) {
-    throw UsageError(error.what());
-  }
-  throw UsageError("'" + colour.slug() + "' can't be '" + text + "': its levels are in 0..1");
+std::array<double, 3> parseTextColour(const std::string &text) {
+  if (const auto colour = parseColour("text-color", text)) return *colour;
+  throw UsageError("'text-color' can't be '" + text + "': it takes a colour, #rrggbb or r,g,b in 0..1");
 }
 
 /// With line feeds for the "\n" that people type where a line feed is hard to.
@@ -45,7 +35,7 @@ Image drawInput(const RenderOptions &options, bool isDeep) {
   Title title;
   title.text = withLineFeeds(*options.text);
   title.font = options.font;
-  if (options.textColour) title.colour = parseColour(*options.textColour);
+  if (options.textColour) title.colour = parseTextColour(*options.textColour);
   title.width = size.width;
   title.height = size.height;
   title.isDeep = isDeep;

@@ -17,6 +17,7 @@
 #include "Progress.h"
 #include "ProjectFile.h"
 #include "RenderInput.h"
+#include "RenderOutput.h"
 #include "Renderers.h"
 #include "Timeline.h"
 
@@ -25,11 +26,13 @@ namespace pyrelux::cli {
 namespace {
 
 /// All that a picture depends on but the input and the frame, as JSON.
-std::string settingsText(const host::ParameterSet &parameters, const media::OutputFormat &format,
-                         const host::FrameSettings &settings, std::int32_t rendererId) {
+std::string settingsText(const std::string &output, const host::ParameterSet &parameters,
+                         const media::OutputFormat &format, const host::FrameSettings &settings,
+                         std::int32_t rendererId) {
   nlohmann::ordered_json json = {{"pyrelux", PYRELUX_VERSION},
                                  {"renderer", host::rendererName(rendererId)},
                                  {"bits", format.bits},
+                                 {"output", output},
                                  {"pixelAspect", settings.pixelAspect}};
   Project project;
   project.parameters = parametersInForce(parameters);
@@ -45,7 +48,7 @@ int render(const RenderOptions &given) {
   const Project project = loadProject(given, filter.parameters().declarations());
   const RenderOptions options = withProject(given, project);
   const bool manyFrames = media::Writer::holdsManyFrames(options.output);
-  const int bits = options.bits ? std::stoi(*options.bits) : media::Writer::isDeep(options.output) ? 16 : 8;
+  const int bits = chooseBits(options);
   applyLook(filter.parameters(), options, project, bits);
 
   const auto reader = openInput(options, bits);
@@ -60,11 +63,7 @@ int render(const RenderOptions &given) {
   refuseToReplaceInput(options, input, frames);
   refuseToReplaceOutput(options, frames);
 
-  media::OutputFormat format;
-  format.width = input.width;
-  format.height = input.height;
-  format.bits = bits;
-  format.frameRate = options.fps ? parseFrameRate(*options.fps) : input.frameRate;
+  const media::OutputFormat format = chooseFormat(options, input, bits);
 
   const std::int32_t rendererId = host::chooseRenderer(options.backend);
   host::FrameRenderer renderer(rendererId);
@@ -76,11 +75,12 @@ int render(const RenderOptions &given) {
 
   std::optional<Manifest> manifest;
   if (media::FramePattern(options.output).isNumbered())
-    manifest.emplace(options.output, settingsText(filter.parameters(), format, settings, rendererId));
+    manifest.emplace(options.output,
+                     settingsText(outputText(options, frames), filter.parameters(), format, settings, rendererId));
 
   // From the time on when there is something half written.
   const Interruption interruption;
-  const auto writer = media::Writer::open(options.output, format);
+  const auto writer = openOutput(options, format, input, frames);
   if (options.saveProject) saveProject(options, filter.parameters(), frames, format.frameRate);
   std::optional<Progress> progress(std::in_place, options.progress, frames.count());
   // Stills burn from frame 1.
@@ -107,6 +107,7 @@ int render(const RenderOptions &given) {
   const bool isInterrupted = sink.done() < frames.count();
   if (!isInterrupted || sink.done() > 0) sink.finish();
   progress.reset();
+  if (!options.quiet) sayLosses(writer->losses());
   if (options.verbose && options.resume)
     say(std::to_string(sink.kept()) + " of " + std::to_string(frames.count()) + " frames were there already");
   if (sink.failed() > 0)

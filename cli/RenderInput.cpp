@@ -42,10 +42,10 @@ FrameList chooseFrames(const RenderOptions &options, const media::InputInfo &inp
   return wanted;
 }
 
-void refuseToReplaceInput(const RenderOptions &options, const media::InputInfo &input, const FrameList &frames) {
-  if (!options.input) return;
-  const media::FramePattern from(*options.input);
-  const media::FramePattern to(options.output);
+void refuseToReplace(const std::string &source, const media::InputInfo &info, const std::string &what,
+                     const std::string &output, const FrameList &frames) {
+  const media::FramePattern from(source);
+  const media::FramePattern to(output);
   std::set<std::pair<std::uintmax_t, std::uintmax_t>> inputs;
   const auto identity = [](const std::string &path) {
     struct stat status = {};
@@ -53,22 +53,26 @@ void refuseToReplaceInput(const RenderOptions &options, const media::InputInfo &
     return exists ? std::optional(std::pair<std::uintmax_t, std::uintmax_t>(status.st_dev, status.st_ino))
                   : std::nullopt;
   };
-  if (input.kind == media::InputKind::Sequence) {
-    for (std::int64_t frame = input.firstFrame; frame <= input.lastFrame; ++frame)
+  if (info.kind == media::InputKind::Sequence) {
+    for (std::int64_t frame = info.firstFrame; frame <= info.lastFrame; ++frame)
       if (const auto file = identity(from.path(frame))) inputs.insert(*file);
-  } else if (const auto file = identity(*options.input)) {
+  } else if (const auto file = identity(source)) {
     inputs.insert(*file);
   }
   const auto check = [&](const std::string &path) {
     const auto file = identity(path);
-    if (file && inputs.count(*file)) throw UsageError("the output '" + path + "' would replace the input");
+    if (file && inputs.count(*file)) throw UsageError("the output '" + path + "' would replace the " + what);
   };
-  check(options.output);
+  check(output);
   if (to.isNumbered())
     frames.forEach([&](std::int64_t frame) {
       check(to.path(frame));
       return true;
     });
+}
+
+void refuseToReplaceInput(const RenderOptions &options, const media::InputInfo &input, const FrameList &frames) {
+  if (options.input) refuseToReplace(*options.input, input, "input", options.output, frames);
 }
 
 void refuseToReplaceOutput(const RenderOptions &options, const FrameList &frames) {

@@ -32,6 +32,35 @@ void addSaveProjectOption(CLI::App &command, RenderOptions &options) {
       ->group(lookGroup);
 }
 
+void addOutputOptions(CLI::App &command, RenderOptions &options) {
+  command
+      .add_option("-o,--output", options.output,
+                  "Where to: .png .tif .exr (%04d or #### for a sequence), .mov .mkv .mp4 .webm (movies), .apng .webp "
+                  ".gif (animations)")
+      ->type_name("FILE")
+      ->required()
+      ->group(outputGroup);
+  command
+      .add_option("--codec", options.codec,
+                  "How it is stored: .mov prores, h264 or h265; .mkv ffv1 (lossless), h264 or h265; .mp4 h264 or h265; "
+                  ".exr half or float; .webp lossy or lossless (default: the first of them)")
+      ->type_name("NAME")
+      ->group(outputGroup);
+  command
+      .add_option("--alpha", options.alpha,
+                  "What colour means in the output: straight, or premultiplied, which keeps the glow (default: "
+                  "premultiplied for .exr, else straight)")
+      ->check(CLI::IsMember({"straight", "premultiplied"}))
+      ->option_text("KIND")
+      ->group(outputGroup);
+  command
+      .add_option("--over", options.over,
+                  "Lay the fire over a colour, #rrggbb or r,g,b in 0..1, or over a picture, sequence or movie of the "
+                  "same size (default: black for H.264, H.265 and .gif, which have no alpha; else nothing)")
+      ->type_name("COLOR|FILE")
+      ->group(outputGroup);
+}
+
 }  // namespace
 
 void addInputOptions(CLI::App &command, RenderOptions &options) {
@@ -107,13 +136,7 @@ void addRenderOptions(CLI::App &command, RenderOptions &options) {
   addInputOptions(command, options);
   addLookOptions(command, options);
   addSaveProjectOption(command, options);
-  command
-      .add_option("-o,--output", options.output,
-                  "Where to: .png .exr (%04d or #### for a sequence), .mov (ProRes 4444), .mkv (FFV1, lossless), "
-                  ".mp4 (H.264 over black)")
-      ->type_name("FILE")
-      ->required()
-      ->group(outputGroup);
+  addOutputOptions(command, options);
   command
       .add_option("--frames", options.frames,
                   "Frames to render, 7, 1-48, 1-240x2 (every second one) or 1,5,9-12; frame N is rendered at time N, "
@@ -128,7 +151,7 @@ void addRenderOptions(CLI::App &command, RenderOptions &options) {
       ->group(outputGroup);
   command
       .add_option("--bits", options.bits,
-                  "Bits per channel of drawing and output, 8 or 16 (default: 16 for .exr and .mov, else 8)")
+                  "Bits per channel of drawing and output, 8 or 16 (default: 16 for .tif, .exr and ProRes, else 8)")
       ->check(CLI::IsMember({"8", "16"}))
       ->option_text("BITS")
       ->group(outputGroup);
@@ -154,7 +177,12 @@ void addRenderOptions(CLI::App &command, RenderOptions &options) {
       ->group(messagesGroup);
   command
       .add_flag_callback(
-          "--quiet", [&options] { options.progress = "none"; }, "The same as --progress none")
+          "--quiet",
+          [&options] {
+            options.progress = "none";
+            options.quiet = true;
+          },
+          "Nothing on standard error but failures: no progress, no remarks")
       ->group(messagesGroup);
   command.add_flag("--verbose", options.verbose, "Say what draws, on standard error")->group(messagesGroup);
 }

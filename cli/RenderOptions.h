@@ -19,6 +19,9 @@ struct RenderOptions {
   std::optional<std::string> textColour;   ///< otherwise white
   std::optional<std::string> size;         ///< of what is drawn, WIDTHxHEIGHT; otherwise 1920x1080
   std::string output;
+  std::string codec;                       ///< empty for the usual one of the output's extension
+  std::optional<std::string> alpha;        ///< straight or premultiplied; otherwise the codec's custom
+  std::optional<std::string> over;         ///< a colour or a file; otherwise nothing, or black where there is no alpha
   std::optional<std::string> frames;       ///< otherwise all of the input's, or a default for stills
   std::optional<std::string> fps;          ///< otherwise the input's, or 24
   std::optional<std::string> preset;       ///< a look's name
@@ -28,6 +31,7 @@ struct RenderOptions {
   std::optional<std::string> bits;         ///< 8 or 16; otherwise what the output's format holds
   std::string backend = "auto";
   std::string progress = "auto";  ///< one of progressNames()
+  bool quiet = false;             ///< nothing on standard error but failures
   bool verbose = false;
   bool overwrite = false;  ///< replace what is there
   bool resume = false;     ///< keep what is there and right

@@ -75,6 +75,12 @@ class MovieWriter : public Writer {
     for (const auto &[name, value] : file.options) options_.set(name, value);
     require(avformat_write_header(muxer, options_.get()));
     requireFrameRate();
+    isOpen_ = true;
+  }
+
+  ~MovieWriter() override {
+    // GIF's muxer frees what it holds back in no other place.
+    if (isOpen_ && std::string(muxer_->oformat->name) == "gif") av_write_trailer(muxer_.get());
   }
 
   void write(std::int64_t frame, const Image &image) override {
@@ -87,6 +93,7 @@ class MovieWriter : public Writer {
   void finish() override {
     if (!hasFrames_) failWriting(path_, causeNoFrame);
     encoder_.flush(sink());
+    isOpen_ = false;
     require(av_write_trailer(muxer_.get()));
     output_.commit();
   }
@@ -120,6 +127,7 @@ class MovieWriter : public Writer {
   MuxerPtr muxer_;
   AVStream *stream_ = nullptr;
   bool hasFrames_ = false;
+  bool isOpen_ = false;  // a header is written, and no trailer yet
 };
 
 }  // namespace

@@ -49,7 +49,10 @@ TEST_F(Help, OfRenderExplainsEveryOptionWithItsUnit) {
       {"--text-color", {"COLOR", "#rrggbb", "0..1", "default: white"}},
       {"--input-test-pattern", {"NAME", "bars", "checker", "circle", "ramp", "title"}},
       {"--size", {"WIDTHxHEIGHT", "pixels", "default: 1920x1080"}},
-      {"-o,--output", {"FILE", ".png", ".exr", ".mov", ".mkv", ".mp4", "ProRes 4444", "FFV1", "H.264"}},
+      {"-o,--output", {"FILE", ".png", ".tif", ".exr", ".mov", ".mkv", ".mp4", ".webm", ".apng", ".webp", ".gif"}},
+      {"--codec", {"NAME", "prores", "ffv1", "h264", "h265", "half", "float", "lossless", "default"}},
+      {"--alpha", {"KIND", "straight", "premultiplied", "default"}},
+      {"--over", {"COLOR|FILE", "#rrggbb", "0..1", "sequence", "default: black"}},
       {"--frames", {"RANGE", "1-48", "frame N is rendered at time N", "default"}},
       {"--fps", {"RATE", "Frames per second", "30000/1001", "default", "24"}},
       {"--set", {"NAME=VALUE", "repeated", "units"}},
@@ -59,7 +62,7 @@ TEST_F(Help, OfRenderExplainsEveryOptionWithItsUnit) {
       {"--project", {"FILE", "keyframes", "docs/project.md", "exit code 3"}},
       {"--save-project", {"FILE", "before the first frame", ".json"}},
       {"--progress", {"KIND", "json", "standard output", "terminal", "seconds_left"}},
-      {"--quiet", {"progress"}},
+      {"--quiet", {"progress", "remarks"}},
       {"-h,--help", {"help"}},
   };
   for (const auto &row : rows)

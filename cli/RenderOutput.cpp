@@ -1,0 +1,133 @@
+#include "RenderOutput.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <utility>
+
+#include "Colour.h"
+#include "FramePattern.h"
+#include "Message.h"
+#include "Over.h"
+#include "RenderInput.h"
+
+namespace pyrelux::cli {
+
+namespace {
+
+/// What the frames are laid over.
+class Background {
+ public:
+  explicit Background(const std::array<double, 3> &colour) : colour_(colour) {}
+  explicit Background(std::unique_ptr<media::Reader> reader) : reader_(std::move(reader)) {}
+
+  /// Throws media::InputError.
+  Image under(std::int64_t frame, const Image &front) {
+    if (!reader_) return over(front, colour_);
+    // A still is the same behind every frame.
+    if (back_.sampleCount() == 0 || reader_->info().kind != media::InputKind::Still)
+      back_ = premultiplied(toFloat(reader_->read(frame)));
+    return over(front, back_);
+  }
+
+ private:
+  std::array<double, 3> colour_{};
+  std::unique_ptr<media::Reader> reader_;  // null for a colour
+  Image back_;
+};
+
+std::string sizeText(const media::InputInfo &info) {
+  return std::to_string(info.width) + "x" + std::to_string(info.height);
+}
+
+Background openBackground(const RenderOptions &options, const media::InputInfo &input, const FrameList &frames) {
+  const std::string &text = *options.over;
+  if (const auto colour = parseColour("over", text)) return Background(*colour);
+  auto reader = media::Reader::open(text);
+  const media::InputInfo &info = reader->info();
+  if (info.width != input.width || info.height != input.height)
+    throw UsageError("the background '" + text + "' is " + sizeText(info) + " pixels, the input " + sizeText(input) +
+                     "; they have to be of one size");
+  if (info.kind != media::InputKind::Still && (frames.first() < info.firstFrame || frames.last() > info.lastFrame))
+    throw UsageError("the background '" + text + "' has the frames " + std::to_string(info.firstFrame) + "-" +
+                     std::to_string(info.lastFrame) + ", which are not all of those to render");
+  refuseToReplace(text, info, "background", options.output, frames);
+  return Background(std::move(reader));
+}
+
+/// Lays frames over a background before another writer gets them.
+class OverWriter : public media::Writer {
+ public:
+  OverWriter(Background background, std::unique_ptr<media::Writer> writer)
+      : background_(std::move(background)), writer_(std::move(writer)) {}
+
+  void write(std::int64_t frame, const Image &image) override {
+    writer_->write(frame, background_.under(frame, image));
+  }
+  void finish() override { writer_->finish(); }
+  media::Losses losses() const override { return writer_->losses(); }
+
+ private:
+  Background background_;
+  std::unique_ptr<media::Writer> writer_;
+};
+
+std::string counted(std::int64_t count, const std::string &what) {
+  return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
+}  // namespace
+
+int chooseBits(const RenderOptions &options) {
+  const bool isDeep = media::Writer::isDeep(options.output, options.codec);
+  return options.bits ? std::stoi(*options.bits) : isDeep ? 16 : 8;
+}
+
+media::OutputFormat chooseFormat(const RenderOptions &options, const media::InputInfo &input, int bits) {
+  media::OutputFormat format;
+  format.width = input.width;
+  format.height = input.height;
+  format.bits = bits;
+  format.frameRate = options.fps ? parseFrameRate(*options.fps) : input.frameRate;
+  format.codec = options.codec;
+  if (options.alpha) {
+    if (!media::Writer::holdsAlpha(options.output, options.codec))
+      throw UsageError("'--alpha' is of no use for '" + options.output + "', which holds no alpha");
+    format.alpha = *options.alpha == "straight" ? Alpha::Straight : Alpha::Premultiplied;
+  }
+  return format;
+}
+
+std::unique_ptr<media::Writer> openOutput(const RenderOptions &options, const media::OutputFormat &format,
+                                          const media::InputInfo &input, const FrameList &frames) {
+  if (!options.over) return media::Writer::open(options.output, format);
+  Background background = openBackground(options, input, frames);
+  return std::make_unique<OverWriter>(std::move(background), media::Writer::open(options.output, format));
+}
+
+std::string outputText(const RenderOptions &options, const FrameList &frames) {
+  std::string text = "codec " + options.codec + " alpha " + options.alpha.value_or("");
+  if (!options.over) return text;
+  auto newest = std::filesystem::file_time_type::min();
+  const auto look = [&newest](const std::string &path) {
+    std::error_code error;
+    const auto time = std::filesystem::last_write_time(path, error);
+    if (!error) newest = std::max(newest, time);
+  };
+  look(*options.over);
+  const media::FramePattern pattern(*options.over);
+  frames.forEach([&](std::int64_t frame) {
+    look(pattern.path(frame));
+    return pattern.isNumbered();
+  });
+  return text + " over " + *options.over + " of " + std::to_string(newest.time_since_epoch().count());
+}
+
+void sayLosses(const media::Losses &losses) {
+  if (losses.clippedPixels == 0) return;
+  const bool isOne = losses.clippedPixels == 1;
+  say(counted(losses.clippedPixels, "pixel") + " in " + counted(losses.clippedFrames, "frame") +
+      (isOne ? " is brighter than its alpha and was" : " are brighter than their alpha and were") +
+      " cut to fit straight alpha; --alpha premultiplied or an .exr keeps the glow");
+}
+
+}  // namespace pyrelux::cli

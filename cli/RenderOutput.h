@@ -1,0 +1,31 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "FrameRange.h"
+#include "Media.h"
+#include "RenderOptions.h"
+
+namespace pyrelux::cli {
+
+/// The bits per channel to draw with: those asked for, or what suits the output. Throws media::OutputError for an
+/// extension or codec that does not exist.
+int chooseBits(const RenderOptions &options);
+
+/// How the options ask for it to be stored. Throws UsageError.
+media::OutputFormat chooseFormat(const RenderOptions &options, const media::InputInfo &input, int bits);
+
+/// Opens the output for these frames of the input. The writer lays them over the background, if there is one. Throws
+/// UsageError, media::MediaError.
+std::unique_ptr<media::Writer> openOutput(const RenderOptions &options, const media::OutputFormat &format,
+                                          const media::InputInfo &input, const FrameList &frames);
+
+/// What the pictures of an output depend on besides what is drawn and its depth. Of a background file it holds the time
+/// of its last change.
+std::string outputText(const RenderOptions &options, const FrameList &frames);
+
+/// Tells what the output does not keep, if there is any such thing.
+void sayLosses(const media::Losses &losses);
+
+}  // namespace pyrelux::cli

@@ -1,0 +1,205 @@
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "CliTest.h"
+
+namespace pyrelux::cli::test {
+namespace {
+
+/// --codec, --alpha and --over.
+class OutputOption : public CliTest {
+ protected:
+  OutputOption() { save(path("title.png"), titlePng(testWidth, testHeight)); }
+
+  void expectUsageError(const Words &arguments, const Words &words) const {
+    const Result result = pyrelux(arguments);
+    expectRefusal(result, words);
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(names(""), (Words{"title.png"}));
+  }
+
+  std::vector<float> floats(const std::string &name) const {
+    const std::string bytes = decoded(name, "gbrapf32le");
+    std::vector<float> samples(bytes.size() / sizeof(float));
+    std::memcpy(samples.data(), bytes.data(), samples.size() * sizeof(float));
+    return samples;
+  }
+};
+
+std::vector<int> levelsOf(const std::string &bytes) {
+  std::vector<int> levels;
+  for (const char byte : bytes) levels.push_back(static_cast<unsigned char>(byte));
+  return levels;
+}
+
+TEST_F(OutputOption, CodecChoosesWhatTheMovieHolds) {
+  const struct {
+    const char *output;
+    const char *codec;
+    const char *name;
+    const char *pixels;
+  } rows[] = {{"fire.mov", "prores", "prores", "yuva444p12le"}, {"fire.mov", "h264", "h264", "yuv420p"},
+              {"fire.mkv", "h265", "hevc", "yuv420p"},          {"fire.mp4", "h265", "hevc", "yuv420p"},
+              {"fire.webm", "vp9", "vp9", "yuv420p"},           {"fire.mkv", "ffv1", "ffv1", "bgra"}};
+  for (const auto &row : rows) {
+    SCOPED_TRACE(std::string(row.output) + " " + row.codec);
+    render("title.png", row.output, {"--frames", "1-2", "--codec", row.codec});
+    const nlohmann::json stream = probe(row.output);
+    EXPECT_EQ(stream.at("codec_name"), row.name);
+    EXPECT_EQ(stream.at("pix_fmt"), row.pixels);
+    EXPECT_EQ(stream.at("nb_read_frames"), "2");
+    if (std::string(row.codec) == "ffv1") continue;  // holds RGB
+    EXPECT_EQ(stream.at("color_space"), "bt709");
+    EXPECT_EQ(stream.at("color_primaries"), "bt709");
+    EXPECT_EQ(stream.at("color_transfer"), "bt709");
+    // ProRes has one range and no word for it.
+    if (std::string(row.codec) != "prores") {
+      EXPECT_EQ(stream.at("color_range"), "tv");
+    }
+  }
+}
+
+TEST_F(OutputOption, DepthFollowsTheCodec) {
+  render("title.png", "fire.mov", {"--frames", "1", "--codec", "h264"});
+  render("title.png", "shallow.mov", {"--frames", "1", "--codec", "h264", "--bits", "8"});
+  EXPECT_EQ(load(path("fire.mov")), load(path("shallow.mov")));
+  render("title.png", "fire.mp4", {"--frames", "1", "--codec", "h265", "--bits", "16"});
+  EXPECT_EQ(probe("fire.mp4").at("pix_fmt"), "yuv420p10le");
+  render("title.png", "fire.tif");
+  EXPECT_EQ(probe("fire.tif").at("pix_fmt"), "rgba64le");
+  render("title.png", "fire.tif", {"--bits", "8"});
+  EXPECT_EQ(probe("fire.tif").at("pix_fmt"), "rgba");
+}
+
+TEST_F(OutputOption, AnUnknownCodecIsAnOutputsFault) {
+  const Result result = pyrelux(renderWords("title.png", "fire.mp4", {"--codec", "prores"}));
+  expectRefusal(result, {"cannot write 'fire.mp4'", "'prores'", ".mp4", "h264 h265"});
+  EXPECT_EQ(result.exitCode, 4);
+  EXPECT_EQ(names(""), (Words{"title.png"}));
+}
+
+TEST_F(OutputOption, PremultipliedKeepsTheGlow) {
+  render("title.png", "fire.exr", {"--codec", "float", "--bits", "8"});
+  render("title.png", "premultiplied.png", {"--alpha", "premultiplied"});
+  const std::vector<int> levels = levelsOf(decoded("premultiplied.png", "rgba"));
+  const std::vector<float> exact = floats("fire.exr");
+  ASSERT_EQ(exact.size(), levels.size());
+  // The floats come plane by plane.
+  const std::size_t planes[] = {2, 0, 1, 3};
+  const std::size_t pixels = levels.size() / 4;
+  for (std::size_t sample = 0; sample < levels.size(); ++sample)
+    ASSERT_EQ(levels[sample], std::lround(exact[planes[sample % 4] * pixels + sample / 4] * 255.0f)) << sample;
+}
+
+TEST_F(OutputOption, TheGlowThatIsLostIsCountedOnce) {
+  render("title.png", "fire_%d.png", {"--frames", "1-2", "--alpha", "premultiplied"});
+  std::size_t pixels = 0;
+  for (const char *name : {"fire_1.png", "fire_2.png"}) {
+    const std::vector<int> levels = levelsOf(decoded(name, "rgba"));
+    for (std::size_t pixel = 0; pixel < levels.size(); pixel += 4)
+      pixels += *std::max_element(&levels[pixel], &levels[pixel] + 3) > levels[pixel + 3];
+  }
+  ASSERT_GT(pixels, 10u);
+  const Result result = pyrelux(renderWords("title.png", "out_%d.png", {"--frames", "1-2"}));
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(result.err, "pyrelux: " + std::to_string(pixels) +
+                            " pixels in 2 frames are brighter than their alpha and were cut to fit straight alpha; "
+                            "--alpha premultiplied or an .exr keeps the glow\n");
+  for (const Words &words : {Words{"--quiet"}, Words{"--alpha", "premultiplied"}, Words{"--over", "#000000"}})
+    EXPECT_EQ(pyrelux(renderWords("title.png", "out_%d.png", Words{"--frames", "1-2"} + words)).err, "");
+  EXPECT_EQ(pyrelux(renderWords("title.png", "out.exr")).err, "");
+  EXPECT_EQ(pyrelux(renderWords("title.png", "out.mp4", {"--frames", "1"})).err, "");
+}
+
+TEST_F(OutputOption, AlphaIsForWhatHoldsIt) {
+  for (const char *output : {"fire.mp4", "fire.gif"})
+    expectUsageError(renderWords("title.png", output, {"--alpha", "straight"}), {"--alpha", output, "holds no alpha"});
+  expectUsageError(renderWords("title.png", "fire.png", {"--alpha", "none"}), {"--alpha", "none"});
+}
+
+TEST_F(OutputOption, OverAColourIsExact) {
+  render("title.png", "fire.png", {"--alpha", "premultiplied"});
+  const std::vector<int> front = levelsOf(decoded("fire.png", "rgba"));
+  // 0.3 is 76.5 levels: rounding it before it shines through would show.
+  const double colour[] = {0.3, 0.0, 1.0};
+  for (const char *text : {"0.3,0,1", "+0.3,0.0,1"}) {
+    render("title.png", "over.png", {"--over", text});
+    const std::vector<int> result = levelsOf(decoded("over.png", "rgba"));
+    for (std::size_t sample = 0; sample < front.size(); ++sample) {
+      const std::size_t channel = sample % 4;
+      const int alpha = front[sample - channel + 3];
+      const double exact = channel == 3 ? 255.0 : front[sample] + (255 - alpha) * colour[channel];
+      // Half a level, and what float adds where the exact value is halfway between two.
+      ASSERT_NEAR(result[sample], std::min(exact, 255.0), 0.5001) << sample;
+    }
+  }
+  render("title.png", "hex.png", {"--over", "#4c00ff"});
+  render("title.png", "list.png", {"--over", "0.2980392156862745,0,1"});
+  EXPECT_EQ(load(path("hex.png")), load(path("list.png")));
+}
+
+TEST_F(OutputOption, OverShowsWhereThereIsNoAlpha) {
+  render("title.png", "fire.mp4", {"--frames", "1", "--over", "#0000ff"});
+  // Fire is far from the upper left corner of the title.
+  const std::vector<int> levels = levelsOf(decoded("fire.mp4", "rgb24"));
+  EXPECT_NEAR(levels[0], 0, 4);
+  EXPECT_NEAR(levels[2], 255, 4);
+  render("title.png", "black.mp4", {"--frames", "1", "--over", "#000000"});
+  render("title.png", "plain.mp4", {"--frames", "1"});
+  EXPECT_EQ(decoded("black.mp4", "rgb24"), decoded("plain.mp4", "rgb24"));
+}
+
+TEST_F(OutputOption, OverAPictureIsExact) {
+  // The background has alpha of its own, which shows where the fire has none.
+  save(path("back.png"), titlePng(testWidth, testHeight, 12));
+  render("title.png", "fire.png", {"--alpha", "premultiplied"});
+  render("title.png", "over.png", {"--over", "back.png", "--alpha", "premultiplied"});
+  const std::vector<int> front = levelsOf(decoded("fire.png", "rgba"));
+  const std::vector<int> back = levelsOf(decoded("back.png", "rgba"));
+  const std::vector<int> result = levelsOf(decoded("over.png", "rgba"));
+  bool backShows = false;
+  for (std::size_t sample = 0; sample < front.size(); ++sample) {
+    const std::size_t alpha = sample - sample % 4 + 3;
+    const double behind = back[sample] * (sample == alpha ? 1.0 : back[alpha] / 255.0);
+    const double exact = std::min(255.0, front[sample] + (255 - front[alpha]) / 255.0 * behind);
+    ASSERT_NEAR(result[sample], exact, 0.5001) << sample;
+    backShows |= front[alpha] == 0 && back[alpha] == 255;
+  }
+  EXPECT_TRUE(backShows);
+}
+
+TEST_F(OutputOption, OverAMovieAndASequenceTakesTheSameFrames) {
+  saveSequence("back", 1, 3);
+  saveMovie("back.mkv", 3);
+  render("title.png", "fire_%d.png", {"--frames", "2-3", "--over", "back_%04d.png"});
+  render("title.png", "movie_%d.png", {"--frames", "2-3", "--over", "back.mkv"});
+  for (const char *frame : {"2", "3"}) {
+    const std::string number(frame);
+    render("title.png", "still.png", {"--frames", number, "--over", "back_000" + number + ".png"});
+    EXPECT_EQ(load(path("fire_" + number + ".png")), load(path("still.png")));
+    EXPECT_EQ(load(path("movie_" + number + ".png")), load(path("still.png")));
+  }
+}
+
+TEST_F(OutputOption, OverRefusesWhatDoesNotFit) {
+  expectUsageError(renderWords("title.png", "fire.png", {"--over", "2,0,0"}), {"'over'", "2,0,0", "0..1"});
+  const Result missing = pyrelux(renderWords("title.png", "fire.png", {"--over", "none.png"}));
+  expectRefusal(missing, {"cannot read 'none.png'", "no such file"});
+  EXPECT_EQ(missing.exitCode, 3);
+  save(path("small.png"), titlePng(32, 18));
+  saveSequence("back", 1, 3);
+  const auto before = contentsOf(path(""));
+  const auto refused = [this](const std::string &output, const Words &more, const Words &words) {
+    const Result result = pyrelux(renderWords("title.png", output, more));
+    expectRefusal(result, words);
+    EXPECT_EQ(result.exitCode, 2);
+  };
+  refused("fire.png", {"--over", "small.png"}, {"'small.png'", "32x18", "64x36"});
+  refused("fire_%d.png", {"--over", "back_%04d.png", "--frames", "2-4"}, {"'back_%04d.png'", "1-3"});
+  refused("back_%04d.png", {"--over", "back_%04d.png", "--frames", "1-3"}, {"back_0001.png", "replace the background"});
+  EXPECT_TRUE(contentsOf(path("")) == before);
+}
+
+}  // namespace
+}  // namespace pyrelux::cli::test
