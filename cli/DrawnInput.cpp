@@ -1,6 +1,5 @@
 #include "DrawnInput.h"
 
-#include <algorithm>
 #include <array>
 #include <utility>
 

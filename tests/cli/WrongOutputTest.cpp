@@ -6,7 +6,10 @@ namespace {
 Words to(const std::string &output) { return renderOf("title.png", output); }
 
 const std::vector<WrongRow> outputs = {
-    {"UnknownExtension", to("out/fire.gif"), wrongOutput, {"out/fire.gif", "'.gif'", ".png .exr .mov .mkv .mp4"}},
+    {"UnknownExtension",
+     to("out/fire.jpg"),
+     wrongOutput,
+     {"out/fire.jpg", "'.jpg'", ".png .tif .tiff .exr .mov .mkv .mp4"}},
     {"NoExtension", to("out/fire"), wrongOutput, {"out/fire", "no extension", ".png"}},
     {"EmptyName", to(""), wrongOutput, {"''", "extension"}},
     {"MissingFolder", to("missing/fire.png"), wrongOutput, {"missing/fire.png", "'missing'", "does not exist"}},
