@@ -23,17 +23,17 @@ class SetSource : public ParameterSource {
  public:
   SetSource(const ParameterSet &set, bool topLeft) : set_(set), topLeft_(topLeft) {}
   bool open() override { return true; }
-  int intValue(std::uint32_t id, double) override { return static_cast<int>(set_.value(id)[0]); }
-  double floatValue(std::uint32_t id, double) override {
+  int intValue(std::uint32_t id, double time) override { return static_cast<int>(set_.value(id, time)[0]); }
+  double floatValue(std::uint32_t id, double time) override {
     const bool angle = id == kDirection || id == kSpread;
-    return angle ? set_.value(id)[0] * std::acos(-1.0) / 180 : set_.value(id)[0];
+    return angle ? set_.value(id, time)[0] * std::acos(-1.0) / 180 : set_.value(id, time)[0];
   }
-  Colour colourValue(std::uint32_t id, double) override {
-    const auto v = set_.value(id);
+  Colour colourValue(std::uint32_t id, double time) override {
+    const auto v = set_.value(id, time);
     return {v[0], v[1], v[2]};
   }
-  Point pointValue(std::uint32_t id, double) override {
-    const auto v = set_.value(id);
+  Point pointValue(std::uint32_t id, double time) override {
+    const auto v = set_.value(id, time);
     return {v[0], topLeft_ ? 1 - v[1] : v[1]};
   }
 
