@@ -1,5 +1,5 @@
 #include <algorithm>
-#include <regex>
+#include <sstream>
 
 #include "CliTest.h"
 
@@ -19,7 +19,12 @@ class Help : public CliTest {
 };
 
 /// The text in one line, as it was before it was broken.
-std::string unbroken(const std::string &text) { return std::regex_replace(text, std::regex("\\s+"), " "); }
+std::string unbroken(const std::string &text) {
+  std::istringstream words(text);
+  std::string line;
+  for (std::string word; words >> word;) line += (line.empty() ? "" : " ") + word;
+  return line;
+}
 
 /// What a help text says of an option.
 std::string lineOf(const std::string &text, const std::string &option) {
