@@ -18,6 +18,14 @@ namespace {
 constexpr FrameRange stillToMovie{1, 48};
 constexpr FrameRange stillToStill{1, 1};
 
+media::InputAlpha inputAlphaOf(const RenderOptions &options) {
+  const std::string name = options.inputAlpha.value_or("auto");
+  if (name == "straight") return media::InputAlpha::Straight;
+  if (name == "premultiplied") return media::InputAlpha::Premultiplied;
+  if (name == "none") return media::InputAlpha::None;
+  return media::InputAlpha::Auto;
+}
+
 }  // namespace
 
 std::unique_ptr<media::Reader> openInput(const RenderOptions &options, int bits) {
@@ -25,7 +33,7 @@ std::unique_ptr<media::Reader> openInput(const RenderOptions &options, int bits)
   if (inputs == 0) throw UsageError("nothing to burn: give an INPUT, --text or --input-test-pattern");
   if (inputs > 1) throw UsageError("INPUT, --text and --input-test-pattern exclude each other: give one of them");
   if (!options.input) return media::Reader::of(drawInput(options, bits > 8));
-  return media::Reader::open(*options.input);
+  return media::Reader::open(*options.input, inputAlphaOf(options));
 }
 
 FrameList chooseFrames(const RenderOptions &options, const media::InputInfo &input, bool manyFrames) {

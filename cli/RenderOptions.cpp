@@ -68,6 +68,16 @@ void addInputOptions(CLI::App &command, RenderOptions &options) {
       command.add_option("INPUT", options.input, "Picture, movie, or numbered sequence with %04d or #### in its name")
           ->type_name("")
           ->group(inputGroup);
+  command
+      .add_option(
+          "--input-alpha", options.inputAlpha,
+          "What an INPUT's colour means where it is not opaque: straight (not multiplied by alpha), premultiplied "
+          "(multiplied), none (alpha is ignored, all is opaque) or auto (EXR premultiplied, TIFF as the file "
+          "says, else straight; the default)")
+      ->check(CLI::IsMember({"auto", "straight", "premultiplied", "none"}))
+      ->option_text("KIND")
+      ->needs(input)
+      ->group(inputGroup);
   CLI::Option *text =
       command
           .add_option("--text", options.text,

@@ -93,6 +93,16 @@ Image toBytes(const Image &image) {
   return result;
 }
 
+void makeOpaque(Image &image) {
+  const auto fill = [](auto &samples, auto one) {
+    for (std::size_t sample = 3; sample < samples.size(); sample += 4) samples[sample] = one;
+  };
+  if (image.isFloat())
+    fill(image.asFloats(), 1.0f);
+  else
+    fill(image.asBytes(), std::uint8_t{255});
+}
+
 Image premultiplied(const Image &image) {
   if (image.alpha() == Alpha::Premultiplied) return image;
   if (!image.isFloat()) return premultipliedBytes(image);

@@ -122,11 +122,24 @@ void requireFrame(const InputInfo &info, std::int64_t frame, const std::string &
 
 Alpha alphaKindOf(AVCodecID codec) { return codec == AV_CODEC_ID_EXR ? Alpha::Premultiplied : Alpha::Straight; }
 
-InputInfo describe(const AVFrame &frame) {
+std::optional<Alpha> chooseAlpha(InputAlpha asked, Alpha own) {
+  switch (asked) {
+    case InputAlpha::Straight:
+      return Alpha::Straight;
+    case InputAlpha::Premultiplied:
+      return Alpha::Premultiplied;
+    case InputAlpha::None:
+      return std::nullopt;
+    default:
+      return own;
+  }
+}
+
+InputInfo describe(const AVFrame &frame, InputAlpha alpha) {
   InputInfo info;
   info.width = frame.width;
   info.height = frame.height;
-  info.hasAlpha = hasAlpha(frame);
+  info.hasAlpha = alpha != InputAlpha::None && hasAlpha(frame);
   info.bitsPerComponent = bitsPerComponent(frame);
   const AVRational aspect = frame.sample_aspect_ratio;
   if (aspect.num > 0 && aspect.den > 0) info.pixelAspect = av_q2d(aspect);

@@ -54,10 +54,13 @@ void requireReadableSize(const PictureSize &size, const std::string &path);
 /// Throws MediaError if the input has no such frame.
 void requireFrame(const InputInfo &info, std::int64_t frame, const std::string &path);
 
-/// EXR is premultiplied by definition; everywhere else straight is the custom.
+/// EXR is premultiplied by definition; elsewhere straight is the custom, where a file does not tell.
 Alpha alphaKindOf(AVCodecID codec);
 
+/// What a picture's colour is taken for; nothing if its alpha is ignored. `own`: what its format says.
+std::optional<Alpha> chooseAlpha(InputAlpha asked, Alpha own);
+
 /// Size, alpha, depth and pixel aspect of a picture; the rest as for a still.
-InputInfo describe(const AVFrame &frame);
+InputInfo describe(const AVFrame &frame, InputAlpha alpha);
 
 }  // namespace pyrelux::media

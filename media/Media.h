@@ -37,6 +37,14 @@ struct FrameRate {
   double perSecond() const { return static_cast<double>(numerator) / denominator; }
 };
 
+/// What the colour of an input means where it is not opaque.
+enum class InputAlpha {
+  Auto,           ///< as its format has it: EXR premultiplied, TIFF as the file says, everything else straight
+  Straight,       ///< not multiplied by alpha
+  Premultiplied,  ///< multiplied by alpha
+  None,           ///< alpha is ignored and the picture opaque
+};
+
 enum class InputKind { Still, Sequence, Movie };
 
 struct InputInfo {
@@ -62,15 +70,15 @@ constexpr std::int64_t maximumPixels = 16384LL * 8192;
 class Reader {
  public:
   /// Throws InputError: missing, empty, truncated, not an image, too large.
-  static std::unique_ptr<Reader> open(const std::string &path);
+  static std::unique_ptr<Reader> open(const std::string &path, InputAlpha alpha = InputAlpha::Auto);
   /// A still that is in memory already.
   static std::unique_ptr<Reader> of(Image image);
   virtual ~Reader() = default;
 
   const InputInfo &info() const { return info_; }
 
-  /// The picture of a frame. 8-bit sources come as bytes, deeper ones as floats. PNG and movies are taken as straight
-  /// alpha, EXR as premultiplied; without alpha the picture is opaque. Going forwards through a movie is cheap, going
+  /// The picture of a frame. 8-bit sources come as bytes, deeper ones as floats; without alpha they are
+  /// opaque. Going forwards through a movie is cheap, going
   /// backwards decodes again. Throws InputError: no such frame, damaged data, a size that differs from info().
   virtual Image read(std::int64_t frame) = 0;
 

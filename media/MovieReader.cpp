@@ -8,11 +8,12 @@
 
 namespace pyrelux::media {
 
-MovieReader::MovieReader(const std::string &path, const AVInputFormat *demuxer) : path_(path), demuxer_(demuxer) {
+MovieReader::MovieReader(const std::string &path, const AVInputFormat *demuxer, InputAlpha alpha)
+    : path_(path), demuxer_(demuxer), alpha_(alpha) {
   MovieDecoder first(path, demuxer);
   const AVFrame *frame = first.next();
   if (!frame) failReading(path, causeCutOff);
-  info_ = describe(*frame);
+  info_ = describe(*frame, alpha);
   info_.kind = InputKind::Movie;
   info_.frameRate = first.frameRate();
   info_.firstFrame = 1;
@@ -37,7 +38,7 @@ Image MovieReader::read(std::int64_t frame) {
   if (picture->width != info_.width || picture->height != info_.height)
     failReading(path_, "its frame " + std::to_string(frame) + " is " + sizeText(picture->width, picture->height) +
                            ", not " + sizeText(info_.width, info_.height));
-  image_ = toImage(*picture, alphaKindOf(decoder->codec()), path_);
+  image_ = toImage(*picture, chooseAlpha(alpha_, alphaKindOf(decoder->codec())), path_);
   decoder_ = std::move(decoder);
   position_ = position;
   return image_;

@@ -67,16 +67,6 @@ void readComponent(const AVFrame &frame, int component, Image &image, int channe
   }
 }
 
-void fillOpaque(Image &image) {
-  const auto fill = [](auto &samples, auto one) {
-    for (std::size_t sample = 3; sample < samples.size(); sample += 4) samples[sample] = one;
-  };
-  if (image.isFloat())
-    fill(image.asFloats(), 1.0f);
-  else
-    fill(image.asBytes(), std::uint8_t{255});
-}
-
 /// Copies one channel of an image to one component of a frame that is zero there.
 void writeComponent(AVFrame &frame, int component, const Image &image, int channel) {
   const AVPixFmtDescriptor &layout = layoutOf(frame);
@@ -148,7 +138,7 @@ void readAlpha(const AVFrame &frame, Image &image) {
   if (layout.flags & AV_PIX_FMT_FLAG_ALPHA)
     readComponent(frame, layout.nb_components - 1, image, 3);
   else
-    fillOpaque(image);
+    makeOpaque(image);
 }
 
 void readPlain(const AVFrame &frame, Image &image) {
@@ -230,6 +220,26 @@ Image padded(Image image, int width, int height) {
   return larger;
 }
 
+Image withItsAlpha(const AVFrame &frame, Alpha alpha, const std::string &path) {
+  const AVPixFmtDescriptor &layout = layoutOf(frame);
+  const bool isDeep = bitsPerComponent(frame) > 8;
+  if (isYuv(layout)) {
+    Image image = Image::floats(frame.width, frame.height, alpha);
+    readYuv(frame, image, path);
+    return isDeep ? image : toBytes(image);
+  }
+  Image image =
+      isDeep ? Image::floats(frame.width, frame.height, alpha) : Image::bytes(frame.width, frame.height, alpha);
+  if (hasPlainComponents(frame)) {
+    readPlain(frame, image);
+  } else {
+    const FramePtr rgb = allocateFrame(isDeep ? AV_PIX_FMT_RGBA64 : AV_PIX_FMT_RGBA, frame.width, frame.height);
+    convert(frame, *rgb, path);
+    readPlain(*rgb, image);
+  }
+  return image;
+}
+
 }  // namespace
 
 bool hasAlpha(const AVFrame &frame) {
@@ -250,23 +260,9 @@ int bitsPerComponent(const AVFrame &frame) {
   return *std::lower_bound(std::begin(depths), std::end(depths) - 1, deepest);
 }
 
-Image toImage(const AVFrame &frame, Alpha alpha, const std::string &path) {
-  const AVPixFmtDescriptor &layout = layoutOf(frame);
-  const bool isDeep = bitsPerComponent(frame) > 8;
-  if (isYuv(layout)) {
-    Image image = Image::floats(frame.width, frame.height, alpha);
-    readYuv(frame, image, path);
-    return isDeep ? image : toBytes(image);
-  }
-  Image image =
-      isDeep ? Image::floats(frame.width, frame.height, alpha) : Image::bytes(frame.width, frame.height, alpha);
-  if (hasPlainComponents(frame)) {
-    readPlain(frame, image);
-  } else {
-    const FramePtr rgb = allocateFrame(isDeep ? AV_PIX_FMT_RGBA64 : AV_PIX_FMT_RGBA, frame.width, frame.height);
-    convert(frame, *rgb, path);
-    readPlain(*rgb, image);
-  }
+Image toImage(const AVFrame &frame, std::optional<Alpha> alpha, const std::string &path) {
+  Image image = withItsAlpha(frame, alpha.value_or(Alpha::Premultiplied), path);
+  if (!alpha) makeOpaque(image);
   return image;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "Handles.h"
@@ -14,10 +15,11 @@ bool hasAlpha(const AVFrame &frame);
 /// 8, 10, 12, 16 or 32: the smallest of them that holds the picture's components.
 int bitsPerComponent(const AVFrame &frame);
 
-/// The picture as bytes if it has 8 bits or less, else as floats; `alpha` tells what its colour means. RGB and grey
+/// The picture as bytes if it has 8 bits or less, else as floats; `alpha` tells what its colour means, and nothing that
+/// the picture is to be opaque. RGB and grey
 /// come in exactly, floats unclipped; YUV by the frame's own matrix and range. Throws MediaError, naming `path`, for a
 /// layout that cannot be converted.
-Image toImage(const AVFrame &frame, Alpha alpha, const std::string &path);
+Image toImage(const AVFrame &frame, std::optional<Alpha> alpha, const std::string &path);
 
 /// A picture of an encoder's layout. `width` and `height` may exceed the image's; the rest, to the right and below, is
 /// black. Colour and alpha are taken as they stand; integer layouts clip to 0 .. 1. A YUV layout gets the BT.709

@@ -35,24 +35,24 @@ Still stillOf(Image image) {
   return still;
 }
 
-std::unique_ptr<Reader> openFile(const std::string &path) {
+std::unique_ptr<Reader> openFile(const std::string &path, InputAlpha alpha) {
   InputFile file(path);
   const Content content = file.identify();
   if (content.stillCodec != AV_CODEC_ID_NONE)
-    return std::make_unique<StillReader>(decodeStill(file, content.stillCodec));
-  return std::make_unique<MovieReader>(path, content.demuxer);
+    return std::make_unique<StillReader>(decodeStill(file, content.stillCodec, alpha));
+  return std::make_unique<MovieReader>(path, content.demuxer, alpha);
 }
 
 }  // namespace
 
-std::unique_ptr<Reader> Reader::open(const std::string &path) {
+std::unique_ptr<Reader> Reader::open(const std::string &path, InputAlpha alpha) {
   silenceLibraries();
   // A file whose own name looks like a pattern ("take#2.mov") is itself what is meant.
   std::error_code error;
-  if (std::filesystem::exists(path, error)) return openFile(path);
+  if (std::filesystem::exists(path, error)) return openFile(path, alpha);
   const FramePattern pattern(path);
-  if (pattern.isNumbered()) return std::make_unique<SequenceReader>(path, pattern);
-  return openFile(pattern.path(0));
+  if (pattern.isNumbered()) return std::make_unique<SequenceReader>(path, pattern, alpha);
+  return openFile(pattern.path(0), alpha);
 }
 
 std::unique_ptr<Reader> Reader::of(Image image) { return std::make_unique<StillReader>(stillOf(std::move(image))); }

@@ -14,16 +14,17 @@ namespace pyrelux::media {
 
 namespace {
 
-Still readStill(const std::string &path) {
+Still readStill(const std::string &path, InputAlpha alpha) {
   InputFile file(path);
   const Content content = file.identify();
   if (content.stillCodec == AV_CODEC_ID_NONE) failReading(path, "a movie cannot be a frame of a sequence");
-  return decodeStill(file, content.stillCodec);
+  return decodeStill(file, content.stillCodec, alpha);
 }
 
 }  // namespace
 
-SequenceReader::SequenceReader(const std::string &path, const FramePattern &pattern) : path_(path), pattern_(pattern) {
+SequenceReader::SequenceReader(const std::string &path, const FramePattern &pattern, InputAlpha alpha)
+    : path_(path), pattern_(pattern), alpha_(alpha) {
   std::optional<std::int64_t> first;
   std::optional<std::int64_t> last;
   // A folder that cannot be read shows nothing, which is reported like an empty one.
@@ -36,7 +37,7 @@ SequenceReader::SequenceReader(const std::string &path, const FramePattern &patt
     }
   if (!first) failReading(path, causeNoSuchFile);
 
-  Still still = readStill(pattern.path(*first));
+  Still still = readStill(pattern.path(*first), alpha);
   info_ = still.info;
   info_.kind = InputKind::Sequence;
   info_.firstFrame = *first;
@@ -49,7 +50,10 @@ Image SequenceReader::read(std::int64_t frame) {
   requireFrame(info_, frame, path_);
   if (frame == position_) return image_;
   const std::string path = pattern_.path(frame);
-  Still still = readStill(path);
+  std::error_code error;
+  if (!std::filesystem::exists(path, error) && !error)
+    failReading(path, "frame " + std::to_string(frame) + " of '" + path_ + "' is missing");
+  Still still = readStill(path, alpha_);
   if (still.info.width != info_.width || still.info.height != info_.height)
     failReading(path, "it is " + sizeText(still.info.width, still.info.height) + ", not " +
                           sizeText(info_.width, info_.height) + " like the first of the sequence");

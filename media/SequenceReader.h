@@ -11,12 +11,13 @@ namespace pyrelux::media {
 class SequenceReader : public Reader {
  public:
   /// `path` is the one the pattern was made of, to be named in messages.
-  SequenceReader(const std::string &path, const FramePattern &pattern);
+  SequenceReader(const std::string &path, const FramePattern &pattern, InputAlpha alpha);
   Image read(std::int64_t frame) override;
 
  private:
   std::string path_;
   FramePattern pattern_;
+  InputAlpha alpha_;
   std::optional<std::int64_t> position_;  // frame of image_
   Image image_;
 };

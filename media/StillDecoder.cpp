@@ -4,11 +4,18 @@
 #include "Errors.h"
 #include "PixelConversion.h"
 #include "StillStructure.h"
+#include "TiffFile.h"
 
 namespace pyrelux::media {
 
-Still decodeStill(InputFile &file, AVCodecID codec) {
+Still decodeStill(InputFile &file, AVCodecID codec, InputAlpha alpha) {
   const PacketPtr bytes = file.readAll();
+  Alpha own = alphaKindOf(codec);
+  if (codec == AV_CODEC_ID_TIFF) {
+    const TiffFile tiff(bytes->data, bytes->size, file.path());
+    own = tiff.alpha();
+    if (tiff.holdsFloats()) return tiff.readFloats(chooseAlpha(alpha, own));
+  }
   Decoder decoder(codec, file.path());
   decoder.send(bytes.get());
   decoder.send(nullptr);
@@ -16,7 +23,7 @@ Still decodeStill(InputFile &file, AVCodecID codec) {
   if (!frame || !isWhole(codec, bytes->data, bytes->size)) failReading(file.path(), causeCutOff);
   if (hasUnknownColours(codec, bytes->data, bytes->size))
     failReading(file.path(), "it has four colour components and does not say which; convert it to RGB");
-  return {describe(*frame), toImage(*frame, alphaKindOf(codec), file.path())};
+  return {describe(*frame, alpha), toImage(*frame, chooseAlpha(alpha, own), file.path())};
 }
 
 }  // namespace pyrelux::media

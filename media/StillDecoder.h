@@ -12,6 +12,6 @@ struct Still {
 };
 
 /// Decodes the file as one picture (the first of several). Throws MediaError.
-Still decodeStill(InputFile &file, AVCodecID codec);
+Still decodeStill(InputFile &file, AVCodecID codec, InputAlpha alpha);
 
 }  // namespace pyrelux::media

@@ -152,9 +152,14 @@ void CliTest::saveMovie(const std::string &name, int frames) const {
   fs::remove_all(pictures);
 }
 
+void CliTest::convertTo(const std::string &name, const std::string &from, const std::string &pixelFormat) const {
+  const Words codec = fs::path(name).extension() == ".mkv" ? Words{"-c:v", "ffv1"} : Words{};
+  outputOf(ffmpeg + Words{"-i", path(from).string(), "-pix_fmt", pixelFormat} + codec + Words{path(name).string()});
+}
+
 void CliTest::saveAs(const std::string &name, const std::string &pixelFormat) const {
   save(path("layout.png"), titlePng(testWidth, testHeight));
-  outputOf(ffmpeg + Words{"-i", path("layout.png").string(), "-pix_fmt", pixelFormat, path(name).string()});
+  convertTo(name, "layout.png", pixelFormat);
   fs::remove(path("layout.png"));
 }
 

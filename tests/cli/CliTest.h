@@ -71,6 +71,9 @@ class CliTest : public testing::Test {
   /// A movie of moving titles at 25 frames a second, in the container and codec of the name's extension: .mov or .mkv.
   void saveMovie(const std::string &name, int frames) const;
 
+  /// A picture in another layout of pixels, in the format or lossless codec of the new name's extension.
+  void convertTo(const std::string &name, const std::string &from, const std::string &pixelFormat) const;
+
   /// The title in another layout of pixels, in the format of the name's extension.
   void saveAs(const std::string &name, const std::string &pixelFormat) const;
 

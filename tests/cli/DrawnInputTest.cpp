@@ -113,6 +113,7 @@ TEST_F(DrawnInput, ExactlyOneInputIsNeeded) {
 
 TEST_F(DrawnInput, OptionsOfOtherInputsAreRefused) {
   expectUsageError({"title.png", "--size", "64x36"}, {"INPUT", "--size"});
+  expectUsageError({"--text", "FIRE", "--input-alpha", "none"}, {"--input-alpha", "INPUT"});
   expectUsageError({"title.png", "--font", "Sans"}, {"--font", "--text"});
   expectUsageError({"--input-test-pattern", "bars", "--text-color", "#ffffff"}, {"--text-color", "--text"});
 }

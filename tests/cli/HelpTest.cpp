@@ -49,6 +49,7 @@ TEST_F(Help, OfRenderExplainsEveryOptionWithItsUnit) {
     const char *option;
     Words words;
   } rows[] = {
+      {"--input-alpha", {"KIND", "straight", "premultiplied", "none", "auto", "EXR", "TIFF", "default"}},
       {"--text TEXT", {"\\n", "middle", "transparent"}},
       {"--font", {"FONT", "size in pixels", "default: Sans Bold", "fc-list"}},
       {"--text-color", {"COLOR", "#rrggbb", "0..1", "default: white"}},

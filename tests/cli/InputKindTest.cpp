@@ -1,3 +1,5 @@
+#include <set>
+
 #include "CliTest.h"
 
 namespace fs = std::filesystem;
@@ -11,6 +13,18 @@ class InputKind : public CliTest {
   InputKind() {
     save(path("title.png"), titlePng(testWidth, testHeight));
     fs::create_directory(path("out"));
+  }
+
+  /// An opaque picture of 1024 by 2 pixels whose 16-bit levels rise evenly from the left to the right.
+  static std::string rampPpm() {
+    std::string file = "P6 1024 2 65535\n";
+    for (int pixel = 0; pixel < 2048; ++pixel)
+      for (int channel = 0; channel < 3; ++channel) {
+        const int level = pixel % 1024 * 65535 / 1023;
+        file += static_cast<char>(level >> 8);
+        file += static_cast<char>(level & 0xFF);
+      }
+    return file;
   }
 
   std::string loadOut(const std::string &name) const { return load(path("out") / name); }
@@ -151,7 +165,9 @@ TEST_F(InputKind, AFrameThatFailsLeavesTheOthersAsTheyAre) {
   saveSequence("gap", 1, 4);
   render("gap_%04d.png", "out/whole_%04d.png");
   fs::remove(path("gap_0003.png"));
-  EXPECT_EQ(pyrelux(renderWords("gap_%04d.png", "out/fire_%04d.png")).exitCode, 1);
+  const Result result = pyrelux(renderWords("gap_%04d.png", "out/fire_%04d.png"));
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_THAT(result.err, testing::HasSubstr("frame 3 of 'gap_%04d.png' is missing"));
   EXPECT_EQ(pictures("out"), (Words{"fire_0001.png", "fire_0002.png", "fire_0004.png", "whole_0001.png",
                                     "whole_0002.png", "whole_0003.png", "whole_0004.png"}));
   for (const char *number : {"1", "2", "4"})
@@ -185,6 +201,38 @@ TEST_F(InputKind, APictureMayBeOnePixel) {
   // Its colour is for 2 x 2 pixels each.
   render("dot.png", "out/fire.mp4", {"--frames", "1"});
   EXPECT_EQ(probe("out/fire.mp4").at("width"), 2);
+}
+
+TEST_F(InputKind, AlphaMeansWhatWasAskedFor) {
+  render("title.png", "half.png", {"--set", "source-opacity=1"});
+  const auto burn = [&](const Words &more) {
+    render("half.png", "out/fire.png", Words{"--set", "source-opacity=1"} + more);
+    return decoded("out/fire.png", "rgba");
+  };
+  const std::string automatic = burn({});
+  EXPECT_EQ(burn({"--input-alpha", "auto"}), automatic);
+  EXPECT_EQ(burn({"--input-alpha", "straight"}), automatic);
+  EXPECT_NE(burn({"--input-alpha", "premultiplied"}), automatic);
+  const std::string opaque = burn({"--input-alpha", "none"});
+  for (std::size_t at = 3; at < opaque.size(); at += 4) ASSERT_EQ(opaque[at], '\xFF');
+}
+
+TEST_F(InputKind, DeepPicturesStayDeep) {
+  // Levels that 8 bits would make one, through drawing with half floats, which step by less than one in 2048.
+  const auto levelsOf = [&](const std::string &name) {
+    const std::string pixels = decoded(name, "rgb48be");
+    std::set<std::string> levels;
+    for (std::size_t at = 0; at < pixels.size(); at += 6) levels.insert(pixels.substr(at, 2));
+    return levels.size();
+  };
+  save(path("ramp.ppm"), rampPpm());
+  for (const char *name : {"ramp.png", "ramp.tif", "ramp.mkv"}) {
+    convertTo(name, "ramp.ppm", std::string(name) == "ramp.mkv" ? "gbrp12le" : "rgb48");
+    render(name, "out/deep.png", {"--bits", "16", "--frames", "1", "--set", "source-opacity=1"});
+    EXPECT_GT(levelsOf("out/deep.png"), 500u) << name;
+    render(name, "out/flat.png", {"--frames", "1", "--set", "source-opacity=1"});
+    EXPECT_LE(levelsOf("out/flat.png"), 256u) << name;
+  }
 }
 
 TEST_F(InputKind, NamesMayHoldWhatShellsAndPatternsTakeApart) {

@@ -69,7 +69,8 @@ TEST_F(Sequence, GapIsFoundWhenItIsRead) {
   const auto reader = Reader::open(path("a.%04d.png"));
   EXPECT_EQ(reader->info().lastFrame, 4);
   EXPECT_EQ(redOf(reader->read(2)), 2);
-  EXPECT_EQ(readingMessage(path("a.%04d.png"), 3), "cannot read '" + path("a.0003.png") + "': no such file");
+  EXPECT_EQ(readingMessage(path("a.%04d.png"), 3),
+            "cannot read '" + path("a.0003.png") + "': frame 3 of '" + path("a.%04d.png") + "' is missing");
   EXPECT_EQ(redOf(reader->read(4)), 4);
 }
 
