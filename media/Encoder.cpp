@@ -112,6 +112,8 @@ void Encoder::send(const AVFrame *frame, const Sink &sink) {
   int result = avcodec_send_frame(codec_.get(), frame);
   while (result >= 0 && (result = avcodec_receive_packet(codec_.get(), packet.get())) >= 0) {
     packet->duration = 1;
+    // Of fewer frames than it holds back to reorder them, libx265 does not set the decoding time. They are in order.
+    if (codec_->codec_id == AV_CODEC_ID_HEVC && !frame && count_ <= 2) packet->dts = packet->pts;
     if (codec_->codec_id == AV_CODEC_ID_TIFF && alpha_ == AlphaUse::Premultiplied) declarePremultiplied(*packet);
     sink(*packet);
     av_packet_unref(packet.get());
