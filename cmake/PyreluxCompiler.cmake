@@ -36,9 +36,11 @@ if(PYRELUX_SANITIZER)
 endif()
 
 # pyrelux_program(target): what every program of the project gets. Under AddressSanitizer that is the list of what others keep
-# for the life of a process, built in, so that it holds however the program is started.
+# for the life of a process, under ThreadSanitizer of what others do, built in, so that it holds however the program is started.
 function(pyrelux_program target)
   if(PYRELUX_SANITIZER STREQUAL "address")
     target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/LeakSuppressions.cpp)
+  elseif(PYRELUX_SANITIZER STREQUAL "thread")
+    target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/ThreadSuppressions.cpp)
   endif()
 endfunction()

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "Backends.h"
 #include "Foundation.h"
 #include "HostError.h"
 
@@ -106,6 +107,7 @@ std::vector<std::string> defaultSearchPath() {
 }
 
 std::vector<FilterInfo> findFilters(const std::vector<std::string> &searchPath) {
+  const std::lock_guard<std::mutex> turn(platform::filterTurn());
   const AutoreleasePool pool;
   std::vector<FilterInfo> filters;
   for (const std::string &folder : searchPath)

@@ -10,7 +10,7 @@
 namespace pyrelux::host {
 
 /// A filter object of a loaded bundle, with the parameter values that this host owns for it. A bundle stays loaded once
-/// it is. Thread: one at a time.
+/// it is. Thread: one at a time; different objects are independent, and wait for each other.
 class Filter {
  public:
   /// Loads the bundle, creates the object and asks it for its properties and parameters. Throws HostError: a bundle

@@ -3,6 +3,7 @@
 #include <fstream>
 #include <vector>
 
+#include "Backends.h"
 #include "FilterObjects.h"
 #include "ForeignCalls.h"
 #include "Foundation.h"
@@ -55,6 +56,7 @@ NSBundle *loadBundle(const FilterInfo &info) {
 }  // namespace
 
 Filter::Filter(const FilterInfo &info) : info_(info), objects_(std::make_unique<Objects>()) {
+  const std::lock_guard<std::mutex> turn(platform::filterTurn());
   const AutoreleasePool pool;
   NSBundle *bundle = loadBundle(info);
   Class filterClass = [bundle classNamed:toNSString(info.className)];
@@ -95,11 +97,13 @@ Filter::Filter(const FilterInfo &info) : info_(info), objects_(std::make_unique<
 }
 
 Filter::~Filter() {
+  const std::lock_guard<std::mutex> turn(platform::filterTurn());
   const AutoreleasePool pool;
   objects_.reset();
 }
 
 void Filter::restart() {
+  const std::lock_guard<std::mutex> turn(platform::filterTurn());
   const AutoreleasePool pool;
   guarded("the filter '" + info_.displayName + "'", [&] {
     id<PyreluxFilterCreation> allocated = [[objects_->filter class] alloc];

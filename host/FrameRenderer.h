@@ -19,7 +19,8 @@ struct FrameSettings {
 };
 
 /// Takes filters through the frame cycle: input up, set-up, render, clean-up, output back. Owns an OpenGL context and
-/// the two images, and keeps them from frame to frame. Thread: one at a time; no context is left current.
+/// the two images, and keeps them from frame to frame. Thread: one at a time; of several objects one draws and the others wait; no context is
+/// left current.
 class FrameRenderer {
  public:
   /// `rendererId` as chooseRenderer() gives it. Throws HostError when it gives no context.

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "Backends.h"
 #include "FilterObjects.h"
 #include "ForeignCalls.h"
 #include "Foundation.h"
@@ -211,13 +212,17 @@ struct FrameRenderer::Resources {
 };
 
 FrameRenderer::FrameRenderer(std::int32_t rendererId) : resources_(std::make_unique<Resources>()) {
+  const std::lock_guard<std::mutex> turn(platform::filterTurn());
   resources_->rendererId = rendererId;
   const CurrentFor current(resources_->output(false).context);
   glGetIntegerv(GL_MAX_RECTANGLE_TEXTURE_SIZE_EXT, &resources_->largestTexture);
   if (const GLubyte *text = glGetString(GL_RENDERER)) description_ = reinterpret_cast<const char *>(text);
 }
 
-FrameRenderer::~FrameRenderer() = default;
+FrameRenderer::~FrameRenderer() {
+  const std::lock_guard<std::mutex> turn(platform::filterTurn());
+  resources_.reset();
+}
 
 Image FrameRenderer::render(Filter &filter, const Image &input, double timeFrames, const FrameSettings &settings) {
   Image frame;
@@ -227,6 +232,7 @@ Image FrameRenderer::render(Filter &filter, const Image &input, double timeFrame
 
 void FrameRenderer::render(Filter &filter, const Image &input, double timeFrames, const FrameSettings &settings,
                            Image &frame) {
+  const std::lock_guard<std::mutex> turn(platform::filterTurn());
   const AutoreleasePool pool;
   Filter::Objects &objects = *filter.objects_;
   [objects.retrieval setTopLeftOrigin:settings.origin == Origin::TopLeft];

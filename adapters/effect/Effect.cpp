@@ -3,19 +3,12 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <mutex>
 
 #include "Renderers.h"
 
 namespace pyrelux::adapters {
 
 namespace {
-
-/// The filter refuses a frame while it draws another one, in whatever thread.
-std::mutex &drawing() {
-  static std::mutex mutex;
-  return mutex;
-}
 
 std::uint8_t toByte(float value) { return static_cast<std::uint8_t>(std::min(value, 255.0f) + 0.5f); }
 
@@ -29,11 +22,8 @@ void Effect::render(const std::uint8_t *input, std::uint8_t *output, int width, 
   std::memcpy(input_.asBytes().data(), input, input_.sampleCount());
   host::FrameSettings settings;
   settings.pixelAspect = pixelAspect;
-  {
-    const std::lock_guard<std::mutex> lock(drawing());
-    filter_.restart();
-    renderer_.render(filter_, input_, timeFrames, settings, fire_);
-  }
+  filter_.restart();
+  renderer_.render(filter_, input_, timeFrames, settings, fire_);
   compose(fire_.asBytes().data(), composition == Composition::OverSource ? input : nullptr, output,
           static_cast<std::size_t>(width) * height);
 }
@@ -59,6 +49,6 @@ void compose(const std::uint8_t *fire, const std::uint8_t *source, std::uint8_t 
   }
 }
 
-void complain(const std::string &message) { std::fprintf(stderr, "pyrelux: %s\n", message.c_str()); }
+void complain(const char *message) noexcept { std::fprintf(stderr, "pyrelux: %s\n", message); }
 
 }  // namespace pyrelux::adapters

@@ -47,7 +47,8 @@ class Effect {
 /// float, rounded once.
 void compose(const std::uint8_t *fire, const std::uint8_t *source, std::uint8_t *output, std::size_t pixels);
 
-/// "pyrelux: …" on standard error.
-void complain(const std::string &message);
+/// "pyrelux: …" on standard error. Needs no memory, which may be what is missing.
+void complain(const char *message) noexcept;
+inline void complain(const std::string &message) noexcept { complain(message.c_str()); }
 
 }  // namespace pyrelux::adapters

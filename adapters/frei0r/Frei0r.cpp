@@ -6,10 +6,12 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstring>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -22,6 +24,12 @@ extern "C" {
 namespace pyrelux::adapters {
 
 namespace {
+
+constexpr char unknownReason[] = "something unknown went wrong";
+
+const char *reasonOf(const std::exception &error) noexcept {
+  return dynamic_cast<const std::bad_alloc *>(&error) ? "there is not enough memory" : error.what();
+}
 
 /// What all instances share: the filter and its parameters as the host sees them.
 struct PlugIn {
@@ -36,7 +44,7 @@ struct PlugIn {
       declarations = host::Filter(filter).parameters().declarations();
       hasFilter = true;
     } catch (const std::exception &error) {
-      complain(error.what());
+      complain(reasonOf(error));
     }
     parameters = frei0rParameters(declarations);
   }
@@ -55,12 +63,12 @@ std::shared_ptr<const PlugIn> plugIn() {
 
 class Instance {
  public:
-  Instance(int width, int height) : width_(width), height_(height), plugIn_(plugIn()) {
+  Instance(int width, int height) : width_(width), height_(height), plugIn_(plugIn()), hostsUnit_(timeUnitOfHost()) {
     if (!plugIn_->hasFilter) return;
     try {
       effect_ = std::make_unique<Effect>(plugIn_->filter);
     } catch (const std::exception &error) {
-      complain(error.what());
+      complain(reasonOf(error));
     }
   }
 
@@ -100,23 +108,32 @@ class Instance {
     }
   }
 
-  void update(double time, const std::uint32_t *input, std::uint32_t *output) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    const auto *in = reinterpret_cast<const std::uint8_t *>(input);
-    auto *out = reinterpret_cast<std::uint8_t *>(output);
-    try {
-      if (effect_) {
-        effect_->render(in, out, width_, height_, frameAt(time), 1.0, settings_.composition);
-        return;
-      }
-    } catch (const std::exception &error) {
-      if (!hasComplained_) complain(error.what());
-      hasComplained_ = true;
-    }
-    std::memmove(out, in, static_cast<std::size_t>(width_) * height_ * 4);
+  void update(double time, const std::uint32_t *input, std::uint32_t *output) noexcept {
+    if (!draw(time, reinterpret_cast<const std::uint8_t *>(input), reinterpret_cast<std::uint8_t *>(output)))
+      std::memmove(output, input, static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_) * 4);
   }
 
  private:
+  /// False when `output` was left alone.
+  bool draw(double time, const std::uint8_t *input, std::uint8_t *output) noexcept {
+    try {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      if (!effect_) return false;
+      effect_->render(input, output, width_, height_, frameAt(time), 1.0, settings_.composition);
+      return true;
+    } catch (const std::exception &error) {
+      complainOnce(reasonOf(error));
+    } catch (...) {
+      complainOnce(unknownReason);
+    }
+    return false;
+  }
+
+  /// Since every frame would have the same to say.
+  void complainOnce(const char *reason) noexcept {
+    if (!hasComplained_.exchange(true)) complain(reason);
+  }
+
   const Frei0rParameter *parameterAt(int index) const {
     return index >= 0 && static_cast<std::size_t>(index) < plugIn_->parameters.size()
                ? &plugIn_->parameters[static_cast<std::size_t>(index)]
@@ -176,22 +193,25 @@ class Instance {
   }
 
   double frameAt(double time) const {
-    const TimeUnit unit = settings_.timeUnit == TimeUnit::Auto ? timeUnitOfHost() : settings_.timeUnit;
+    const TimeUnit unit = settings_.timeUnit == TimeUnit::Auto ? hostsUnit_ : settings_.timeUnit;
     const double seconds = unit == TimeUnit::Milliseconds ? time / 1000.0 : time;
     // Hosts' times are rounded; a frame is a whole number.
-    return std::round(seconds * settings_.framesPerSecond);
+    const double frame = std::round(seconds * settings_.framesPerSecond);
+    // What has no time comes as anything.
+    return std::isnan(frame) ? 0.0 : std::clamp(frame, -host::farthestFrame, host::farthestFrame);
   }
 
   std::mutex mutex_;  ///< some hosts call an instance from several threads
   int width_;
   int height_;
   std::shared_ptr<const PlugIn> plugIn_;
+  TimeUnit hostsUnit_;
   std::unique_ptr<Effect> effect_;  ///< null when nothing can be drawn
   Frei0rSettings settings_;
   std::string frameRate_ = "25";
   std::string timeUnit_ = "auto";
   std::string output_ = "over";
-  bool hasComplained_ = false;
+  std::atomic<bool> hasComplained_{false};
 };
 
 /// Does the work; what it throws is told and ends here.
@@ -200,13 +220,17 @@ void shielded(Work work) noexcept {
   try {
     work();
   } catch (const std::exception &error) {
-    complain(error.what());
+    complain(reasonOf(error));
   } catch (...) {
-    complain("something unknown went wrong");
+    complain(unknownReason);
   }
 }
 
-Instance &instanceOf(f0r_instance_t instance) { return *static_cast<Instance *>(instance); }
+/// Does the work on an instance, if there is one: for want of memory there may be none.
+template <typename Work>
+void shielded(f0r_instance_t instance, Work work) noexcept {
+  if (instance) shielded([&] { work(*static_cast<Instance *>(instance)); });
+}
 
 }  // namespace
 
@@ -218,16 +242,18 @@ using namespace pyrelux::adapters;
 
 PYRELUX_FREI0R int f0r_init() {
   shielded([] {
-    plugIn();
     const std::lock_guard<std::mutex> lock(plugInMutex);
     ++initialisations;
   });
+  shielded([] { plugIn(); });
   return 1;
 }
 
 PYRELUX_FREI0R void f0r_deinit() {
-  const std::lock_guard<std::mutex> lock(plugInMutex);
-  if (initialisations > 0 && --initialisations == 0) loaded.reset();
+  shielded([] {
+    const std::lock_guard<std::mutex> lock(plugInMutex);
+    if (initialisations > 0 && --initialisations == 0) loaded.reset();
+  });
 }
 
 PYRELUX_FREI0R void f0r_get_plugin_info(f0r_plugin_info_t *info) {
@@ -259,16 +285,18 @@ PYRELUX_FREI0R f0r_instance_t f0r_construct(unsigned int width, unsigned int hei
   return instance;
 }
 
-PYRELUX_FREI0R void f0r_destruct(f0r_instance_t instance) { delete static_cast<Instance *>(instance); }
+PYRELUX_FREI0R void f0r_destruct(f0r_instance_t instance) {
+  shielded([=] { delete static_cast<Instance *>(instance); });
+}
 
 PYRELUX_FREI0R void f0r_set_param_value(f0r_instance_t instance, f0r_param_t value, int index) {
-  shielded([=] { instanceOf(instance).set(value, index); });
+  shielded(instance, [=](Instance &its) { its.set(value, index); });
 }
 
 PYRELUX_FREI0R void f0r_get_param_value(f0r_instance_t instance, f0r_param_t value, int index) {
-  shielded([=] { instanceOf(instance).get(value, index); });
+  shielded(instance, [=](Instance &its) { its.get(value, index); });
 }
 
 PYRELUX_FREI0R void f0r_update(f0r_instance_t instance, double time, const uint32_t *input, uint32_t *output) {
-  shielded([=] { instanceOf(instance).update(time, input, output); });
+  shielded(instance, [=](Instance &its) { its.update(time, input, output); });
 }

@@ -1,35 +1,32 @@
 #include "HostProgram.h"
 
+#include <errno.h>
 #include <link.h>
 
-#include <cstring>
+#include <algorithm>
 
 namespace pyrelux::adapters {
 
-namespace {
-
-struct Libraries {
-  bool hasSecondsHost = false;
-  bool hasFFmpegFilters = false;
-};
-
-int note(dl_phdr_info *library, std::size_t, void *data) {
-  Libraries &libraries = *static_cast<Libraries *>(data);
-  const char *slash = std::strrchr(library->dlpi_name, '/');
-  const char *name = slash ? slash + 1 : library->dlpi_name;
-  const auto begins = [name](const char *with) { return std::strncmp(name, with, std::strlen(with)) == 0; };
-  // MLT may have FFmpeg's filters, too.
-  if (begins("libmlt") || begins("libgstreamer-")) libraries.hasSecondsHost = true;
-  if (begins("libavfilter.")) libraries.hasFFmpegFilters = true;
-  return 0;
+TimeUnit timeUnitOf(const std::string &program, const std::vector<std::string> &libraries) {
+  const auto begins = [](const std::string &name, const char *with) { return name.rfind(with, 0) == 0; };
+  const auto hasLibrary = [&](const char *with) {
+    return std::any_of(libraries.begin(), libraries.end(), [&](const auto &name) { return begins(name, with); });
+  };
+  // MLT and GStreamer may have FFmpeg's filters, too, and ffmpeg may have been linked without libraries.
+  if (hasLibrary("libmlt") || hasLibrary("libgstreamer-")) return TimeUnit::Seconds;
+  const bool isFFmpeg = hasLibrary("libavfilter.") || begins(program, "ffmpeg") || begins(program, "ffplay");
+  return isFFmpeg ? TimeUnit::Milliseconds : TimeUnit::Seconds;
 }
 
-}  // namespace
-
 TimeUnit timeUnitOfHost() {
-  Libraries libraries;
+  std::vector<std::string> libraries;
+  const auto note = [](dl_phdr_info *library, std::size_t, void *names) {
+    const std::string path = library->dlpi_name;
+    static_cast<std::vector<std::string> *>(names)->push_back(path.substr(path.rfind('/') + 1));
+    return 0;
+  };
   dl_iterate_phdr(note, &libraries);
-  return libraries.hasFFmpegFilters && !libraries.hasSecondsHost ? TimeUnit::Milliseconds : TimeUnit::Seconds;
+  return timeUnitOf(program_invocation_short_name, libraries);
 }
 
 }  // namespace pyrelux::adapters

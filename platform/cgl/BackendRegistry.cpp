@@ -26,6 +26,11 @@ Backend *findBackend(std::int32_t rendererId) {
 
 Backend *defaultBackend() { return gpuBackend().unavailable().empty() ? &gpuBackend() : &softBackend(); }
 
+std::mutex &filterTurn() {
+  static std::mutex turn;
+  return turn;
+}
+
 std::string rendererUnavailable(std::int32_t rendererId) {
   Backend *backend = findBackend(rendererId);
   return backend ? backend->unavailable() : "there is no such renderer";

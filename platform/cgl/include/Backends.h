@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 #include <string>
 
 // Choosing among the OpenGL implementations that the platform layer has, and finding out about them.
@@ -21,6 +22,10 @@ enum RendererId : std::int32_t {
 
 /// Empty when the renderer can draw on this machine; otherwise one sentence that says why not and what to do.
 PYRELUX_PLATFORM std::string rendererUnavailable(std::int32_t rendererId);
+
+/// Held by a host while it makes, uses or ends a filter or what draws for it, since filters draw for one at a time. Here,
+/// because this library is in a process once, and hosts may be in it several times.
+PYRELUX_PLATFORM std::mutex &filterTurn();
 
 /// Quads that the null renderer was asked to draw, in this process.
 PYRELUX_PLATFORM std::uint64_t nullRendererQuads();
