@@ -63,7 +63,7 @@ int render(const RenderOptions &given) {
   refuseToReplaceInput(options, input, frames);
   refuseToReplaceOutput(options, frames);
 
-  const media::OutputFormat format = chooseFormat(options, input, bits);
+  const media::OutputFormat format = chooseFormat(options, input, frames, bits);
 
   const std::int32_t rendererId = host::chooseRenderer(options.backend);
   host::FrameRenderer renderer(rendererId);
@@ -107,7 +107,7 @@ int render(const RenderOptions &given) {
   const bool isInterrupted = sink.done() < frames.count();
   if (!isInterrupted || sink.done() > 0) sink.finish();
   progress.reset();
-  if (!options.quiet) sayLosses(writer->losses());
+  sayLosses(options, writer->losses());
   if (options.verbose && options.resume)
     say(std::to_string(sink.kept()) + " of " + std::to_string(frames.count()) + " frames were there already");
   if (sink.failed() > 0)

@@ -59,6 +59,10 @@ void addOutputOptions(CLI::App &command, RenderOptions &options) {
                   "same size (default: black for H.264, H.265 and .gif, which have no alpha; else nothing)")
       ->type_name("COLOR|FILE")
       ->group(outputGroup);
+  command
+      .add_flag("--no-audio", options.noAudio,
+                "Leave out the audio of a movie; otherwise a movie of frames in a row gets it as it is coded")
+      ->group(outputGroup);
 }
 
 }  // namespace

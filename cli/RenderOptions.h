@@ -34,6 +34,7 @@ struct RenderOptions {
   std::string progress = "auto";  ///< one of progressNames()
   bool quiet = false;             ///< nothing on standard error but failures
   bool verbose = false;
+  bool noAudio = false;    ///< leave a movie's audio out
   bool overwrite = false;  ///< replace what is there
   bool resume = false;     ///< keep what is there and right
 };

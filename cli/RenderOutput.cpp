@@ -71,6 +71,11 @@ class OverWriter : public media::Writer {
   std::unique_ptr<media::Writer> writer_;
 };
 
+void sayAudioIsLeftOut(const RenderOptions &options, const std::string &cause, bool isPart = false) {
+  const std::string what = isPart ? "a part of the audio of '" : "the audio of '";
+  if (!options.quiet) say(what + *options.input + "' is left out: " + cause);
+}
+
 std::string counted(std::int64_t count, const std::string &what) {
   return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
@@ -82,7 +87,8 @@ int chooseBits(const RenderOptions &options) {
   return options.bits ? std::stoi(*options.bits) : isDeep ? 16 : 8;
 }
 
-media::OutputFormat chooseFormat(const RenderOptions &options, const media::InputInfo &input, int bits) {
+media::OutputFormat chooseFormat(const RenderOptions &options, const media::InputInfo &input, const FrameList &frames,
+                                 int bits) {
   media::OutputFormat format;
   format.width = input.width;
   format.height = input.height;
@@ -93,6 +99,18 @@ media::OutputFormat chooseFormat(const RenderOptions &options, const media::Inpu
     if (!media::Writer::holdsAlpha(options.output, options.codec))
       throw UsageError("'--alpha' is of no use for '" + options.output + "', which holds no alpha");
     format.alpha = *options.alpha == "straight" ? Alpha::Straight : Alpha::Premultiplied;
+  }
+  if (input.hasAudio && !options.noAudio && media::Writer::holdsAudio(options.output)) {
+    const media::FrameRate rate = format.frameRate;
+    if (frames.count() != frames.last() - frames.first() + 1) {
+      sayAudioIsLeftOut(options, "the frames are not all in a row");
+    } else if (std::int64_t{rate.numerator} * input.frameRate.denominator !=
+               std::int64_t{input.frameRate.numerator} * rate.denominator) {
+      sayAudioIsLeftOut(options, "the output has another frame rate");
+    } else {
+      format.audioFrom = *options.input;
+      format.audioFirstFrame = frames.first();
+    }
   }
   return format;
 }
@@ -122,8 +140,9 @@ std::string outputText(const RenderOptions &options, const FrameList &frames) {
   return text + " over " + *options.over + " of " + std::to_string(newest.time_since_epoch().count());
 }
 
-void sayLosses(const media::Losses &losses) {
-  if (losses.clippedPixels == 0) return;
+void sayLosses(const RenderOptions &options, const media::Losses &losses) {
+  if (!losses.audioObstacle.empty()) sayAudioIsLeftOut(options, losses.audioObstacle, losses.hasAudio);
+  if (losses.clippedPixels == 0 || options.quiet) return;
   const bool isOne = losses.clippedPixels == 1;
   say(counted(losses.clippedPixels, "pixel") + " in " + counted(losses.clippedFrames, "frame") +
       (isOne ? " is brighter than its alpha and was" : " are brighter than their alpha and were") +

@@ -13,8 +13,10 @@ namespace pyrelux::cli {
 /// extension or codec that does not exist.
 int chooseBits(const RenderOptions &options);
 
-/// How the options ask for it to be stored. Throws UsageError.
-media::OutputFormat chooseFormat(const RenderOptions &options, const media::InputInfo &input, int bits);
+/// How the options ask for these frames of the input to be stored. Tells when its audio has to be left out. Throws
+/// UsageError.
+media::OutputFormat chooseFormat(const RenderOptions &options, const media::InputInfo &input, const FrameList &frames,
+                                 int bits);
 
 /// Opens the output for these frames of the input. The writer lays them over the background, if there is one. Throws
 /// UsageError, media::MediaError.
@@ -25,7 +27,7 @@ std::unique_ptr<media::Writer> openOutput(const RenderOptions &options, const me
 /// of its last change.
 std::string outputText(const RenderOptions &options, const FrameList &frames);
 
-/// Tells what the output does not keep, if there is any such thing.
-void sayLosses(const media::Losses &losses);
+/// Tells what the output does not keep, if there is any such thing and the options do not ask for quiet.
+void sayLosses(const RenderOptions &options, const media::Losses &losses);
 
 }  // namespace pyrelux::cli

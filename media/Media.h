@@ -59,6 +59,7 @@ struct InputInfo {
   std::int64_t firstFrame = 0;
   std::int64_t lastFrame = 0;
   FrameRate frameRate;  ///< of a movie; 24 otherwise
+  bool hasAudio = false;
 };
 
 /// The largest picture that is read, in pixels along one side and in all. Anything larger is refused before it is
@@ -95,6 +96,10 @@ struct OutputFormat {
   /// What colour means in the file where it is not opaque; otherwise the codec's custom. Without effect where a file
   /// holds no alpha.
   std::optional<Alpha> alpha = {};
+  /// A movie whose audio is copied as it is coded, into a movie of the same frame rate; otherwise there is none. Its
+  /// frame `audioFirstFrame` is the output's first, and its audio ends with the output's last.
+  std::string audioFrom = {};
+  std::int64_t audioFirstFrame = 1;
 };
 
 /// What a file does not keep of what it was given.
@@ -103,6 +108,8 @@ struct Losses {
   /// file or more, in a way that premultiplied alpha of the same depth would hold.
   std::int64_t clippedPixels = 0;
   std::int64_t clippedFrames = 0;  ///< the frames that have such pixels
+  std::string audioObstacle = {};  ///< why audio is left out; empty if all of it was copied, or none was asked for
+  bool hasAudio = false;           ///< some was copied
 };
 
 /// Writes a still, a numbered sequence or a movie, chosen by the path's extension; docs/formats.md lists them all with
@@ -110,8 +117,8 @@ struct Losses {
 /// a partial file never carries the final name.
 class Writer {
  public:
-  /// Throws OutputError: unknown extension or codec, unwritable folder, a folder or device of that name; EncoderError: no
-  /// such encoder, a size that it refuses.
+  /// Throws InputError: audioFrom cannot be read; OutputError: unknown extension or codec, unwritable folder, a folder
+  /// or device of that name; EncoderError: no such encoder, a size that it refuses.
   static std::unique_ptr<Writer> open(const std::string &path, const OutputFormat &format);
 
   /// Whether the path can hold more than one frame: a movie, or a still's extension with a frame pattern in its name.
@@ -125,6 +132,9 @@ class Writer {
   /// Whether the codec holds alpha; otherwise pictures are stored as they look over black. Throws OutputError as
   /// above.
   static bool holdsAlpha(const std::string &path, const std::string &codec = {});
+
+  /// Whether files of the path's kind hold audio. Throws OutputError for an unknown extension.
+  static bool holdsAudio(const std::string &path);
 
   /// Discards what is not finished.
   virtual ~Writer() = default;

@@ -13,7 +13,17 @@ namespace pyrelux::media {
 
 namespace {
 
-/// Finds out what the streams hold, which decodes some of them when the container does not say it.
+/// Whether every packet of the codec decodes to exactly one picture: it neither reorders pictures (which allows for
+/// fields, packed pairs and leading pictures that cannot be decoded) nor has hidden ones.
+bool packetsArePictures(AVCodecID codec) {
+  constexpr AVCodecID withHiddenPictures[] = {AV_CODEC_ID_VP7, AV_CODEC_ID_VP8, AV_CODEC_ID_VP9, AV_CODEC_ID_AV1};
+  const AVCodecDescriptor *descriptor = avcodec_descriptor_get(codec);
+  return descriptor && !(descriptor->props & AV_CODEC_PROP_REORDER) &&
+         std::count(std::begin(withHiddenPictures), std::end(withHiddenPictures), codec) == 0;
+}
+
+}  // namespace
+
 void findStreams(AVFormatContext &demuxer) {
   std::vector<Dictionary> limits(demuxer.nb_streams);
   std::vector<AVDictionary *> options;
@@ -26,7 +36,6 @@ void findStreams(AVFormatContext &demuxer) {
   for (std::size_t index = 0; index < limits.size(); ++index) *limits[index].get() = options[index];
 }
 
-/// The first video stream that is more than the cover picture of a recording.
 AVStream *findVideo(const AVFormatContext &demuxer) {
   const auto end = demuxer.streams + demuxer.nb_streams;
   const auto found = std::find_if(demuxer.streams, end, [](const AVStream *stream) {
@@ -34,17 +43,6 @@ AVStream *findVideo(const AVFormatContext &demuxer) {
   });
   return found == end ? nullptr : *found;
 }
-
-/// Whether every packet of the codec decodes to exactly one picture: it neither reorders pictures (which allows for
-/// fields, packed pairs and leading pictures that cannot be decoded) nor has hidden ones.
-bool packetsArePictures(AVCodecID codec) {
-  constexpr AVCodecID withHiddenPictures[] = {AV_CODEC_ID_VP7, AV_CODEC_ID_VP8, AV_CODEC_ID_VP9, AV_CODEC_ID_AV1};
-  const AVCodecDescriptor *descriptor = avcodec_descriptor_get(codec);
-  return descriptor && !(descriptor->props & AV_CODEC_PROP_REORDER) &&
-         std::count(std::begin(withHiddenPictures), std::end(withHiddenPictures), codec) == 0;
-}
-
-}  // namespace
 
 MovieDecoder::MovieDecoder(const std::string &path, const AVInputFormat *demuxer)
     : file_(path), demuxer_(file_.demux(demuxer)) {
@@ -96,6 +94,11 @@ std::int64_t MovieDecoder::countPictures() {
   else
     while (next()) ++count;
   return count;
+}
+
+bool MovieDecoder::hasAudio() const {
+  return std::any_of(demuxer_->streams, demuxer_->streams + demuxer_->nb_streams,
+                     [](const AVStream *stream) { return stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO; });
 }
 
 FrameRate MovieDecoder::frameRate() const {

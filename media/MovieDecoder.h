@@ -10,6 +10,12 @@
 
 namespace pyrelux::media {
 
+/// Finds out what the streams hold, which decodes some of them when the container does not say it.
+void findStreams(AVFormatContext &demuxer);
+
+/// The first video stream that is more than the cover picture of a recording; null if there is none.
+AVStream *findVideo(const AVFormatContext &demuxer);
+
 /// Decodes the video of a movie, picture after picture. To go back, make a new one: that is sure to arrive at the
 /// same pictures, which seeking is not in every container.
 class MovieDecoder {
@@ -24,6 +30,7 @@ class MovieDecoder {
   std::int64_t countPictures();
 
   FrameRate frameRate() const;
+  bool hasAudio() const;
   AVCodecID codec() const { return decoder_->codec(); }
 
  private:

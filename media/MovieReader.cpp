@@ -16,6 +16,7 @@ MovieReader::MovieReader(const std::string &path, const AVInputFormat *demuxer, 
   info_ = describe(*frame, alpha);
   info_.kind = InputKind::Movie;
   info_.frameRate = first.frameRate();
+  info_.hasAudio = first.hasAudio();
   info_.firstFrame = 1;
   // Counting reads from the start, which a decoder that has delivered a picture is past.
   info_.lastFrame = MovieDecoder(path, demuxer).countPictures();

@@ -1,8 +1,10 @@
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
+#include "AudioCopy.h"
 #include "Encoder.h"
 #include "Errors.h"
 #include "FileFormat.h"
@@ -72,6 +74,10 @@ class MovieWriter : public Writer {
       stream_->codecpar->codec_tag = hvc1;
     stream_->time_base = encoder_.context().time_base;
     stream_->avg_frame_rate = encoder_.context().framerate;
+    if (!format.audioFrom.empty()) {
+      audio_.emplace(format.audioFrom, format.audioFirstFrame, format.frameRate);
+      audio_->addStreams(*muxer);
+    }
     for (const auto &[name, value] : file.options) options_.set(name, value);
     require(avformat_write_header(muxer, options_.get()));
     requireFrameRate();
@@ -87,25 +93,35 @@ class MovieWriter : public Writer {
     if (frame < 0) failWriting(path_, "the frame number " + std::to_string(frame) + " is negative");
     encoder_.encode(image, sink());
     output_.requireWritten();
-    hasFrames_ = true;
+    ++frames_;
   }
 
   void finish() override {
-    if (!hasFrames_) failWriting(path_, causeNoFrame);
+    if (frames_ == 0) failWriting(path_, causeNoFrame);
     encoder_.flush(sink());
+    if (audio_) require(audio_->writeUntil(*muxer_, frames_, encoder_.context().time_base));
     isOpen_ = false;
     require(av_write_trailer(muxer_.get()));
     output_.commit();
   }
 
-  Losses losses() const override { return encoder_.losses(); }
+  Losses losses() const override {
+    Losses losses = encoder_.losses();
+    if (audio_) {
+      losses.audioObstacle = audio_->obstacle();
+      losses.hasAudio = audio_->hasTracks();
+    }
+    return losses;
+  }
 
  private:
+  /// Packets are written in the order of their times; so the library has none to hold back and sort.
   Encoder::Sink sink() {
     return [this](AVPacket &packet) {
+      if (audio_) require(audio_->writeUntil(*muxer_, packet.dts, encoder_.context().time_base));
       packet.stream_index = stream_->index;
       av_packet_rescale_ts(&packet, encoder_.context().time_base, stream_->time_base);
-      require(av_interleaved_write_frame(muxer_.get(), &packet));
+      require(av_write_frame(muxer_.get(), &packet));
     };
   }
 
@@ -126,7 +142,8 @@ class MovieWriter : public Writer {
   Encoder encoder_;
   MuxerPtr muxer_;
   AVStream *stream_ = nullptr;
-  bool hasFrames_ = false;
+  std::optional<AudioCopy> audio_;
+  std::int64_t frames_ = 0;
   bool isOpen_ = false;  // a header is written, and no trailer yet
 };
 
@@ -142,6 +159,11 @@ std::unique_ptr<Writer> Writer::open(const std::string &path, const OutputFormat
 
 bool Writer::holdsManyFrames(const std::string &path) {
   return formatOf(path).isMovie() || FramePattern(path).isNumbered();
+}
+
+bool Writer::holdsAudio(const std::string &path) {
+  const FileFormat &file = formatOf(path);
+  return file.isMovie() && av_guess_format(file.muxer, nullptr, nullptr)->audio_codec != AV_CODEC_ID_NONE;
 }
 
 bool Writer::isDeep(const std::string &path, const std::string &codec) {

@@ -167,6 +167,15 @@ void CliTest::saveWithFfmpeg(const Words &arguments, const std::string &name) co
   outputOf(ffmpeg + Words{"-y"} + arguments + Words{path(name).string()});
 }
 
+std::vector<CliTest::AudioPacket> CliTest::audioOf(const std::string &name) const {
+  const Words words{PYRELUX_FFPROBE, "-v", "error", "-select_streams", "a", "-show_packets", "-show_data_hash", "md5"};
+  const nlohmann::json told = nlohmann::json::parse(outputOf(words + Words{"-of", "json", path(name).string()}));
+  std::vector<AudioPacket> packets;
+  for (const nlohmann::json &packet : told.at("packets"))
+    packets.push_back({std::stod(packet.at("pts_time").get<std::string>()), packet.at("data_hash")});
+  return packets;
+}
+
 nlohmann::json CliTest::probe(const std::string &name) const {
   const Words words{PYRELUX_FFPROBE, "-v", "error", "-show_streams", "-count_frames", "-of", "json"};
   return nlohmann::json::parse(outputOf(words + Words{path(name).string()})).at("streams").at(0);

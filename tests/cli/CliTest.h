@@ -74,6 +74,13 @@ class CliTest : public testing::Test {
   /// A picture in another layout of pixels, in the format or lossless codec of the new name's extension.
   void convertTo(const std::string &name, const std::string &from, const std::string &pixelFormat) const;
 
+  /// The packets of the file's audio: their times in seconds and the hashes of their bytes.
+  struct AudioPacket {
+    double time;
+    std::string hash;
+  };
+  std::vector<AudioPacket> audioOf(const std::string &name) const;
+
   /// The title in another layout of pixels, in the format of the name's extension.
   void saveAs(const std::string &name, const std::string &pixelFormat) const;
 

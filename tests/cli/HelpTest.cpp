@@ -59,6 +59,7 @@ TEST_F(Help, OfRenderExplainsEveryOptionWithItsUnit) {
       {"--codec", {"NAME", "prores", "ffv1", "h264", "h265", "half", "float", "lossless", "default"}},
       {"--alpha", {"KIND", "straight", "premultiplied", "default"}},
       {"--over", {"COLOR|FILE", "#rrggbb", "0..1", "sequence", "default: black"}},
+      {"--no-audio", {"movie", "as it is coded"}},
       {"--frames", {"RANGE", "1-48", "frame N is rendered at time N", "default"}},
       {"--fps", {"RATE", "Frames per second", "30000/1001", "default", "24"}},
       {"--set", {"NAME=VALUE", "repeated", "units"}},

@@ -1,0 +1,127 @@
+#include "AudioCopy.h"
+
+#include <algorithm>
+
+#include "Errors.h"
+#include "MovieDecoder.h"
+
+namespace pyrelux::media {
+
+namespace {
+
+bool isAudio(const AVStream &stream) { return stream.codecpar->codec_type == AVMEDIA_TYPE_AUDIO; }
+
+/// A stream like another one, for the same packets.
+AVStream *addLike(AVFormatContext &muxer, const AVStream &from) {
+  AVStream *to = avformat_new_stream(&muxer, nullptr);
+  if (!to || avcodec_parameters_copy(to->codecpar, from.codecpar) < 0) throw std::bad_alloc();
+  to->codecpar->codec_tag = 0;  // each container has its own
+  to->time_base = from.time_base;
+  to->disposition = from.disposition;
+  if (const AVDictionaryEntry *language = av_dict_get(from.metadata, "language", nullptr, 0))
+    av_dict_set(&to->metadata, "language", language->value, 0);
+  return to;
+}
+
+/// Found by trying, in memory: what the libraries' tables list is not all that they write, nor the other way round.
+bool canHold(const AVOutputFormat &format, const AVStream &stream) {
+  AVFormatContext *allocatedMuxer = nullptr;
+  if (avformat_alloc_output_context2(&allocatedMuxer, &format, nullptr, nullptr) < 0) throw std::bad_alloc();
+  const MuxerPtr muxer(allocatedMuxer);
+  addLike(*muxer, stream);
+  if (avio_open_dyn_buf(&muxer->pb) < 0) throw std::bad_alloc();
+  const bool isHeld = avformat_write_header(muxer.get(), nullptr) >= 0;
+  std::uint8_t *bytes = nullptr;
+  avio_close_dyn_buf(muxer->pb, &bytes);
+  av_free(bytes);
+  muxer->pb = nullptr;
+  return isHeld;
+}
+
+std::string damage(int result) { return "it is damaged (" + libraryCause(result) + ")"; }
+
+}  // namespace
+
+AudioCopy::AudioCopy(const std::string &path, std::int64_t firstFrame, FrameRate rate)
+    : file_(path), demuxer_(file_.demux(file_.identify().demuxer)), firstFrame_(firstFrame), rate_(rate) {
+  findStreams(*demuxer_);
+  for (unsigned index = 0; index < demuxer_->nb_streams; ++index)
+    if (!isAudio(*demuxer_->streams[index])) demuxer_->streams[index]->discard = AVDISCARD_ALL;
+}
+
+void AudioCopy::addStreams(AVFormatContext &muxer) {
+  const AVStream *video = findVideo(*demuxer_);
+  const AVRational frame = {rate_.denominator, rate_.numerator};
+  for (unsigned index = 0; index < demuxer_->nb_streams; ++index) {
+    AVStream *from = demuxer_->streams[index];
+    if (!isAudio(*from)) continue;
+    if (!canHold(*muxer.oformat, *from)) {
+      from->discard = AVDISCARD_ALL;
+      obstacle_ = std::string("its codec ") + avcodec_get_name(from->codecpar->codec_id) + " is none for this file";
+      continue;
+    }
+    std::int64_t start = av_rescale_q(firstFrame_ - 1, frame, from->time_base);
+    if (video && video->start_time != AV_NOPTS_VALUE)
+      start += av_rescale_q(video->start_time, video->time_base, from->time_base);
+    tracks_.push_back({from, addLike(muxer, *from), start, INT64_MIN, INT64_MIN});
+  }
+}
+
+AudioCopy::Track *AudioCopy::trackOf(int stream) {
+  const auto found = std::find_if(tracks_.begin(), tracks_.end(),
+                                  [stream](const Track &track) { return track.from->index == stream; });
+  return found == tracks_.end() ? nullptr : &*found;
+}
+
+/// Gives the packet times of the output, in units of the input. Returns whether it belongs into the output.
+bool AudioCopy::place(Track &track) {
+  if (packet_->dts == AV_NOPTS_VALUE) packet_->dts = packet_->pts;
+  if (packet_->dts == AV_NOPTS_VALUE) return false;
+  packet_->dts = av_sat_sub64(packet_->dts, track.start);
+  packet_->pts = packet_->pts == AV_NOPTS_VALUE ? packet_->dts : av_sat_sub64(packet_->pts, track.start);
+  packet_->pts = std::max(packet_->pts, packet_->dts);
+  packet_->pos = -1;
+  if (packet_->dts < track.newest) {
+    obstacle_ = "its times go back";
+    return false;
+  }
+  // Some containers do not say it, while others drop a last packet whose end they do not know.
+  if (packet_->duration == 0 && track.newest != INT64_MIN) packet_->duration = packet_->dts - track.newest;
+  track.newest = packet_->dts;
+  // At the movie's begin, decoders may need what precedes the first sample.
+  return firstFrame_ == 1 || av_sat_add64(packet_->pts, packet_->duration) > 0;
+}
+
+/// Gets the next packet that belongs to the output. Returns false after the last one.
+bool AudioCopy::readPacket() {
+  while (!hasPacket_) {
+    av_packet_unref(packet_.get());
+    if (hasEnded_ || tracks_.empty()) return false;
+    const int result = av_read_frame(demuxer_.get(), packet_.get());
+    hasEnded_ = result < 0;
+    if (hasEnded_ && result != AVERROR_EOF) obstacle_ = damage(result);
+    Track *track = hasEnded_ ? nullptr : trackOf(packet_->stream_index);
+    hasPacket_ = track && place(*track);
+  }
+  return true;
+}
+
+int AudioCopy::writeUntil(AVFormatContext &muxer, std::int64_t time, AVRational base) {
+  while (readPacket()) {
+    Track &track = *trackOf(packet_->stream_index);
+    if (av_compare_ts(packet_->pts, track.from->time_base, time, base) >= 0) return 0;
+    av_packet_rescale_ts(packet_.get(), track.from->time_base, track.to->time_base);
+    packet_->stream_index = track.to->index;
+    hasPacket_ = false;
+    // Packets shorter than a step of the input's clock.
+    packet_->dts = std::max(packet_->dts, track.earliest);
+    packet_->pts = std::max(packet_->pts, packet_->dts);
+    track.earliest = packet_->dts + (muxer.oformat->flags & AVFMT_TS_NONSTRICT ? 0 : 1);
+    const int result = av_write_frame(&muxer, packet_.get());
+    if (muxer.pb->error < 0) return muxer.pb->error;
+    if (result < 0) obstacle_ = damage(result);
+  }
+  return 0;
+}
+
+}  // namespace pyrelux::media
