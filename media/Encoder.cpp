@@ -71,6 +71,11 @@ Encoder::Encoder(const std::string &path, const Codec &codec, bool isMovie, cons
     codec_->color_range = isYuv ? AVCOL_RANGE_MPEG : AVCOL_RANGE_JPEG;
     if (layout.log2_chroma_w) codec_->chroma_sample_location = AVCHROMA_LOC_LEFT;
   }
+  // PNG has a word for sRGB but none for BT.709, which would become a gamma that makes pictures lighter.
+  if (encoder->id == AV_CODEC_ID_PNG || encoder->id == AV_CODEC_ID_APNG) {
+    codec_->color_primaries = AVCOL_PRI_BT709;
+    codec_->color_trc = AVCOL_TRC_IEC61966_2_1;
+  }
   for (const auto &[name, value] : codec.options) options.set(name, value);
   // FFV1's level 3 divides a picture in slices, 2 x 2 or more, and loses pixels of pictures too small for that.
   constexpr int smallestSliced = 4;
@@ -84,6 +89,8 @@ void Encoder::encode(const Image &image, const Sink &sink) {
     failWriting(path_, "a picture of " + sizeText(image.width(), image.height()) + " was given for one of " +
                            sizeText(format_.width, format_.height));
   const FramePtr frame = toFrame(stored(image), codec_->pix_fmt, codec_->width, codec_->height, path_);
+  frame->color_primaries = codec_->color_primaries;
+  frame->color_trc = codec_->color_trc;
   frame->pts = count_++;
   send(frame.get(), sink);
 }

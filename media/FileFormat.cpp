@@ -90,12 +90,12 @@ std::vector<FileFormat> makeFormats() {
   };
 }
 
-const std::vector<FileFormat> &formats() {
+}  // namespace
+
+const std::vector<FileFormat> &fileFormats() {
   static const std::vector<FileFormat> all = makeFormats();
   return all;
 }
-
-}  // namespace
 
 const Codec &FileFormat::codec(const std::string &name, const std::string &path) const {
   std::string known;
@@ -112,7 +112,7 @@ const FileFormat &formatOf(const std::string &path) {
   std::transform(lower.begin(), lower.end(), lower.begin(),
                  [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
   std::string known;
-  for (const FileFormat &format : formats()) {
+  for (const FileFormat &format : fileFormats()) {
     if (lower == format.extension) return format;
     known += known.empty() ? format.extension : std::string(" ") + format.extension;
   }

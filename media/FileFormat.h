@@ -42,6 +42,9 @@ struct FileFormat {
   const Codec &codec(const std::string &name, const std::string &path) const;
 };
 
+/// All that can be written.
+const std::vector<FileFormat> &fileFormats();
+
 /// By the path's extension, in upper or lower case. Throws OutputError if there is none of it.
 const FileFormat &formatOf(const std::string &path);
 

@@ -184,8 +184,6 @@ void readYuv(const AVFrame &frame, Image &image, const std::string &path) {
 
 void writeYuv(Image image, AVFrame &frame, const std::string &path) {
   frame.colorspace = AVCOL_SPC_BT709;
-  frame.color_primaries = AVCOL_PRI_BT709;
-  frame.color_trc = AVCOL_TRC_BT709;
   frame.color_range = AVCOL_RANGE_MPEG;
   frame.chroma_location = AVCHROMA_LOC_LEFT;
   FramePtr converted;
