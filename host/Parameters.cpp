@@ -38,15 +38,6 @@ std::size_t nameDistance(const std::string &typed, const std::string &name) {
 
 std::vector<Keyframe> constant(const ParameterValue &value) { return {{0.0, value}}; }
 
-/// What lies between legal values, made legal.
-ParameterValue legal(const ParameterDeclaration &parameter, ParameterValue value) {
-  if (parameter.kind == ParameterKind::Integer) value[0] = std::round(value[0]);
-  if (parameter.hasRange()) value[0] = std::clamp(value[0], parameter.minimum, parameter.maximum);
-  if (parameter.kind == ParameterKind::Colour)
-    for (double &channel : value) channel = std::clamp(channel, 0.0, 1.0);
-  return value;
-}
-
 }  // namespace
 
 const char *kindName(ParameterKind kind) {
@@ -127,6 +118,21 @@ std::string refusalOf(const ParameterDeclaration &parameter, const ParameterValu
   return {};
 }
 
+ParameterValue nearestLegal(const ParameterDeclaration &parameter, ParameterValue value) {
+  for (std::size_t i = 0; i < value.size(); ++i)
+    if (std::isnan(value[i])) value[i] = parameter.defaultValue[i];
+  const auto clampAll = [&value](double least, double most) {
+    for (double &number : value) number = std::clamp(number, least, most);
+  };
+  if (parameter.hasRange()) value[0] = std::clamp(value[0], parameter.minimum, parameter.maximum);
+  if (parameter.kind == ParameterKind::Integer) value[0] = std::round(value[0]);
+  if (parameter.kind == ParameterKind::Popup)
+    value[0] = std::clamp(std::floor(value[0]), 0.0, static_cast<double>(parameter.entries.size()) - 1.0);
+  if (parameter.kind == ParameterKind::Colour) clampAll(0.0, 1.0);
+  if (parameter.kind == ParameterKind::Point) clampAll(-farthestPoint, farthestPoint);
+  return value;
+}
+
 std::string refusalOf(const Keyframe &keyframe) {
   if (!(std::abs(keyframe.frame) <= farthestFrame)) return "it is no frame of a film";
   if (keyframe.ease != Ease::Bezier) return {};
@@ -173,7 +179,7 @@ ParameterValue ParameterSet::value(std::uint32_t id, double timeFrames) const {
   if (!parameter) return {};
   const auto set = values_.find(id);
   if (set == values_.end()) return parameter->defaultValue;
-  return legal(*parameter, interpolate(set->second, timeFrames));
+  return nearestLegal(*parameter, interpolate(set->second, timeFrames));
 }
 
 std::vector<Keyframe> ParameterSet::keyframes(const ParameterDeclaration &parameter) const {

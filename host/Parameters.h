@@ -45,6 +45,9 @@ std::string slugOf(const std::string &text);
 /// Why a parameter can't have a value: "its range is -100..100". Empty when it can.
 std::string refusalOf(const ParameterDeclaration &parameter, const ParameterValue &value);
 
+/// The value nearest to it that refusalOf() has nothing against; of what is not a number, the default.
+ParameterValue nearestLegal(const ParameterDeclaration &parameter, ParameterValue value);
+
 /// Why a parameter can't have a keyframe, whatever its value is. Empty when it can.
 std::string refusalOf(const Keyframe &keyframe);
 

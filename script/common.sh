@@ -9,12 +9,12 @@ program_packages=(
   libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libtiff-dev
   libpango1.0-dev libcairo2-dev fonts-dejavu-core libimagequant-dev
   libfftw3-dev
-  frei0r-plugins-dev
+  frei0r-plugins-dev libmlt-dev
   libcli11-dev nlohmann-json3-dev libxxhash-dev
 )
 
 # What the tests and benchmarks need besides: a second compiler, the frameworks, and a backend for AppKit's buttons.
-test_packages=(clang libgtest-dev libgmock-dev libbenchmark-dev libwebp-dev python3-jsonschema gnustep-back0.29-cairo ffmpeg)
+test_packages=(clang libgtest-dev libgmock-dev libbenchmark-dev libwebp-dev python3-jsonschema gnustep-back0.29-cairo ffmpeg melt)
 
 # To run the kernels for ARM here.
 arm_packages=(g++-aarch64-linux-gnu qemu-user googletest)

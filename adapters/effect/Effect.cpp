@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 #include "Renderers.h"
 
@@ -14,18 +15,25 @@ std::uint8_t toByte(float value) { return static_cast<std::uint8_t>(std::min(val
 
 }  // namespace
 
+void Canvas::paint(const std::uint8_t *input, std::uint8_t *output, int width, int height, Composition composition,
+                   const std::function<void(const Image &, Image &)> &draw) {
+  input_.reshape(width, height, Alpha::Straight, false);
+  std::memcpy(input_.asBytes().data(), input, input_.sampleCount());
+  draw(input_, fire_);
+  compose(fire_.asBytes().data(), composition == Composition::OverSource ? input : nullptr, output,
+          static_cast<std::size_t>(width) * height);
+}
+
 Effect::Effect(const host::FilterInfo &filter) : filter_(filter), renderer_(host::chooseRenderer("auto")) {}
 
 void Effect::render(const std::uint8_t *input, std::uint8_t *output, int width, int height, double timeFrames,
                     double pixelAspect, Composition composition) {
-  input_.reshape(width, height, Alpha::Straight, false);
-  std::memcpy(input_.asBytes().data(), input, input_.sampleCount());
   host::FrameSettings settings;
   settings.pixelAspect = pixelAspect;
-  filter_.restart();
-  renderer_.render(filter_, input_, timeFrames, settings, fire_);
-  compose(fire_.asBytes().data(), composition == Composition::OverSource ? input : nullptr, output,
-          static_cast<std::size_t>(width) * height);
+  canvas_.paint(input, output, width, height, composition, [&](const Image &picture, Image &fire) {
+    filter_.restart();
+    renderer_.render(filter_, picture, timeFrames, settings, fire);
+  });
 }
 
 void compose(const std::uint8_t *fire, const std::uint8_t *source, std::uint8_t *output, std::size_t pixels) {
@@ -50,5 +58,9 @@ void compose(const std::uint8_t *fire, const std::uint8_t *source, std::uint8_t 
 }
 
 void complain(const char *message) noexcept { std::fprintf(stderr, "pyrelux: %s\n", message); }
+
+const char *reasonOf(const std::exception &error) noexcept {
+  return dynamic_cast<const std::bad_alloc *>(&error) ? "there is not enough memory" : error.what();
+}
 
 }  // namespace pyrelux::adapters

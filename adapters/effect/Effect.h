@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -16,6 +18,20 @@ enum class Composition {
   FireAlone,   ///< what the filter draws
 };
 
+/// Between a host's frames, 8-bit with straight alpha, and the filter's. Thread: one at a time.
+class Canvas {
+ public:
+  /// `input` and `output`: width * height * 4 bytes, red, green, blue, straight alpha, rows from the top without
+  /// padding; they may be the same. `draw` makes the second image, premultiplied bytes, from the first; what it throws
+  /// leaves `output` as it was.
+  void paint(const std::uint8_t *input, std::uint8_t *output, int width, int height, Composition composition,
+             const std::function<void(const Image &, Image &)> &draw);
+
+ private:
+  Image input_;
+  Image fire_;
+};
+
 /// The filter for hosts that hand over 8-bit frames with straight alpha, any of them at any time. Each frame is drawn
 /// by a filter object that has drawn none before, so that it depends on its time and the parameters alone: constant
 /// speeds times the time give the phases. Thread: render() from one thread at a time; different objects are
@@ -28,17 +44,15 @@ class Effect {
   host::ParameterSet &parameters() { return filter_.parameters(); }
   const host::ParameterSet &parameters() const { return filter_.parameters(); }
 
-  /// Draws a frame. `input` and `output`: width * height * 4 bytes, red, green, blue, straight alpha, rows from the top
-  /// without padding; they may be the same. `pixelAspect`: width of a pixel / its height. Throws HostError, and leaves
-  /// `output` as it was.
+  /// Draws a frame, between the two pictures of Canvas::paint(). `pixelAspect`: width of a pixel / its height. Throws
+  /// HostError, and leaves `output` as it was.
   void render(const std::uint8_t *input, std::uint8_t *output, int width, int height, double timeFrames,
               double pixelAspect, Composition composition);
 
  private:
   host::Filter filter_;
   host::FrameRenderer renderer_;
-  Image input_;
-  Image fire_;
+  Canvas canvas_;
 };
 
 /// The fire (premultiplied, colour may exceed alpha) over a source with straight alpha, or over nothing when `source`
@@ -50,5 +64,8 @@ void compose(const std::uint8_t *fire, const std::uint8_t *source, std::uint8_t 
 /// "pyrelux: …" on standard error. Needs no memory, which may be what is missing.
 void complain(const char *message) noexcept;
 inline void complain(const std::string &message) noexcept { complain(message.c_str()); }
+
+/// What to complain of. Needs no memory either.
+const char *reasonOf(const std::exception &error) noexcept;
 
 }  // namespace pyrelux::adapters

@@ -11,7 +11,6 @@ extern "C" {
 #include <cstring>
 #include <memory>
 #include <mutex>
-#include <new>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -26,10 +25,6 @@ namespace pyrelux::adapters {
 namespace {
 
 constexpr char unknownReason[] = "something unknown went wrong";
-
-const char *reasonOf(const std::exception &error) noexcept {
-  return dynamic_cast<const std::bad_alloc *>(&error) ? "there is not enough memory" : error.what();
-}
 
 /// What all instances share: the filter and its parameters as the host sees them.
 struct PlugIn {

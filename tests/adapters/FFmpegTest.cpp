@@ -1,10 +1,7 @@
 // The frei0r plug-in in the program that most people have.
 
-#include <algorithm>
-#include <cmath>
-#include <cstring>
-
 #include "CliTest.h"
+#include "Composed.h"
 
 namespace pyrelux::cli::test {
 namespace {
@@ -37,31 +34,7 @@ TEST_F(FFmpeg, ShowsWhatRenderDraws) {
   const std::string frames = burnt("format=rgba,frei0r=pyrelux", 13);
   const Result result = pyrelux({"render", "title.png", "-o", "fire.exr", "--bits", "8", "--frames", "12"});
   expectSuccess(result);
-  const std::string fire = decoded("fire.exr", "gbrapf32le");
-  const std::string source = decoded("title.png", "rgba");
-  const std::string over = frame(frames, 12);
-  ASSERT_EQ(over.size(), source.size());
-  constexpr std::size_t pixels = testWidth * testHeight;
-  // Planes of green, blue, red, alpha.
-  const auto drawn = [&fire](std::size_t pixel, std::size_t channel) {
-    constexpr std::size_t planes[] = {2, 0, 1, 3};
-    float sample = 0.0f;
-    std::memcpy(&sample, &fire[(planes[channel] * pixels + pixel) * sizeof sample], sizeof sample);
-    return static_cast<double>(sample);
-  };
-  const auto byte = [](const std::string &picture, std::size_t pixel, std::size_t channel) {
-    return static_cast<unsigned char>(picture[pixel * 4 + channel]) / 255.0;
-  };
-  std::size_t burning = 0;
-  for (std::size_t pixel = 0; pixel < pixels; ++pixel) {
-    burning += drawn(pixel, 0) > 0.1;
-    for (std::size_t channel = 0; channel < 3; ++channel) {
-      const double sum =
-          drawn(pixel, channel) + byte(source, pixel, channel) * byte(source, pixel, 3) * (1.0 - drawn(pixel, 3));
-      EXPECT_NEAR(255.0 * byte(over, pixel, channel) * byte(over, pixel, 3), 255.0 * std::min(sum, 1.0), 1.0) << pixel;
-    }
-  }
-  EXPECT_GT(burning, 100u);
+  expectComposed(frame(frames, 12), decoded("fire.exr", "gbrapf32le"), decoded("title.png", "rgba"));
 }
 
 TEST_F(FFmpeg, TakesParametersInOrder) {

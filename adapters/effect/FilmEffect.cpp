@@ -1,0 +1,66 @@
+#include "FilmEffect.h"
+
+#include <algorithm>
+
+#include "Renderers.h"
+
+namespace pyrelux::adapters {
+
+namespace {
+
+/// Hosts with several threads ask for frames nearly in order. With a few runs that are not equally far one of them is
+/// always close behind.
+constexpr std::size_t mostRuns = 8;
+
+}  // namespace
+
+/// A filter object on its way through the frames.
+struct FilmEffect::Run {
+  Run(const host::FilterInfo &info, host::FrameRenderer &renderer) : filter(info), timeline(filter, renderer, 0) {}
+
+  host::Filter filter;
+  host::Timeline timeline;
+  std::int64_t next = 0;  ///< the frame that costs no run-up
+};
+
+FilmEffect::FilmEffect(const host::FilterInfo &filter)
+    : filter_(filter),
+      renderer_(host::chooseRenderer("auto")),
+      defaults_(host::Filter(filter).parameters()),
+      parameters_(defaults_) {}
+
+FilmEffect::~FilmEffect() = default;
+
+void FilmEffect::setParameters(const host::ParameterSet &parameters) {
+  parameters_ = parameters;
+  runs_.clear();
+}
+
+void FilmEffect::render(const std::uint8_t *input, std::uint8_t *output, int width, int height, std::int64_t frame,
+                        double pixelAspect, Composition composition) {
+  host::FrameSettings settings;
+  settings.pixelAspect = pixelAspect;
+  canvas_.paint(input, output, width, height, composition, [&](const Image &picture, Image &fire) {
+    Run &run = runFor(frame);
+    run.timeline.render(frame, picture, settings, fire);
+    run.next = frame + 1;
+  });
+}
+
+FilmEffect::Run &FilmEffect::runFor(std::int64_t frame) {
+  auto nearest = runs_.end();
+  for (auto run = runs_.begin(); run != runs_.end(); ++run)
+    if ((*run)->next <= frame && (nearest == runs_.end() || (*run)->next > (*nearest)->next)) nearest = run;
+  if (nearest == runs_.end()) {
+    if (runs_.size() < mostRuns) {
+      runs_.push_back(std::make_unique<Run>(filter_, renderer_));
+      runs_.back()->filter.parameters() = parameters_;
+      return *runs_.back();
+    }
+    nearest = runs_.begin();
+  }
+  std::rotate(nearest, nearest + 1, runs_.end());
+  return *runs_.back();
+}
+
+}  // namespace pyrelux::adapters

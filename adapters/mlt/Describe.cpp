@@ -1,0 +1,257 @@
+// Writes what programs read about the MLT filter, from the filter's own declarations: `yaml` MLT's metadata, `kdenlive`
+// Kdenlive's description of the effect.
+
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+#include <fstream>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "Bundles.h"
+#include "Filter.h"
+#include "MltParameters.h"
+#include "ParameterText.h"
+
+namespace pyrelux::adapters {
+
+namespace {
+
+using host::formatNumber;
+using host::ParameterDeclaration;
+using host::ParameterKind;
+
+constexpr char effectText[] = "Sets titles, logos and mattes on fire";
+constexpr char pointTakes[] =
+    "a place: the middle of a rectangle, X Y or X Y WIDTH HEIGHT, from the upper left, in the profile's pixels or, "
+    "with "
+    "a % behind each number, in percent of the picture";
+
+constexpr char colourTakes[] = "a colour, #rrggbb or 0xrrggbbaa";
+constexpr char outputTakes[] = "over: the fire over the source; fire: the fire alone";
+
+/// The adapter's own, which no filter declares, has no id.
+bool isOwn(const ParameterDeclaration &declaration) { return declaration.id == 0; }
+
+/// What the MLT filter's properties stand for: the filter's parameters that have a value, and the adapter's own.
+std::vector<ParameterDeclaration> declarationsOfProperties(const host::ParameterSet &parameters) {
+  std::vector<ParameterDeclaration> result;
+  for (const ParameterDeclaration &declaration : parameters.declarations())
+    if (declaration.kind != ParameterKind::Custom) result.push_back(declaration);
+  ParameterDeclaration output;
+  output.kind = ParameterKind::Popup;
+  output.label = output.key = "Output";
+  output.entries = {"over", "fire"};
+  result.push_back(output);
+  return result;
+}
+
+/// As MLT's properties have it: shares in percent.
+struct Numbers {
+  explicit Numbers(const ParameterDeclaration &declaration)
+      : Numbers(declaration, isShare(declaration) ? 100.0 : 1.0) {}
+  Numbers(const ParameterDeclaration &declaration, double factor)
+      : minimum(declaration.minimum * factor),
+        maximum(declaration.maximum * factor),
+        standard(declaration.defaultValue[0] * factor) {}
+
+  double minimum;
+  double maximum;
+  double standard;
+};
+
+std::string unitOf(const ParameterDeclaration &declaration) {
+  return isShare(declaration) ? "%" : declaration.kind == ParameterKind::Angle ? "°" : "";
+}
+
+/// What the parameter takes, in the words of the declarations.
+std::string explanation(const ParameterDeclaration &declaration) {
+  if (isOwn(declaration)) return outputTakes;
+  if (declaration.kind == ParameterKind::Point) return pointTakes;
+  if (declaration.kind == ParameterKind::Colour) return colourTakes;
+  ParameterDeclaration inPercent = declaration;
+  inPercent.minimum = Numbers(declaration).minimum;
+  inPercent.maximum = Numbers(declaration).maximum;
+  return host::formatTakes(inPercent) + (isShare(declaration) ? " percent" : "");
+}
+
+/// "#ff8000": MLT's colours have 8 bits.
+std::string colourText(const host::ParameterValue &colour) {
+  char text[8];
+  const auto byte = [](double channel) { return static_cast<unsigned>(channel * 255.0 + 0.5) & 0xffu; };
+  std::snprintf(text, sizeof text, "#%02x%02x%02x", byte(colour[0]), byte(colour[1]), byte(colour[2]));
+  return text;
+}
+
+/// "45% 45% 10% 10%" for the middle: a rectangle to take hold of, as wide and high as `size` percent of the picture.
+std::string pointOf(const host::ParameterValue &point, double size) {
+  const auto percent = [](double number) { return formatNumber(number) + "%"; };
+  const std::string corner =
+      percent(100.0 * point[0] - size / 2.0) + ' ' + percent(100.0 * (1.0 - point[1]) - size / 2.0);
+  return size > 0.0 ? corner + ' ' + percent(size) + ' ' + percent(size) : corner;
+}
+
+// YAML
+
+/// In double quotes.
+std::string quoted(const std::string &text) {
+  std::string result = "\"";
+  for (const char c : text) result += (c == '"' || c == '\\') ? std::string{'\\', c} : std::string(1, c);
+  return result + '"';
+}
+
+void writeYamlParameter(std::ostream &out, const ParameterDeclaration &declaration) {
+  out << "\n  - identifier: " << declaration.slug() << '\n';
+  const auto line = [&out](const char *name, const std::string &value) {
+    out << "    " << name << ": " << value << '\n';
+  };
+  line("title", quoted(declaration.label));
+  line("description", quoted(explanation(declaration)));
+  line("mutable", "yes");
+  if (!isOwn(declaration)) line("animation", "yes");
+  switch (declaration.kind) {
+    case ParameterKind::Colour:
+      line("type", "color");
+      line("default", quoted(colourText(declaration.defaultValue)));
+      line("widget", "color");
+      break;
+    case ParameterKind::Point:
+      line("type", "rect");
+      line("default", quoted(pointOf(declaration.defaultValue, 0.0)));
+      break;
+    case ParameterKind::Popup:
+      line("type", "string");
+      line("default", quoted(host::formatValue(declaration, declaration.defaultValue)));
+      line("widget", "combo");
+      out << "    values:\n";
+      for (const std::string &entry : declaration.entries) out << "      - " << quoted(entry) << '\n';
+      break;
+    default: {
+      const Numbers numbers(declaration);
+      line("type", declaration.kind == ParameterKind::Integer ? "integer" : "float");
+      line("minimum", formatNumber(numbers.minimum));
+      line("maximum", formatNumber(numbers.maximum));
+      line("default", formatNumber(numbers.standard));
+      if (!unitOf(declaration).empty()) line("unit", quoted(unitOf(declaration)));
+      line("widget", "slider");
+    }
+  }
+}
+
+void writeYaml(std::ostream &out, const std::vector<ParameterDeclaration> &declarations) {
+  out << "schema_version: 7.0\ntype: filter\nidentifier: pyrelux\ntitle: Pyrelux\nversion: 1\ncopyright: Morvane\n"
+         "creator: Morvane\nlicense: MIT\nlanguage: en\ntags:\n  - Video\ndescription: "
+      << effectText << "\nparameters:\n";
+  for (const ParameterDeclaration &declaration : declarations) writeYamlParameter(out, declaration);
+}
+
+// Kdenlive
+
+std::string escaped(const std::string &text) {
+  std::string result;
+  for (const char c : text) {
+    const std::string entity = c == '&' ? "&amp;" : c == '<' ? "&lt;" : c == '>' ? "&gt;" : c == '"' ? "&quot;" : "";
+    result += entity.empty() ? std::string(1, c) : entity;
+  }
+  return result;
+}
+
+/// "Turbulence" of "Turbulence: Amount"; empty when the label names no group.
+std::string groupOf(const ParameterDeclaration &declaration) {
+  const std::size_t colon = declaration.label.find(": ");
+  return colon == std::string::npos ? std::string() : declaration.label.substr(0, colon);
+}
+
+/// In the declared order, but what is of one group beside each other, where the first of them stands: Kdenlive shows
+/// controls as they follow and has no headings.
+std::vector<ParameterDeclaration> grouped(const std::vector<ParameterDeclaration> &declarations) {
+  std::vector<ParameterDeclaration> result;
+  for (const ParameterDeclaration &declaration : declarations) {
+    const auto last = std::find_if(result.rbegin(), result.rend(), [&](const ParameterDeclaration &other) {
+      return !groupOf(declaration).empty() && groupOf(other) == groupOf(declaration);
+    });
+    result.insert(last == result.rend() ? result.end() : last.base(), declaration);
+  }
+  return result;
+}
+
+void writeKdenliveParameter(std::ostream &out, const ParameterDeclaration &declaration) {
+  const auto attribute = [&out](const char *name, const std::string &value) {
+    out << ' ' << name << "=\"" << escaped(value) << '"';
+  };
+  // A turn each way is as far as a slider can be used; keyframes that go farther are for melt.
+  constexpr double turn = 360.0;
+  const bool isAngle = declaration.kind == ParameterKind::Angle;
+  std::string titles;
+  out << "  <parameter";
+  attribute("name", declaration.slug());
+  switch (declaration.kind) {
+    case ParameterKind::Colour:
+      attribute("type", "color");
+      attribute("default", colourText(declaration.defaultValue));
+      attribute("alpha", "0");
+      break;
+    case ParameterKind::Point:
+      attribute("type", "animatedrect");
+      attribute("default", pointOf(declaration.defaultValue, 10.0));
+      attribute("opacity", "false");
+      break;
+    case ParameterKind::Popup: {
+      std::string values;
+      for (const std::string &entry : declaration.entries) {
+        values += (values.empty() ? "" : ";") + entry;
+        titles += (titles.empty() ? "" : ",") + entry;
+      }
+      attribute("type", "list");
+      attribute("default", host::formatValue(declaration, declaration.defaultValue));
+      attribute("paramlist", values);
+      break;
+    }
+    default: {
+      const Numbers numbers(declaration);
+      attribute("type", "animated");
+      attribute("default", formatNumber(numbers.standard));
+      attribute("min", formatNumber(isAngle ? std::max(numbers.minimum, -turn) : numbers.minimum));
+      attribute("max", formatNumber(isAngle ? std::min(numbers.maximum, turn) : numbers.maximum));
+      attribute("decimals", declaration.kind == ParameterKind::Integer ? "0" : "2");
+      if (!unitOf(declaration).empty()) attribute("suffix", unitOf(declaration));
+    }
+  }
+  out << ">\n";
+  if (!titles.empty()) out << "    <paramlistdisplay>" << escaped(titles) << "</paramlistdisplay>\n";
+  out << "    <name>" << escaped(declaration.label) << "</name>\n    <comment>" << escaped(explanation(declaration))
+      << "</comment>\n  </parameter>\n";
+}
+
+void writeKdenlive(std::ostream &out, const std::vector<ParameterDeclaration> &declarations) {
+  out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!DOCTYPE kpartgui>\n"
+         "<effect tag=\"pyrelux\" id=\"pyrelux\">\n  <name>Pyrelux</name>\n  <description>"
+      << effectText << "</description>\n  <author>Morvane</author>\n";
+  for (const ParameterDeclaration &declaration : grouped(declarations)) writeKdenliveParameter(out, declaration);
+  out << "</effect>\n";
+}
+
+}  // namespace
+
+}  // namespace pyrelux::adapters
+
+int main(int argc, char **argv) {
+  using namespace pyrelux;
+  try {
+    if (argc != 3) throw std::runtime_error("usage: describe yaml|kdenlive FILE");
+    const host::Filter filter(host::findFilter(host::defaultSearchPath()));
+    const auto declarations = adapters::declarationsOfProperties(filter.parameters());
+    std::ofstream out(argv[2]);
+    if (std::string(argv[1]) == "yaml")
+      adapters::writeYaml(out, declarations);
+    else
+      adapters::writeKdenlive(out, declarations);
+    if (!out.flush()) throw std::runtime_error(std::string("cannot write '") + argv[2] + "'");
+    return 0;
+  } catch (const std::exception &error) {
+    std::cerr << "describe: " << error.what() << '\n';
+    return 1;
+  }
+}

@@ -1,0 +1,154 @@
+// The module for MLT: what its repository calls, and the filter's two functions. No exception leaves them, and whatever
+// goes wrong, the frame stays as it came.
+
+#include <dlfcn.h>
+#include <framework/mlt.h>
+
+#include <cstring>
+#include <exception>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <string>
+
+#include "Bundles.h"
+#include "FilmEffect.h"
+#include "MltParameters.h"
+
+namespace pyrelux::adapters {
+
+namespace {
+
+/// What belongs to one filter of MLT's. Frames come from several threads, and wait for each other.
+class MltFilter {
+ public:
+  /// Draws into `image`, `width` * `height` pixels of mlt_image_rgba.
+  void render(mlt_filter filter, mlt_frame frame, std::uint8_t *image, int width, int height) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    try {
+      if (!effect_) {
+        if (hasComplained_) return;
+        effect_ = std::make_unique<FilmEffect>(host::findFilter(host::defaultSearchPath()));
+        parameters_ = std::make_unique<MltParameters>(effect_->defaults());
+      }
+      const mlt_properties properties = mlt_filter_properties(filter);
+      if (readParameters(filter, frame)) effect_->setParameters(parameters_->parameters());
+      effect_->render(image, image, width, height, mlt_filter_get_position(filter, frame), pixelAspect(filter, frame),
+                      compositionOf(properties));
+    } catch (const std::exception &error) {
+      tell(reasonOf(error));
+    } catch (...) {
+      tell("something unknown went wrong");
+    }
+  }
+
+ private:
+  /// With the lock that whoever sets several properties at once may hold.
+  bool readParameters(mlt_filter filter, mlt_frame frame) {
+    struct Lock {
+      explicit Lock(mlt_service locked) : service(locked) { mlt_service_lock(service); }
+      ~Lock() { mlt_service_unlock(service); }
+      mlt_service service;
+    };
+    const mlt_service service = mlt_filter_service(filter);
+    const mlt_profile profile = mlt_service_profile(service);
+    const Lock lock(service);
+    return parameters_->read(
+        mlt_filter_properties(filter),
+        {mlt_filter_get_length2(filter, frame), profile ? profile->width : 1, profile ? profile->height : 1});
+  }
+
+  static double pixelAspect(mlt_filter filter, mlt_frame frame) {
+    const double ofFrame = mlt_frame_get_aspect_ratio(frame);
+    return ofFrame > 0.0 ? ofFrame : mlt_profile_sar(mlt_service_profile(mlt_filter_service(filter)));
+  }
+
+  Composition compositionOf(mlt_properties properties) {
+    const char *output = mlt_properties_get(properties, "output");
+    if (!output || std::strcmp(output, "over") == 0) return Composition::OverSource;
+    if (std::strcmp(output, "fire") == 0) return Composition::FireAlone;
+    tell(("output is over or fire, not '" + std::string(output) + "'").c_str());
+    return Composition::OverSource;
+  }
+
+  /// Once, since every frame would have the same to say.
+  void tell(const char *message) noexcept {
+    if (!hasComplained_) complain(message);
+    hasComplained_ = true;
+  }
+
+  std::mutex mutex_;
+  std::unique_ptr<FilmEffect> effect_;
+  std::unique_ptr<MltParameters> parameters_;
+  bool hasComplained_ = false;
+};
+
+int getImage(mlt_frame frame, std::uint8_t **image, mlt_image_format *format, int *width, int *height,
+             int /*writable*/) {
+  const auto filter = static_cast<mlt_filter>(mlt_frame_pop_service(frame));
+  *format = mlt_image_rgba;
+  const int error = mlt_frame_get_image(frame, image, format, width, height, 1);
+  if (error == 0 && *image && *format == mlt_image_rgba)
+    static_cast<MltFilter *>(filter->child)->render(filter, frame, *image, *width, *height);
+  return error;
+}
+
+mlt_frame process(mlt_filter filter, mlt_frame frame) {
+  mlt_frame_push_service(frame, filter);
+  mlt_frame_push_get_image(frame, getImage);
+  return frame;
+}
+
+void close(mlt_filter filter) {
+  delete static_cast<MltFilter *>(filter->child);
+  filter->child = nullptr;
+  filter->close = nullptr;
+  filter->parent.close = nullptr;
+  mlt_service_close(&filter->parent);
+}
+
+void *create(mlt_profile, mlt_service_type, const char *, const void *) {
+  const auto child = new (std::nothrow) MltFilter;
+  const mlt_filter filter = child ? mlt_filter_new() : nullptr;
+  if (!filter) {
+    delete child;
+    return nullptr;
+  }
+  filter->child = child;
+  filter->process = process;
+  filter->close = close;
+  return filter;
+}
+
+constexpr char metadataFile[] = "pyrelux/filter_pyrelux.yml";
+
+/// The data's folder that belongs to this module's, wherever both were installed; this is what links lead to.
+std::filesystem::path ownData() {
+  Dl_info module = {};
+  if (!dladdr(metadataFile, &module)) return {};
+  return std::filesystem::canonical(module.dli_fname).parent_path() / PYRELUX_MLT_MODULES_TO_DATA;
+}
+
+/// Beside the other modules' descriptions, or with this module.
+mlt_properties describe(mlt_service_type, const char *, void *) {
+  try {
+    const char *dataOfMlt = mlt_environment("MLT_DATA");
+    for (const std::filesystem::path &folder : {std::filesystem::path(dataOfMlt ? dataOfMlt : ""), ownData()})
+      if (std::filesystem::exists(folder / metadataFile))
+        return mlt_properties_parse_yaml((folder / metadataFile).c_str());
+  } catch (const std::exception &error) {
+    complain(reasonOf(error));
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+}  // namespace pyrelux::adapters
+
+extern "C" __attribute__((visibility("default"))) MLT_REPOSITORY {
+  using namespace pyrelux::adapters;
+  MLT_REGISTER(mlt_service_filter_type, "pyrelux", create);
+  MLT_REGISTER_METADATA(mlt_service_filter_type, "pyrelux", describe, nullptr);
+}

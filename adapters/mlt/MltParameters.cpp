@@ -1,0 +1,142 @@
+#include "MltParameters.h"
+
+#include <algorithm>
+#include <memory>
+#include <new>
+#include <vector>
+
+#include "Effect.h"
+#include "HostError.h"
+#include "ParameterText.h"
+
+namespace pyrelux::adapters {
+
+namespace {
+
+using host::Keyframe;
+using host::ParameterDeclaration;
+using host::ParameterKind;
+using host::ParameterValue;
+
+/// Of clips that don't tell their length, in frames: later keyframes are left out.
+constexpr int longestClip = 100000;
+
+/// One parameter's text as MLT understands it. It is looked at by itself, away from the filter's properties: MLT parses
+/// keyframes where they stand and writes them anew, while another thread may read or set them.
+class Property {
+ public:
+  Property(mlt_properties ofFilter, const ParameterDeclaration &declaration, std::string text, const Clip &clip)
+      : declaration_(declaration),
+        text_(std::move(text)),
+        clip_(clip),
+        isInPercent_(text_.find('%') != std::string::npos),
+        properties_(mlt_properties_new(), mlt_properties_close) {
+    if (!properties_) throw std::bad_alloc();
+    // What MLT has to know for decimal commas and for times of keyframes.
+    if (const char *locale = mlt_properties_get_lcnumeric(ofFilter))
+      mlt_properties_set_lcnumeric(properties_.get(), locale);
+    void *profile = mlt_properties_get_data(ofFilter, "_profile", nullptr);
+    mlt_properties_set_data(properties_.get(), "_profile", profile, 0, nullptr, nullptr);
+    mlt_properties_set(properties_.get(), name, text_.c_str());
+  }
+
+  std::vector<Keyframe> keyframes() const {
+    // Asking for a number is what makes MLT look for keyframes; asking for a text makes it forget them.
+    mlt_properties_anim_get_double(properties_.get(), name, 0, clip_.length);
+    const mlt_animation animation = mlt_properties_get_animation(properties_.get(), name);
+    const int keys = animation ? mlt_animation_key_count(animation) : 0;
+    const bool isPopup = declaration_.kind == ParameterKind::Popup;
+    if (keys == 0) return {{0.0, isPopup ? entryNamed(text_) : valueAt(0)}};
+    return isPopup ? held(animation, keys) : onEveryFrame(animation, keys);
+  }
+
+ private:
+  static constexpr char name[] = "value";
+
+  /// A popup holds its entry until the next keyframe, whichever way that is marked.
+  std::vector<Keyframe> held(mlt_animation animation, int keys) const {
+    const std::unique_ptr<mlt_property_s, decltype(&mlt_property_close)> entry(mlt_property_init(), mlt_property_close);
+    std::vector<Keyframe> keyframes;
+    for (int key = 0; key < keys; ++key) {
+      mlt_animation_item_s item = {};
+      item.property = entry.get();
+      if (mlt_animation_key_get(animation, &item, key)) break;
+      const char *text = mlt_property_get_string(entry.get());
+      keyframes.push_back({static_cast<double>(item.frame), entryNamed(text ? text : ""), host::Ease::Hold});
+    }
+    return keyframes;
+  }
+
+  std::vector<Keyframe> onEveryFrame(mlt_animation animation, int keys) const {
+    mlt_animation_item_s last = {};
+    mlt_animation_key_get(animation, &last, keys - 1);
+    const int end = clip_.length > 0 ? clip_.length : longestClip;
+    std::vector<Keyframe> keyframes;
+    for (int frame = 0; frame <= std::max(0, std::min(last.frame, end - 1)); ++frame)
+      keyframes.push_back({static_cast<double>(frame), valueAt(frame), host::Ease::Hold});
+    return keyframes;
+  }
+
+  ParameterValue entryNamed(const std::string &text) const {
+    try {
+      return host::nearestLegal(declaration_, host::parseValue(declaration_, text));
+    } catch (const host::HostError &error) {
+      complain(error.what());
+      return declaration_.defaultValue;
+    }
+  }
+
+  ParameterValue valueAt(int frame) const { return host::nearestLegal(declaration_, anyValueAt(frame)); }
+
+  ParameterValue anyValueAt(int frame) const {
+    switch (declaration_.kind) {
+      case ParameterKind::Colour: {
+        const mlt_color colour = mlt_properties_anim_get_color(properties_.get(), name, frame, clip_.length);
+        return {colour.r / 255.0, colour.g / 255.0, colour.b / 255.0};
+      }
+      case ParameterKind::Point: {
+        // What is missing of a rectangle is as good as 0.
+        const mlt_rect place = mlt_properties_anim_get_rect(properties_.get(), name, frame, clip_.length);
+        const double x = place.x + place.w / 2.0;
+        const double y = place.y + place.h / 2.0;
+        return isInPercent_ ? ParameterValue{x, 1.0 - y} : ParameterValue{x / clip_.width, 1.0 - y / clip_.height};
+      }
+      default: {
+        // MLT takes 40% as 0.4.
+        const double number = mlt_properties_anim_get_double(properties_.get(), name, frame, clip_.length);
+        return {isShare(declaration_) && !isInPercent_ ? number / 100.0 : number};
+      }
+    }
+  }
+
+  const ParameterDeclaration &declaration_;
+  std::string text_;
+  Clip clip_;
+  bool isInPercent_;  ///< of the picture, or of the whole; else in pixels, or in hundredths
+  std::unique_ptr<mlt_properties_s, decltype(&mlt_properties_close)> properties_;
+};
+
+}  // namespace
+
+bool isShare(const ParameterDeclaration &declaration) {
+  return declaration.kind == ParameterKind::Float && declaration.minimum == 0.0 && declaration.maximum == 1.0;
+}
+
+bool MltParameters::read(mlt_properties properties, const Clip &clip) {
+  bool hasChanged = false;
+  for (const ParameterDeclaration &declaration : defaults_.declarations()) {
+    if (declaration.kind == ParameterKind::Custom) continue;
+    const char *text = mlt_properties_get(properties, declaration.slug().c_str());
+    const std::string now = text ? text : "";
+    std::string &before = texts_[declaration.id];
+    if (now == before && (clip == clip_ || now.empty())) continue;
+    hasChanged = true;
+    before = now;
+    parameters_.setKeyframes(declaration, now.empty() ? defaults_.keyframes(declaration)
+                                                      : Property(properties, declaration, now, clip).keyframes());
+  }
+  clip_ = clip;
+  return hasChanged;
+}
+
+}  // namespace pyrelux::adapters

@@ -1,0 +1,483 @@
+// The module in MLT's library, in this process: what a program does that is built with it.
+
+#include <framework/mlt.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/lsan_interface.h>
+#endif
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <random>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+#include "Bundles.h"
+#include "Effect.h"
+#include "FailingMemory.h"
+#include "FilmEffect.h"
+#include "MltParameters.h"
+#include "ParameterText.h"
+
+namespace pyrelux::adapters::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+using Frame = std::vector<std::uint8_t>;
+
+constexpr int width = 64;
+constexpr int height = 36;
+constexpr int length = 25;
+
+/// White, with soft edges, in the middle of nothing.
+Frame title(int pictureWidth = width, int pictureHeight = height) {
+  Frame frame(static_cast<std::size_t>(pictureWidth) * pictureHeight * 4, 0);
+  for (int y = pictureHeight / 2; y < pictureHeight * 3 / 4; ++y)
+    for (int x = pictureWidth / 4; x < pictureWidth * 3 / 4; ++x) {
+      std::uint8_t *pixel = &frame[(static_cast<std::size_t>(y) * pictureWidth + x) * 4];
+      pixel[0] = pixel[1] = 255;
+      pixel[2] = 200;
+      pixel[3] = x % 8 == 0 ? 100 : 255;
+    }
+  return frame;
+}
+
+/// A folder of modules with ours alone.
+class Repository {
+ public:
+  Repository() {
+    char folder[] = "/tmp/pyrelux-mlt-XXXXXX";
+    if (!mkdtemp(folder)) throw std::runtime_error("no temporary folder");
+    folder_ = folder;
+    fs::create_symlink(PYRELUX_MLT_MODULE, folder_ / fs::path(PYRELUX_MLT_MODULE).filename());
+  }
+  ~Repository() { fs::remove_all(folder_); }
+  Repository(const Repository &) = delete;
+  Repository &operator=(const Repository &) = delete;
+
+  const char *folder() const { return folder_.c_str(); }
+
+ private:
+  fs::path folder_;
+};
+
+const Repository &repository() {
+  static const Repository only;
+  return only;
+}
+
+/// MLT, with its modules loaded for as long as this lives.
+class Mlt {
+ public:
+  Mlt() {
+    initialise();
+    profile_ = mlt_profile_init(nullptr);
+    profile_->width = width;
+    profile_->height = height;
+    profile_->sample_aspect_num = profile_->sample_aspect_den = 1;
+  }
+  ~Mlt() {
+    mlt_profile_close(profile_);
+    mlt_factory_close();
+  }
+  Mlt(const Mlt &) = delete;
+  Mlt &operator=(const Mlt &) = delete;
+
+  mlt_profile profile() const { return profile_; }
+
+ private:
+  static void initialise() {
+#ifdef __SANITIZE_ADDRESS__
+    // mlt_repository_init() makes a list that MLT never frees.
+    const __lsan::ScopedDisabler unwatched;
+#endif
+    if (!mlt_factory_init(repository().folder())) throw std::runtime_error("no MLT");
+  }
+
+  mlt_profile profile_;
+};
+
+using Settings = std::vector<std::pair<std::string, std::string>>;
+
+/// A filter of MLT's on a clip of `length` frames.
+class Burner {
+ public:
+  explicit Burner(const Mlt &mlt, const Settings &settings = {})
+      : filter_(mlt_factory_filter(mlt.profile(), "pyrelux", nullptr)) {
+    if (!filter_) throw std::runtime_error("no filter pyrelux");
+    mlt_filter_set_in_and_out(filter_, 0, length - 1);
+    set("steps", "10");
+    for (const auto &[name, value] : settings) set(name, value);
+  }
+  ~Burner() { mlt_filter_close(filter_); }
+  Burner(const Burner &) = delete;
+  Burner &operator=(const Burner &) = delete;
+
+  void set(const std::string &name, const std::string &value) {
+    mlt_properties_set(mlt_filter_properties(filter_), name.c_str(), value.c_str());
+  }
+
+  Frame burn(int position, const Frame &input = title(), int pictureWidth = width, int pictureHeight = height) {
+    Frame burnt = input;
+    burnInPlace(burnt, position, pictureWidth, pictureHeight);
+    return burnt;
+  }
+
+  /// The same without any memory of its own.
+  void burnInPlace(Frame &picture, int position, int pictureWidth, int pictureHeight) {
+    const std::unique_ptr<mlt_frame_s, decltype(&mlt_frame_close)> frame(mlt_frame_init(nullptr), mlt_frame_close);
+    const int bytes = static_cast<int>(picture.size());
+    auto *pixels = static_cast<std::uint8_t *>(mlt_pool_alloc(bytes));
+    std::memcpy(pixels, picture.data(), picture.size());
+    mlt_frame_set_image(frame.get(), pixels, bytes, mlt_pool_release);
+    const mlt_properties properties = mlt_frame_properties(frame.get());
+    mlt_properties_set_int(properties, "format", mlt_image_rgba);
+    mlt_properties_set_int(properties, "width", pictureWidth);
+    mlt_properties_set_int(properties, "height", pictureHeight);
+    mlt_frame_set_aspect_ratio(frame.get(), 1.0);
+    mlt_frame_set_position(frame.get(), position);
+    mlt_filter_process(filter_, frame.get());
+    std::uint8_t *image = nullptr;
+    mlt_image_format format = mlt_image_rgba;
+    EXPECT_EQ(mlt_frame_get_image(frame.get(), &image, &format, &pictureWidth, &pictureHeight, 0), 0);
+    EXPECT_EQ(format, mlt_image_rgba);
+    std::memcpy(picture.data(), image, picture.size());
+  }
+
+ private:
+  mlt_filter filter_;
+};
+
+const Settings animated{{"turbulence-speed", "0=0;12=100;20~=0;24=50"}, {"glow", "0=-50;24=80"}};
+
+class MltModule : public testing::Test {
+ protected:
+  Mlt mlt;
+};
+
+/// The same by the filter itself, composed; ten steps unless they are set.
+class Reference {
+ public:
+  Reference() : effect_(host::findFilter(host::defaultSearchPath())), parameters_(effect_.defaults()) {
+    set("steps", {10.0});
+  }
+
+  const host::ParameterSet &parameters() const { return parameters_; }
+  void set(const std::string &name, const host::ParameterValue &value) {
+    parameters_.set(parameters_.named(name), value);
+  }
+  void setKeyframes(const std::string &name, const std::vector<host::Keyframe> &keyframes) {
+    parameters_.setKeyframes(parameters_.named(name), keyframes);
+  }
+
+  Frame burn(int position, Frame frame = title(), int pictureWidth = width, int pictureHeight = height) {
+    effect_.setParameters(parameters_);
+    effect_.render(frame.data(), frame.data(), pictureWidth, pictureHeight, position, 1.0, Composition::OverSource);
+    return frame;
+  }
+
+ private:
+  FilmEffect effect_;
+  host::ParameterSet parameters_;
+};
+
+TEST_F(MltModule, DrawsWhatTheFilterDraws) {
+  Burner burner(mlt);
+  Reference reference;
+  EXPECT_NE(burner.burn(0), title());
+  for (const int position : {0, 1, 12}) EXPECT_EQ(burner.burn(position), reference.burn(position)) << position;
+}
+
+TEST_F(MltModule, AnimatedSpeedsAddUpFrameByFrame) {
+  Burner burner(mlt, {{"turbulence-speed", "0=0;12=100;24=50"}});
+  Reference reference;
+  reference.setKeyframes("turbulence-speed", {{0.0, {0.0}}, {12.0, {100.0}}, {24.0, {50.0}}});
+  for (int position = 0; position < length; ++position)
+    EXPECT_EQ(burner.burn(position), reference.burn(position)) << position;
+}
+
+TEST_F(MltModule, AFrameIsTheSameInAnyOrder) {
+  std::vector<Frame> run;
+  {
+    Burner burner(mlt, animated);
+    for (int position = 0; position < length; ++position) run.push_back(burner.burn(position));
+  }
+  Burner burner(mlt, animated);
+  std::vector<std::size_t> order(length);
+  for (std::size_t i = 0; i < order.size(); ++i) order[i] = i;
+  std::shuffle(order.begin(), order.end(), std::mt19937(1));
+  for (const std::size_t position : order)
+    EXPECT_EQ(burner.burn(static_cast<int>(position)), run[position]) << position;
+}
+
+TEST_F(MltModule, ManyThreadsGiveWhatOneGives) {
+  std::vector<Frame> alone;
+  {
+    Burner burner(mlt, animated);
+    for (int position = 0; position < 16; ++position) alone.push_back(burner.burn(position));
+  }
+  // Four filters in four threads, frames interleaved, and all four call one more.
+  Burner shared(mlt, animated);
+  std::vector<Frame> parallel(16);
+  std::vector<Frame> together(16);
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < 4; ++thread)
+    threads.emplace_back([&, thread] {
+      Burner burner(mlt, animated);
+      for (int position = thread; position < 16; position += 4) {
+        parallel[static_cast<std::size_t>(position)] = burner.burn(position);
+        together[static_cast<std::size_t>(position)] = shared.burn(position);
+      }
+    });
+  for (std::thread &thread : threads) thread.join();
+  EXPECT_EQ(parallel, alone);
+  EXPECT_EQ(together, alone);
+}
+
+TEST_F(MltModule, WhatIsSetBetweenFramesCounts) {
+  Burner burner(mlt);
+  const Frame before = burner.burn(5);
+  burner.set("glow", "90");
+  const Frame brighter = burner.burn(5);
+  EXPECT_NE(brighter, before);
+  burner.set("glow", "20");
+  EXPECT_EQ(burner.burn(5), before);
+}
+
+TEST_F(MltModule, TheFireAloneLeavesTheSourceOut) {
+  Burner burner(mlt, {{"output", "fire"}});
+  const std::size_t below = (static_cast<std::size_t>(height * 3 / 4 - 1) * width + width / 2 + 1) * 4;
+  EXPECT_EQ(title()[below + 2], 200);
+  // The flame is yellow at its foot: no blue.
+  EXPECT_EQ(burner.burn(12)[below + 2], 0);
+  burner.set("output", "over");
+  EXPECT_GT(burner.burn(12)[below + 2], 0);
+}
+
+TEST_F(MltModule, TakesEverySizeAtAnyTime) {
+  Burner burner(mlt);
+  Reference reference;
+  for (const auto &[pictureWidth, pictureHeight] : {std::pair(1, 1), {61, 45}, {32, 18}, {8, 300}, {64, 36}}) {
+    const Frame input = title(pictureWidth, pictureHeight);
+    EXPECT_EQ(burner.burn(7, input, pictureWidth, pictureHeight), reference.burn(7, input, pictureWidth, pictureHeight))
+        << pictureWidth << "x" << pictureHeight;
+  }
+}
+
+TEST_F(MltModule, APointInPixelsIsOfTheProfileWhateverThePreviewsSize) {
+  const Frame half = title(width / 2, height / 2);
+  const Settings attracted{{"attract-repel", "60"}};
+  Burner inPixels(mlt, attracted);
+  inPixels.set("point-attract-repel", "16 9");
+  Burner inPercent(mlt, attracted);
+  inPercent.set("point-attract-repel", "25% 25%");
+  EXPECT_EQ(inPixels.burn(3), inPercent.burn(3));
+  const Frame preview = inPixels.burn(3, half, width / 2, height / 2);
+  EXPECT_EQ(preview, inPercent.burn(3, half, width / 2, height / 2));
+  inPixels.set("point-attract-repel", "8 4.5");
+  EXPECT_NE(inPixels.burn(3, half, width / 2, height / 2), preview);
+}
+
+/// A value of the parameter's, `share` (0 .. 1) of its way from one end to the other; what MLT's text for it is.
+std::pair<host::ParameterValue, std::string> valueAndText(const host::ParameterDeclaration &declaration,
+                                                          const std::vector<double> &shares) {
+  const auto of = [](std::size_t count, double share) {
+    return std::floor(share * static_cast<double>(count - 1) + 0.5);
+  };
+  switch (declaration.kind) {
+    case host::ParameterKind::Colour: {
+      host::ParameterValue value{};
+      char text[8] = "#";
+      for (std::size_t channel = 0; channel < 3; ++channel) {
+        const auto byte = static_cast<unsigned>(of(256, shares[channel]));
+        value[channel] = byte / 255.0;
+        std::snprintf(text + 1 + 2 * channel, 3, "%02x", byte & 0xffu);
+      }
+      return {value, text};
+    }
+    case host::ParameterKind::Point: {
+      // Sixteenths are exact however they are written.
+      const host::ParameterValue value{of(17, shares[0]) / 16.0, of(17, shares[1]) / 16.0};
+      return {value, host::formatNumber(value[0] * width) + " " + host::formatNumber((1.0 - value[1]) * height)};
+    }
+    case host::ParameterKind::Popup: {
+      const double entry = of(declaration.entries.size(), shares[0]);
+      return {{entry}, declaration.entries[static_cast<std::size_t>(entry)]};
+    }
+    default: {
+      const double factor = isShare(declaration) ? 100.0 : 1.0;
+      double value = declaration.minimum + (declaration.maximum - declaration.minimum) * shares[0];
+      if (declaration.kind == host::ParameterKind::Integer) value = std::round(value);
+      const std::string text = host::formatNumber(value * factor);
+      return {{isShare(declaration) ? std::stod(text) / factor : value}, text};
+    }
+  }
+}
+
+class MltSettings : public MltModule {
+ protected:
+  static constexpr int smallWidth = 24;
+  static constexpr int smallHeight = 16;
+
+  void set(const host::ParameterDeclaration &declaration, const std::vector<double> &shares) {
+    const auto [value, text] = valueAndText(declaration, shares);
+    reference.set(declaration.slug(), value);
+    burner.set(declaration.slug(), text);
+  }
+
+  /// Draws, without a word, what the filter draws, and takes no alpha from the source.
+  void expectSame(int position, const std::string &what) {
+    const Frame input = title(smallWidth, smallHeight);
+    const Frame burnt = burner.burn(position, input, smallWidth, smallHeight);
+    EXPECT_EQ(burnt, reference.burn(position, input, smallWidth, smallHeight)) << what;
+    for (std::size_t alpha = 3; alpha < input.size(); alpha += 4) EXPECT_GE(burnt[alpha], input[alpha]) << what;
+  }
+
+  Burner burner{mlt};
+  Reference reference;
+};
+
+TEST_F(MltSettings, EveryParameterAtBothEnds) {
+  testing::internal::CaptureStderr();
+  for (const host::ParameterDeclaration &declaration : reference.parameters().declarations()) {
+    if (declaration.kind == host::ParameterKind::Custom) continue;
+    const host::ParameterValue before = reference.parameters().value(declaration.id, 0.0);
+    for (const double end : {0.0, 1.0}) {
+      set(declaration, {end, end, end});
+      expectSame(6, declaration.slug());
+    }
+    reference.set(declaration.slug(), before);
+    burner.set(declaration.slug(), "");
+    if (declaration.slug() == "steps") burner.set("steps", "10");
+  }
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST_F(MltSettings, AThousandAtRandom) {
+  std::mt19937 random(3);
+  std::uniform_real_distribution<> share;
+  testing::internal::CaptureStderr();
+  for (int trial = 0; trial < 1000; ++trial) {
+    for (const host::ParameterDeclaration &declaration : reference.parameters().declarations()) {
+      if (declaration.kind == host::ParameterKind::Custom) continue;
+      // Few copies keep this quick.
+      const double most = declaration.kind == host::ParameterKind::Integer ? 0.1 : 1.0;
+      set(declaration, {share(random) * most, share(random), share(random)});
+    }
+    expectSame(static_cast<int>(random() % 4), "trial " + std::to_string(trial));
+    if (HasFailure()) break;
+  }
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+/// What goes wrong: the pictures stay as they are, and one line tells why.
+class MltTrouble : public testing::Test {
+ protected:
+  static void expectToldOnce(const std::string &why, const Frame &input = title(), int pictureWidth = width,
+                             int pictureHeight = height, std::size_t failFrom = SIZE_MAX) {
+    Mlt mlt;
+    testing::internal::CaptureStderr();
+    {
+      Burner burner(mlt);
+      Frame picture = input;
+      const FailingMemory failing(failFrom);
+      for (int position = 0; position < 3; ++position) {
+        burner.burnInPlace(picture, position, pictureWidth, pictureHeight);
+        EXPECT_TRUE(picture == input) << position;
+      }
+    }
+    const std::string told = testing::internal::GetCapturedStderr();
+    EXPECT_THAT(told, testing::StartsWith("pyrelux: "));
+    EXPECT_THAT(told, testing::HasSubstr(why));
+    EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), 1) << told;
+  }
+};
+
+TEST_F(MltTrouble, NoBundle) {
+  setenv("PYRELUX_PLUGIN_PATH", "/nowhere", 1);
+  expectToldOnce("no filter bundle in /nowhere");
+  unsetenv("PYRELUX_PLUGIN_PATH");
+}
+
+TEST_F(MltTrouble, APictureThatCantBeDrawn) { expectToldOnce("16400", title(16400, 4), 16400, 4); }
+
+TEST_F(MltTrouble, NoMemory) {
+  constexpr int large = 512;
+  const Frame input = title(large, large);
+  expectToldOnce("there is not enough memory", input, large, large, input.size());
+}
+
+TEST_F(MltTrouble, GoesOnWhenThereIsMemoryAgain) {
+  Mlt mlt;
+  Burner burner(mlt, animated);
+  const Frame first = burner.burn(3);
+  constexpr int large = 512;
+  const Frame input = title(large, large);
+  Frame picture = input;
+  {
+    const FailingMemory failing(input.size());
+    burner.burnInPlace(picture, 4, large, large);
+  }
+  EXPECT_TRUE(picture == input);
+  EXPECT_FALSE(burner.burn(4, input, large, large) == input);
+  EXPECT_EQ(burner.burn(3), first);
+}
+
+TEST(MltLoading, ManyTimes) {
+  for (int load = 0; load < 200; ++load) {
+    Mlt mlt;
+    Burner burner(mlt);
+    if (load % 50 == 0) {
+      EXPECT_NE(burner.burn(0), title());
+    }
+  }
+}
+
+TEST(MltLoading, DescribesItself) {
+  Mlt mlt;
+  const mlt_properties metadata = mlt_repository_metadata(mlt_factory_repository(), mlt_service_filter_type, "pyrelux");
+  ASSERT_NE(metadata, nullptr);
+  EXPECT_STREQ(mlt_properties_get(metadata, "identifier"), "pyrelux");
+  const auto parameters = static_cast<mlt_properties>(mlt_properties_get_data(metadata, "parameters", nullptr));
+  ASSERT_NE(parameters, nullptr);
+  const host::Filter filter(host::findFilter(host::defaultSearchPath()));
+  int at = 0;
+  const auto text = [&](const char *name) {
+    const auto parameter = static_cast<mlt_properties>(mlt_properties_get_data_at(parameters, at, nullptr));
+    const char *found = parameter ? mlt_properties_get(parameter, name) : nullptr;
+    return std::string(found ? found : "");
+  };
+  for (const host::ParameterDeclaration &declaration : filter.parameters().declarations()) {
+    if (declaration.kind == host::ParameterKind::Custom) continue;
+    EXPECT_EQ(text("identifier"), declaration.slug());
+    EXPECT_EQ(text("title"), declaration.label);
+    EXPECT_EQ(text("animation"), "yes");
+    if (declaration.hasRange()) {
+      const double factor = isShare(declaration) ? 100.0 : 1.0;
+      EXPECT_EQ(text("minimum"), host::formatNumber(declaration.minimum * factor));
+      EXPECT_EQ(text("maximum"), host::formatNumber(declaration.maximum * factor));
+      EXPECT_EQ(text("default"), host::formatNumber(declaration.defaultValue[0] * factor));
+      EXPECT_EQ(text("unit"), isShare(declaration) ? "%" : declaration.kind == host::ParameterKind::Angle ? "°" : "");
+    }
+    EXPECT_EQ(text("type"), declaration.kind == host::ParameterKind::Integer  ? "integer"
+                            : declaration.kind == host::ParameterKind::Colour ? "color"
+                            : declaration.kind == host::ParameterKind::Point  ? "rect"
+                            : declaration.kind == host::ParameterKind::Popup  ? "string"
+                                                                              : "float");
+    ++at;
+  }
+  EXPECT_EQ(text("identifier"), "output");
+  EXPECT_EQ(mlt_properties_count(parameters), at + 1);
+}
+
+}  // namespace
+}  // namespace pyrelux::adapters::test
