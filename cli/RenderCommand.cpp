@@ -1,5 +1,4 @@
 #include <iostream>
-#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "Commands.h"
@@ -18,29 +17,11 @@
 #include "ProjectFile.h"
 #include "RenderInput.h"
 #include "RenderOutput.h"
+#include "RenderRecord.h"
 #include "Renderers.h"
 #include "Timeline.h"
 
 namespace pyrelux::cli {
-
-namespace {
-
-/// All that a picture depends on but the input and the frame, as JSON.
-std::string settingsText(const std::string &output, const host::ParameterSet &parameters,
-                         const media::OutputFormat &format, const host::FrameSettings &settings,
-                         std::int32_t rendererId) {
-  nlohmann::ordered_json json = {{"pyrelux", PYRELUX_VERSION},
-                                 {"renderer", host::rendererName(rendererId)},
-                                 {"bits", format.bits},
-                                 {"output", output},
-                                 {"pixelAspect", settings.pixelAspect}};
-  Project project;
-  project.parameters = parametersInForce(parameters);
-  json["project"] = formatProject(project, parameters.declarations());
-  return json.dump();
-}
-
-}  // namespace
 
 int render(const RenderOptions &given) {
   // Everything that can be refused is asked before anything is drawn.
@@ -63,7 +44,7 @@ int render(const RenderOptions &given) {
   refuseToReplaceInput(options, input, frames);
   refuseToReplaceOutput(options, frames);
 
-  const media::OutputFormat format = chooseFormat(options, input, frames, bits);
+  media::OutputFormat format = chooseFormat(options, input, frames, bits);
 
   const std::int32_t rendererId = host::chooseRenderer(options.backend);
   host::FrameRenderer renderer(rendererId);
@@ -73,10 +54,9 @@ int render(const RenderOptions &given) {
   settings.floatOutput = bits == 16;
   settings.pixelAspect = input.pixelAspect;
 
+  format.record = recordOf(options, frames, filter.parameters(), settings, rendererId, bits);
   std::optional<Manifest> manifest;
-  if (media::FramePattern(options.output).isNumbered())
-    manifest.emplace(options.output,
-                     settingsText(outputText(options, frames), filter.parameters(), format, settings, rendererId));
+  if (media::FramePattern(options.output).isNumbered()) manifest.emplace(options.output, format.record);
 
   // From the time on when there is something half written.
   const Interruption interruption;

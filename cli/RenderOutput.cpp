@@ -1,7 +1,6 @@
 #include "RenderOutput.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <utility>
 
 #include "Colour.h"
@@ -120,24 +119,6 @@ std::unique_ptr<media::Writer> openOutput(const RenderOptions &options, const me
   if (!options.over) return media::Writer::open(options.output, format);
   Background background = openBackground(options, input, frames);
   return std::make_unique<OverWriter>(std::move(background), media::Writer::open(options.output, format));
-}
-
-std::string outputText(const RenderOptions &options, const FrameList &frames) {
-  std::string text = "codec " + options.codec + " alpha " + options.alpha.value_or("");
-  if (!options.over) return text;
-  auto newest = std::filesystem::file_time_type::min();
-  const auto look = [&newest](const std::string &path) {
-    std::error_code error;
-    const auto time = std::filesystem::last_write_time(path, error);
-    if (!error) newest = std::max(newest, time);
-  };
-  look(*options.over);
-  const media::FramePattern pattern(*options.over);
-  frames.forEach([&](std::int64_t frame) {
-    look(pattern.path(frame));
-    return pattern.isNumbered();
-  });
-  return text + " over " + *options.over + " of " + std::to_string(newest.time_since_epoch().count());
 }
 
 void sayLosses(const RenderOptions &options, const media::Losses &losses) {

@@ -23,10 +23,6 @@ media::OutputFormat chooseFormat(const RenderOptions &options, const media::Inpu
 std::unique_ptr<media::Writer> openOutput(const RenderOptions &options, const media::OutputFormat &format,
                                           const media::InputInfo &input, const FrameList &frames);
 
-/// What the pictures of an output depend on besides what is drawn and its depth. Of a background file it holds the time
-/// of its last change.
-std::string outputText(const RenderOptions &options, const FrameList &frames);
-
 /// Tells what the output does not keep, if there is any such thing and the options do not ask for quiet.
 void sayLosses(const RenderOptions &options, const media::Losses &losses);
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Errors.h"
+#include "ExrHeader.h"
 #include "PixelConversion.h"
 #include "TiffAlpha.h"
 
@@ -122,6 +123,7 @@ void Encoder::send(const AVFrame *frame, const Sink &sink) {
     // Of fewer frames than it holds back to reorder them, libx265 does not set the decoding time. They are in order.
     if (codec_->codec_id == AV_CODEC_ID_HEVC && !frame && count_ <= 2) packet->dts = packet->pts;
     if (codec_->codec_id == AV_CODEC_ID_TIFF && alpha_ == AlphaUse::Premultiplied) declarePremultiplied(*packet);
+    if (codec_->codec_id == AV_CODEC_ID_EXR) addText(*packet, "pyrelux", format_.record);
     sink(*packet);
     av_packet_unref(packet.get());
   }

@@ -100,6 +100,8 @@ struct OutputFormat {
   /// frame `audioFirstFrame` is the output's first, and its audio ends with the output's last.
   std::string audioFrom = {};
   std::int64_t audioFirstFrame = 1;
+  /// A text of ASCII that EXR files carry in their headers, as the attributes "pyrelux.001" and so on.
+  std::string record = {};
 };
 
 /// What a file does not keep of what it was given.

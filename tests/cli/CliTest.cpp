@@ -181,6 +181,11 @@ nlohmann::json CliTest::probe(const std::string &name) const {
   return nlohmann::json::parse(outputOf(words + Words{path(name).string()})).at("streams").at(0);
 }
 
+nlohmann::json CliTest::frameTags(const std::string &name) const {
+  const Words words{PYRELUX_FFPROBE, "-v", "error", "-show_entries", "frame_tags", "-of", "json"};
+  return nlohmann::json::parse(outputOf(words + Words{path(name).string()})).at("frames").at(0).at("tags");
+}
+
 std::string CliTest::decoded(const std::string &name, const std::string &pixelFormat) const {
   return outputOf(ffmpeg + Words{"-i", path(name).string(), "-f", "rawvideo", "-pix_fmt", pixelFormat, "-"});
 }

@@ -90,6 +90,9 @@ class CliTest : public testing::Test {
   /// What ffprobe tells about the picture or movie, its frames counted by decoding ("nb_read_frames").
   nlohmann::json probe(const std::string &name) const;
 
+  /// The tags of the first frame by ffprobe, in alphabetical order.
+  nlohmann::json frameTags(const std::string &name) const;
+
   /// The samples of all frames as ffmpeg decodes them.
   std::string decoded(const std::string &name, const std::string &pixelFormat) const;
 

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <sstream>
 
 #include "CliTest.h"
 
@@ -17,6 +18,15 @@ class OutputOption : public CliTest {
     expectRefusal(result, words);
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_EQ(names(""), (Words{"title.png"}));
+  }
+
+  /// The text in an EXR's header.
+  std::string recordIn(const std::string &name) const {
+    std::string text;
+    const nlohmann::json tags = frameTags(name);
+    for (const auto &[tag, part] : tags.items())
+      if (tag.rfind("pyrelux.", 0) == 0) text += part.get<std::string>();
+    return text;
   }
 
   std::vector<float> floats(const std::string &name) const {
@@ -110,6 +120,48 @@ TEST_F(OutputOption, TheGlowThatIsLostIsCountedOnce) {
     EXPECT_EQ(pyrelux(renderWords("title.png", "out_%d.png", Words{"--frames", "1-2"} + words)).err, "");
   EXPECT_EQ(pyrelux(renderWords("title.png", "out.exr")).err, "");
   EXPECT_EQ(pyrelux(renderWords("title.png", "out.mp4", {"--frames", "1"})).err, "");
+}
+
+TEST_F(OutputOption, ProgressAndQuietLeaveTheirStreamsToThemselves) {
+  const Words words = renderWords("title.png", "out_%d.png", {"--frames", "1-3"});
+  const Result told = pyrelux(words + Words{"--progress", "json"});
+  EXPECT_EQ(std::count(told.err.begin(), told.err.end(), '\n'), 1);
+  EXPECT_THAT(told.err, testing::StartsWith("pyrelux: "));
+  std::istringstream lines(told.out);
+  int objects = 0;
+  for (std::string line; std::getline(lines, line); ++objects) EXPECT_TRUE(nlohmann::json::accept(line)) << line;
+  EXPECT_EQ(objects, 3);
+  const Result quiet = pyrelux(words + Words{"--quiet"});
+  EXPECT_EQ(quiet.err, "");
+  EXPECT_EQ(quiet.out, "");
+}
+
+TEST_F(OutputOption, ExrsTellTheSettingsInTheirHeaders) {
+  // Keyframes make the text longer than the parts that it is kept in.
+  std::string keyframes;
+  for (int time = 0; time < 40; ++time)
+    keyframes += (time ? "," : "") + std::string("{\"frame\":") + std::to_string(time) + ",\"value\":12.5}";
+  save(path("fire.json"), "{\"version\":1,\"parameters\":{\"glow\":[" + keyframes + "]}}");
+  for (const char *output : {"fire.exr", "fire_%d.exr"}) {
+    render("title.png", output,
+           {"--frames", "1", "--project", "fire.json", "--codec", "float", "--set", "direction=45"});
+    const std::string name = std::string(output) == "fire.exr" ? output : "fire_1.exr";
+    const auto record = nlohmann::json::parse(recordIn(name));
+    EXPECT_EQ(record.at("codec"), "float");
+    EXPECT_EQ(record.at("bits"), 16);
+    EXPECT_EQ(record.at("project").at("parameters").at("direction"), 45);
+    EXPECT_EQ(record.at("project").at("parameters").at("glow").size(), 40u);
+    // The project in it gives the same picture.
+    save(path("again.json"), record.at("project").dump());
+    EXPECT_EQ(pyrelux({"render", "title.png", "-o", "again.exr", "--overwrite", "--frames", "1", "--codec", "float",
+                       "--project", "again.json"})
+                  .err,
+              "");
+    EXPECT_TRUE(load(path("again.exr")) == load(path(name)));
+    const std::vector<float> samples = floats(name);
+    EXPECT_EQ(samples.size(), 4u * testWidth * testHeight);
+    EXPECT_GT(*std::max_element(samples.begin(), samples.end()), 0.5f);
+  }
 }
 
 TEST_F(OutputOption, AlphaIsForWhatHoldsIt) {

@@ -18,13 +18,13 @@ class Resume : public CliTest {
   Resume() { save(path("title.png"), titlePng(testWidth, testHeight)); }
 
   /// `pyrelux render title.png -o fire_%d.png`, without --overwrite.
-  Result renderTitle(const Words &more) const {
-    return pyrelux(Words{"render", "title.png", "-o", "fire_%d.png"} + quick() + more);
+  Result renderTitle(const Words &more, const std::string &output = "fire_%d.png") const {
+    return pyrelux(Words{"render", "title.png", "-o", output} + quick() + more);
   }
 
   /// The frames by what became of them, as "1 kept, 2 rendered, …".
-  std::string ends(const Words &more) const {
-    const Result result = renderTitle(more + Words{"--progress", "json"});
+  std::string ends(const Words &more, const std::string &output = "fire_%d.png") const {
+    const Result result = renderTitle(more + Words{"--progress", "json"}, output);
     EXPECT_EQ(result.exitCode, 0) << result.err;
     std::istringstream lines(result.out);
     std::string ends;
@@ -97,6 +97,41 @@ TEST_F(Resume, RendersAgainWhenSettingsDiffer) {
   EXPECT_EQ(ends({"--frames", "1-2", "--resume", "--set", "glow=21"}), "1 rendered, 2 rendered");
   EXPECT_EQ(ends({"--frames", "1-2", "--resume", "--set", "glow=21"}), "1 kept, 2 kept");
   EXPECT_EQ(ends({"--frames", "1-2", "--resume", "--set", "glow=21", "--bits", "16"}), "1 rendered, 2 rendered");
+}
+
+TEST_F(Resume, RendersAgainWhenThePictureWouldBeStoredOrReadOtherwise) {
+  save(path("back.png"), titlePng(testWidth, testHeight, 3));
+  const struct {
+    const char *output;
+    Words first;
+    Words second;
+  } rows[] = {{"codec_%d.exr", {"--codec", "half"}, {"--codec", "float"}},
+              {"alpha_%d.png", {}, {"--alpha", "premultiplied"}},
+              {"over_%d.png", {}, {"--over", "#102030"}},
+              {"colour_%d.png", {"--over", "#102030"}, {"--over", "#102031"}},
+              {"file_%d.png", {"--over", "#102030"}, {"--over", "back.png"}},
+              {"straight_%d.png", {"--input-alpha", "straight"}, {"--input-alpha", "premultiplied"}},
+              {"none_%d.png", {}, {"--input-alpha", "none"}},
+              // What --bits switches the depth of drawing to is set, and the same.
+              {"deep_%d.png", {"--set", "color-depth=1"}, {"--set", "color-depth=1", "--bits", "16"}},
+              {"shallow_%d.tif", {"--set", "color-depth=0"}, {"--set", "color-depth=0", "--bits", "8"}}};
+  for (const auto &row : rows) {
+    SCOPED_TRACE(row.output);
+    const Words frame{"--frames", "1", "--resume"};
+    EXPECT_EQ(ends(frame + row.first, row.output), "1 rendered");
+    EXPECT_EQ(ends(frame + row.first, row.output), "1 kept");
+    EXPECT_EQ(ends(frame + row.second, row.output), "1 rendered");
+    EXPECT_EQ(ends(frame + row.second, row.output), "1 kept");
+    EXPECT_EQ(ends(frame + row.first, row.output), "1 rendered");
+  }
+}
+
+TEST_F(Resume, RendersAgainWhenTheBackgroundHasChanged) {
+  save(path("back.png"), titlePng(testWidth, testHeight, 3));
+  const Words words{"--frames", "1", "--over", "back.png"};
+  EXPECT_EQ(ends(words), "1 rendered");
+  save(path("back.png"), titlePng(testWidth, testHeight, 4));
+  EXPECT_EQ(ends(words + Words{"--resume"}), "1 rendered");
 }
 
 TEST_F(Resume, RendersAgainWhenTheInputDiffers) {

@@ -1,0 +1,51 @@
+#include "RenderRecord.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "FramePattern.h"
+#include "Project.h"
+#include "Renderers.h"
+
+namespace pyrelux::cli {
+
+namespace {
+
+/// When the newest file of a background was changed, in ticks of the file system's clock; its least time for a colour.
+std::int64_t lastChange(const std::string &background, const FrameList &frames) {
+  auto newest = std::filesystem::file_time_type::min();
+  const auto look = [&newest](const std::string &path) {
+    std::error_code error;
+    const auto time = std::filesystem::last_write_time(path, error);
+    if (!error) newest = std::max(newest, time);
+  };
+  look(background);
+  const media::FramePattern pattern(background);
+  frames.forEach([&](std::int64_t frame) {
+    look(pattern.path(frame));
+    return pattern.isNumbered();
+  });
+  return newest.time_since_epoch().count();
+}
+
+}  // namespace
+
+std::string recordOf(const RenderOptions &options, const FrameList &frames, const host::ParameterSet &parameters,
+                     const host::FrameSettings &settings, std::int32_t rendererId, int bits) {
+  nlohmann::ordered_json json = {{"pyrelux", PYRELUX_VERSION},
+                                 {"renderer", host::rendererName(rendererId)},
+                                 {"pixelAspect", settings.pixelAspect},
+                                 {"bits", bits}};
+  if (options.inputAlpha) json["inputAlpha"] = *options.inputAlpha;
+  if (!options.codec.empty()) json["codec"] = options.codec;
+  if (options.alpha) json["alpha"] = *options.alpha;
+  if (options.over) json["over"] = {{"name", *options.over}, {"changed", lastChange(*options.over, frames)}};
+  Project project;
+  project.parameters = parametersInForce(parameters);
+  json["project"] = nlohmann::ordered_json::parse(formatProject(project, parameters.declarations()));
+  // In ASCII, as headers of files want it.
+  return json.dump(-1, ' ', true);
+}
+
+}  // namespace pyrelux::cli
