@@ -44,6 +44,7 @@ void addOutputOptions(CLI::App &command, RenderOptions &options) {
       .add_option("--codec", options.codec,
                   "How it is stored: .mov prores, h264 or h265; .mkv ffv1 (lossless), h264 or h265; .mp4 h264 or h265; "
                   ".exr half or float; .webp lossy or lossless (default: the first of them)")
+      ->check([](const std::string &name) { return std::string(name.empty() ? "no codec has an empty name" : ""); })
       ->type_name("NAME")
       ->group(outputGroup);
   command

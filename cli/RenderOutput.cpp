@@ -1,10 +1,8 @@
 #include "RenderOutput.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "Colour.h"
-#include "FramePattern.h"
 #include "Message.h"
 #include "Over.h"
 #include "RenderInput.h"
@@ -41,6 +39,9 @@ std::string sizeText(const media::InputInfo &info) {
 Background openBackground(const RenderOptions &options, const media::InputInfo &input, const FrameList &frames) {
   const std::string &text = *options.over;
   if (const auto colour = parseColour("over", text)) return Background(*colour);
+  // "####.png" is a sequence.
+  if (text.empty() || (text[0] == '#' && text.find('.') == std::string::npos))
+    throw UsageError("'over' can't be '" + text + "': a colour is #rrggbb or r,g,b in 0..1");
   auto reader = media::Reader::open(text);
   const media::InputInfo &info = reader->info();
   if (info.width != input.width || info.height != input.height)

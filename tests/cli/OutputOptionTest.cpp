@@ -5,6 +5,8 @@
 
 #include "CliTest.h"
 
+namespace fs = std::filesystem;
+
 namespace pyrelux::cli::test {
 namespace {
 
@@ -226,6 +228,9 @@ TEST_F(OutputOption, OverAMovieAndASequenceTakesTheSameFrames) {
   saveMovie("back.mkv", 3);
   render("title.png", "fire_%d.png", {"--frames", "2-3", "--over", "back_%04d.png"});
   render("title.png", "movie_%d.png", {"--frames", "2-3", "--over", "back.mkv"});
+  fs::copy(path("back_0002.png"), path("2.png"));
+  render("title.png", "bare_%d.png", {"--frames", "2", "--over", "#.png"});
+  EXPECT_EQ(load(path("bare_2.png")), load(path("fire_2.png")));
   for (const char *frame : {"2", "3"}) {
     const std::string number(frame);
     render("title.png", "still.png", {"--frames", number, "--over", "back_000" + number + ".png"});

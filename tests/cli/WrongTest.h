@@ -9,7 +9,7 @@
 namespace pyrelux::cli::test {
 
 /// What the program ends with.
-constexpr int failed = 1, wrongUsage = 2, wrongInput = 3, wrongOutput = 4;
+constexpr int failed = 1, wrongUsage = 2, wrongInput = 3, wrongOutput = 4, wrongEncoder = 5;
 
 struct WrongRow {
   const char *name;
