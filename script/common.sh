@@ -14,7 +14,8 @@ program_packages=(
 )
 
 # What the tests and benchmarks need besides: a second compiler, the frameworks, and a backend for AppKit's buttons.
-test_packages=(clang libgtest-dev libgmock-dev libbenchmark-dev libwebp-dev python3-jsonschema gnustep-back0.29-cairo ffmpeg melt)
+test_packages=(clang libgtest-dev libgmock-dev libbenchmark-dev libwebp-dev python3-jsonschema gnustep-back0.29-cairo ffmpeg melt
+  gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad)
 
 # To run the kernels for ARM here.
 arm_packages=(g++-aarch64-linux-gnu qemu-user googletest)

@@ -58,7 +58,12 @@ std::shared_ptr<const PlugIn> plugIn() {
 
 class Instance {
  public:
-  Instance(int width, int height) : width_(width), height_(height), plugIn_(plugIn()), hostsUnit_(timeUnitOfHost()) {
+  Instance(int width, int height)
+      : width_(width),
+        height_(height),
+        isCalledByFFmpeg_(isCalledByFFmpeg()),
+        rowPixels_(isCalledByFFmpeg_ ? rowPixelsOfFFmpeg(width) : width),
+        plugIn_(plugIn()) {
     if (!plugIn_->hasFilter) return;
     try {
       effect_ = std::make_unique<Effect>(plugIn_->filter);
@@ -105,7 +110,7 @@ class Instance {
 
   void update(double time, const std::uint32_t *input, std::uint32_t *output) noexcept {
     if (!draw(time, reinterpret_cast<const std::uint8_t *>(input), reinterpret_cast<std::uint8_t *>(output)))
-      std::memmove(output, input, static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_) * 4);
+      std::memmove(output, input, rowBytes(rowPixels_) * static_cast<std::size_t>(height_));
   }
 
  private:
@@ -114,7 +119,10 @@ class Instance {
     try {
       const std::lock_guard<std::mutex> lock(mutex_);
       if (!effect_) return false;
-      effect_->render(input, output, width_, height_, frameAt(time), 1.0, settings_.composition);
+      if (rowPixels_ == width_)
+        effect_->render(input, output, width_, height_, frameAt(time), 1.0, settings_.composition);
+      else
+        drawWithoutPadding(time, input, output);
       return true;
     } catch (const std::exception &error) {
       complainOnce(reasonOf(error));
@@ -122,6 +130,16 @@ class Instance {
       complainOnce(unknownReason);
     }
     return false;
+  }
+
+  static std::size_t rowBytes(int pixels) { return static_cast<std::size_t>(pixels) * 4; }
+
+  void drawWithoutPadding(double time, const std::uint8_t *input, std::uint8_t *output) {
+    const std::size_t bytes = rowBytes(width_);
+    packed_.resize(bytes * static_cast<std::size_t>(height_));
+    for (int y = 0; y < height_; ++y) std::memcpy(&packed_[y * bytes], input + y * rowBytes(rowPixels_), bytes);
+    effect_->render(packed_.data(), packed_.data(), width_, height_, frameAt(time), 1.0, settings_.composition);
+    for (int y = 0; y < height_; ++y) std::memcpy(output + y * rowBytes(rowPixels_), &packed_[y * bytes], bytes);
   }
 
   /// Since every frame would have the same to say.
@@ -188,8 +206,9 @@ class Instance {
   }
 
   double frameAt(double time) const {
-    const TimeUnit unit = settings_.timeUnit == TimeUnit::Auto ? hostsUnit_ : settings_.timeUnit;
-    const double seconds = unit == TimeUnit::Milliseconds ? time / 1000.0 : time;
+    const bool isMilliseconds =
+        settings_.timeUnit == TimeUnit::Auto ? isCalledByFFmpeg_ : settings_.timeUnit == TimeUnit::Milliseconds;
+    const double seconds = isMilliseconds ? time / 1000.0 : time;
     // Hosts' times are rounded; a frame is a whole number.
     const double frame = std::round(seconds * settings_.framesPerSecond);
     // What has no time comes as anything.
@@ -199,8 +218,10 @@ class Instance {
   std::mutex mutex_;  ///< some hosts call an instance from several threads
   int width_;
   int height_;
+  bool isCalledByFFmpeg_;
+  int rowPixels_;  ///< from one row to the next
+  std::vector<std::uint8_t> packed_;
   std::shared_ptr<const PlugIn> plugIn_;
-  TimeUnit hostsUnit_;
   std::unique_ptr<Effect> effect_;  ///< null when nothing can be drawn
   Frei0rSettings settings_;
   std::string frameRate_ = "25";

@@ -46,7 +46,11 @@ int Frei0rParameter::type() const {
 
 std::vector<Frei0rParameter> frei0rParameters(const std::vector<ParameterDeclaration> &declarations) {
   using Kind = Frei0rParameter::Kind;
-  std::vector<Frei0rParameter> parameters;
+  // The plug-in's own come first, as some hosts take values in order alone.
+  std::vector<Frei0rParameter> parameters = {
+      {Kind::FrameRate, "Frame rate", "Frames per second: 25, 23.976 or 30000/1001", 0, 0},
+      {Kind::Output, "Output", "over (the fire over the source) or fire (the fire alone)", 0, 0},
+      {Kind::TimeUnit, "Time unit", "How the program counts time: auto, seconds or milliseconds", 0, 0}};
   for (const ParameterDeclaration &declaration : declarations) {
     const std::string explanation = explanationOf(declaration);
     switch (declaration.kind) {
@@ -63,10 +67,6 @@ std::vector<Frei0rParameter> frei0rParameters(const std::vector<ParameterDeclara
         parameters.push_back({Kind::Number, declaration.label, explanation, declaration.id, 0});
     }
   }
-  parameters.push_back({Kind::FrameRate, "Frame rate", "Frames per second: 25, 23.976 or 30000/1001", 0, 0});
-  parameters.push_back(
-      {Kind::TimeUnit, "Time unit", "How the program counts time: auto, seconds or milliseconds", 0, 0});
-  parameters.push_back({Kind::Output, "Output", "over (the fire over the source) or fire (the fire alone)", 0, 0});
   return parameters;
 }
 

@@ -36,7 +36,7 @@ struct Frei0rParameter {
   int type() const;
 };
 
-/// All of them: the filter's in the inspector's order, a point as two numbers, then the plug-in's own. What can't be
+/// All of them: the plug-in's own, then the filter's in the inspector's order, a point as two numbers. What can't be
 /// set is left out.
 std::vector<Frei0rParameter> frei0rParameters(const std::vector<host::ParameterDeclaration> &declarations);
 

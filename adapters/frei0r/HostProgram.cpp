@@ -7,18 +7,17 @@
 
 namespace pyrelux::adapters {
 
-TimeUnit timeUnitOf(const std::string &program, const std::vector<std::string> &libraries) {
+bool isFFmpeg(const std::string &program, const std::vector<std::string> &libraries) {
   const auto begins = [](const std::string &name, const char *with) { return name.rfind(with, 0) == 0; };
   const auto hasLibrary = [&](const char *with) {
     return std::any_of(libraries.begin(), libraries.end(), [&](const auto &name) { return begins(name, with); });
   };
   // MLT and GStreamer may have FFmpeg's filters, too, and ffmpeg may have been linked without libraries.
-  if (hasLibrary("libmlt") || hasLibrary("libgstreamer-")) return TimeUnit::Seconds;
-  const bool isFFmpeg = hasLibrary("libavfilter.") || begins(program, "ffmpeg") || begins(program, "ffplay");
-  return isFFmpeg ? TimeUnit::Milliseconds : TimeUnit::Seconds;
+  if (hasLibrary("libmlt") || hasLibrary("libgstreamer-")) return false;
+  return hasLibrary("libavfilter.") || begins(program, "ffmpeg") || begins(program, "ffplay");
 }
 
-TimeUnit timeUnitOfHost() {
+bool isCalledByFFmpeg() {
   std::vector<std::string> libraries;
   const auto note = [](dl_phdr_info *library, std::size_t, void *names) {
     const std::string path = library->dlpi_name;
@@ -26,7 +25,7 @@ TimeUnit timeUnitOfHost() {
     return 0;
   };
   dl_iterate_phdr(note, &libraries);
-  return timeUnitOf(program_invocation_short_name, libraries);
+  return isFFmpeg(program_invocation_short_name, libraries);
 }
 
 }  // namespace pyrelux::adapters

@@ -3,15 +3,18 @@
 #include <string>
 #include <vector>
 
-#include "Frei0rParameters.h"
-
 namespace pyrelux::adapters {
 
-/// How the program that this library is loaded into counts time, by its name and the libraries that it has: MLT and
-/// GStreamer in seconds, FFmpeg's filters in milliseconds, others in seconds as frei0r.h asks.
-TimeUnit timeUnitOfHost();
+// What frei0r.h asks of hosts, and FFmpeg's filters do otherwise: time is in milliseconds instead of seconds, and rows
+// that are no multiple of 16 bytes have padding.
+
+/// Whether FFmpeg's filters are what calls this library, by the program's name and the libraries that it has.
+bool isCalledByFFmpeg();
 
 /// The same for a program of that name with libraries of those names, all without folders.
-TimeUnit timeUnitOf(const std::string &program, const std::vector<std::string> &libraries);
+bool isFFmpeg(const std::string &program, const std::vector<std::string> &libraries);
+
+/// Pixels from one row to the next in FFmpeg's pictures of that width.
+constexpr int rowPixelsOfFFmpeg(int width) { return (width + 3) / 4 * 4; }
 
 }  // namespace pyrelux::adapters

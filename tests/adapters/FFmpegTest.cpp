@@ -1,63 +1,76 @@
 // The frei0r plug-in in the program that most people have.
 
-#include "CliTest.h"
-#include "Composed.h"
+#include "ProgramTest.h"
 
-namespace pyrelux::cli::test {
+namespace pyrelux::adapters::test {
 namespace {
 
-class FFmpeg : public CliTest {
+using cli::test::Result;
+using cli::test::Words;
+
+class FFmpeg : public ProgramTest {
  protected:
-  FFmpeg() { save(path("title.png"), titlePng(testWidth, testHeight)); }
-
-  /// Frames of the title through the effect, as bytes.
-  std::string burnt(const std::string &filters, int frames) const {
-    Command command;
-    command.words = {PYRELUX_FFMPEG, "-v",        "error", "-loop", "1",         "-framerate",           "25",
-                     "-i",           "title.png", "-vf",   filters, "-frames:v", std::to_string(frames), "-f",
-                     "rawvideo",     "-pix_fmt",  "rgba",  "-"};
-    command.folder = path("").string();
-    command.environment = {{"FREI0R_PATH", PYRELUX_FREI0R_FOLDER}};
-    const Result result = run(command);
-    EXPECT_EQ(result.err, "");
-    EXPECT_EQ(result.exitCode, 0);
-    return result.out;
-  }
-
-  static std::string frame(const std::string &frames, std::size_t number) {
-    constexpr std::size_t bytes = testWidth * testHeight * 4;
-    return frames.substr(number * bytes, bytes);
+  Result ffmpeg(const Words &words) const {
+    using cli::test::operator+;
+    return withPlugIn(Words{PYRELUX_FFMPEG, "-v", "error"} + words + Words{"-f", "rawvideo", "-pix_fmt", "rgba", "-"});
   }
 };
 
-TEST_F(FFmpeg, ShowsWhatRenderDraws) {
-  const std::string frames = burnt("format=rgba,frei0r=pyrelux", 13);
-  const Result result = pyrelux({"render", "title.png", "-o", "fire.exr", "--bits", "8", "--frames", "12"});
-  expectSuccess(result);
-  expectComposed(frame(frames, 12), decoded("fire.exr", "gbrapf32le"), decoded("title.png", "rgba"));
-}
+TEST_F(FFmpeg, ShowsWhatRenderDraws) { expectRendered(byFfmpeg(12), 12); }
+
+class FFmpegSizes : public ProgramTest, public testing::WithParamInterface<Size> {
+ protected:
+  FFmpegSizes() : ProgramTest(GetParam()) {}
+};
+
+TEST_P(FFmpegSizes, ShowWhatRenderDraws) { expectRendered(byFfmpeg(2), 2); }
+
+INSTANTIATE_TEST_SUITE_P(All, FFmpegSizes,
+                         testing::Values(Size{61, 45}, Size{62, 45}, Size{63, 45}, Size{720, 576}, Size{1920, 1080},
+                                         Size{4096, 2160}));
 
 TEST_F(FFmpeg, TakesParametersInOrder) {
-  // Tongues and their length; without any length nothing rises.
-  EXPECT_NE(burnt("format=rgba,frei0r=pyrelux:0|0.3", 1), burnt("format=rgba,frei0r=pyrelux:0.1|0.3", 1));
+  const std::string frame = byFfmpeg(3);
+  EXPECT_EQ(byFfmpeg(3, "25|over|milliseconds|0.1020408163|0.3"), frame);
+  EXPECT_NE(byFfmpeg(3, "25|over|auto|0.5|0.3"), frame);
+  EXPECT_NE(byFfmpeg(3, "25|over|auto|0.1020408163|0.6"), frame);
+  EXPECT_NE(byFfmpeg(3, "25|fire"), frame);
+  EXPECT_EQ(byFfmpeg(3, "50"), byFfmpeg(6));
 }
 
 TEST_F(FFmpeg, SeeksToTheSameFrame) {
-  const std::string run = burnt("format=rgba,frei0r=pyrelux", 20);
-  EXPECT_EQ(burnt("format=rgba,trim=start_frame=19,frei0r=pyrelux", 1), frame(run, 19));
+  saveWithFfmpeg({"-loop", "1", "-framerate", "25", "-i", path("title.png").string(), "-frames:v", "30", "-c:v", "png"},
+                 "title.mov");
+  const Result result =
+      ffmpeg({"-ss", "0.76", "-copyts", "-i", "title.mov", "-vf", "format=rgba,frei0r=pyrelux", "-frames:v", "1"});
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.out, byFfmpeg(19));
+  EXPECT_NE(result.out, byFfmpeg(0));
+}
+
+TEST_F(FFmpeg, GivesThePictureOfAFrameWhicheverThreadDrawsIt) {
+  // Two filters in one graph, each of which gets every second frame, and the frames in the opposite order.
+  const Result result =
+      ffmpeg({"-loop", "1", "-framerate", "25", "-i", "title.png", "-filter_complex",
+              "format=rgba,trim=end_frame=6,split[a][b];"
+              "[a]select='not(mod(n,2))',frei0r=pyrelux[even];[b]select='mod(n,2)',frei0r=pyrelux[odd];"
+              "[even][odd]interleave,reverse",
+              "-vsync", "passthrough"});
+  EXPECT_EQ(result.err, "");
+  ASSERT_EQ(result.out.size(), 6 * frameBytes());
+  for (int number = 0; number < 6; ++number)
+    EXPECT_EQ(result.out.substr(static_cast<std::size_t>(5 - number) * frameBytes(), frameBytes()), byFfmpeg(number))
+        << number;
 }
 
 TEST_F(FFmpeg, KeepsThePictureWithoutABundle) {
-  Command command;
-  command.words = {PYRELUX_FFMPEG, "-v",       "error",    "-i",   "title.png", "-vf", "format=rgba,frei0r=pyrelux",
-                   "-f",           "rawvideo", "-pix_fmt", "rgba", "-"};
-  command.folder = path("").string();
-  command.environment = {{"FREI0R_PATH", PYRELUX_FREI0R_FOLDER}, {"PYRELUX_PLUGIN_PATH", "/nowhere"}};
-  const Result result = run(command);
+  const Result result = withPlugIn({PYRELUX_FFMPEG, "-v", "error", "-i", "title.png", "-vf",
+                                    "format=rgba,frei0r=pyrelux", "-f", "rawvideo", "-pix_fmt", "rgba", "-"},
+                                   PYRELUX_FREI0R_FOLDER, {{"PYRELUX_PLUGIN_PATH", "/nowhere"}});
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_EQ(result.out, decoded("title.png", "rgba"));
   EXPECT_THAT(result.err, testing::HasSubstr("pyrelux: no filter bundle in /nowhere"));
 }
 
 }  // namespace
-}  // namespace pyrelux::cli::test
+}  // namespace pyrelux::adapters::test

@@ -64,9 +64,9 @@ TEST(Frei0rParameters, APointIsTwoNumbersAndWhatCannotBeSetIsLeftOut) {
     types.push_back(parameter.type());
     EXPECT_NE(parameter.explanation, "");
   }
-  EXPECT_THAT(names, testing::ElementsAre("Thing", "Thing X", "Thing Y", "Thing", "Frame rate", "Time unit", "Output"));
-  EXPECT_THAT(types, testing::ElementsAre(F0R_PARAM_DOUBLE, F0R_PARAM_DOUBLE, F0R_PARAM_DOUBLE, F0R_PARAM_COLOR,
-                                          F0R_PARAM_STRING, F0R_PARAM_STRING, F0R_PARAM_STRING));
+  EXPECT_THAT(names, testing::ElementsAre("Frame rate", "Output", "Time unit", "Thing", "Thing X", "Thing Y", "Thing"));
+  EXPECT_THAT(types, testing::ElementsAre(F0R_PARAM_STRING, F0R_PARAM_STRING, F0R_PARAM_STRING, F0R_PARAM_DOUBLE,
+                                          F0R_PARAM_DOUBLE, F0R_PARAM_DOUBLE, F0R_PARAM_COLOR));
 }
 
 TEST(Frei0rParameters, FrameRates) {

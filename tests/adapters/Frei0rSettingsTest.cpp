@@ -10,7 +10,7 @@
 namespace pyrelux::adapters::test {
 namespace {
 
-#ifdef __SANITIZE_THREAD__
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
 constexpr int trials = 100;  // which take as long as a thousand do without
 #else
 constexpr int trials = 1000;

@@ -5,21 +5,27 @@
 namespace pyrelux::adapters::test {
 namespace {
 
-TEST(HostProgram, TimeIsCountedAsItsLibrariesDo) {
-  EXPECT_EQ(timeUnitOf("ffmpeg", {"", "libavfilter.so.8", "libc.so.6"}), TimeUnit::Milliseconds);
-  EXPECT_EQ(timeUnitOf("mpv", {"", "libc.so.6", "libavfilter.so.8"}), TimeUnit::Milliseconds);
-  EXPECT_EQ(timeUnitOf("melt-7", {"libmlt-7.so.7", "libavfilter.so.8"}), TimeUnit::Seconds);
-  EXPECT_EQ(timeUnitOf("kdenlive", {"libavfilter.so.8", "libmlt-7.so.7"}), TimeUnit::Seconds);
-  EXPECT_EQ(timeUnitOf("gst-launch-1.0", {"libgstreamer-1.0.so.0", "libavfilter.so.8"}), TimeUnit::Seconds);
-  EXPECT_EQ(timeUnitOf("editor", {"libc.so.6"}), TimeUnit::Seconds);
+TEST(HostProgram, IsKnownByItsLibraries) {
+  EXPECT_TRUE(isFFmpeg("ffmpeg", {"", "libavfilter.so.8", "libc.so.6"}));
+  EXPECT_TRUE(isFFmpeg("mpv", {"", "libc.so.6", "libavfilter.so.8"}));
+  EXPECT_FALSE(isFFmpeg("melt-7", {"libmlt-7.so.7", "libavfilter.so.8"}));
+  EXPECT_FALSE(isFFmpeg("kdenlive", {"libavfilter.so.8", "libmlt-7.so.7"}));
+  EXPECT_FALSE(isFFmpeg("gst-launch-1.0", {"libgstreamer-1.0.so.0", "libavfilter.so.8"}));
+  EXPECT_FALSE(isFFmpeg("editor", {"libc.so.6"}));
 }
 
-TEST(HostProgram, FfmpegMayHaveBeenLinkedWithoutLibraries) {
-  EXPECT_EQ(timeUnitOf("ffmpeg", {"libc.so.6"}), TimeUnit::Milliseconds);
-  EXPECT_EQ(timeUnitOf("ffplay", {""}), TimeUnit::Milliseconds);
+TEST(HostProgram, MayHaveBeenLinkedWithoutLibraries) {
+  EXPECT_TRUE(isFFmpeg("ffmpeg", {"libc.so.6"}));
+  EXPECT_TRUE(isFFmpeg("ffplay", {""}));
 }
 
-TEST(HostProgram, ThisOneCountsInSeconds) { EXPECT_EQ(timeUnitOfHost(), TimeUnit::Seconds); }
+TEST(HostProgram, IsNotFFmpegHere) { EXPECT_FALSE(isCalledByFFmpeg()); }
+
+TEST(HostProgram, FFmpegsRowsAreMultiplesOfFourPixels) {
+  EXPECT_EQ(rowPixelsOfFFmpeg(64), 64);
+  EXPECT_EQ(rowPixelsOfFFmpeg(61), 64);
+  EXPECT_EQ(rowPixelsOfFFmpeg(65), 68);
+}
 
 }  // namespace
 }  // namespace pyrelux::adapters::test

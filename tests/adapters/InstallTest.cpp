@@ -1,0 +1,65 @@
+// An installation, wherever it is: programs find the plug-in there, and the plug-in finds the rest.
+
+#include "ProgramTest.h"
+
+namespace fs = std::filesystem;
+
+namespace pyrelux::adapters::test {
+namespace {
+
+using cli::test::Environment;
+using cli::test::Result;
+
+class Install : public ProgramTest {
+ protected:
+  Install() {
+    const Result result = withPlugIn({PYRELUX_CMAKE, "--install", PYRELUX_BUILD_FOLDER, "--prefix", path("prefix").string()});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+  }
+
+  static std::string pictureOf(const Result &result) {
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, "");
+    return result.out;
+  }
+
+  Result ffmpeg(const std::string &plugInFolder, const Environment &environment = {}) const {
+    return withPlugIn({PYRELUX_FFMPEG, "-v", "error", "-i", "title.png", "-vf", "format=rgba,frei0r=pyrelux", "-f",
+                       "rawvideo", "-pix_fmt", "rgba", "-"},
+                      plugInFolder, environment);
+  }
+
+  Result gstreamer(const std::string &plugInFolder) const {
+    return withPlugIn({"/bin/sh", "-c",
+                       PYRELUX_GSTREAMER " -q filesrc location=title.png ! pngdec ! videoconvert ! "
+                                         "video/x-raw,format=RGBA ! frei0r-filter-pyrelux ! fdsink"},
+                      plugInFolder, {{"GST_REGISTRY", path("registry").string()}});
+  }
+
+  std::string plugIns() const { return path("prefix/lib/frei0r-1").string(); }
+};
+
+TEST_F(Install, IsWhole) {
+  const std::string burnt = byFfmpeg(0);
+  EXPECT_NE(burnt, decoded("title.png", "rgba"));
+  EXPECT_EQ(pictureOf(ffmpeg(plugIns())), burnt);
+  EXPECT_EQ(pictureOf(gstreamer(plugIns())), burnt);
+  // In the folder of a user's own plug-ins, without any variable.
+  fs::create_directories(path("home/.frei0r-1"));
+  fs::create_directory_symlink(plugIns(), path("home/.frei0r-1/lib"));
+  EXPECT_EQ(pictureOf(ffmpeg("", {{"HOME", path("home").string()}})), burnt);
+}
+
+TEST_F(Install, UsesNothingOfTheBuildTree) {
+  fs::path bundles;
+  for (const fs::directory_entry &entry : fs::recursive_directory_iterator(path("prefix")))
+    if (entry.path().extension() == ".bundle") bundles = entry.path().parent_path();
+  ASSERT_NE(bundles, "");
+  fs::remove_all(bundles);
+  const Result result = ffmpeg(plugIns());
+  EXPECT_EQ(result.out, decoded("title.png", "rgba"));
+  EXPECT_THAT(result.err, testing::HasSubstr("no filter bundle in " + fs::weakly_canonical(bundles).string()));
+}
+
+}  // namespace
+}  // namespace pyrelux::adapters::test
