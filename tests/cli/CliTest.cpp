@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
-#include <regex>
+#include <sstream>
 #include <stdexcept>
 
 namespace fs = std::filesystem;
@@ -40,9 +40,20 @@ Words operator+(Words first, const Words &second) {
 }
 
 std::string withoutGlowRemark(const std::string &err) {
-  static const std::regex remark(
-      "pyrelux: \\d+ pixels? in \\d+ frames? (is|are) brighter than (its|their) alpha [^\n]*\n");
-  return std::regex_replace(err, remark, "", std::regex_constants::format_first_only);
+  std::istringstream lines(err);
+  std::string others;
+  bool isFound = false;
+  for (std::string line; std::getline(lines, line);) {
+    int pixels = 0;
+    int frames = 0;
+    const bool isRemark = std::sscanf(line.c_str(), "pyrelux: %d pixel%*[s] in %d frame", &pixels, &frames) == 2 ||
+                          std::sscanf(line.c_str(), "pyrelux: %d pixel in %d frame", &pixels, &frames) == 2;
+    if (isRemark && !isFound && line.find(" brighter than ") != std::string::npos)
+      isFound = true;
+    else
+      others += line + "\n";
+  }
+  return others;
 }
 
 Words quick() { return {"--set", "steps=10", "--set", "pyrelux=2"}; }
