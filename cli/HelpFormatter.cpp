@@ -6,7 +6,6 @@ namespace pyrelux::cli {
 
 namespace {
 
-constexpr std::size_t lineWidth = 96;
 constexpr std::size_t nameWidth = 26;
 
 }  // namespace
@@ -14,12 +13,12 @@ constexpr std::size_t nameWidth = 26;
 HelpFormatter::HelpFormatter() { column_width(nameWidth); }
 
 std::string HelpFormatter::make_option_desc(const CLI::Option *option) const {
-  return broken(Formatter::make_option_desc(option), lineWidth - nameWidth);
+  return broken(Formatter::make_option_desc(option), helpWidth - nameWidth);
 }
 
 std::string HelpFormatter::make_subcommand(const CLI::App *command) const {
   std::ostringstream line;
-  CLI::detail::format_help(line, command->get_name(), broken(command->get_description(), lineWidth - nameWidth),
+  CLI::detail::format_help(line, command->get_name(), broken(command->get_description(), helpWidth - nameWidth),
                            nameWidth);
   return line.str();
 }

@@ -6,7 +6,10 @@
 
 namespace pyrelux::cli {
 
-/// Help whose explanations are broken into lines of 96 columns.
+/// Columns of a line of help.
+constexpr std::size_t helpWidth = 96;
+
+/// Help whose explanations are broken into such lines.
 class HelpFormatter : public CLI::Formatter {
  public:
   HelpFormatter();

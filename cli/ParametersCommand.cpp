@@ -5,6 +5,7 @@
 #include "Commands.h"
 #include "Filter.h"
 #include "HostError.h"
+#include "ParameterList.h"
 #include "ParameterText.h"
 #include "ProjectSchema.h"
 
@@ -52,11 +53,6 @@ Json describe(const ParameterDeclaration &parameter) {
   return description;
 }
 
-std::string takes(const ParameterDeclaration &parameter) {
-  if (parameter.hasRange()) return host::formatRange(parameter);
-  return parameter.kind == ParameterKind::Popup ? host::formatEntries(parameter) : parameter.unit();
-}
-
 /// The rows, with columns as wide as they have to be.
 std::string tableOf(const std::vector<std::vector<std::string>> &rows, const std::string &indentation) {
   std::vector<std::size_t> widths(rows[0].size());
@@ -86,6 +82,19 @@ std::string tableOf(const std::vector<ParameterDeclaration> &parameters) {
 
 }  // namespace
 
+std::vector<ParameterDeclaration> settableParameters() {
+  const host::Filter filter(host::findFilter(host::defaultSearchPath()));
+  std::vector<ParameterDeclaration> parameters = filter.parameters().declarations();
+  const auto isCustom = [](const ParameterDeclaration &parameter) { return parameter.kind == ParameterKind::Custom; };
+  parameters.erase(std::remove_if(parameters.begin(), parameters.end(), isCustom), parameters.end());
+  return parameters;
+}
+
+std::string takes(const ParameterDeclaration &parameter) {
+  if (parameter.hasRange()) return host::formatRange(parameter);
+  return parameter.kind == ParameterKind::Popup ? host::formatEntries(parameter) : parameter.unit();
+}
+
 int listParameters(bool json) {
   const host::Filter filter(host::findFilter(host::defaultSearchPath()));
   const auto &parameters = filter.parameters().declarations();
@@ -101,11 +110,9 @@ int listParameters(bool json) {
 
 std::string parametersHelp() {
   try {
-    const host::Filter filter(host::findFilter(host::defaultSearchPath()));
     std::vector<std::vector<std::string>> rows;
-    for (const ParameterDeclaration &parameter : filter.parameters().declarations())
-      if (parameter.kind != ParameterKind::Custom)
-        rows.push_back({parameter.slug(), host::formatValue(parameter, parameter.defaultValue), takes(parameter)});
+    for (const ParameterDeclaration &parameter : settableParameters())
+      rows.push_back({parameter.slug(), host::formatValue(parameter, parameter.defaultValue), takes(parameter)});
     return "Parameters for --set, with their defaults and what they take:\n" + tableOf(rows, "  ");
   } catch (const host::HostError &error) {
     return std::string("Parameters for --set are not known: ") + error.what() + "\n";

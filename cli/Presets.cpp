@@ -71,12 +71,18 @@ const std::vector<Preset> &presets() {
   return all;
 }
 
+std::vector<std::string> presetNames() {
+  std::vector<std::string> names;
+  for (const Preset &preset : presets()) names.push_back(preset.name);
+  return names;
+}
+
 const Preset &presetNamed(const std::string &name) {
   const auto found =
       std::find_if(presets().begin(), presets().end(), [&](const Preset &preset) { return preset.name == name; });
   if (found != presets().end()) return *found;
   std::string names;
-  for (const Preset &preset : presets()) names += (names.empty() ? "" : ", ") + preset.name;
+  for (const std::string &known : presetNames()) names += (names.empty() ? "" : ", ") + known;
   throw UsageError("there is no preset '" + name + "'; there are " + names);
 }
 

@@ -15,6 +15,9 @@ struct Preset {
 /// All that are shipped, hot ones first.
 const std::vector<Preset> &presets();
 
+/// Their names, in the same order.
+std::vector<std::string> presetNames();
+
 /// Throws UsageError, which lists the names, when there is none of that name.
 const Preset &presetNamed(const std::string &name);
 

@@ -2,6 +2,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include "Choices.h"
+#include "Media.h"
+#include "Presets.h"
 #include "Progress.h"
 #include "Renderers.h"
 #include "TestPattern.h"
@@ -40,24 +43,26 @@ void addOutputOptions(CLI::App &command, RenderOptions &options) {
       ->type_name("FILE")
       ->required()
       ->group(outputGroup);
+  CLI::Option *codec =
+      command
+          .add_option(
+              "--codec", options.codec,
+              "How it is stored: .mov prores, h264 or h265; .mkv ffv1 (lossless), h264 or h265; .mp4 h264 or h265; "
+              ".exr half or float; .webp lossy or lossless (default: the first of them)")
+          ->check([](const std::string &name) { return std::string(name.empty() ? "no codec has an empty name" : ""); })
+          ->group(outputGroup);
+  suggests(codec, media::Writer::codecNames(), "NAME");
+  CLI::Option *alpha = command
+                           .add_option("--alpha", options.alpha,
+                                       "What colour means in the output: straight, or premultiplied, which keeps the "
+                                       "glow (default: premultiplied for .exr, else straight)")
+                           ->group(outputGroup);
+  takesOneOf(alpha, {"straight", "premultiplied"}, "KIND");
   command
-      .add_option("--codec", options.codec,
-                  "How it is stored: .mov prores, h264 or h265; .mkv ffv1 (lossless), h264 or h265; .mp4 h264 or h265; "
-                  ".exr half or float; .webp lossy or lossless (default: the first of them)")
-      ->check([](const std::string &name) { return std::string(name.empty() ? "no codec has an empty name" : ""); })
-      ->type_name("NAME")
-      ->group(outputGroup);
-  command
-      .add_option("--alpha", options.alpha,
-                  "What colour means in the output: straight, or premultiplied, which keeps the glow (default: "
-                  "premultiplied for .exr, else straight)")
-      ->check(CLI::IsMember({"straight", "premultiplied"}))
-      ->option_text("KIND")
-      ->group(outputGroup);
-  command
-      .add_option("--over", options.over,
-                  "Lay the fire over a colour, #rrggbb or r,g,b in 0..1, or over a picture, sequence or movie of the "
-                  "same size (default: black for H.264, H.265 and .gif, which have no alpha; else nothing)")
+      .add_option(
+          "--over", options.over,
+          "Background to lay the fire over: a colour, #rrggbb or r,g,b in 0..1, or a picture, sequence or movie of the "
+          "same size (default: black for H.264, H.265 and .gif, which have no alpha; else nothing)")
       ->type_name("COLOR|FILE")
       ->group(outputGroup);
   command
@@ -73,16 +78,16 @@ void addInputOptions(CLI::App &command, RenderOptions &options) {
       command.add_option("INPUT", options.input, "Picture, movie, or numbered sequence with %04d or #### in its name")
           ->type_name("")
           ->group(inputGroup);
-  command
-      .add_option(
-          "--input-alpha", options.inputAlpha,
-          "What an INPUT's colour means where it is not opaque: straight (not multiplied by alpha), premultiplied "
-          "(multiplied), none (alpha is ignored, all is opaque) or auto (EXR premultiplied, TIFF as the file "
-          "says, else straight; the default)")
-      ->check(CLI::IsMember({"auto", "straight", "premultiplied", "none"}))
-      ->option_text("KIND")
-      ->needs(input)
-      ->group(inputGroup);
+  CLI::Option *inputAlpha =
+      command
+          .add_option(
+              "--input-alpha", options.inputAlpha,
+              "What an INPUT's colour means where it is not opaque: straight (not multiplied by alpha), premultiplied "
+              "(multiplied), none (alpha is ignored, all is opaque) or auto (EXR premultiplied, TIFF as the file "
+              "says, else straight; the default)")
+          ->needs(input)
+          ->group(inputGroup);
+  takesOneOf(inputAlpha, {"auto", "straight", "premultiplied", "none"}, "KIND");
   CLI::Option *text =
       command
           .add_option("--text", options.text,
@@ -103,13 +108,14 @@ void addInputOptions(CLI::App &command, RenderOptions &options) {
       ->type_name("COLOR")
       ->needs(text)
       ->group(inputGroup);
-  command
-      .add_option("--input-test-pattern", options.testPattern,
-                  "Burn a picture for tests instead of an INPUT: bars, checker, circle, ramp (of alpha), title (block "
-                  "letters that need no font)")
-      ->check(CLI::IsMember(testPatternNames()))
-      ->option_text("NAME")
-      ->group(inputGroup);
+  CLI::Option *pattern =
+      command
+          .add_option(
+              "--input-test-pattern", options.testPattern,
+              "Burn a picture for tests instead of an INPUT: bars, checker, circle, ramp (of alpha), title (block "
+              "letters that need no font)")
+          ->group(inputGroup);
+  takesOneOf(pattern, testPatternNames(), "NAME");
   command
       .add_option("--size", options.size,
                   "Width and height in pixels of the picture with the text or pattern (default: 1920x1080)")
@@ -119,10 +125,11 @@ void addInputOptions(CLI::App &command, RenderOptions &options) {
 }
 
 void addLookOptions(CLI::App &command, RenderOptions &options) {
-  command
-      .add_option("--preset", options.preset, "A look to begin with, which --set changes; 'pyrelux presets' lists them")
-      ->type_name("NAME")
-      ->group(lookGroup);
+  CLI::Option *preset = command
+                            .add_option("--preset", options.preset,
+                                        "A look to begin with, which --set changes; 'pyrelux presets' lists them")
+                            ->group(lookGroup);
+  suggests(preset, presetNames(), "NAME");
   command
       .add_option("--project", options.project,
                   "A file of settings and keyframes, JSON as docs/project.md tells; it wins over the preset, and the "
@@ -132,19 +139,20 @@ void addLookOptions(CLI::App &command, RenderOptions &options) {
   command
       .add_option("--set", options.settings,
                   "A parameter's value; may be repeated. 'pyrelux parameters' lists names, ranges and units")
-      ->type_name("NAME=VALUE")
+      ->type_name(settingName)
       ->allow_extra_args(false)
       ->group(lookGroup);
 }
 
 void addBackendOption(CLI::App &command, std::string &backend) {
-  command
-      .add_option("--backend", backend,
-                  "What draws: auto (a GPU where there is one, else soft), gpu, mesa (Mesa's software renderer), soft "
-                  "(our own, on the processor), egl (a GPU, else mesa)")
-      ->check(CLI::IsMember(host::rendererNames()))
-      ->option_text("NAME")
-      ->group(drawingGroup);
+  CLI::Option *option =
+      command
+          .add_option(
+              "--backend", backend,
+              "What draws: auto (a GPU where there is one, else soft), gpu, mesa (Mesa's software renderer), soft "
+              "(our own, on the processor), egl (a GPU, else mesa)")
+          ->group(drawingGroup);
+  takesOneOf(option, host::rendererNames(), "NAME");
 }
 
 void addRenderOptions(CLI::App &command, RenderOptions &options) {
@@ -164,12 +172,12 @@ void addRenderOptions(CLI::App &command, RenderOptions &options) {
                   "Frames per second of a movie, 24, 23.976 or 30000/1001 (default: the input's, else 24)")
       ->type_name("RATE")
       ->group(outputGroup);
-  command
-      .add_option("--bits", options.bits,
-                  "Bits per channel of drawing and output, 8 or 16 (default: 16 for .tif, .exr and ProRes, else 8)")
-      ->check(CLI::IsMember({"8", "16"}))
-      ->option_text("BITS")
-      ->group(outputGroup);
+  CLI::Option *bits =
+      command
+          .add_option("--bits", options.bits,
+                      "Bits per channel of drawing and output, 8 or 16 (default: 16 for .tif, .exr and ProRes, else 8)")
+          ->group(outputGroup);
+  takesOneOf(bits, {"8", "16"}, "BITS");
   CLI::Option *overwrite =
       command
           .add_flag("--overwrite", options.overwrite, "Replace output that is there already; otherwise it is refused")
@@ -177,19 +185,20 @@ void addRenderOptions(CLI::App &command, RenderOptions &options) {
   command
       .add_flag(
           "--resume", options.resume,
-          "Into a sequence: keep the pictures that are complete and were made with the same settings and input, as "
-          "the manifest beside them says, and render the others")
+          "Render only what is missing of a sequence: keep the pictures that are complete and were made with the same "
+          "settings and input, as the manifest beside them says")
       ->excludes(overwrite)
       ->group(outputGroup);
   addBackendOption(command, options.backend);
-  command
-      .add_option("--progress", options.progress,
-                  "How far it is: line (on standard error), json (an object for every frame on standard output, with "
-                  "frame, end (rendered, kept or failed), done, total, seconds, frames_per_second, seconds_left), "
-                  "none, or auto (a line on a terminal)")
-      ->check(CLI::IsMember(progressNames()))
-      ->option_text("KIND")
-      ->group(messagesGroup);
+  CLI::Option *progress =
+      command
+          .add_option(
+              "--progress", options.progress,
+              "How far it is: line (on standard error), json (an object for every frame on standard output, with "
+              "frame, end (rendered, kept or failed), done, total, seconds, frames_per_second, seconds_left), "
+              "none, or auto (a line on a terminal)")
+          ->group(messagesGroup);
+  takesOneOf(progress, progressNames(), "KIND");
   command
       .add_flag_callback(
           "--quiet",

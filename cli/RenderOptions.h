@@ -39,6 +39,9 @@ struct RenderOptions {
   bool resume = false;     ///< keep what is there and right
 };
 
+/// What stands for a parameter and its value in the help.
+constexpr const char *settingName = "NAME=VALUE";
+
 /// Declares the options of `pyrelux render`; parsing fills `options`, which must outlive that.
 void addRenderOptions(CLI::App &command, RenderOptions &options);
 

@@ -22,8 +22,6 @@ namespace pyrelux::cli {
 
 namespace {
 
-constexpr const char *presetAxis = "preset";
-constexpr const char *frameAxis = "frame";
 constexpr std::int64_t usualFrame = 24;
 
 /// One thing that is varied, and its values as a person writes them.
@@ -76,10 +74,7 @@ Axis parseAxis(const std::string &text, const host::ParameterSet &parameters) {
 /// One or two, the one that runs across first.
 std::vector<Axis> parseAxes(const SheetOptions &options, const host::ParameterSet &parameters) {
   std::vector<Axis> axes;
-  if (options.presets) {
-    axes.push_back({presetAxis, {}});
-    for (const Preset &preset : presets()) axes.back().values.push_back(preset.name);
-  }
+  if (options.presets) axes.push_back({presetAxis, presetNames()});
   for (const std::string &text : options.vary) axes.push_back(parseAxis(text, parameters));
   if (axes.empty()) throw UsageError("nothing to vary: give --vary NAME=VALUE,VALUE or --presets");
   if (axes.size() > 2) throw UsageError("a sheet has two directions, and more than two things are varied");

@@ -17,6 +17,13 @@ struct SheetOptions {
   int columns = 4;                   ///< of a sheet that varies one thing
 };
 
+// What --vary varies besides parameters.
+constexpr const char *presetAxis = "preset";
+constexpr const char *frameAxis = "frame";
+
+/// What stands for such a variation in the help.
+constexpr const char *variationName = "NAME=VALUES";
+
 /// The narrowest that cells can be, in pixels: labels have to go below them.
 constexpr int narrowestCell = 64;
 

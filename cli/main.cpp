@@ -6,21 +6,20 @@
 #include <iostream>
 #include <nlohmann/json.hpp>
 
+#include "Choices.h"
+#include "CommandLine.h"
 #include "Commands.h"
+#include "Completion.h"
+#include "ExitCodes.h"
 #include "FrameRange.h"
 #include "HelpFormatter.h"
 #include "HostError.h"
+#include "ManPage.h"
 #include "Media.h"
 #include "Message.h"
+#include "ParameterList.h"
 
 namespace {
-
-// What the program ends with; 0 is done, and 128 and more a signal.
-constexpr int failedExit = 1;
-constexpr int usageExit = 2;
-constexpr int inputExit = 3;
-constexpr int outputExit = 4;
-constexpr int encoderExit = 5;
 
 int fail(const std::string &message, int exitCode) {
   pyrelux::cli::say(message);
@@ -52,10 +51,7 @@ int run(int argc, char **argv) {
   app.set_version_flag("--version", "pyrelux " PYRELUX_VERSION, "Print the version and exit");
   app.set_help_flag("-h,--help", "Print this help and exit");
   app.require_subcommand(1);
-  app.footer(
-      "Ends with 0 when all is done, 1 when some frames or something else failed, 2 for a wrong\n"
-      "command line, 3 for an input that can't be read, 4 for an output that can't be written, 5 for\n"
-      "an encoder's failure, 128 and more for a signal.");
+  app.footer(broken(exitCodesText(), helpWidth));
   app.formatter(std::make_shared<HelpFormatter>());
   int exitCode = 0;
 
@@ -93,6 +89,20 @@ int run(int argc, char **argv) {
       ->required();
   verifyCommand->callback([&] { exitCode = verify(manifest); });
 
+  std::string shell;
+  CLI::App *completionCommand = app.add_subcommand("completion", "Print a script that completes command lines");
+  CLI::Option *shellOption =
+      completionCommand->add_option("SHELL", shell, "For which shell: bash, zsh or fish")->required();
+  takesOneOf(shellOption, shellNames(), "REQUIRED");
+  completionCommand->callback([&] { std::cout << completionScript(shell, describe(app, settableParameters())); });
+
+  // Hidden: the page is installed, and who builds it knows.
+  CLI::App *manCommand = app.add_subcommand("man", "Print the manual page")->group("");
+  manCommand->callback([&] {
+    const auto parameters = settableParameters();
+    std::cout << manPage(describe(app, parameters), parameters);
+  });
+
   std::string infoBackend = "auto";
   CLI::App *infoCommand = app.add_subcommand("info", "Tell the version, what draws, and which bundle was found");
   addBackendOption(*infoCommand, infoBackend);
@@ -122,18 +132,20 @@ int run(int argc, char **argv) {
 }  // namespace
 
 int main(int argc, char **argv) {
+  using namespace pyrelux;
+  using namespace pyrelux::cli;
   occupyStandardStreams();
   try {
     return run(argc, argv);
-  } catch (const pyrelux::cli::UsageError &error) {
+  } catch (const UsageError &error) {
     return fail(error.what(), usageExit);
-  } catch (const pyrelux::media::InputError &error) {
+  } catch (const media::InputError &error) {
     return fail(error.what(), inputExit);
-  } catch (const pyrelux::media::OutputError &error) {
+  } catch (const media::OutputError &error) {
     return fail(error.what(), outputExit);
-  } catch (const pyrelux::media::EncoderError &error) {
+  } catch (const media::EncoderError &error) {
     return fail(error.what(), encoderExit);
-  } catch (const pyrelux::media::MediaError &error) {
+  } catch (const media::MediaError &error) {
     // Of what is neither: a name that can be none of an input or output.
     return fail(error.what(), usageExit);
   } catch (const std::bad_alloc &) {

@@ -5,6 +5,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "Image.h"
 
@@ -126,6 +127,9 @@ class Writer {
   /// Whether the path can hold more than one frame: a movie, or a still's extension with a frame pattern in its name.
   /// Throws OutputError for an unknown extension.
   static bool holdsManyFrames(const std::string &path);
+
+  /// Every codec of some extension, by name.
+  static std::vector<std::string> codecNames();
 
   /// Whether the codec is there for more than 8 bits (TIFF, EXR, ProRes 4444). Throws OutputError: unknown extension or
   /// codec.

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -164,6 +165,14 @@ bool Writer::holdsManyFrames(const std::string &path) {
 bool Writer::holdsAudio(const std::string &path) {
   const FileFormat &file = formatOf(path);
   return file.isMovie() && av_guess_format(file.muxer, nullptr, nullptr)->audio_codec != AV_CODEC_ID_NONE;
+}
+
+std::vector<std::string> Writer::codecNames() {
+  std::vector<std::string> names;
+  for (const FileFormat &format : fileFormats())
+    for (const Codec &codec : format.codecs)
+      if (std::find(names.begin(), names.end(), codec.name) == names.end()) names.push_back(codec.name);
+  return names;
 }
 
 bool Writer::isDeep(const std::string &path, const std::string &codec) {

@@ -13,9 +13,13 @@ program_packages=(
   libcli11-dev nlohmann-json3-dev libxxhash-dev
 )
 
-# What the tests and benchmarks need besides: a second compiler, the frameworks, and a backend for AppKit's buttons.
-test_packages=(clang libgtest-dev libgmock-dev libbenchmark-dev libwebp-dev python3-jsonschema gnustep-back0.29-cairo ffmpeg melt
-  gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad)
+# What the tests and benchmarks need besides: a second compiler, the frameworks, a backend for AppKit's buttons, programs
+# that look at what ours writes, and the shells that complete its command lines.
+test_packages=(
+  clang libgtest-dev libgmock-dev libbenchmark-dev libwebp-dev python3-jsonschema gnustep-back0.29-cairo ffmpeg melt
+  gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad
+  groff-base zsh fish
+)
 
 # To run the kernels for ARM here.
 arm_packages=(g++-aarch64-linux-gnu qemu-user googletest)

@@ -23,11 +23,9 @@ class Bundle : public CliTest {
   }
 
   void replaceInList(const std::string &from, const std::string &to) const {
-    std::string text = load(list());
+    const std::string text = load(list());
     ASSERT_THAT(text, testing::HasSubstr(from));
-    for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())
-      text.replace(at, from.size(), to);
-    save(list(), text);
+    save(list(), replaced(text, from, to));
   }
 
   Result renderWith(const std::string &plugInPath) const {

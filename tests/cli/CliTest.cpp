@@ -39,6 +39,12 @@ Words operator+(Words first, const Words &second) {
   return first;
 }
 
+std::string replaced(std::string text, const std::string &from, const std::string &to) {
+  for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())
+    text.replace(at, from.size(), to);
+  return text;
+}
+
 std::string withoutGlowRemark(const std::string &err) {
   std::istringstream lines(err);
   std::string others;

@@ -19,6 +19,9 @@ using Words = std::vector<std::string>;
 /// The words of both, for command lines.
 Words operator+(Words first, const Words &second);
 
+/// The text with every `from` replaced.
+std::string replaced(std::string text, const std::string &from, const std::string &to);
+
 constexpr int testWidth = 64;
 constexpr int testHeight = 36;
 
