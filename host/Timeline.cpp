@@ -1,6 +1,7 @@
 #include "Timeline.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "Backends.h"
 
@@ -13,11 +14,13 @@ namespace {
 class Sketch {
  public:
   explicit Sketch(ParameterSet &parameters) : parameters_(parameters), before_(parameters) {
+    ParameterSet sketch = before_;
     for (const ParameterDeclaration &parameter : before_.declarations())
       if (parameter.key == "Pyrelux::Pyrelux" || parameter.key == "Pyrelux::Steps")
-        parameters_.set(parameter, {parameter.minimum});
+        sketch.set(parameter, {parameter.minimum});
+    parameters_ = std::move(sketch);
   }
-  ~Sketch() { parameters_ = before_; }
+  ~Sketch() { parameters_ = std::move(before_); }
   Sketch(const Sketch &) = delete;
   Sketch &operator=(const Sketch &) = delete;
 
@@ -33,8 +36,6 @@ Timeline::Timeline(Filter &filter, FrameRenderer &renderer, std::int64_t firstFr
 
 void Timeline::render(std::int64_t frame, const Image &input, const FrameSettings &settings, Image &result) {
   runUpTo(frame, settings);
-  // Until the frame is there.
-  isReady_ = false;
   renderer_.render(filter_, input, static_cast<double>(frame), settings, result);
   next_ = frame + 1;
   isReady_ = true;
@@ -42,10 +43,12 @@ void Timeline::render(std::int64_t frame, const Image &input, const FrameSetting
 
 void Timeline::runUpTo(std::int64_t frame, const FrameSettings &settings) {
   const std::int64_t from = std::min(firstFrame_, frame);
-  if (!isReady_ || frame < next_ || runFrom_ != from) {
+  const bool goesOn = isReady_ && frame >= next_ && runFrom_ == from;
+  // Until the frame is there.
+  isReady_ = false;
+  if (!goesOn) {
     filter_.restart();
     next_ = runFrom_ = from;
-    isReady_ = true;
   }
   if (next_ == frame) return;
   const Sketch sketch(filter_.parameters());

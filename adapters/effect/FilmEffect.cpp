@@ -16,7 +16,10 @@ constexpr std::size_t mostRuns = 8;
 
 /// A filter object on its way through the frames.
 struct FilmEffect::Run {
-  Run(const host::FilterInfo &info, host::FrameRenderer &renderer) : filter(info), timeline(filter, renderer, 0) {}
+  Run(const host::FilterInfo &info, host::FrameRenderer &renderer, const host::ParameterSet &parameters)
+      : filter(info), timeline(filter, renderer, 0) {
+    filter.parameters() = parameters;
+  }
 
   host::Filter filter;
   host::Timeline timeline;
@@ -53,8 +56,7 @@ FilmEffect::Run &FilmEffect::runFor(std::int64_t frame) {
     if ((*run)->next <= frame && (nearest == runs_.end() || (*run)->next > (*nearest)->next)) nearest = run;
   if (nearest == runs_.end()) {
     if (runs_.size() < mostRuns) {
-      runs_.push_back(std::make_unique<Run>(filter_, renderer_));
-      runs_.back()->filter.parameters() = parameters_;
+      runs_.push_back(std::make_unique<Run>(filter_, renderer_, parameters_));
       return *runs_.back();
     }
     nearest = runs_.begin();

@@ -30,12 +30,10 @@ class MltFilter {
       if (!effect_) {
         if (hasComplained_) return;
         effect_ = std::make_unique<FilmEffect>(host::findFilter(host::defaultSearchPath()));
-        parameters_ = std::make_unique<MltParameters>(effect_->defaults());
       }
-      const mlt_properties properties = mlt_filter_properties(filter);
-      if (readParameters(filter, frame)) effect_->setParameters(parameters_->parameters());
+      updateParameters(filter, frame);
       effect_->render(image, image, width, height, mlt_filter_get_position(filter, frame), pixelAspect(filter, frame),
-                      compositionOf(properties));
+                      compositionOf(mlt_filter_properties(filter)));
     } catch (const std::exception &error) {
       tell(reasonOf(error));
     } catch (...) {
@@ -45,7 +43,7 @@ class MltFilter {
 
  private:
   /// With the lock that whoever sets several properties at once may hold.
-  bool readParameters(mlt_filter filter, mlt_frame frame) {
+  void updateParameters(mlt_filter filter, mlt_frame frame) {
     struct Lock {
       explicit Lock(mlt_service locked) : service(locked) { mlt_service_lock(service); }
       ~Lock() { mlt_service_unlock(service); }
@@ -54,9 +52,14 @@ class MltFilter {
     const mlt_service service = mlt_filter_service(filter);
     const mlt_profile profile = mlt_service_profile(service);
     const Lock lock(service);
-    return parameters_->read(
-        mlt_filter_properties(filter),
-        {mlt_filter_get_length2(filter, frame), profile ? profile->width : 1, profile ? profile->height : 1});
+    // Put back when all went well; otherwise everything is read anew.
+    std::unique_ptr<MltParameters> parameters = std::move(parameters_);
+    const bool isNew = !parameters;
+    if (isNew) parameters = std::make_unique<MltParameters>(effect_->defaults());
+    const Clip clip{mlt_filter_get_length2(filter, frame), profile ? profile->width : 1, profile ? profile->height : 1};
+    if (parameters->read(mlt_filter_properties(filter), clip) || isNew)
+      effect_->setParameters(parameters->parameters());
+    parameters_ = std::move(parameters);
   }
 
   static double pixelAspect(mlt_filter filter, mlt_frame frame) {

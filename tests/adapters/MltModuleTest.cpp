@@ -432,6 +432,38 @@ TEST_F(MltTrouble, GoesOnWhenThereIsMemoryAgain) {
   EXPECT_EQ(burner.burn(3), first);
 }
 
+TEST_F(MltTrouble, WhicheverAllocationFailsNoFrameIsWrong) {
+  Mlt mlt;
+  const Frame input = title();
+  const Frame burnt = Burner(mlt, animated).burn(6);
+  bool hasFailed = true;
+  int spared = 0;
+  testing::internal::CaptureStderr();
+  for (; hasFailed && spared < 10000; ++spared) {
+    Burner burner(mlt, animated);
+    burner.burn(2);
+    // All that is set is read, and a run begun, once more.
+    burner.set("glow", "5");
+    burner.burn(3);
+    for (const auto &[name, value] : animated) burner.set(name, value);
+    Frame picture = input;
+    {
+      const FailingMemory failing(0, spared);
+      burner.burnInPlace(picture, 6, width, height);
+      hasFailed = failing.hasFailed();
+    }
+    EXPECT_TRUE(picture == burnt || picture == input) << spared;
+    // What is left of the frame that failed may cost another one.
+    const Frame next = burner.burn(6);
+    EXPECT_TRUE(next == burnt || next == input) << spared;
+    EXPECT_TRUE(burner.burn(6) == burnt) << spared;
+    if (HasFailure()) break;
+  }
+  testing::internal::GetCapturedStderr();
+  EXPECT_GT(spared, 50);
+  EXPECT_FALSE(hasFailed);
+}
+
 TEST(MltLoading, ManyTimes) {
   for (int load = 0; load < 200; ++load) {
     Mlt mlt;

@@ -4,8 +4,10 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdlib>
+#include <exception>
 #include <mutex>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace pyrelux::soft {
@@ -53,12 +55,20 @@ class Pool {
     std::unique_lock<std::mutex> lock(mutex_);
     done_.wait(lock, [this] { return serving_ == 0; });
     work_ = nullptr;
+    if (failure_) std::rethrow_exception(std::exchange(failure_, nullptr));
     return true;
   }
 
  private:
+  /// What is thrown is kept for the caller, and the rest left undone.
   void take(int count, const std::function<void(int)> &work) {
-    for (int i = next_++; i < count; i = next_++) work(i);
+    try {
+      for (int i = next_++; i < count; i = next_++) work(i);
+    } catch (...) {
+      next_ = count;
+      const std::lock_guard<std::mutex> lock(mutex_);
+      failure_ = std::current_exception();
+    }
   }
 
   void serve() {
@@ -84,6 +94,7 @@ class Pool {
   std::condition_variable done_;
   const std::function<void(int)> *work_ = nullptr;
   int count_ = 0;
+  std::exception_ptr failure_;
   std::atomic<int> next_{0};
   long round_ = 0;
   int serving_ = 0;
