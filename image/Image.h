@@ -61,6 +61,9 @@ Image toBytes(const Image &image);
 /// Sets alpha to 1 everywhere and leaves colour as it stands.
 void makeOpaque(Image &image);
 
+/// Pixels of four bytes with colour multiplied by alpha, rounded to the nearest level. Both may be the same.
+void premultiply(const std::uint8_t *straight, std::uint8_t *premultiplied, std::size_t pixels);
+
 /// The same picture with colour multiplied by alpha; unchanged when it already is.
 Image premultiplied(const Image &image);
 

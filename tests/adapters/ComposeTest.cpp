@@ -65,6 +65,26 @@ TEST(Compose, OverBlackItIsWhatAddingGives) {
   }
 }
 
+TEST(Compose, PixelsSideBySideAreWhatTheyAreAlone) {
+  std::mt19937 random(2);
+  for (std::size_t pixels = 1; pixels < 70; ++pixels) {
+    std::vector<std::uint8_t> fire(4 * pixels);
+    std::vector<std::uint8_t> source(4 * pixels);
+    // Some runs of pixels do not burn.
+    for (std::size_t i = 0; i < fire.size(); ++i) {
+      fire[i] = i / 4 % 40 < 20 ? static_cast<std::uint8_t>(random()) : std::uint8_t{0};
+      source[i] = static_cast<std::uint8_t>(random());
+    }
+    std::vector<std::uint8_t> alone(4 * pixels);
+    for (std::size_t i = 0; i < fire.size(); i += 4) compose(&fire[i], &source[i], &alone[i], 1);
+    std::vector<std::uint8_t> together(4 * pixels + 1, 99);
+    compose(fire.data(), source.data(), together.data(), pixels);
+    EXPECT_EQ(together.back(), 99);
+    together.pop_back();
+    EXPECT_EQ(together, alone) << pixels;
+  }
+}
+
 TEST(Compose, MayWriteOverItsInput) {
   std::vector<std::uint8_t> pixels{100, 100, 100, 255, 1, 2, 3, 4};
   const std::vector<std::uint8_t> fire{40, 20, 0, 0, 0, 0, 0, 0};
