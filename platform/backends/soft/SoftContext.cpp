@@ -83,8 +83,10 @@ bool SoftContext::attachToBoundTexture(platform::Surface &surface) {
   if (boundRectangle_ == defaultRectangle_) return false;
   boundRectangle_->detach();
   boundRectangle_->image.reset();
-  boundRectangle_->surface = static_cast<SoftSurface *>(&surface);
-  boundRectangle_->surface->attached.insert(boundRectangle_.get());
+  // The surface has to know of the texture whenever the texture knows of the surface, even if there is no memory.
+  SoftSurface &shown = static_cast<SoftSurface &>(surface);
+  shown.attached.insert(boundRectangle_.get());
+  boundRectangle_->surface = &shown;
   return true;
 }
 
