@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -135,6 +136,8 @@ int main(int argc, char **argv) {
   using namespace pyrelux;
   using namespace pyrelux::cli;
   occupyStandardStreams();
+  // What exceeds a limit on the size of files fails to be written, like what exceeds the disk.
+  signal(SIGXFSZ, SIG_IGN);
   try {
     return run(argc, argv);
   } catch (const UsageError &error) {

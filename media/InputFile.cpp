@@ -19,6 +19,12 @@ namespace {
 /// Scripts and playlists: nothing but the names of other files.
 constexpr const char *playlists = "concat,dash,hls,imf,sdp";
 
+bool endsWith(std::string_view text, std::string_view end) {
+  return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
+}
+
+}  // namespace
+
 void requireRegularFile(const std::string &path) {
   std::error_code error;
   const std::filesystem::file_status status = std::filesystem::status(path, error);
@@ -27,17 +33,12 @@ void requireRegularFile(const std::string &path) {
   if (std::filesystem::is_directory(status)) failReading(path, causeFolder);
   // Opening a pipe could wait for ever, and a device never ends.
   if (!std::filesystem::is_regular_file(status)) failReading(path, causeNotRegular);
-  if (std::filesystem::file_size(path, error) == 0) failReading(path, "it is empty");
 }
-
-bool endsWith(std::string_view text, std::string_view end) {
-  return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
-}
-
-}  // namespace
 
 InputFile::InputFile(const std::string &path) : path_(path) {
   requireRegularFile(path);
+  std::error_code error;
+  if (std::filesystem::file_size(path, error) == 0) failReading(path, "it is empty");
   AVIOContext *io = nullptr;
   const int result = avio_open2(&io, ("file:" + path).c_str(), AVIO_FLAG_READ, nullptr, nullptr);
   if (result < 0) failReading(path, libraryCause(result));

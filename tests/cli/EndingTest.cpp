@@ -32,8 +32,7 @@ TEST_F(Ending, OnAFullDiskLeavesNothing) {
     SCOPED_TRACE(output);
     const auto before = contentsOf(path(""));
     Command command = commandOf(renderWords("title.png", output, {"--frames", "1"}));
-    command.words = Words{"env", "--ignore-signal=XFSZ", "MESA_SHADER_CACHE_DISABLE=true", "prlimit", "--fsize=500"} +
-                    command.words;
+    command.words = Words{"env", "MESA_SHADER_CACHE_DISABLE=true", "prlimit", "--fsize=500"} + command.words;
     const Result result = run(command);
     expectRefusal(result, {"cannot write 'fire", "file too large"});
     EXPECT_EQ(result.exitCode, 4);

@@ -26,6 +26,8 @@ const std::vector<WrongRow> outputs = {
     {"Device", to("/dev/null"), wrongOutput, {"/dev/null", "extension"}},
     {"LineBreakInName", to("out/a\nb"), wrongOutput, {"extension"}},
     {"TwoPatterns", to("out/fire_%04d_####.png"), wrongUsage, {"out/fire_%04d_####.png", "more than one"}},
+    {"NumberedMovie", to("out/fire_%04d.mov"), wrongUsage, {"'out/fire_%04d.mov'", "movie", "no number"}},
+    {"NumberedAnimation", to("out/fire_####.webp"), wrongUsage, {"'out/fire_####.webp'", "no number"}},
     {"ManyFramesIntoOnePicture", still({"--frames", "1-2"}), wrongUsage, {"out/fire.png", "2", "####"}},
     {"SequenceIntoOnePicture", renderOf("size_%04d.png", "out/fire.png"), wrongUsage, {"out/fire.png", "3", "####"}},
     {"MovieIntoOnePicture", renderOf("clip.mov", "out/fire.png"), wrongUsage, {"out/fire.png", "3", "####"}},

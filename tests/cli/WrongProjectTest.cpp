@@ -1,5 +1,7 @@
 // Project files that can't be used: one line that names the file and the place in it, exit code 3, nothing rendered.
 
+#include <sys/stat.h>
+
 #include "CliTest.h"
 
 namespace pyrelux::cli::test {
@@ -125,7 +127,10 @@ class WrongProjectFiles : public CliTest {
 
 TEST_F(WrongProjectFiles, ThatCantBeReadAreInputErrors) {
   std::filesystem::create_directory(path("folder.json"));
-  for (const auto &[file, cause] : {std::pair("gone.json", "no such file"), {"folder.json", "it is a folder"}}) {
+  ASSERT_EQ(mkfifo(path("pipe.json").c_str(), 0600), 0);
+  for (const auto &[file, cause] : {std::pair("gone.json", "no such file"),
+                                    {"folder.json", "it is a folder"},
+                                    {"pipe.json", "it is not a regular file"}}) {
     const Result result = pyrelux(renderWords("title.png", "out.png", {"--project", file}));
     expectRefusal(result, {std::string("cannot read '") + file + "': " + cause});
     EXPECT_EQ(result.exitCode, 3);
