@@ -3,7 +3,6 @@
 
 #include "Commands.h"
 #include "Filter.h"
-#include "FramePattern.h"
 #include "FrameRange.h"
 #include "FrameRenderer.h"
 #include "FrameSink.h"
@@ -35,7 +34,7 @@ int render(const RenderOptions &given) {
   const auto reader = openInput(options, bits);
   const media::InputInfo &input = reader->info();
   const FrameList frames = chooseFrames(options, input, manyFrames);
-  if (options.resume && !media::FramePattern(options.output).isNumbered())
+  if (options.resume && !isSequence(options.output))
     throw UsageError("--resume is for numbered sequences, and '" + options.output + "' is none");
   if (frames.count() > 1 && !manyFrames)
     throw UsageError("'" + options.output + "' holds one frame, not " + std::to_string(frames.count()) +
@@ -56,7 +55,7 @@ int render(const RenderOptions &given) {
 
   format.record = recordOf(options, frames, filter.parameters(), settings, rendererId, bits);
   std::optional<Manifest> manifest;
-  if (media::FramePattern(options.output).isNumbered()) manifest.emplace(options.output, format.record);
+  if (isSequence(options.output)) manifest.emplace(options.output, format.record);
 
   // From the time on when there is something half written.
   const Interruption interruption;

@@ -9,6 +9,7 @@
 
 #include "DrawnInput.h"
 #include "FramePattern.h"
+#include "RenderOutput.h"
 
 namespace pyrelux::cli {
 
@@ -86,13 +87,14 @@ void refuseToReplaceInput(const RenderOptions &options, const media::InputInfo &
 void refuseToReplaceOutput(const RenderOptions &options, const FrameList &frames) {
   if (options.overwrite || options.resume) return;
   const media::FramePattern pattern(options.output);
+  const bool isNumbered = isSequence(options.output);
   frames.forEach([&](std::int64_t frame) {
-    const std::string path = pattern.path(frame);
+    const std::string path = isNumbered ? pattern.path(frame) : options.output;
     // What is no file, the writer refuses with its own reasons.
     if (std::filesystem::is_regular_file(path))
       throw media::OutputError("cannot write '" + path + "': it is there already; --overwrite replaces it" +
-                               (pattern.isNumbered() ? ", --resume keeps what is right" : ""));
-    return pattern.isNumbered();
+                               (isNumbered ? ", --resume keeps what is right" : ""));
+    return isNumbered;
   });
 }
 

@@ -1,8 +1,10 @@
 #include "RenderOutput.h"
 
+#include <filesystem>
 #include <utility>
 
 #include "Colour.h"
+#include "FramePattern.h"
 #include "Message.h"
 #include "Over.h"
 #include "RenderInput.h"
@@ -81,6 +83,12 @@ std::string counted(std::int64_t count, const std::string &what) {
 }
 
 }  // namespace
+
+bool isSequence(const std::string &output) {
+  // Whatever its name, a movie is for many frames.
+  const bool isMovie = media::Writer::holdsManyFrames("name" + std::filesystem::path(output).extension().string());
+  return !isMovie && media::FramePattern(output).isNumbered();
+}
 
 int chooseBits(const RenderOptions &options) {
   const bool isDeep = media::Writer::isDeep(options.output, options.codec);

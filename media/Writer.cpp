@@ -154,8 +154,6 @@ std::unique_ptr<Writer> Writer::open(const std::string &path, const OutputFormat
   silenceLibraries();
   OutputFile::requireWritable(path);
   const FileFormat &file = formatOf(path);
-  if (file.isMovie() && FramePattern(path).isNumbered())
-    throw MediaError("'" + path + "' is a movie, which holds all frames; its name takes no number");
   if (file.isMovie()) return std::make_unique<MovieWriter>(path, file, format);
   return std::make_unique<StillWriter>(path, file, format);
 }

@@ -26,6 +26,12 @@ class Ending : public CliTest {
   }
 };
 
+TEST_F(Ending, OfAMovieWithANumberInItsNameIsThatMovieAlone) {
+  render("title.png", "fire_%04d.mov", {"--frames", "1-2"});
+  EXPECT_THAT(names(""), ElementsAre("fire_%04d.mov", "title.png"));
+  expectRefusal(pyrelux({"render", "title.png", "-o", "fire_%04d.mov"}), {"'fire_%04d.mov'", "there already"});
+}
+
 TEST_F(Ending, OnAFullDiskLeavesNothing) {
   // A limit on the size of files stands in for a full disk. What is written to the pipes does not count.
   for (const char *output : {"fire.png", "fire.exr", "fire.mov", "fire.mkv", "fire.mp4", "fire_%d.png"}) {
