@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
+#include <type_traits>
 
 #include "Backends.h"
 #include "FilterObjects.h"
@@ -32,9 +34,10 @@ CGLContextObj createContext(std::int32_t rendererId, bool floatComponents, CGLCo
   GLint formats = 0;
   CGLChoosePixelFormat(attributes, &format, &formats);
   if (!format) throw HostError("the renderer gives no pixel format");
+  const std::unique_ptr<std::remove_pointer_t<CGLPixelFormatObj>, decltype(&CGLDestroyPixelFormat)> kept(
+      format, CGLDestroyPixelFormat);
   CGLContextObj context = nullptr;
   const CGLError error = CGLCreateContext(format, share, &context);
-  CGLDestroyPixelFormat(format);
   if (error) throw HostError(std::string("the renderer gives no context: ") + CGLErrorString(error));
   return context;
 }
