@@ -20,7 +20,7 @@ if(NOT APPLE)
 endif()
 enable_language(OBJCXX)
 
-set(PYRELUX_SANITIZER "" CACHE STRING "address, undefined or thread; empty for none")
+set(PYRELUX_SANITIZER "" CACHE STRING "address, undefined, both with a comma between, or thread; empty for none")
 add_library(pyrelux_options INTERFACE)
 target_compile_options(pyrelux_options INTERFACE
   -Wall -Wextra -Werror
@@ -38,7 +38,7 @@ endif()
 # pyrelux_program(target): what every program of the project gets. Under AddressSanitizer that is the list of what others keep
 # for the life of a process, under ThreadSanitizer of what others do, built in, so that it holds however the program is started.
 function(pyrelux_program target)
-  if(PYRELUX_SANITIZER STREQUAL "address")
+  if(PYRELUX_SANITIZER MATCHES "address")
     target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/LeakSuppressions.cpp)
   elseif(PYRELUX_SANITIZER STREQUAL "thread")
     target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/ThreadSuppressions.cpp)
