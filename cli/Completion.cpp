@@ -141,7 +141,7 @@ bool isAssignment(const OptionDescription &option) {
   return std::any_of(option.choices.begin(), option.choices.end(), [](const Choice &c) { return !c.isWhole(); });
 }
 
-/// What offers the value: after "message:" in a specification of _arguments.
+/// What offers the value: after "message:" in what _arguments is told.
 std::string zshAction(const CommandDescription &command, const OptionDescription &option) {
   if (option.kind == ValueKind::File) return "_files";
   if (option.kind == ValueKind::Text) return " ";
