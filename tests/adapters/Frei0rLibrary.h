@@ -5,7 +5,8 @@
 
 #include <stdexcept>
 #include <string>
-#include <vector>
+
+#include "TitleFrame.h"
 
 extern "C" {
 #include <frei0r.h>
@@ -14,8 +15,6 @@ extern "C" {
 // The plug-in as a host sees it: a library with C functions.
 
 namespace pyrelux::adapters::test {
-
-using Frame = std::vector<std::uint8_t>;
 
 /// The library, loaded and initialised for as long as it lives.
 class Library {
@@ -74,22 +73,6 @@ class Library {
 
   void *handle_;
 };
-
-constexpr int width = 64;
-constexpr int height = 36;
-
-/// White, with soft edges, in the middle of nothing.
-inline Frame title(int pictureWidth = width, int pictureHeight = height) {
-  Frame frame(static_cast<std::size_t>(pictureWidth) * pictureHeight * 4, 0);
-  for (int y = pictureHeight / 2; y < pictureHeight * 3 / 4; ++y)
-    for (int x = pictureWidth / 4; x < pictureWidth * 3 / 4; ++x) {
-      std::uint8_t *pixel = &frame[(static_cast<std::size_t>(y) * pictureWidth + x) * 4];
-      pixel[0] = pixel[1] = 255;
-      pixel[2] = 200;
-      pixel[3] = x % 8 == 0 ? 100 : 255;
-    }
-  return frame;
-}
 
 class Instance {
  public:
