@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
-#include <sstream>
 #include <stdexcept>
 
 namespace fs = std::filesystem;
@@ -46,20 +45,20 @@ std::string replaced(std::string text, const std::string &from, const std::strin
 }
 
 std::string withoutGlowRemark(const std::string &err) {
-  std::istringstream lines(err);
-  std::string others;
-  bool isFound = false;
-  for (std::string line; std::getline(lines, line);) {
+  // On a terminal it comes after the progress, in the same line.
+  for (std::size_t begin = err.find("pyrelux: "); begin != std::string::npos;
+       begin = err.find("pyrelux: ", begin + 1)) {
+    const std::size_t end = err.find('\n', begin);
+    if (end == std::string::npos) break;
+    const std::string line = err.substr(begin, end - begin);
     int pixels = 0;
     int frames = 0;
     const bool isRemark = std::sscanf(line.c_str(), "pyrelux: %d pixel%*[s] in %d frame", &pixels, &frames) == 2 ||
                           std::sscanf(line.c_str(), "pyrelux: %d pixel in %d frame", &pixels, &frames) == 2;
-    if (isRemark && !isFound && line.find(" brighter than ") != std::string::npos)
-      isFound = true;
-    else
-      others += line + "\n";
+    if (isRemark && line.find(" brighter than ") != std::string::npos)
+      return err.substr(0, begin) + err.substr(end + 1);
   }
-  return others;
+  return err;
 }
 
 Words quick() { return {"--set", "steps=10", "--set", "pyrelux=2"}; }
