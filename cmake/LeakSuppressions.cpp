@@ -20,7 +20,7 @@ const char *__lsan_default_suppressions() {
 // Programs are tested for what they write to standard error, too.
 const char *__lsan_default_options() { return "print_suppressions=0"; }
 
-// Where a library's thread-local storage begins 16 bytes into a page, by chance, the runtime of GCC 12 takes what precedes it
-// for a header of older C libraries, and the search for leaks then reads from nowhere and crashes. So it is not told of the
-// storage of libraries that are loaded later.
+// Where a library's thread-local storage begins 16 bytes into a page, by chance, the runtime of GCC 12 takes what
+// precedes it for a header of older C libraries, and the search for leaks then reads from nowhere and crashes. So it is
+// not told of the storage of libraries that are loaded later.
 const char *__asan_default_options() { return "intercept_tls_get_addr=0"; }

@@ -54,6 +54,7 @@ void PBuffer_Destroy(VaroPBuffer_tag *record) {
   if (!record) return;
   CGLDestroyPBuffer(record->pbuffer);
   CGLDestroyContext(record->context);
+  // The name of the texture stays with the reading context, for good: this is meant.
   delete record;
 }
 
