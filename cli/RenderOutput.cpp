@@ -101,6 +101,7 @@ media::OutputFormat chooseFormat(const RenderOptions &options, const media::Inpu
   format.width = input.width;
   format.height = input.height;
   format.bits = bits;
+  format.pixelAspect = input.pixelAspect;
   format.frameRate = options.fps ? parseFrameRate(*options.fps) : input.frameRate;
   format.codec = options.codec;
   if (options.alpha) {

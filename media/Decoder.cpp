@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "Errors.h"
+#include "Orientation.h"
 #include "PixelConversion.h"
 
 namespace pyrelux::media {
@@ -102,6 +103,8 @@ AVFrame *Decoder::receive() {
   requireReadableSize({frame_->width, frame_->height}, path_);
   clearUnknown(frame_->colorspace, AVCOL_SPC_NB, AVCOL_SPC_UNSPECIFIED);
   clearUnknown(frame_->color_range, AVCOL_RANGE_NB, AVCOL_RANGE_UNSPECIFIED);
+  clearUnknown(frame_->color_trc, AVCOL_TRC_NB, AVCOL_TRC_UNSPECIFIED);
+  clearUnknown(frame_->color_primaries, AVCOL_PRI_NB, AVCOL_PRI_UNSPECIFIED);
   clearUnknown(frame_->chroma_location, AVCHROMA_LOC_NB, AVCHROMA_LOC_UNSPECIFIED);
   return frame_.get();
 }
@@ -137,12 +140,13 @@ std::optional<Alpha> chooseAlpha(InputAlpha asked, Alpha own) {
 
 InputInfo describe(const AVFrame &frame, InputAlpha alpha) {
   InputInfo info;
-  info.width = frame.width;
-  info.height = frame.height;
+  const bool isTransposed = orientationOf(frame).isTransposed;
+  info.width = isTransposed ? frame.height : frame.width;
+  info.height = isTransposed ? frame.width : frame.height;
   info.hasAlpha = alpha != InputAlpha::None && hasAlpha(frame);
   info.bitsPerComponent = bitsPerComponent(frame);
   const AVRational aspect = frame.sample_aspect_ratio;
-  if (aspect.num > 0 && aspect.den > 0) info.pixelAspect = av_q2d(aspect);
+  if (aspect.num > 0 && aspect.den > 0) info.pixelAspect = av_q2d(isTransposed ? av_inv_q(aspect) : aspect);
   return info;
 }
 

@@ -60,7 +60,7 @@ Alpha alphaKindOf(AVCodecID codec);
 /// What a picture's colour is taken for; nothing if its alpha is ignored. `own`: what its format says.
 std::optional<Alpha> chooseAlpha(InputAlpha asked, Alpha own);
 
-/// Size, alpha, depth and pixel aspect of a picture; the rest as for a still.
+/// Size, alpha, depth and pixel aspect of a picture that is upright; the rest as for a still.
 InputInfo describe(const AVFrame &frame, InputAlpha alpha);
 
 }  // namespace pyrelux::media

@@ -62,6 +62,9 @@ Encoder::Encoder(const std::string &path, const Codec &codec, bool isMovie, cons
     failEncoding(path, refusedSize + "; " + codec.name + " needs " + std::to_string(codec.smallestSide) + " on a side");
   codec_->time_base = {rate.denominator, rate.numerator};
   codec_->framerate = {rate.numerator, rate.denominator};
+  // Exact for every ratio that video knows.
+  constexpr int largestTerm = 10000;
+  if (format.pixelAspect != 1.0) codec_->sample_aspect_ratio = av_d2q(format.pixelAspect, largestTerm);
   if (isMovie) {
     codec_->thread_count = 0;
     codec_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;

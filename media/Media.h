@@ -101,6 +101,7 @@ struct OutputFormat {
   /// frame `audioFirstFrame` is the output's first, and its audio ends with the output's last.
   std::string audioFrom = {};
   std::int64_t audioFirstFrame = 1;
+  double pixelAspect = 1.0;  ///< width of a pixel / its height; WebP does not keep it
   /// A text of ASCII that EXR files carry in their headers, as the attributes "pyrelux.001" and so on.
   std::string record = {};
 };

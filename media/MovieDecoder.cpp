@@ -1,6 +1,8 @@
 #include "MovieDecoder.h"
 
 #include <algorithm>
+#include <cstring>
+#include <new>
 #include <vector>
 
 #include "Errors.h"
@@ -69,11 +71,22 @@ const AVFrame *MovieDecoder::next() {
   for (;;) {
     if (AVFrame *frame = decoder_->receive()) {
       frame->sample_aspect_ratio = av_guess_sample_aspect_ratio(demuxer_.get(), stream_, frame);
+      orient(*frame);
       return frame;
     }
     if (decoder_->isAtEnd()) return nullptr;
     decoder_->send(readPacket() ? packet_.get() : nullptr);
   }
+}
+
+/// A picture that says nothing itself has the container's display matrix.
+void MovieDecoder::orient(AVFrame &frame) const {
+  std::size_t size = 0;
+  const std::uint8_t *matrix = av_stream_get_side_data(stream_, AV_PKT_DATA_DISPLAYMATRIX, &size);
+  if (!matrix || av_frame_get_side_data(&frame, AV_FRAME_DATA_DISPLAYMATRIX)) return;
+  AVFrameSideData *data = av_frame_new_side_data(&frame, AV_FRAME_DATA_DISPLAYMATRIX, size);
+  if (!data) throw std::bad_alloc();
+  std::memcpy(data->data, matrix, size);
 }
 
 /// The pictures in the index of a QuickTime or MP4 file, which is complete once the file is open; 0 if the file is

@@ -34,6 +34,7 @@ class MovieDecoder {
   AVCodecID codec() const { return decoder_->codec(); }
 
  private:
+  void orient(AVFrame &frame) const;
   bool readPacket();
   std::int64_t countIndex() const;
 

@@ -36,9 +36,9 @@ Image MovieReader::read(std::int64_t frame) {
   const AVFrame *picture = nullptr;
   for (; position < frame; ++position)
     if (!(picture = decoder->next())) failReading(path_, causeCutOff);
-  if (picture->width != info_.width || picture->height != info_.height)
-    failReading(path_, "its frame " + std::to_string(frame) + " is " + sizeText(picture->width, picture->height) +
-                           ", not " + sizeText(info_.width, info_.height));
+  if (const InputInfo size = describe(*picture, alpha_); size.width != info_.width || size.height != info_.height)
+    failReading(path_, "its frame " + std::to_string(frame) + " is " + sizeText(size.width, size.height) + ", not " +
+                           sizeText(info_.width, info_.height));
   image_ = toImage(*picture, chooseAlpha(alpha_, alphaKindOf(decoder->codec())), path_);
   decoder_ = std::move(decoder);
   position_ = position;

@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "Errors.h"
+#include "Orientation.h"
 #include "Palette.h"
+#include "StandardRange.h"
 #include "YuvMatrix.h"
 
 extern "C" {
@@ -178,7 +181,7 @@ void readYuv(const AVFrame &frame, Image &image, const std::string &path) {
   }
   const AVFrame &unsampled = converted ? *converted : frame;
   for (int channel = 0; channel < 3; ++channel) readComponent(unsampled, channel, image, channel);
-  YuvMatrix(frame).toRgb(image, layoutOf(unsampled).comp[0].depth);
+  YuvMatrix(frame).toRgb(image, layoutOf(unsampled).comp[0].depth, path);
   readAlpha(frame, image);
 }
 
@@ -218,13 +221,14 @@ Image padded(Image image, int width, int height) {
   return larger;
 }
 
+/// Floats for luma with differences of colour, whatever their depth.
 Image withItsAlpha(const AVFrame &frame, Alpha alpha, const std::string &path) {
   const AVPixFmtDescriptor &layout = layoutOf(frame);
   const bool isDeep = bitsPerComponent(frame) > 8;
   if (isYuv(layout)) {
     Image image = Image::floats(frame.width, frame.height, alpha);
     readYuv(frame, image, path);
-    return isDeep ? image : toBytes(image);
+    return image;
   }
   Image image =
       isDeep ? Image::floats(frame.width, frame.height, alpha) : Image::bytes(frame.width, frame.height, alpha);
@@ -261,7 +265,9 @@ int bitsPerComponent(const AVFrame &frame) {
 Image toImage(const AVFrame &frame, std::optional<Alpha> alpha, const std::string &path) {
   Image image = withItsAlpha(frame, alpha.value_or(Alpha::Premultiplied), path);
   if (!alpha) makeOpaque(image);
-  return image;
+  image = toStandardRange(std::move(image), frame, path);
+  if (image.isFloat() && bitsPerComponent(frame) <= 8) image = toBytes(image);
+  return upright(std::move(image), orientationOf(frame));
 }
 
 FramePtr toFrame(const Image &image, AVPixelFormat layout, int width, int height, const std::string &path) {

@@ -17,8 +17,9 @@ int bitsPerComponent(const AVFrame &frame);
 
 /// The picture as bytes if it has 8 bits or less, else as floats; `alpha` tells what its colour means, and nothing that
 /// the picture is to be opaque. RGB and grey
-/// come in exactly, floats unclipped; YUV by the frame's own matrix and range. Throws MediaError, naming `path`, for a
-/// layout that cannot be converted.
+/// come in exactly, floats unclipped; YUV by the frame's own matrix and range; high dynamic range and wide gamuts as
+/// toStandardRange() has it. Upright by the frame's display matrix. Throws MediaError, naming `path`, for a layout that
+/// cannot be converted.
 Image toImage(const AVFrame &frame, std::optional<Alpha> alpha, const std::string &path);
 
 /// A picture of an encoder's layout. `width` and `height` may exceed the image's; the rest, to the right and below, is

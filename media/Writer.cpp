@@ -75,6 +75,7 @@ class MovieWriter : public Writer {
       stream_->codecpar->codec_tag = hvc1;
     stream_->time_base = encoder_.context().time_base;
     stream_->avg_frame_rate = encoder_.context().framerate;
+    stream_->sample_aspect_ratio = encoder_.context().sample_aspect_ratio;
     if (!format.audioFrom.empty()) {
       audio_.emplace(format.audioFrom, format.audioFirstFrame, format.frameRate);
       audio_->addStreams(*muxer);

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <vector>
 
+#include "StandardRange.h"
+
 extern "C" {
 #include <libavutil/pixdesc.h>
 }
@@ -34,11 +36,42 @@ Weights weightsOf(AVColorSpace space, int height) {
     case AVCOL_SPC_SMPTE240M:
       return {0.212f, 0.087f};
     case AVCOL_SPC_BT2020_NCL:
-    case AVCOL_SPC_BT2020_CL:
       return {0.2627f, 0.0593f};
     default:
       return height < highDefinitionHeight ? bt601 : bt709;
   }
+}
+
+/// YCgCo has no weights, ICtCp a curve and a matrix more; constant luminance is that of linear light.
+std::optional<ColourSpace> specialSpaceOf(const AVFrame &frame) {
+  AVColorPrimaries usual = AVCOL_PRI_BT709;
+  switch (frame.colorspace) {
+    case AVCOL_SPC_YCGCO:
+    case AVCOL_SPC_CHROMA_DERIVED_NCL:
+    case AVCOL_SPC_CHROMA_DERIVED_CL:
+    case AVCOL_SPC_SMPTE2085:
+      break;
+    case AVCOL_SPC_BT2020_CL:
+    case AVCOL_SPC_ICTCP:
+      usual = AVCOL_PRI_BT2020;
+      break;
+    default:
+      return std::nullopt;
+  }
+  const AVColorPrimaries primaries = frame.color_primaries;
+  return ColourSpace{frame.colorspace, transferOf(frame), primaries == AVCOL_PRI_UNSPECIFIED ? usual : primaries};
+}
+
+// BT.2020's curve between light and signal, for 12 bits, which serves 10 as well.
+constexpr float alpha2020 = 1.0993f;
+constexpr float beta2020 = 0.0181f;
+
+float toLight(float signal) {
+  return signal < 4.5f * beta2020 ? signal / 4.5f : std::pow((signal + alpha2020 - 1.0f) / alpha2020, 1.0f / 0.45f);
+}
+
+float toSignal(float light) {
+  return light < beta2020 ? 4.5f * light : alpha2020 * std::pow(light, 0.45f) - (alpha2020 - 1.0f);
 }
 
 /// What the largest code value of `depth` bits is in units of 8 bits: 255 and a fraction.
@@ -58,7 +91,7 @@ float clipped(float value) {
 
 }  // namespace
 
-YuvMatrix::YuvMatrix(const AVFrame &frame) {
+YuvMatrix::YuvMatrix(const AVFrame &frame) : special_(specialSpaceOf(frame)) {
   const Weights weights = weightsOf(frame.colorspace, frame.height);
   redWeight_ = weights.red;
   blueWeight_ = weights.blue;
@@ -69,8 +102,20 @@ YuvMatrix::YuvMatrix(const AVFrame &frame) {
   chromaReach_ = isFullRange ? largestLevel(depth) : 224.0f;
 }
 
-void YuvMatrix::toRgb(Image &image, int depth) const {
+void YuvMatrix::toRgb(Image &image, int depth, const std::string &path) const {
   const float toLevels = largestLevel(depth);
+  if (special_ && special_->matrix == AVCOL_SPC_BT2020_CL && !isHighRange(special_->transfer))
+    return constantLuminanceToRgb(image, toLevels);
+  if (special_) {
+    if (special_->matrix == AVCOL_SPC_BT2020_CL || special_->matrix == AVCOL_SPC_CHROMA_DERIVED_CL)
+      failConverting(*special_, path);
+    forEachPixel(image, [=](float *pixel) {
+      pixel[0] = (pixel[0] * toLevels - black_) / lumaReach_;
+      for (const int difference : {1, 2}) pixel[difference] = (pixel[difference] * toLevels - neutral) / chromaReach_;
+    });
+    convertColours(image, *special_, {AVCOL_SPC_RGB, special_->transfer, special_->primaries}, path);
+    return;
+  }
   const float greenWeight = 1.0f - redWeight_ - blueWeight_;
   forEachPixel(image, [=](float *pixel) {
     const float luma = (pixel[0] * toLevels - black_) / lumaReach_;
@@ -78,6 +123,21 @@ void YuvMatrix::toRgb(Image &image, int depth) const {
     const float red = luma + (pixel[2] * toLevels - neutral) / chromaReach_ * (2.0f - 2.0f * redWeight_);
     pixel[0] = red;
     pixel[1] = (luma - redWeight_ * red - blueWeight_ * blue) / greenWeight;
+    pixel[2] = blue;
+  });
+}
+
+/// Rec. ITU-R BT.2020-2, table 4.
+void YuvMatrix::constantLuminanceToRgb(Image &image, float toLevels) const {
+  constexpr float redWeight = 0.2627f, greenWeight = 0.6780f, blueWeight = 0.0593f;
+  forEachPixel(image, [=](float *pixel) {
+    const float luma = (pixel[0] * toLevels - black_) / lumaReach_;
+    const float blueness = (pixel[1] * toLevels - neutral) / chromaReach_;
+    const float redness = (pixel[2] * toLevels - neutral) / chromaReach_;
+    const float blue = luma + blueness * (blueness <= 0.0f ? 1.9404f : 1.5816f);
+    const float red = luma + redness * (redness <= 0.0f ? 1.7184f : 0.9936f);
+    pixel[0] = red;
+    pixel[1] = toSignal((toLight(luma) - redWeight * toLight(red) - blueWeight * toLight(blue)) / greenWeight);
     pixel[2] = blue;
   });
 }

@@ -32,6 +32,8 @@ CodecPtr openEncoder(const std::string &name, const AVFrame &frame, AVRational t
   context->time_base = timeBase;
   context->colorspace = frame.colorspace;
   context->color_range = frame.color_range;
+  context->color_trc = frame.color_trc;
+  context->color_primaries = frame.color_primaries;
   context->sample_aspect_ratio = frame.sample_aspect_ratio;
   context->strict_std_compliance = FF_COMPLIANCE_UNOFFICIAL;
   context->flags |= flags;
@@ -195,6 +197,10 @@ void saveMovie(const std::string &path, const std::string &muxer, const std::str
   require(avcodec_parameters_from_context(stream->codecpar, context.get()), "cannot describe the stream");
   stream->time_base = context->time_base;
   stream->sample_aspect_ratio = context->sample_aspect_ratio;
+  if (const AVFrameSideData *matrix = av_frame_get_side_data(frames[0].get(), AV_FRAME_DATA_DISPLAYMATRIX)) {
+    std::uint8_t *copy = av_stream_new_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, matrix->size);
+    std::memcpy(copy, matrix->data, matrix->size);
+  }
   require(avformat_write_header(output.get(), nullptr), "cannot begin the movie");
   const auto store = [&](AVPacket &packet) {
     packet.duration = 1;
