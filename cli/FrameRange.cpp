@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
-#include <numeric>
 #include <optional>
 
 namespace pyrelux::cli {
@@ -32,21 +30,6 @@ std::optional<FrameRange> parseRange(const std::string &text) {
   const auto step = cross == std::string::npos ? std::optional<std::int64_t>(1) : parseWhole(text.substr(cross + 1));
   if (!first || !last || !step || *step == 0) return std::nullopt;
   return FrameRange{*first, *last, *step};
-}
-
-std::optional<double> parseDecimal(const std::string &text) {
-  double number = 0.0;
-  const char *end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number, std::chars_format::fixed);
-  if (error != std::errc() || stop != end) return std::nullopt;
-  return number;
-}
-
-media::FrameRate fractionOf(double rate) {
-  // 23.976 and its like are short for these.
-  for (const int base : {24, 30, 48, 60, 120})
-    if (rate != base && std::abs(rate - base * 1000.0 / 1001.0) < 0.005) return {base * 1000, 1001};
-  return {static_cast<int>(std::lround(rate * 1000.0)), 1000};
 }
 
 }  // namespace
@@ -84,30 +67,13 @@ std::string formatFrames(const FrameList &frames) {
   return text;
 }
 
-media::FrameRate parseFrameRate(const std::string &text) {
-  media::FrameRate rate{0, 1};
-  if (const std::size_t slash = text.find('/'); slash != std::string::npos) {
-    const auto numerator = parseWhole(text.substr(0, slash));
-    const auto denominator = parseWhole(text.substr(slash + 1));
-    if (numerator && denominator && *denominator > 0) {
-      const std::int64_t common = std::gcd(*numerator, *denominator);
-      rate = {static_cast<int>(*numerator / common), static_cast<int>(*denominator / common)};
-    }
-  } else if (const auto whole = parseWhole(text)) {
-    rate = {static_cast<int>(*whole), 1};
-  } else if (const auto decimal = parseDecimal(text); decimal && *decimal >= 0.001 && *decimal <= 1000.0) {
-    rate = fractionOf(*decimal);
-  }
-  // Containers count time in fractions of a second that have no room for finer ones.
-  constexpr int finest = 1000000;
-  if (rate.numerator <= 0 || rate.perSecond() > 1000.0 || rate.perSecond() < 0.001 ||
-      std::max(rate.numerator, rate.denominator) > finest)
-    throw UsageError("'" + text +
-                     "' is not a frame rate; write 24, 23.976 or 30000/1001, in 0.001 to 1000 frames per second");
-  return rate;
+FrameRate parseFrameRate(const std::string &text) {
+  if (const auto rate = readFrameRate(text)) return *rate;
+  throw UsageError("'" + text +
+                   "' is not a frame rate; write 24, 23.976 or 30000/1001, in 0.001 to 1000 frames per second");
 }
 
-std::string formatFrameRate(const media::FrameRate &rate) {
+std::string formatFrameRate(const FrameRate &rate) {
   const std::string numerator = std::to_string(rate.numerator);
   return rate.denominator == 1 ? numerator : numerator + "/" + std::to_string(rate.denominator);
 }

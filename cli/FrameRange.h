@@ -1,11 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "Media.h"
+#include "FrameRate.h"
 
 namespace pyrelux::cli {
 
@@ -52,11 +53,10 @@ FrameList parseFrames(const std::string &text);
 /// The text that parseFrames() turns into these.
 std::string formatFrames(const FrameList &frames);
 
-/// "24", "23.976" or "30000/1001", from 0.001 to 1000 frames per second. The decimal names of the NTSC rates mean
-/// their exact fractions. Throws UsageError.
-media::FrameRate parseFrameRate(const std::string &text);
+/// What readFrameRate() reads. Throws UsageError.
+FrameRate parseFrameRate(const std::string &text);
 
 /// "24" or "30000/1001".
-std::string formatFrameRate(const media::FrameRate &rate);
+std::string formatFrameRate(const FrameRate &rate);
 
 }  // namespace pyrelux::cli

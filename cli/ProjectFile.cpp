@@ -29,7 +29,7 @@ RenderOptions withProject(RenderOptions options, const Project &project) {
 }
 
 void saveProject(const RenderOptions &options, const host::ParameterSet &parameters, const FrameList &frames,
-                 const media::FrameRate &rate) {
+                 const FrameRate &rate) {
   Project project;
   if (!options.input) project.size = options.size.value_or(formatSize(PictureSize()));
   project.frames = formatFrames(frames);

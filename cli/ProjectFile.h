@@ -15,6 +15,6 @@ RenderOptions withProject(RenderOptions options, const Project &project);
 
 /// Writes a project with all that is in force to where --save-project says. Throws media::OutputError.
 void saveProject(const RenderOptions &options, const host::ParameterSet &parameters, const FrameList &frames,
-                 const media::FrameRate &rate);
+                 const FrameRate &rate);
 
 }  // namespace pyrelux::cli

@@ -110,7 +110,7 @@ media::OutputFormat chooseFormat(const RenderOptions &options, const media::Inpu
     format.alpha = *options.alpha == "straight" ? Alpha::Straight : Alpha::Premultiplied;
   }
   if (input.hasAudio && !options.noAudio && media::Writer::holdsAudio(options.output)) {
-    const media::FrameRate rate = format.frameRate;
+    const FrameRate rate = format.frameRate;
     if (frames.count() != frames.last() - frames.first() + 1) {
       sayAudioIsLeftOut(options, "the frames are not all in a row");
     } else if (std::int64_t{rate.numerator} * input.frameRate.denominator !=

@@ -34,10 +34,10 @@ void takeFrames(const std::string &text) {
 }
 
 void takeRate(const std::string &text) {
-  const pyrelux::media::FrameRate rate = parseFrameRate(text);
+  const pyrelux::FrameRate rate = parseFrameRate(text);
   require(rate.numerator > 0 && rate.denominator > 0, "a rate is a fraction above 0");
   require(rate.perSecond() >= 0.001 && rate.perSecond() <= 1000.0, "a rate is in its range");
-  const pyrelux::media::FrameRate again = parseFrameRate(formatFrameRate(rate));
+  const pyrelux::FrameRate again = parseFrameRate(formatFrameRate(rate));
   require(static_cast<std::int64_t>(again.numerator) * rate.denominator ==
               static_cast<std::int64_t>(rate.numerator) * again.denominator,
           "what is written is the same rate");

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "FrameRate.h"
 #include "Image.h"
 
 /// Pictures and movies in and out, on FFmpeg's libraries. Thread: one object from one thread at a time; different
@@ -29,13 +30,6 @@ class OutputError : public MediaError {
 /// The encoder is missing, or refuses the pictures.
 class EncoderError : public MediaError {
   using MediaError::MediaError;
-};
-
-/// Frames per second as an exact fraction.
-struct FrameRate {
-  int numerator = 24;
-  int denominator = 1;
-  double perSecond() const { return static_cast<double>(numerator) / denominator; }
 };
 
 /// What the colour of an input means where it is not opaque.

@@ -17,6 +17,7 @@ extern "C" {
 
 #include "Bundles.h"
 #include "Effect.h"
+#include "FrameRate.h"
 #include "Frei0rParameters.h"
 #include "HostProgram.h"
 
@@ -175,7 +176,9 @@ class Instance {
   void setOfPlugIn(const Frei0rParameter &parameter, const std::string &text) {
     bool isKnown = true;
     if (parameter.kind == Frei0rParameter::Kind::FrameRate) {
-      isKnown = parseFrameRate(text, settings_.framesPerSecond);
+      const auto rate = readFrameRate(text);
+      if (rate) settings_.framesPerSecond = rate->perSecond();
+      isKnown = rate.has_value();
     } else if (parameter.kind == Frei0rParameter::Kind::TimeUnit) {
       if (text == "auto")
         settings_.timeUnit = TimeUnit::Auto;

@@ -1,7 +1,6 @@
 #include "Frei0rParameters.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 
 #include "ParameterText.h"
@@ -82,23 +81,6 @@ double fromUnit(const ParameterDeclaration &declaration, double unit) {
 double toUnit(const ParameterDeclaration &declaration, double value) {
   const Range range = rangeOf(declaration);
   return range.maximum > range.minimum ? (value - range.minimum) / (range.maximum - range.minimum) : 0.0;
-}
-
-bool parseFrameRate(const std::string &text, double &framesPerSecond) {
-  const auto number = [](const std::string &digits, double &value) {
-    const char *end = digits.data() + digits.size();
-    const auto [stop, error] = std::from_chars(digits.data(), end, value, std::chars_format::fixed);
-    return error == std::errc() && stop == end && std::isfinite(value);
-  };
-  const std::size_t slash = text.find('/');
-  double numerator = 0.0;
-  double denominator = 1.0;
-  if (!number(text.substr(0, slash), numerator)) return false;
-  if (slash != std::string::npos && !number(text.substr(slash + 1), denominator)) return false;
-  const double rate = denominator > 0.0 ? numerator / denominator : 0.0;
-  if (!(rate > 0.0) || rate > 1000.0) return false;
-  framesPerSecond = rate;
-  return true;
 }
 
 }  // namespace pyrelux::adapters

@@ -44,7 +44,4 @@ std::vector<Frei0rParameter> frei0rParameters(const std::vector<host::ParameterD
 double fromUnit(const host::ParameterDeclaration &declaration, double unit);
 double toUnit(const host::ParameterDeclaration &declaration, double value);
 
-/// "25", "23.976", "30000/1001": above 0 and up to 1000. Nothing when it is none.
-bool parseFrameRate(const std::string &text, double &framesPerSecond);
-
 }  // namespace pyrelux::adapters

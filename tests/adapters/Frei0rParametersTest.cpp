@@ -69,18 +69,5 @@ TEST(Frei0rParameters, APointIsTwoNumbersAndWhatCannotBeSetIsLeftOut) {
                                           F0R_PARAM_DOUBLE, F0R_PARAM_DOUBLE, F0R_PARAM_COLOR));
 }
 
-TEST(Frei0rParameters, FrameRates) {
-  double rate = 0.0;
-  EXPECT_TRUE(parseFrameRate("25", rate));
-  EXPECT_EQ(rate, 25.0);
-  EXPECT_TRUE(parseFrameRate("30000/1001", rate));
-  EXPECT_EQ(rate, 30000.0 / 1001.0);
-  EXPECT_TRUE(parseFrameRate("23.976", rate));
-  EXPECT_EQ(rate, 23.976);
-  for (const char *wrong : {"", "0", "-25", "1e3", "25fps", "25/", "/25", "25/0", "1001", "nan", "inf", "25 "})
-    EXPECT_FALSE(parseFrameRate(wrong, rate)) << wrong;
-  EXPECT_EQ(rate, 23.976);
-}
-
 }  // namespace
 }  // namespace pyrelux::adapters::test

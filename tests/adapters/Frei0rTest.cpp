@@ -112,6 +112,18 @@ TEST_F(Frei0r, TimesAreInTheUnitThatIsSet) {
   EXPECT_EQ(instance.update(240.0), twelfth);
 }
 
+TEST_F(Frei0r, TheDecimalNameOfARateIsItsFraction) {
+  // After a day and a bit, 23.976 and 24000/1001 frames a second are two frames apart.
+  constexpr double time = 1e5;
+  Instance instance(library);
+  instance.setText("Frame rate", "24000/1001");
+  const Frame exact = instance.update(time);
+  instance.setText("Frame rate", "23.976");
+  EXPECT_EQ(instance.update(time), exact);
+  instance.setText("Frame rate", "24");
+  EXPECT_NE(instance.update(time), exact);
+}
+
 TEST_F(Frei0r, TheFireAloneLeavesTheSourceOut) {
   Instance instance(library);
   instance.setText("Output", "fire");

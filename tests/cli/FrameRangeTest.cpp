@@ -159,7 +159,7 @@ TEST(FrameRate, IsWholeOrAFractionOrADecimal) {
                                {"1000.0", 1000, 1},
                                {"15.625", 125, 8}}) {
     SCOPED_TRACE(row.text);
-    const media::FrameRate rate = parseFrameRate(row.text);
+    const FrameRate rate = parseFrameRate(row.text);
     EXPECT_EQ(rate.numerator * row.denominator, row.numerator * rate.denominator);
   }
 }
@@ -174,7 +174,7 @@ TEST(FrameRate, TheDecimalNamesOfNtscRatesMeanTheirFractions) {
                                {"59.94", 60000, 1001},
                                {"119.88", 120000, 1001}}) {
     SCOPED_TRACE(row.text);
-    const media::FrameRate rate = parseFrameRate(row.text);
+    const FrameRate rate = parseFrameRate(row.text);
     EXPECT_EQ(rate.numerator, row.numerator);
     EXPECT_EQ(rate.denominator, row.denominator);
   }
@@ -184,7 +184,7 @@ TEST(FrameRate, RatesNearTheNtscOnesStayWhatTheyAre) {
   for (const ValidRate &row :
        {ValidRate{"23.9", 239, 10}, {"29.9", 299, 10}, {"59.9", 599, 10}, {"30.03", 3003, 100}}) {
     SCOPED_TRACE(row.text);
-    const media::FrameRate rate = parseFrameRate(row.text);
+    const FrameRate rate = parseFrameRate(row.text);
     EXPECT_EQ(rate.numerator * row.denominator, row.numerator * rate.denominator);
   }
 }
