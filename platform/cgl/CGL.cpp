@@ -43,10 +43,19 @@ class Taking {
     release();
   }
 
-  /// False when another thread has it. What was taken before is not released then.
-  bool take(CGLContextObj context) {
-    if (taken_ == context->taken) return true;
+  /// Makes the context its implementation's current one. False when another thread has it or the implementation
+  /// refuses; `before`, the thread's current context, may be null and stays what it was then.
+  bool take(CGLContextObj context, CGLContextObj before) {
+    if (taken_ == context->taken) return context->context->makeCurrent();
     if (context->taken->exchange(true)) return false;
+    const bool isOfAnother = before && before->backend != context->backend;
+    // First: implementations may share what is current on a thread.
+    if (isOfAnother) before->backend->releaseCurrent();
+    if (!context->context->makeCurrent()) {
+      *context->taken = false;
+      if (isOfAnother) before->context->makeCurrent();
+      return false;
+    }
     release();
     taken_ = context->taken;
     backend_ = context->backend;
@@ -191,11 +200,12 @@ CGLContextObj CGLGetCurrentContext() {
 
 CGLError CGLSetCurrentContext(CGLContextObj context) {
   trace("cgl", "CGLSetCurrentContext", context);
-  if (context && !taking.take(context)) return kCGLBadState;
-  if (!context) taking.release();
-  if (currentContext && (!context || context->backend != currentContext->backend))
+  if (context) {
+    if (!taking.take(context, currentContext)) return kCGLBadState;
+  } else if (currentContext) {
     currentContext->backend->releaseCurrent();
-  if (context && !context->context->makeCurrent()) return kCGLBadState;
+    taking.release();
+  }
   currentContext = context;
   setCurrentDispatch(context ? &context->context->dispatch() : nullptr);
   return kCGLNoError;
