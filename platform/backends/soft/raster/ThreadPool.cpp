@@ -25,8 +25,14 @@ int readThreadCount() {
 
 class Pool {
  public:
+  /// A process may be limited in threads or in memory: then there are fewer.
   Pool() {
-    for (int i = 1; i < threadCount(); ++i) threads_.emplace_back([this] { serve(); });
+    threads_.reserve(static_cast<std::size_t>(threadCount()));
+    try {
+      for (int i = 1; i < threadCount(); ++i) threads_.emplace_back([this] { serve(); });
+    } catch (const std::exception &) {
+      // Those that were started, and the caller, do the work.
+    }
   }
 
   ~Pool() {
