@@ -19,6 +19,10 @@ namespace pyrelux::host {
 
 namespace {
 
+/// A filter may leave something behind in its host's contexts, as ours leaves the name of a texture with every frame:
+/// 2 kB of Mesa's memory. What is left behind goes with the contexts, which are made anew after so many frames.
+constexpr int framesPerContext = 1000;
+
 /// A context of the renderer that draws into surfaces of a depth, sharing with `share` (may be null).
 CGLContextObj createContext(std::int32_t rendererId, bool floatComponents, CGLContextObj share) {
   CGLPixelFormatAttribute attributes[6];
@@ -146,6 +150,7 @@ struct FrameRenderer::Resources {
   OutputSurface outputs[2];  ///< 8-bit and half-float; made when first asked for
   GLuint input = 0;          ///< shared by both contexts
   GLint largestTexture = 0;
+  int frames = 0;  ///< drawn with these contexts
   /// An input's rows in the other order; kept, as getting fresh memory takes longer than filling it.
   Image::Bytes flippedBytes;
   Image::Floats flippedFloats;
@@ -155,6 +160,14 @@ struct FrameRenderer::Resources {
       CGLDestroyPBuffer(output.pbuffer);
       if (output.context) CGLDestroyContext(output.context);
     }
+  }
+
+  /// The same renderer's, with nothing in them.
+  std::unique_ptr<Resources> madeAnew() const {
+    auto fresh = std::make_unique<Resources>();
+    fresh->rendererId = rendererId;
+    fresh->largestTexture = largestTexture;
+    return fresh;
   }
 
   OutputSurface &output(bool floatComponents) {
@@ -240,6 +253,8 @@ void FrameRenderer::render(Filter &filter, const Image &input, double timeFrames
   Filter::Objects &objects = *filter.objects_;
   [objects.retrieval setTopLeftOrigin:settings.origin == Origin::TopLeft];
 
+  if (resources_->frames == framesPerContext) resources_ = resources_->madeAnew();
+  ++resources_->frames;
   OutputSurface &output = resources_->output(settings.floatOutput);
   const CurrentFor current(output.context);
   resources_->upload(input, settings.origin);

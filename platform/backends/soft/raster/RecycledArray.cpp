@@ -1,5 +1,6 @@
 #include "RecycledArray.h"
 
+#include <cstdint>
 #include <mutex>
 #include <new>
 #include <vector>
@@ -8,13 +9,25 @@ namespace pyrelux::soft {
 
 namespace {
 
-constexpr std::align_val_t alignment{64};
+constexpr std::size_t alignment = 64;
 /// Smaller blocks are the allocator's business.
 constexpr std::size_t smallestKept = std::size_t{256} << 10;
 /// What is kept at most: the surfaces and planes of a float frame in 4K are larger, those of smaller frames are not.
 constexpr std::size_t mostKept = std::size_t{256} << 20;
 /// About what one frame takes; more would only be left over from frames of other sizes.
 constexpr std::size_t mostBlocks = 16;
+
+/// Aligned by hand: glibc before 2.38 does not use the memory of freed aligned blocks again, so that a process that
+/// asks it for some in every frame grows with every frame. Plain blocks are used again everywhere.
+void *allocate(std::size_t bytes) {
+  auto *block = static_cast<std::byte *>(::operator new(bytes + alignment));
+  // Plain blocks are aligned for pointers, so that there is room for one before the aligned address.
+  std::byte *aligned = block + (alignment - reinterpret_cast<std::uintptr_t>(block) % alignment);
+  reinterpret_cast<void **>(aligned)[-1] = block;
+  return aligned;
+}
+
+void release(void *memory) noexcept { ::operator delete(static_cast<void **>(memory)[-1]); }
 
 struct Block {
   void *memory;
@@ -24,7 +37,7 @@ struct Block {
 class Store {
  public:
   ~Store() {
-    for (const Block &block : blocks_) ::operator delete(block.memory, alignment);
+    for (const Block &block : blocks_) release(block.memory);
   }
 
   void *take(std::size_t bytes) {
@@ -46,7 +59,7 @@ class Store {
     kept_ += bytes;
     while (kept_ > mostKept || blocks_.size() > mostBlocks) {
       kept_ -= blocks_.front().bytes;
-      ::operator delete(blocks_.front().memory, alignment);
+      release(blocks_.front().memory);
       blocks_.erase(blocks_.begin());
     }
   }
@@ -67,7 +80,7 @@ Store &store() {
 void *takeMemory(std::size_t bytes) {
   if (bytes >= smallestKept)
     if (void *memory = store().take(bytes)) return memory;
-  return ::operator new(bytes, alignment);
+  return allocate(bytes);
 }
 
 void giveMemoryBack(void *memory, std::size_t bytes) noexcept {
@@ -76,7 +89,7 @@ void giveMemoryBack(void *memory, std::size_t bytes) noexcept {
   } catch (const std::bad_alloc &) {
     // No room to note the block: it goes back to the allocator.
   }
-  ::operator delete(memory, alignment);
+  release(memory);
 }
 
 }  // namespace pyrelux::soft
