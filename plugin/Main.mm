@@ -7,16 +7,82 @@
 #include "OffscreenSurface.h"
 #include "ParameterTable.h"
 
-@interface Pyrelux_64 ()
-- (NSString *)localized:(const char *)key;
-- (void)declareRow:(const pyrelux::ParameterRow &)row with:(id<FxParameterCreationAPI>)api;
-- (void)keepEntriesOf:(const pyrelux::ParameterRow &)row;
-@end
+namespace {
+
+// Functions, since the class has no methods in the runtime but the hosts' and dealloc.
+
+NSString *localized(NSBundle *bundle, const char *key) {
+  return [bundle localizedStringForKey:[NSString stringWithUTF8String:key] value:nil table:nil];
+}
+
+/// `entries` are a popup's.
+void declareRow(const pyrelux::ParameterRow &row, NSString *name, NSArray *entries, id<FxParameterCreationAPI> api) {
+  const UInt32 parmId = row.id;
+  switch (row.kind) {
+    case pyrelux::RowKind::Header:
+      [api addCustomParameterWithName:name parmId:parmId defaultValue:nil parmFlags:kFxParameterFlag_CUSTOM_UI];
+      break;
+    case pyrelux::RowKind::IntSlider:
+      [api addIntSliderWithName:name
+                         parmId:parmId
+                   defaultValue:static_cast<SInt32>(row.defaults[0])
+                   parameterMin:static_cast<SInt32>(row.minimum)
+                   parameterMax:static_cast<SInt32>(row.maximum)
+                      sliderMin:static_cast<SInt32>(row.minimum)
+                      sliderMax:static_cast<SInt32>(row.maximum)
+                          delta:static_cast<SInt32>(row.delta)
+                      parmFlags:kFxParameterFlag_DEFAULT];
+      break;
+    case pyrelux::RowKind::FloatSlider:
+      [api addFloatSliderWithName:name
+                           parmId:parmId
+                     defaultValue:row.defaults[0]
+                     parameterMin:row.minimum
+                     parameterMax:row.maximum
+                        sliderMin:row.minimum
+                        sliderMax:row.maximum
+                            delta:row.delta
+                        parmFlags:kFxParameterFlag_DEFAULT];
+      break;
+    case pyrelux::RowKind::AngleSlider:
+      [api addAngleSliderWithName:name
+                           parmId:parmId
+                     defaultValue:row.defaults[0]
+                     parameterMin:row.minimum
+                     parameterMax:row.maximum
+                        parmFlags:kFxParameterFlag_DEFAULT];
+      break;
+    case pyrelux::RowKind::Colour:
+      [api addColorParameterWithName:name
+                              parmId:parmId
+                          defaultRed:row.defaults[0]
+                        defaultGreen:row.defaults[1]
+                         defaultBlue:row.defaults[2]
+                           parmFlags:kFxParameterFlag_DEFAULT];
+      break;
+    case pyrelux::RowKind::Point:
+      [api addPointParameterWithName:name
+                              parmId:parmId
+                            defaultX:row.defaults[0]
+                            defaultY:row.defaults[1]
+                           parmFlags:kFxParameterFlag_DEFAULT];
+      break;
+    case pyrelux::RowKind::Popup:
+      [api addPopupMenuWithName:name
+                         parmId:parmId
+                   defaultValue:static_cast<SInt32>(row.defaults[0])
+                    menuEntries:entries
+                      parmFlags:kFxParameterFlag_DEFAULT];
+      break;
+  }
+}
+
+}  // namespace
 
 @implementation Pyrelux_64
 
 - (instancetype)initWithAPIManager:(id<PROAPIAccessing>)apiManager {
-  // No superclass initialiser is called; this is meant.
+  // Deliberate: no superclass initialiser is called.
   _apiManager = apiManager;
   _bundle = [NSBundle bundleForClass:[self class]];
   oldFrame = 0.0;
@@ -25,6 +91,7 @@
   return self;
 }
 
+// For what addParameters retains.
 - (void)dealloc {
   [popupmenu1 release];
   [popup1 release];
@@ -50,87 +117,20 @@
 - (BOOL)addParameters {
   id<FxParameterCreationAPI> api = [_apiManager apiForProtocol:@protocol(FxParameterCreationAPI)];
   if (!api) return NO;
-  for (const pyrelux::ParameterRow &row : pyrelux::kParameterTable) [self declareRow:row with:api];
-  return YES;
-}
-
-- (NSString *)localized:(const char *)key {
-  return [_bundle localizedStringForKey:[NSString stringWithUTF8String:key] value:nil table:nil];
-}
-
-/// Looks the entries up, before the popup's own name.
-- (void)keepEntriesOf:(const pyrelux::ParameterRow &)row {
-  [popup1 release];
-  popup1 = [[self localized:row.entries[0]] retain];
-  [popup2 release];
-  popup2 = [[self localized:row.entries[1]] retain];
-  [popupmenu1 release];
-  popupmenu1 = [[NSArray alloc] initWithObjects:popup1, popup2, nil];
-}
-
-- (void)declareRow:(const pyrelux::ParameterRow &)row with:(id<FxParameterCreationAPI>)api {
-  const UInt32 parmId = row.id;
-  switch (row.kind) {
-    case pyrelux::RowKind::Header:
-      [api addCustomParameterWithName:[NSString stringWithUTF8String:row.key]
-                               parmId:parmId
-                         defaultValue:nil
-                            parmFlags:kFxParameterFlag_CUSTOM_UI];
-      break;
-    case pyrelux::RowKind::IntSlider:
-      [api addIntSliderWithName:[self localized:row.key]
-                         parmId:parmId
-                   defaultValue:static_cast<SInt32>(row.defaults[0])
-                   parameterMin:static_cast<SInt32>(row.minimum)
-                   parameterMax:static_cast<SInt32>(row.maximum)
-                      sliderMin:static_cast<SInt32>(row.minimum)
-                      sliderMax:static_cast<SInt32>(row.maximum)
-                          delta:static_cast<SInt32>(row.delta)
-                      parmFlags:kFxParameterFlag_DEFAULT];
-      break;
-    case pyrelux::RowKind::FloatSlider:
-      [api addFloatSliderWithName:[self localized:row.key]
-                           parmId:parmId
-                     defaultValue:row.defaults[0]
-                     parameterMin:row.minimum
-                     parameterMax:row.maximum
-                        sliderMin:row.minimum
-                        sliderMax:row.maximum
-                            delta:row.delta
-                        parmFlags:kFxParameterFlag_DEFAULT];
-      break;
-    case pyrelux::RowKind::AngleSlider:
-      [api addAngleSliderWithName:[self localized:row.key]
-                           parmId:parmId
-                     defaultValue:row.defaults[0]
-                     parameterMin:row.minimum
-                     parameterMax:row.maximum
-                        parmFlags:kFxParameterFlag_DEFAULT];
-      break;
-    case pyrelux::RowKind::Colour:
-      [api addColorParameterWithName:[self localized:row.key]
-                              parmId:parmId
-                          defaultRed:row.defaults[0]
-                        defaultGreen:row.defaults[1]
-                         defaultBlue:row.defaults[2]
-                           parmFlags:kFxParameterFlag_DEFAULT];
-      break;
-    case pyrelux::RowKind::Point:
-      [api addPointParameterWithName:[self localized:row.key]
-                              parmId:parmId
-                            defaultX:row.defaults[0]
-                            defaultY:row.defaults[1]
-                           parmFlags:kFxParameterFlag_DEFAULT];
-      break;
-    case pyrelux::RowKind::Popup:
-      [self keepEntriesOf:row];
-      [api addPopupMenuWithName:[self localized:row.key]
-                         parmId:parmId
-                   defaultValue:static_cast<SInt32>(row.defaults[0])
-                    menuEntries:popupmenu1
-                      parmFlags:kFxParameterFlag_DEFAULT];
-      break;
+  for (const pyrelux::ParameterRow &row : pyrelux::kParameterTable) {
+    // A popup's entries are looked up before its own name.
+    if (row.kind == pyrelux::RowKind::Popup) {
+      [popup1 release];
+      popup1 = [localized(_bundle, row.entries[0]) retain];
+      [popup2 release];
+      popup2 = [localized(_bundle, row.entries[1]) retain];
+      [popupmenu1 release];
+      popupmenu1 = [[NSArray alloc] initWithObjects:popup1, popup2, nil];
+    }
+    const bool isHeader = row.kind == pyrelux::RowKind::Header;
+    declareRow(row, isHeader ? [NSString stringWithUTF8String:row.key] : localized(_bundle, row.key), popupmenu1, api);
   }
+  return YES;
 }
 
 - (BOOL)parameterChanged:(UInt32)parmId {

@@ -15,6 +15,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
+using ::testing::UnorderedElementsAre;
 
 class FilterTest : public ::testing::Test {
  protected:
@@ -53,6 +54,24 @@ TEST_F(FilterTest, HasItsFieldsInOrder) {
   EXPECT_THAT(names, ElementsAre("_apiManager", "_bundle", "popupmenu1", "popup1", "popup2", "popup3", "oldFrame",
                                  "currentFrame_for_turbulenceSpeed", "currentFrame_for_wiggleTurbulence"));
   EXPECT_EQ(types, "@@@@@@ddd");
+}
+
+TEST_F(FilterTest, HasTheHostsMethodsAndDeallocAlone) {
+  const auto methodsOf = [](Class owner) {
+    unsigned count = 0;
+    Method *methods = class_copyMethodList(owner, &count);
+    std::vector<std::string> names;
+    for (unsigned i = 0; i < count; ++i) names.push_back(sel_getName(method_getName(methods[i])));
+    free(methods);
+    return names;
+  };
+  EXPECT_THAT(
+      methodsOf([Pyrelux_64 class]),
+      UnorderedElementsAre("initWithAPIManager:", "properties", "variesOverTime", "addParameters",
+                           "getOutputWidth:height:withInput:withInfo:", "frameSetup:inputInfo:hardware:software:",
+                           "renderOutput:withInput:withInfo:", "frameCleanup",
+                           "parameterChanged:", "createViewForParm:", "procSpecParamHeader:", "dealloc"));
+  EXPECT_THAT(methodsOf(object_getClass([Pyrelux_64 class])), IsEmpty());
 }
 
 TEST_F(FilterTest, StartsWithTheManagerItsBundleAndPhasesOfZero) {
