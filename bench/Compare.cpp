@@ -98,10 +98,9 @@ class FlameDrawer : public Drawer {
     const auto start = std::chrono::steady_clock::now();
     glClear(GL_COLOR_BUFFER_BIT);
     const ColourRamp ramp = makeFlameRamp(snapshot_.inner, snapshot_.centre, snapshot_.outer);
-    FlameQuads quads(snapshot_, geometry_, ramp);
-    generateFlamePath(snapshot_, 10, {oldFrame, turbulencePhase, wigglePhase}, [&](const Tongue &tongue) {
-      if (tongue.index < tongues_) quads.draw(tongue);
-    });
+    const FlamePath path(snapshot_, 10, {oldFrame, turbulencePhase, wigglePhase});
+    const FlameQuads quads(snapshot_, geometry_, ramp, path.common());
+    for (int i = 0; i < tongues_; ++i) quads.draw(path.tongue(i));
     glFinish();
     return milliseconds(start) * snapshot_.tongues / tongues_;
   }

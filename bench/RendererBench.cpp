@@ -43,9 +43,9 @@ void flameWithoutGL(benchmark::State &state) {
   const std::uint64_t before = platform::nullRendererQuads();
   for (auto _ : state) {
     const ColourRamp ramp = makeFlameRamp(snapshot.inner, snapshot.centre, snapshot.outer);
-    FlameQuads quads(snapshot, geometry, ramp);
-    generateFlamePath(snapshot, time, {oldFrame, turbulencePhase, wigglePhase},
-                      [&](const Tongue &tongue) { quads.draw(tongue); });
+    const FlamePath path(snapshot, time, {oldFrame, turbulencePhase, wigglePhase});
+    const FlameQuads quads(snapshot, geometry, ramp, path.common());
+    for (double i = 0.0; i < snapshot.tongues; i += 1.0) quads.draw(path.tongue(i));
     time += 1;
   }
   state.counters["quads"] =

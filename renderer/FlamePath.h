@@ -1,7 +1,5 @@
 #pragma once
 
-#include <functional>
-
 #include "Snapshot.h"
 
 namespace pyrelux {
@@ -14,27 +12,54 @@ struct PhaseAccumulators {
   double &currentFrame_for_wiggleTurbulence;  ///< wiggle phase
 };
 
-/// One tongue: copies of the input along a path, entry 0 drawn first, at the far end; the last one on the source.
-struct Tongue {
+/// What all tongues of a frame share: copies of the input along a path, entry 0 drawn first, at the far end; the last
+/// one on the source.
+struct CommonSteps {
   /// More than steps + 1 can be: nothing checks the bound while the arrays are filled.
   static constexpr int capacity = 320;
 
-  double index;      ///< 0, 1, 2, …
-  int count;         ///< entries filled: steps + 1
-  double weightSum;  ///< sum of stepWeight
+  int count = 0;           ///< entries filled: steps + 1
+  double weightSum = 0.0;  ///< sum of stepWeight
 
   double stepPos[capacity];     ///< 1 at the far end .. 0 on the source
   double stepWeight[capacity];  ///< share of the tongue's brightness
   double stepScaleX[capacity];  ///< about the attract/repel point
   double stepScaleY[capacity];
-  double stepOffsetX[capacity];   ///< in units of the image's width
-  double stepOffsetY[capacity];   ///< in units of the image's height
   double stepRotation[capacity];  ///< degrees; always 0
+
+  double reach[capacity];       ///< distance before turbulence, in units of the image's height
+  double turbulence[capacity];  ///< turbulence noise
 };
 
-/// Advances the phases to the frame time and hands every tongue of the frame, in order, to `drawTongue`. The tongue is
-/// valid during the call. stepPos, stepWeight, the scales and stepRotation are the same for every tongue of a frame.
-void generateFlamePath(const Snapshot &snapshot, double timeFrames, const PhaseAccumulators &phases,
-                       const std::function<void(const Tongue &)> &drawTongue);
+/// What one tongue has of its own.
+struct Tongue {
+  double index;             ///< 0, 1, 2, …
+  double tongueTurbulence;  ///< strength of the turbulence
+  double tongueSpeed;       ///< only tongue 0's is used, by the turbulence phase
+  double tongueSpread;      ///< angle from the direction at the far end; tongue 0 does not use it
+
+  double stepOffsetX[CommonSteps::capacity];  ///< in units of the image's width
+  double stepOffsetY[CommonSteps::capacity];  ///< in units of the image's height
+};
+
+/// Where every copy of a frame goes.
+class FlamePath {
+ public:
+  /// Advances the phases to the frame time and fills in what all tongues share.
+  FlamePath(const Snapshot &snapshot, double timeFrames, const PhaseAccumulators &phases);
+
+  const CommonSteps &common() const { return common_; }
+
+  /// Tongue number `index`, in any order: it depends on no other.
+  Tongue tongue(double index) const;
+
+ private:
+  Tongue drawn(double index) const;
+
+  const Snapshot &s_;
+  double spreadNoise_;
+  double wigglePhase_;
+  CommonSteps common_;
+};
 
 }  // namespace pyrelux

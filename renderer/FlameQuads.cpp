@@ -11,27 +11,25 @@ double FlameQuads::glowFactor() const {
   return 1.0 / (g * g) + double{0.9f};
 }
 
-double FlameQuads::tongueAlpha(int count) const {
-  // The division in single precision is meant; the rest is in double.
-  const double share = 1.0f / static_cast<float>(count);
+double FlameQuads::tongueAlpha() const {
+  // Deliberate: the division is in single precision, the rest in double. Copies without weight count, too.
+  const double share = 1.0f / static_cast<float>(common_.count);
   return (share / snapshot_.tongues) * glowFactor() + 0.00390625;
 }
 
-void FlameQuads::prepareTints(const Tongue &tongue) {
-  alpha_ = static_cast<float>(tongueAlpha(tongue.count));
-  for (int i = 0; i < tongue.count; ++i) {
-    if (tongue.stepWeight[i] <= 0.0) continue;
-    const Colour colour = ramp_.evaluate(tongue.stepPos[i]);
-    const double intensity = tongue.stepWeight[i] / (((snapshot_.glow * tongue.weightSum) / 100.0) * snapshot_.tongues);
+FlameQuads::FlameQuads(const Snapshot &snapshot, const FrameGeometry &geometry, const ColourRamp &ramp,
+                       const CommonSteps &common)
+    : snapshot_(snapshot), geometry_(geometry), common_(common), alpha_(static_cast<float>(tongueAlpha())) {
+  for (int i = 0; i < common.count; ++i) {
+    if (common.stepWeight[i] <= 0.0) continue;
+    const Colour colour = ramp.evaluate(common.stepPos[i]);
+    const double intensity = common.stepWeight[i] / (((snapshot.glow * common.weightSum) / 100.0) * snapshot.tongues);
     tints_[i] = {static_cast<float>(intensity * colour.red), static_cast<float>(intensity * colour.green),
                  static_cast<float>(intensity * colour.blue)};
   }
 }
 
-void FlameQuads::draw(const Tongue &tongue) {
-  // Positions and weights are the same for every tongue of a frame, and with them the tints.
-  if (tongue.index == 0.0) prepareTints(tongue);
-
+void FlameQuads::draw(const Tongue &tongue) const {
   const Snapshot &s = snapshot_;
   const FrameGeometry &g = geometry_;
   const double left = 0.0 + s.cropLeft;
@@ -42,8 +40,8 @@ void FlameQuads::draw(const Tongue &tongue) {
   const double cornerT[4] = {top, bottom, bottom, top};
 
   glBegin(GL_QUADS);
-  for (int i = 0; i < tongue.count; ++i) {
-    if (tongue.stepWeight[i] <= 0.0) continue;
+  for (int i = 0; i < common_.count; ++i) {
+    if (common_.stepWeight[i] <= 0.0) continue;
     const double ox = tongue.stepOffsetX[i];
     const double oy = tongue.stepOffsetY[i];
     // The crop takes the same part from the quad and from the texture, so what is left keeps its place and size.
@@ -56,10 +54,10 @@ void FlameQuads::draw(const Tongue &tongue) {
 
     glColor4f(tints_[i].red, tints_[i].green, tints_[i].blue, alpha_);
     for (int k = 0; k < 4; ++k) {
-      double x = (cornerX[k] - s.point.x) * tongue.stepScaleX[i] + s.point.x;
-      double y = (cornerY[k] - s.point.y) * tongue.stepScaleY[i] + s.point.y;
-      // The rotation is always 0; turning all the same is meant.
-      rotate2DPoint(&x, &y, tongue.stepRotation[i], s.point.x, s.point.y, g.aspect);
+      double x = (cornerX[k] - s.point.x) * common_.stepScaleX[i] + s.point.x;
+      double y = (cornerY[k] - s.point.y) * common_.stepScaleY[i] + s.point.y;
+      // Deliberate: turned although the rotation is always 0.
+      rotate2DPoint(&x, &y, common_.stepRotation[i], s.point.x, s.point.y, g.aspect);
       glTexCoord2f(static_cast<float>(cornerS[k] * g.inW), static_cast<float>(cornerT[k] * g.inH));
       glVertex2f(static_cast<float>(x * g.outW), static_cast<float>(y * g.outH));
     }

@@ -2,23 +2,10 @@
 
 #include "ColourRamp.h"
 #include "FlamePath.h"
+#include "FrameGeometry.h"
 #include "Snapshot.h"
 
 namespace pyrelux {
-
-/// Sizes of one frame, in pixels and texels.
-struct FrameGeometry {
-  double inW;
-  double inH;
-  double outW;
-  double outH;
-  double inTexW;  ///< extent of the input's texture coordinates; read, and used by no pass
-  double inTexH;
-  double outTexW;  ///< extent of the output's texture coordinates
-  double outTexH;
-  double origin;
-  double aspect;  ///< (outW / outH) * the input's pixel aspect
-};
 
 /// Draws tongues as tinted copies of the bound input texture, one quad a copy, one primitive a tongue.
 ///
@@ -27,17 +14,18 @@ struct FrameGeometry {
 /// Colour: the input is premultiplied; tints go to glColor4f unclamped.
 class FlameQuads {
  public:
-  FlameQuads(const Snapshot &snapshot, const FrameGeometry &geometry, const ColourRamp &ramp)
-      : snapshot_(snapshot), geometry_(geometry), ramp_(ramp) {}
+  /// Works out the tints, which all tongues share. Keeps the references.
+  FlameQuads(const Snapshot &snapshot, const FrameGeometry &geometry, const ColourRamp &ramp,
+             const CommonSteps &common);
 
-  /// The frame's tongues, in order from tongue 0.
-  void draw(const Tongue &tongue);
+  /// A tongue of the frame, in any order.
+  void draw(const Tongue &tongue) const;
 
   /// 1.005 (Glow -100) to 12.3 (Glow 100): the alpha that all tongues of a frame sum to, but for 1/256 a quad.
   double glowFactor() const;
 
-  /// The alpha of every quad of a tongue with `count` entries.
-  double tongueAlpha(int count) const;
+  /// The alpha of every quad.
+  double tongueAlpha() const;
 
  private:
   struct Tint {
@@ -46,13 +34,11 @@ class FlameQuads {
     float blue;
   };
 
-  void prepareTints(const Tongue &tongue);
-
   const Snapshot &snapshot_;
   const FrameGeometry &geometry_;
-  const ColourRamp &ramp_;
-  float alpha_ = 0.0f;
-  Tint tints_[Tongue::capacity];
+  const CommonSteps &common_;
+  float alpha_;
+  Tint tints_[CommonSteps::capacity];  ///< of the copies that have a weight
 };
 
 }  // namespace pyrelux

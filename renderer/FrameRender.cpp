@@ -2,8 +2,6 @@
 
 #include <OpenGL/gl.h>
 
-#include <cmath>
-
 #include "EntryGuard.h"
 #include "FlameQuads.h"
 #include "OffscreenSurface.h"
@@ -13,23 +11,6 @@ namespace pyrelux {
 std::int32_t renderCounter = 0;
 
 namespace {
-
-FrameGeometry readGeometry(FrameImage &output, FrameImage &input) {
-  FrameGeometry g{};
-  g.inW = static_cast<double>(input.width());
-  g.inH = static_cast<double>(input.height());
-  g.outW = static_cast<double>(output.width());
-  g.outH = static_cast<double>(output.height());
-  const TextureEdges in = input.textureEdges();
-  g.inTexW = std::abs(in.right - in.left);
-  g.inTexH = std::abs(in.top - in.bottom);
-  const TextureEdges out = output.textureEdges();
-  g.outTexW = std::abs(out.right - out.left);
-  g.outTexH = std::abs(out.top - out.bottom);
-  g.origin = static_cast<double>(output.origin());
-  g.aspect = (g.outW / g.outH) * input.pixelAspect();
-  return g;
-}
 
 struct Corner {
   double x;
@@ -58,8 +39,9 @@ void flamePass(const Snapshot &snapshot, const FrameGeometry &geometry, FrameIma
   glBlendFunc(GL_ONE, GL_ONE);
   input.bind();
   input.enable();
-  FlameQuads quads(snapshot, geometry, ramp);
-  generateFlamePath(snapshot, time, phases, [&quads](const Tongue &tongue) { quads.draw(tongue); });
+  const FlamePath path(snapshot, time, phases);
+  const FlameQuads quads(snapshot, geometry, ramp, path.common());
+  for (double i = 0.0; i < snapshot.tongues; i += 1.0) quads.draw(path.tongue(i));
   glFlush();
   input.disable();
 }

@@ -96,21 +96,24 @@ FormulaFrame flameByFormula(const Image &input, Snapshot s, double time, bool to
   const ColourRamp ramp = makeFlameRamp(s.inner, s.centre, s.outer);
 
   double oldFrame = 0, turbulencePhase = 0, wigglePhase = 0;
-  generateFlamePath(s, time, {oldFrame, turbulencePhase, wigglePhase}, [&](const Tongue &tongue) {
+  const FlamePath path(s, time, {oldFrame, turbulencePhase, wigglePhase});
+  const CommonSteps &common = path.common();
+  for (double index = 0; index < s.tongues; ++index) {
+    const Tongue tongue = path.tongue(index);
     const double g = (s.glow + 9.5) * static_cast<double>(0.02820079f);
-    const double alpha = static_cast<double>(1.0f / static_cast<float>(tongue.count)) / s.tongues *
+    const double alpha = static_cast<double>(1.0f / static_cast<float>(common.count)) / s.tongues *
                              (1 / (g * g) + static_cast<double>(0.9f)) +
                          1.0 / 256;
-    for (int i = 0; i < tongue.count; ++i) {
-      if (tongue.stepWeight[i] <= 0) continue;
-      const Colour tint = ramp.evaluate(tongue.stepPos[i]);
-      const double intensity = tongue.stepWeight[i] / (s.glow * tongue.weightSum / 100 * s.tongues);
+    for (int i = 0; i < common.count; ++i) {
+      if (common.stepWeight[i] <= 0) continue;
+      const Colour tint = ramp.evaluate(common.stepPos[i]);
+      const double intensity = common.stepWeight[i] / (s.glow * common.weightSum / 100 * s.tongues);
       const double colour[4] = {std::clamp(intensity * tint.red, 0.0, 1.0),
                                 std::clamp(intensity * tint.green, 0.0, 1.0),
                                 std::clamp(intensity * tint.blue, 0.0, 1.0), std::clamp(alpha, 0.0, 1.0)};
       // An image's point p lies at (p + offset - about) * scale + about.
       const auto place = [&](double p, double offset, double about) {
-        return (p + offset - about) * tongue.stepScaleX[i] + about;
+        return (p + offset - about) * common.stepScaleX[i] + about;
       };
       const Placement at{place(s.cropLeft, tongue.stepOffsetX[i], s.point.x) * width,
                          place(1 - s.cropRight, tongue.stepOffsetX[i], s.point.x) * width,
@@ -133,7 +136,7 @@ FormulaFrame flameByFormula(const Image &input, Snapshot s, double time, bool to
         }
       }
     }
-  });
+  }
 
   frame.exact.resize(pixels * 4);
   frame.lowest.resize(pixels * 4);

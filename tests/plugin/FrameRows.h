@@ -20,6 +20,10 @@ struct FrameRows {
   std::vector<json> overlays() const;
 };
 
+/// SHA-256, in hexadecimal digits, over a flame's calls in order: of each a letter (B glBegin, C glColor4f, T
+/// glTexCoord2f, V glVertex2f, E glEnd) and, but for glBegin and glEnd, its arguments as singles, little-endian.
+std::string flameHash(const std::vector<Calls> &tongues);
+
 /// Turns recorded calls into rows. Handles get their names from the calls that make them, so one of these has to see
 /// all frames of a filter's life, in order.
 class RowWriter {
@@ -39,7 +43,7 @@ class RowWriter {
   double texture_ = 0.0;
 };
 
-/// Compares rows, numbers within their tolerance, and reports the first few that differ.
+/// Compares rows and reports the first few that differ.
 void expectRows(const json &expected, const json &got, const std::string &where);
 
 }  // namespace pyrelux::test

@@ -58,12 +58,15 @@ std::string textOf(NSString *string);
 - (void)offerRetrieval:(id)retrieval;
 @end
 
-/// A texture that can also claim to be of another type. Its bind, enable and disable reach no GL.
+/// A texture that can also claim to be of another type, or to have other coordinates at its edges. Its bind, enable and
+/// disable reach no GL.
 @interface RecordingTexture : FxTexture {
   const char *_role;
   NSUInteger _type;
+  double _edges[4];  // left, right, bottom, top
 }
 - (instancetype)initWithRole:(const char *)role info:(FxImageInfo)info type:(NSUInteger)type;
+- (void)setEdges:(pyrelux::TextureEdges)edges;
 @end
 
 /// What the tests send to a filter of whichever class.

@@ -228,6 +228,7 @@ Class filterClass() {
   if (self) {
     _role = role;
     _type = type;
+    [super getTextureCoords:&_edges[0] right:&_edges[1] bottom:&_edges[2] top:&_edges[3]];
   }
   return self;
 }
@@ -263,7 +264,17 @@ Class filterClass() {
 
 - (void)getTextureCoords:(double *)left right:(double *)right bottom:(double *)bottom top:(double *)top {
   [self note:"getTextureCoords:right:bottom:top:"];
-  [super getTextureCoords:left right:right bottom:bottom top:top];
+  *left = _edges[0];
+  *right = _edges[1];
+  *bottom = _edges[2];
+  *top = _edges[3];
+}
+
+- (void)setEdges:(pyrelux::TextureEdges)edges {
+  _edges[0] = edges.left;
+  _edges[1] = edges.right;
+  _edges[2] = edges.bottom;
+  _edges[3] = edges.top;
 }
 
 - (void)bind {

@@ -69,23 +69,10 @@ double number(const json &value) {
   return value.is_null() ? std::numeric_limits<double>::quiet_NaN() : value.get<double>();
 }
 
-void expectNumber(const json &expected, double got, const std::string &where, double floor) {
+void expectNumber(const json &expected, double got, const std::string &where) {
   const double wanted = number(expected);
   if (std::isnan(wanted) && std::isnan(got)) return;
-  const double allowed = std::max(floor, 1e-12 * std::abs(wanted));
-  EXPECT_LE(std::abs(got - wanted), allowed) << where << ": expected " << json(wanted) << ", got " << json(got);
-}
-
-bool singlesAgree(double expected, double got) {
-  if (std::isnan(expected) && std::isnan(got)) return true;
-  if (std::abs(expected - got) <= 1e-6) return true;
-  const auto a = static_cast<float>(expected);
-  const auto b = static_cast<float>(got);
-  return a == b || std::nextafter(a, b) == b;
-}
-
-void expectSingle(const json &expected, double got, const std::string &where) {
-  EXPECT_TRUE(singlesAgree(number(expected), got)) << where << ": expected " << expected << ", got " << json(got);
+  EXPECT_EQ(got, wanted) << where << ": expected " << json(wanted) << ", got " << json(got);
 }
 
 FakeParameters parametersFrom(const json &params) {

@@ -24,12 +24,20 @@ struct HostFrame {
         origin(host.value("origin", 0u)),
         imageType(host.value("imageType", 2u)),
         api(host.value("api", true)),
-        cleanup(host.value("cleanup", true)) {}
+        cleanup(host.value("cleanup", true)) {
+    outTex = {0.0, static_cast<double>(outWidth), 0.0, static_cast<double>(outHeight)};
+    if (host.contains("outTex")) {
+      const json &edges = host["outTex"];
+      outTex = {pyrelux::test::number(edges[0]), pyrelux::test::number(edges[1]), pyrelux::test::number(edges[2]),
+                pyrelux::test::number(edges[3])};
+    }
+  }
 
   NSUInteger inWidth, inHeight, outWidth, outHeight;
   double pixelAspect;
   NSUInteger origin, imageType;
   bool api, cleanup;
+  TextureEdges outTex;
 
   FxImageInfo info(NSUInteger width, NSUInteger height) const {
     FxImageInfo made = {};
@@ -46,18 +54,21 @@ struct HostFrame {
     return [[[RecordingTexture alloc] initWithRole:"input" info:info(inWidth, inHeight) type:2] autorelease];
   }
   RecordingTexture *output() const {
-    return [[[RecordingTexture alloc] initWithRole:"output" info:info(outWidth, outHeight) type:imageType] autorelease];
+    RecordingTexture *texture = [[[RecordingTexture alloc] initWithRole:"output"
+                                                                   info:info(outWidth, outHeight)
+                                                                   type:imageType] autorelease];
+    [texture setEdges:outTex];
+    return texture;
   }
 
+  /// What the renderer makes of such images.
   FrameGeometry geometry() const {
-    FrameGeometry g = {};
-    g.inW = g.inTexW = inWidth;
-    g.inH = g.inTexH = inHeight;
-    g.outW = g.outTexW = outWidth;
-    g.outH = g.outTexH = outHeight;
-    g.origin = origin;
-    g.aspect = (g.outW / g.outH) * pixelAspect;
-    return g;
+    FakeImage output(outWidth, outHeight);
+    FakeImage input(inWidth, inHeight);
+    output.edges = outTex;
+    output.originCode = origin;
+    input.aspect = pixelAspect;
+    return readGeometry(output, input);
   }
 };
 
@@ -167,6 +178,9 @@ class CaseRun {
       std::size_t calls = 0;
       for (const Calls &tongue : got.tongues) calls += tongue.size();
       EXPECT_EQ(calls, expected["flame_calls"].get<std::size_t>()) << where << ", flame_calls";
+    }
+    if (expected.contains("flame_sha256")) {
+      EXPECT_EQ(flameHash(got.tongues), expected["flame_sha256"].get<std::string>()) << where << ", flame_sha256";
     }
     if (expected.contains("tongues")) expectTongues(expected["tongues"], inputs, got, where);
     compareOverlays(expected, got, where);

@@ -186,7 +186,7 @@ TEST(vectors, InitOpenGl) {
     EXPECT_EQ(trace.calls()[i].name, expected[i][0].get<std::string>());
     ASSERT_EQ(trace.calls()[i].arguments.size(), expected[i][1].size());
     for (std::size_t k = 0; k < expected[i][1].size(); ++k)
-      expectSingle(expected[i][1][k], numberArgument(trace.calls()[i], k), trace.calls()[i].name);
+      expectNumber(expected[i][1][k], numberArgument(trace.calls()[i], k), trace.calls()[i].name);
   }
 }
 
@@ -218,10 +218,11 @@ TEST(vectors, Literals) {
       Snapshot s = defaultSnapshot();
       const FrameGeometry geometry{};
       const ColourRamp ramp = makeFlameRamp(s.inner, s.centre, s.outer);
+      const CommonSteps common{};
       for (const double glow : {1.0, 40.6}) {
         s.glow = glow;
         const double root = (glow + 9.5) * literal("F_GLOW");
-        EXPECT_NEAR(FlameQuads(s, geometry, ramp).glowFactor(), 1.0 / (root * root) + literal("F_0_9"), close);
+        EXPECT_NEAR(FlameQuads(s, geometry, ramp, common).glowFactor(), 1.0 / (root * root) + literal("F_0_9"), close);
       }
     } else {
       ADD_FAILURE() << "no result is known to depend on this literal";

@@ -3,6 +3,7 @@
 #include <OpenGL/OpenGL.h>
 #include <dlfcn.h>
 
+#include <optional>
 #include <vector>
 
 #include "Trace.h"
@@ -12,6 +13,7 @@ namespace pyrelux::test {
 namespace {
 
 Refusals *refusals = nullptr;
+std::optional<GLint> virtualScreen;
 
 /// Formats of refused contexts: their maker leaves them, so they are freed here.
 std::vector<CGLPixelFormatObj> orphanedFormats;
@@ -30,6 +32,10 @@ Refusals::~Refusals() {
   for (const CGLPixelFormatObj format : orphanedFormats) CGLDestroyPixelFormat(format);
   orphanedFormats.clear();
 }
+
+VirtualScreen::VirtualScreen(int number) { virtualScreen = number; }
+
+VirtualScreen::~VirtualScreen() { virtualScreen.reset(); }
 
 }  // namespace pyrelux::test
 
@@ -63,4 +69,11 @@ CGLError CGLCreatePBuffer(GLsizei width, GLsizei height, GLenum target, GLenum i
   }
   static const auto real = behind(&CGLCreatePBuffer, "CGLCreatePBuffer");
   return real(width, height, target, internalFormat, maxLevel, pbuffer);
+}
+
+CGLError CGLGetVirtualScreen(CGLContextObj context, GLint *screen) {
+  static const auto real = behind(&CGLGetVirtualScreen, "CGLGetVirtualScreen");
+  const CGLError error = real(context, screen);
+  if (!error && virtualScreen) *screen = *virtualScreen;
+  return error;
 }

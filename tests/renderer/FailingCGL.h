@@ -15,4 +15,12 @@ struct Refusals {
   Refusals &operator=(const Refusals &) = delete;
 };
 
+/// The virtual screen that every context is on while an object of this lives.
+struct VirtualScreen {
+  explicit VirtualScreen(int number);
+  ~VirtualScreen();
+  VirtualScreen(const VirtualScreen &) = delete;
+  VirtualScreen &operator=(const VirtualScreen &) = delete;
+};
+
 }  // namespace pyrelux::test

@@ -85,11 +85,14 @@ inline Snapshot defaultSnapshot() {
   return readSnapshot(parameters, 0.0);
 }
 
-/// The tongues of one frame, copied as they are handed over.
-inline std::vector<Tongue> tonguesOf(const Snapshot &snapshot, double time, Phases &phases) {
-  std::vector<Tongue> tongues;
-  generateFlamePath(snapshot, time, phases.accumulators(),
-                    [&tongues](const Tongue &tongue) { tongues.push_back(tongue); });
+/// A tongue with what it shares with the others.
+struct WholeTongue : CommonSteps, Tongue {};
+
+/// The tongues of one frame.
+inline std::vector<WholeTongue> tonguesOf(const Snapshot &snapshot, double time, Phases &phases) {
+  const FlamePath path(snapshot, time, phases.accumulators());
+  std::vector<WholeTongue> tongues;
+  for (double i = 0.0; i < snapshot.tongues; i += 1.0) tongues.push_back({path.common(), path.tongue(i)});
   return tongues;
 }
 

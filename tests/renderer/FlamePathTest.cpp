@@ -14,16 +14,17 @@ using test::defaultSnapshot;
 using test::FakeParameters;
 using test::Phases;
 using test::tonguesOf;
+using test::WholeTongue;
 
 /// Tongue 0's speed: the second draw of the generator started at 0.
 constexpr double speedOfTongueZero = (28925691 % 71539) / 71539.0 * 0.75 + 0.25;
 
-std::vector<Tongue> tonguesAt(const Snapshot &snapshot, double time) {
+std::vector<WholeTongue> tonguesAt(const Snapshot &snapshot, double time) {
   Phases phases;
   return tonguesOf(snapshot, time, phases);
 }
 
-void expectSamePath(const Tongue &a, const Tongue &b) {
+void expectSamePath(const WholeTongue &a, const WholeTongue &b) {
   ASSERT_EQ(a.count, b.count);
   EXPECT_EQ(a.weightSum, b.weightSum);
   for (int j = 0; j < a.count; ++j) {
@@ -33,7 +34,7 @@ void expectSamePath(const Tongue &a, const Tongue &b) {
 }
 
 TEST(FlamePath, HandsOverEveryTongueInOrder) {
-  const std::vector<Tongue> tongues = tonguesAt(defaultSnapshot(), 3.0);
+  const std::vector<WholeTongue> tongues = tonguesAt(defaultSnapshot(), 3.0);
   ASSERT_EQ(tongues.size(), 6u);
   for (std::size_t i = 0; i < tongues.size(); ++i) {
     EXPECT_EQ(tongues[i].index, static_cast<double>(i));
@@ -42,11 +43,30 @@ TEST(FlamePath, HandsOverEveryTongueInOrder) {
   }
 }
 
+TEST(FlamePath, ATongueIsTheSameInAnyOrder) {
+  const Snapshot s = defaultSnapshot();
+  const std::vector<WholeTongue> inOrder = tonguesAt(s, 3.0);
+  Phases phases;
+  const FlamePath path(s, 3.0, phases.accumulators());
+  for (const int i : {4, 0, 5, 5, 1, 3, 2})
+    expectSamePath({path.common(), path.tongue(i)}, inOrder[static_cast<std::size_t>(i)]);
+}
+
+TEST(FlamePath, ATonguesDrawsComeFromItsIndex) {
+  const Snapshot s = defaultSnapshot();
+  for (const WholeTongue &tongue : tonguesAt(s, 3.0)) {
+    seedGenerator(static_cast<std::int32_t>(tongue.index));
+    EXPECT_EQ(tongue.tongueTurbulence, rnd(0.2, 4.0));
+    EXPECT_EQ(tongue.tongueSpeed, rnd(0.25, 1.0));
+    EXPECT_EQ(tongue.tongueSpread, rnd(-s.spread, s.spread) * noise(3.0 / 50.0, 30.0, 0.5, 2.0));
+  }
+}
+
 TEST(FlamePath, TenStepsAreElevenCopiesDownToTheSource) {
   Snapshot s = defaultSnapshot();
   s.steps = 10.0;
   s.attract = 66.0;
-  for (const Tongue &tongue : tonguesAt(s, 3.0)) {
+  for (const WholeTongue &tongue : tonguesAt(s, 3.0)) {
     ASSERT_EQ(tongue.count, 11);
     for (int j = 0; j <= 10; ++j) {
       EXPECT_EQ(tongue.stepPos[j], 1.0 - j / 10.0);
@@ -63,30 +83,30 @@ TEST(FlamePath, ThreeHundredStepsFitTheArrays) {
   Snapshot s = defaultSnapshot();
   s.steps = maximumSteps;
   s.tongues = 2.0;
-  for (const Tongue &tongue : tonguesAt(s, 3.0)) {
+  for (const WholeTongue &tongue : tonguesAt(s, 3.0)) {
     EXPECT_EQ(tongue.count, 301);
-    EXPECT_LE(tongue.count, Tongue::capacity);
+    EXPECT_LE(tongue.count, CommonSteps::capacity);
     EXPECT_EQ(tongue.stepPos[300], 0.0);
   }
 }
 
 TEST(FlamePath, WeightZeroWeighsEveryCopyAlike) {
   // t + (1 - t) is 1 to an ulp.
-  for (const Tongue &tongue : tonguesAt(defaultSnapshot(), 1.0))
+  for (const WholeTongue &tongue : tonguesAt(defaultSnapshot(), 1.0))
     for (int j = 0; j < tongue.count; ++j) EXPECT_NEAR(tongue.stepWeight[j], 1.0, 3e-16);
 }
 
 TEST(FlamePath, FullWeightFallsOffTowardTheSource) {
   Snapshot s = defaultSnapshot();
   s.weight = 100.0;
-  for (const Tongue &tongue : tonguesAt(s, 1.0))
+  for (const WholeTongue &tongue : tonguesAt(s, 1.0))
     for (int j = 0; j < tongue.count; ++j) EXPECT_EQ(tongue.stepWeight[j], tongue.stepPos[j]);
 }
 
 TEST(FlamePath, NegativeWeightFallsOffTowardTheFarEnd) {
   Snapshot s = defaultSnapshot();
   s.weight = -100.0;
-  for (const Tongue &tongue : tonguesAt(s, 1.0))
+  for (const WholeTongue &tongue : tonguesAt(s, 1.0))
     for (int j = 0; j < tongue.count; ++j) EXPECT_EQ(tongue.stepWeight[j], 1.0 - tongue.stepPos[j]);
 }
 
@@ -94,9 +114,9 @@ TEST(FlamePath, TheTwoSidesOfWeightFallOffByTheSameShare) {
   Snapshot s = defaultSnapshot();
   s.tongues = 1.0;
   s.weight = 40.0;
-  const Tongue outward = tonguesAt(s, 1.0).front();
+  const WholeTongue outward = tonguesAt(s, 1.0).front();
   s.weight = -40.0;
-  const Tongue inward = tonguesAt(s, 1.0).front();
+  const WholeTongue inward = tonguesAt(s, 1.0).front();
   for (int j = 0; j < outward.count; ++j) {
     EXPECT_NEAR(outward.stepWeight[j], 1.0 - 0.4 * (1.0 - outward.stepPos[j]), 3e-16);
     EXPECT_NEAR(inward.stepWeight[j], 1.0 - 0.4 * inward.stepPos[j], 3e-16);
@@ -106,7 +126,7 @@ TEST(FlamePath, TheTwoSidesOfWeightFallOffByTheSameShare) {
 TEST(FlamePath, WeightSumIsTheSumOfTheWeights) {
   Snapshot s = defaultSnapshot();
   s.weight = 37.0;
-  const Tongue tongue = tonguesAt(s, 1.0).back();
+  const WholeTongue tongue = tonguesAt(s, 1.0).back();
   double sum = 0.0;
   for (int j = 0; j < tongue.count; ++j) sum += tongue.stepWeight[j];
   EXPECT_EQ(tongue.weightSum, sum);
@@ -118,7 +138,7 @@ TEST(FlamePath, AttractScalesTheFarEndOnly) {
   s.tongues = 1.0;
   for (const auto &[attract, farScale] : {std::pair{100.0, 2.0}, {-100.0, 0.0}, {0.0, 1.0}}) {
     s.attract = attract;
-    const Tongue tongue = tonguesAt(s, 1.0).front();
+    const WholeTongue tongue = tonguesAt(s, 1.0).front();
     EXPECT_EQ(tongue.stepScaleX[0], farScale);
     EXPECT_EQ(tongue.stepScaleY[0], farScale);
     EXPECT_EQ(tongue.stepScaleX[tongue.count - 1], 1.0);
@@ -142,7 +162,7 @@ TEST(FlamePath, WithoutWiggleTongueZeroIsStraightAlongTheDirection) {
   s.wiggleAmount = 0.0;
   for (const double direction : {0.0, 0.7, -2.0}) {
     s.direction = direction;
-    const Tongue tongue = tonguesAt(s, 4.0)[0];
+    const WholeTongue tongue = tonguesAt(s, 4.0)[0];
     for (int j = 0; j < tongue.count; ++j) {
       const double distance = tongue.stepOffsetX[j] * std::sin(direction) + tongue.stepOffsetY[j] * std::cos(direction);
       EXPECT_NEAR(tongue.stepOffsetX[j], std::sin(direction) * distance, 1e-16);
@@ -156,7 +176,7 @@ TEST(FlamePath, DirectionZeroPointsUpAndPositiveLeansRight) {
   s.tongues = 1.0;
   s.wiggleAmount = 0.0;
   s.turbAmount = 0.0;
-  Tongue tongue = tonguesAt(s, 0.0).front();
+  WholeTongue tongue = tonguesAt(s, 0.0).front();
   EXPECT_EQ(tongue.stepOffsetX[0], 0.0);
   EXPECT_EQ(tongue.stepOffsetY[0], s.length);
   s.direction = pi / 2.0;
@@ -172,7 +192,7 @@ TEST(FlamePath, WithoutWiggleTurbulenceAllTonguesBendAlike) {
   Phases phases{0.0, 0.0, 1.75};
   const auto tongues = tonguesOf(s, 4.0, phases);
   EXPECT_EQ(phases.wiggle, 1.75);
-  for (const Tongue &tongue : tongues) {
+  for (const WholeTongue &tongue : tongues) {
     expectSamePath(tongue, tongues[0]);
     // The bend is in proportion to the place along the tongue.
     const double bend = std::atan2(tongue.stepOffsetX[0], tongue.stepOffsetY[0]);
@@ -187,7 +207,7 @@ TEST(FlamePath, AWavelengthOfAHalfKeepsTurbulenceAlikeAlongTheTongue) {
   s.wiggleAmount = 0.0;
   s.turbAmount = 2.0;
   s.turbWavelength = 0.5;
-  const Tongue tongue = tonguesAt(s, 7.0).front();
+  const WholeTongue tongue = tonguesAt(s, 7.0).front();
   for (int j = 0; j < tongue.count; ++j)
     EXPECT_NEAR(tongue.stepOffsetY[j], tongue.stepPos[j] * tongue.stepOffsetY[0], 1e-16);
 }
@@ -199,7 +219,7 @@ TEST(FlamePath, StrongTurbulenceThrowsCopiesToTheOtherSide) {
   s.turbAmount = 2.0;
   int opposite = 0;
   for (double time = 0.0; time < 60.0; time += 6.0)
-    for (const Tongue &tongue : tonguesAt(s, time))
+    for (const WholeTongue &tongue : tonguesAt(s, time))
       for (int j = 0; j < tongue.count; ++j) opposite += tongue.stepOffsetY[j] < 0.0;
   EXPECT_GT(opposite, 0);
 }
@@ -299,7 +319,7 @@ TEST(FlamePhases, TheWiggleAdvancesBeforeOldFrameMoves) {
   Snapshot s = defaultSnapshot();
   s.tongues = 1.0;
   s.turbAmount = 0.0;
-  const Tongue tongue = tonguesAt(s, 40.0).front();
+  const WholeTongue tongue = tonguesAt(s, 40.0).front();
   const double phase = 40.0 * s.wiggleTurbulence;
   const double expected = noise(phase - 20.0 * s.wiggleTurbulence, 10.0, -1.0, 1.0) * s.wiggleAmount;
   EXPECT_NEAR(std::atan2(tongue.stepOffsetX[0], tongue.stepOffsetY[0]), expected, 1e-15);

@@ -16,8 +16,8 @@ using ::testing::ElementsAre;
 constexpr FrameGeometry geometry = {320.0, 180.0, 320.0, 180.0, 320.0, 180.0, 320.0, 180.0, 0.0, 320.0 / 180.0};
 
 /// A tongue of copies that all lie on the source.
-Tongue stillTongue(int count) {
-  Tongue tongue{};
+WholeTongue stillTongue(int count) {
+  WholeTongue tongue{};
   tongue.count = count;
   for (int i = 0; i < count; ++i) {
     tongue.stepPos[i] = 1.0 - static_cast<double>(i) / count;
@@ -31,17 +31,19 @@ Tongue stillTongue(int count) {
 
 class FlameQuadsTest : public ::testing::Test {
  protected:
-  Calls draw(const Tongue &tongue) {
-    const ColourRamp ramp = makeFlameRamp(snapshot.inner, snapshot.centre, snapshot.outer);
-    FlameQuads quads(snapshot, geometry, ramp);
+  FlameQuads quads(const CommonSteps &common) const {
+    return {snapshot, geometry, makeFlameRamp(snapshot.inner, snapshot.centre, snapshot.outer), common};
+  }
+
+  Calls draw(const WholeTongue &tongue) const {
     const HostContext context;
     platform::Trace trace;
-    quads.draw(tongue);
+    quads(tongue).draw(tongue);
     return trace.takeCalls();
   }
 
   /// The calls of one copy, as text; glColor4f left out.
-  std::vector<std::string> corners(const Tongue &tongue, std::size_t copy = 0) {
+  std::vector<std::string> corners(const WholeTongue &tongue, std::size_t copy = 0) {
     const std::vector<std::string> texts = TraceText()(draw(tongue));
     const auto first = texts.begin() + static_cast<std::ptrdiff_t>(2 + 9 * copy);
     return {first, first + 8};
@@ -50,34 +52,34 @@ class FlameQuadsTest : public ::testing::Test {
   Snapshot snapshot = defaultSnapshot();
 };
 
+// Worked out elsewhere in 50 decimal digits. EXPECT_DOUBLE_EQ allows 4 ulps, about one for each rounding; the singles
+// are equal, since none of them lies so close to the middle between two.
 TEST_F(FlameQuadsTest, ADefaultTongueHasItsBrightness) {
-  const ColourRamp ramp = makeFlameRamp(snapshot.inner, snapshot.centre, snapshot.outer);
-  const FlameQuads quads(snapshot, geometry, ramp);
-  EXPECT_NEAR(quads.glowFactor(), 1.4009584, 5e-7);
-  EXPECT_NEAR(quads.tongueAlpha(41), 0.0096012, 5e-8);
+  const WholeTongue tongue = stillTongue(41);
+  EXPECT_DOUBLE_EQ(quads(tongue).glowFactor(), 1.4009587535301129);
+  EXPECT_DOUBLE_EQ(quads(tongue).tongueAlpha(), 0.0096012040704891565);
 
-  const Calls calls = draw(stillTongue(41));
+  const Calls calls = draw(tongue);
   ASSERT_EQ(calls.size(), 2u + 41u * 9u);
   EXPECT_EQ(calls[1].name, "glColor4f");
   // At the far end the tint is Color Outer, red, with its gain.
-  EXPECT_NEAR(numberArgument(calls[1], 0), 0.0100124 * 1.009, 5e-8);
+  EXPECT_EQ(numberArgument(calls[1], 0), 0.0101025263f);
   EXPECT_EQ(numberArgument(calls[1], 1), 0.0);
-  EXPECT_NEAR(numberArgument(calls[1], 3), 0.0096012, 5e-8);
+  EXPECT_EQ(numberArgument(calls[1], 3), 0.00960120372f);
 }
 
 TEST_F(FlameQuadsTest, GlowFactorRunsFromOneToTwelve) {
-  const ColourRamp ramp = makeFlameRamp(snapshot.inner, snapshot.centre, snapshot.outer);
+  const WholeTongue tongue = stillTongue(41);
   snapshot.glow = 100.0;
-  EXPECT_NEAR(FlameQuads(snapshot, geometry, ramp).glowFactor(), 1.005, 5e-4);
+  EXPECT_DOUBLE_EQ(quads(tongue).glowFactor(), 1.0048694776940919);
   snapshot.glow = 1.0;
-  EXPECT_NEAR(FlameQuads(snapshot, geometry, ramp).glowFactor(), 12.30, 5e-2);
+  EXPECT_DOUBLE_EQ(quads(tongue).glowFactor(), 12.305093316669891);
 }
 
 TEST_F(FlameQuadsTest, TheShareOfOneCopyIsASingle) {
-  const ColourRamp ramp = makeFlameRamp(snapshot.inner, snapshot.centre, snapshot.outer);
-  const FlameQuads quads(snapshot, geometry, ramp);
+  const WholeTongue tongue = stillTongue(41);
   const double share = 1.0f / 41.0f;
-  EXPECT_EQ(quads.tongueAlpha(41), share / 6.0 * quads.glowFactor() + 0.00390625);
+  EXPECT_EQ(quads(tongue).tongueAlpha(), share / 6.0 * quads(tongue).glowFactor() + 0.00390625);
   EXPECT_NE(share, 1.0 / 41.0);
 }
 
@@ -99,7 +101,7 @@ TEST_F(FlameQuadsTest, CropsCutTheSamePartFromQuadAndTexture) {
 TEST_F(FlameQuadsTest, CropsMoveWithTheCopy) {
   snapshot.cropLeft = 0.25;
   snapshot.cropBottom = 0.5;
-  Tongue tongue = stillTongue(1);
+  WholeTongue tongue = stillTongue(1);
   tongue.stepOffsetX[0] = 0.5;
   tongue.stepOffsetY[0] = -0.25;
   EXPECT_THAT(corners(tongue), ElementsAre("glTexCoord2f(320, 180)", "glVertex2f(480, 135)", "glTexCoord2f(320, 90)",
@@ -109,7 +111,7 @@ TEST_F(FlameQuadsTest, CropsMoveWithTheCopy) {
 
 TEST_F(FlameQuadsTest, CopiesAreScaledAboutThePointAfterTheyAreMoved) {
   snapshot.point = {0.25, 0.75};
-  Tongue tongue = stillTongue(1);
+  WholeTongue tongue = stillTongue(1);
   tongue.stepOffsetX[0] = 0.5;
   tongue.stepScaleX[0] = 2.0;
   tongue.stepScaleY[0] = 2.0;
@@ -121,7 +123,7 @@ TEST_F(FlameQuadsTest, CopiesAreScaledAboutThePointAfterTheyAreMoved) {
 
 TEST_F(FlameQuadsTest, FullRepelShrinksACopyToThePoint) {
   snapshot.point = {0.25, 0.75};
-  Tongue tongue = stillTongue(1);
+  WholeTongue tongue = stillTongue(1);
   tongue.stepScaleX[0] = 0.0;
   tongue.stepScaleY[0] = 0.0;
   const auto texts = corners(tongue);
@@ -130,7 +132,7 @@ TEST_F(FlameQuadsTest, FullRepelShrinksACopyToThePoint) {
 
 TEST_F(FlameQuadsTest, ARotatedCopyTurnsAboutThePointInSquareUnits) {
   snapshot.point = {0.5, 0.5};
-  Tongue tongue = stillTongue(1);
+  WholeTongue tongue = stillTongue(1);
   tongue.stepRotation[0] = 90.0;
   const Calls calls = draw(tongue);
   // Clockwise: the upper right corner, 160 right of and 90 above the centre, goes 90 right of and 160 below it.
@@ -139,21 +141,20 @@ TEST_F(FlameQuadsTest, ARotatedCopyTurnsAboutThePointInSquareUnits) {
 }
 
 TEST_F(FlameQuadsTest, CopiesWithoutWeightAreSkipped) {
-  Tongue tongue = stillTongue(3);
+  WholeTongue tongue = stillTongue(3);
   tongue.stepWeight[0] = 0.0;
   tongue.stepWeight[2] = -0.5;
   tongue.weightSum = 0.5;
   const Calls calls = draw(tongue);
   ASSERT_EQ(calls.size(), 2u + 9u);
   const ColourRamp ramp = makeFlameRamp(snapshot.inner, snapshot.centre, snapshot.outer);
-  const FlameQuads quads(snapshot, geometry, ramp);
-  EXPECT_EQ(numberArgument(calls[1], 3), static_cast<float>(quads.tongueAlpha(3))) << "alpha counts skipped copies";
+  EXPECT_EQ(numberArgument(calls[1], 3), numberArgument(draw(stillTongue(3))[1], 3)) << "alpha counts skipped copies";
   const double intensity = 1.0 / (((snapshot.glow * 0.5) / 100.0) * snapshot.tongues);
   EXPECT_EQ(numberArgument(calls[1], 0), static_cast<float>(intensity * ramp.evaluate(tongue.stepPos[1]).red));
 }
 
 TEST_F(FlameQuadsTest, ATongueOfSkippedCopiesIsStillAPrimitive) {
-  Tongue tongue = stillTongue(3);
+  WholeTongue tongue = stillTongue(3);
   for (double &weight : tongue.stepWeight) weight = 0.0;
   EXPECT_THAT(TraceText()(draw(tongue)), ElementsAre("glBegin(7)", "glEnd()"));
   tongue.count = 0;
@@ -162,44 +163,47 @@ TEST_F(FlameQuadsTest, ATongueOfSkippedCopiesIsStillAPrimitive) {
 
 TEST_F(FlameQuadsTest, AllCopiesOfAllTonguesSumToTheGlow) {
   snapshot.weight = 30.0;
-  snapshot.inner = snapshot.centre = {0.0, 0.0, 0.0};
-  snapshot.outer = {0.0, 0.0, 1.0};
+  // White throughout, so that every copy's share can be told from its tint.
+  snapshot.inner = snapshot.centre = snapshot.outer = {1.0, 1.0, 1.0};
   Phases phases;
   const ColourRamp ramp = makeFlameRamp(snapshot.inner, snapshot.centre, snapshot.outer);
-  FlameQuads quads(snapshot, geometry, ramp);
-  const HostContext context;
-  platform::Trace trace;
   double shares = 0.0;
   double alpha = 0.0;
+  double glowFactor = 0.0;
   int copies = 0;
-  generateFlamePath(snapshot, 3.0, phases.accumulators(), [&](const Tongue &tongue) {
-    trace.takeCalls();
-    quads.draw(tongue);
-    std::size_t call = 1;
-    for (int j = 0; j < tongue.count; ++j, call += 9, ++copies) {
-      const double tint = ramp.evaluate(tongue.stepPos[j]).blue;
-      if (tint > 1e-3)
-        shares += numberArgument(trace.calls().at(call), 2) / tint;
-      else
-        shares += tongue.stepWeight[j] / tongue.weightSum / snapshot.tongues * 100.0 / snapshot.glow;
-      alpha += numberArgument(trace.calls().at(call), 3);
+  for (const WholeTongue &tongue : tonguesOf(snapshot, 3.0, phases)) {
+    glowFactor = quads(tongue).glowFactor();
+    const Calls calls = draw(tongue);
+    for (int j = 0; j < tongue.count; ++j, ++copies) {
+      const auto &colour = calls.at(1 + 9 * static_cast<std::size_t>(j));
+      ASSERT_EQ(colour.name, "glColor4f");
+      shares += numberArgument(colour, 2) / ramp.evaluate(tongue.stepPos[j]).blue;
+      alpha += numberArgument(colour, 3);
     }
-  });
+  }
   EXPECT_EQ(copies, 6 * 41);
-  // Each argument is a single: 6e-8 of its value.
-  EXPECT_NEAR(shares, 100.0 / snapshot.glow, 1e-6);
-  EXPECT_NEAR(alpha, quads.glowFactor() + copies / 256.0, 1e-6);
+  // Each argument is a single, off by 2^-24 of its value at most.
+  constexpr double relative = 6e-8;
+  EXPECT_NEAR(shares, 100.0 / snapshot.glow, relative * 100.0 / snapshot.glow);
+  EXPECT_NEAR(alpha, glowFactor + copies / 256.0, relative * alpha);
 }
 
-TEST_F(FlameQuadsTest, TheNextFrameHasItsOwnTints) {
-  const ColourRamp ramp = makeFlameRamp(snapshot.inner, snapshot.centre, snapshot.outer);
-  FlameQuads quads(snapshot, geometry, ramp);
+TEST_F(FlameQuadsTest, TonguesAreDrawnAlikeInAnyOrder) {
+  Phases phases;
+  const auto tongues = tonguesOf(snapshot, 3.0, phases);
   const HostContext context;
   platform::Trace trace;
-  quads.draw(stillTongue(4));
-  const double before = numberArgument(trace.takeCalls().at(1), 3);
-  quads.draw(stillTongue(9));
-  EXPECT_LT(numberArgument(trace.takeCalls().at(1), 3), before);
+  const auto drawn = [&](const FlameQuads &drawer, std::size_t i) {
+    trace.takeCalls();
+    drawer.draw(tongues[i]);
+    return TraceText()(trace.takeCalls());
+  };
+  const FlameQuads ordered = quads(tongues[0]);
+  std::vector<std::vector<std::string>> inOrder;
+  for (std::size_t i = 0; i < tongues.size(); ++i) inOrder.push_back(drawn(ordered, i));
+  // None of them begins with tongue 0.
+  const FlameQuads shuffled = quads(tongues[0]);
+  for (const std::size_t i : {5u, 2u, 4u, 0u, 1u, 3u}) EXPECT_EQ(drawn(shuffled, i), inOrder[i]) << "tongue " << i;
 }
 
 }  // namespace

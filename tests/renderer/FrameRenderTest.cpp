@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 #include "EntryGuard.h"
 #include "FakeHost.h"
@@ -69,6 +71,36 @@ TEST_F(FrameRenderTest, DrawsEveryTongueThenTheOutput) {
   EXPECT_EQ(phases.oldFrame, 3.0);
 }
 
+/// Look whether the render's body is guarded, whenever they are asked.
+struct GuardedParameters : FakeParameters {
+  int asked = 0, guarded = 0;
+  void look() { ++asked, guarded += functionActive; }
+  bool open() override { return look(), FakeParameters::open(); }
+  int intValue(std::uint32_t id, double time) override { return look(), FakeParameters::intValue(id, time); }
+  double floatValue(std::uint32_t id, double time) override { return look(), FakeParameters::floatValue(id, time); }
+};
+struct GuardedImage : FakeImage {
+  using FakeImage::FakeImage;
+  int asked = 0, guarded = 0;
+  void look() { ++asked, guarded += functionActive; }
+  std::uint64_t imageType() override { return look(), FakeImage::imageType(); }
+  void bind() override { look(), FakeImage::bind(); }
+  void disable() override { look(), FakeImage::disable(); }
+};
+
+TEST_F(FrameRenderTest, TheBodyIsGuardedFromBeginningToEnd) {
+  GuardedParameters watchedParameters;
+  watchedParameters.floats[kSourceOpacity] = 0.5;
+  GuardedImage watchedOutput(320, 180);
+  GuardedImage watchedInput(320, 180);
+  EXPECT_TRUE(renderFrame(watchedParameters, watchedOutput, watchedInput, 3.0, phases.accumulators()));
+  EXPECT_EQ(watchedParameters.asked, 1 + 20);
+  EXPECT_EQ(watchedParameters.guarded, 1 + 20);
+  EXPECT_EQ(watchedOutput.guarded, 1) << "when its type is asked";
+  EXPECT_EQ(watchedInput.asked, 4);
+  EXPECT_EQ(watchedInput.guarded, 4) << "when it is bound and disabled, for the flame and for the source";
+}
+
 TEST_F(FrameRenderTest, OpensTheParametersBeforeItReadsThem) {
   render();
   ASSERT_EQ(parameters.asked.size(), 25u);
@@ -118,6 +150,23 @@ TEST_F(FrameRenderTest, ExtentsAreTakenWithoutTheirSign) {
   EXPECT_EQ(upperRightFirst.at(8), "glVertex2f(-160, -90)");
 }
 
+TEST_F(FrameRenderTest, CopiesAreTurnedInThePixelsAspect) {
+  // A turn by nothing leaves a copy where it is, unless the aspect is none: then all its corners are lost.
+  const auto lostCorners = [this] {
+    parameters.ints[kTongues] = 1;
+    render();
+    const auto flame = pass(1);
+    return std::count_if(flame.begin(), flame.end(), [](const std::string &text) {
+      return text.rfind("glVertex2f(", 0) == 0 && text.find("nan") != std::string::npos;
+    });
+  };
+  EXPECT_EQ(lostCorners(), 0);
+  for (const double aspect : {0.0, std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
+    input.aspect = aspect;
+    EXPECT_EQ(lostCorners(), 41 * 4) << aspect;
+  }
+}
+
 TEST_F(FrameRenderTest, ATopLeftOutputStartsAtAnotherCorner) {
   output.originCode = 2;
   render();
@@ -161,6 +210,20 @@ TEST_F(FrameRenderTest, TheSourceCoversTheFlame) {
       << "the source keeps its corners whatever the origin";
   EXPECT_THAT(input.asked, ElementsAre("width", "height", "textureEdges", "pixelAspect", "bind", "enable", "disable",
                                        "bind", "enable", "disable"));
+}
+
+TEST_F(FrameRenderTest, TheOpacityIsTheNearestSingle) {
+  // Just below and just above the middle between two singles, where any change of the double shows.
+  const float single = 0.1f;
+  const float next = std::nextafter(single, 1.0f);
+  const double middle = (static_cast<double>(single) + static_cast<double>(next)) / 2.0;
+  for (const auto &[opacity, expected] :
+       {std::pair{std::nextafter(middle, 0.0), single}, {std::nextafter(middle, 1.0), next}}) {
+    parameters.floats[kSourceOpacity] = opacity;
+    render();
+    const std::string text = numberText(expected);
+    EXPECT_EQ(pass(3).at(0), "glColor4f(" + text + ", " + text + ", " + text + ", " + text + ")");
+  }
 }
 
 TEST_F(FrameRenderTest, AnyModeButCoverAddsTheSource) {

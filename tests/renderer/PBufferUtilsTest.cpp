@@ -3,6 +3,8 @@
 #include <OpenGL/gl.h>
 #include <gmock/gmock.h>
 
+#include <cstddef>
+
 #include "FailingCGL.h"
 #include "HostContext.h"
 #include "TraceText.h"
@@ -82,6 +84,16 @@ TEST_F(PBufferTest, ANewRecordHasItsCreationValues) {
   EXPECT_FALSE(record->written);
 }
 
+TEST_F(PBufferTest, ARecordHasItsFieldsInOrder) {
+  const std::size_t offsets[] = {offsetof(VaroPBuffer_tag, pbuffer),      offsetof(VaroPBuffer_tag, context),
+                                 offsetof(VaroPBuffer_tag, savedContext), offsetof(VaroPBuffer_tag, width),
+                                 offsetof(VaroPBuffer_tag, height),       offsetof(VaroPBuffer_tag, texture),
+                                 offsetof(VaroPBuffer_tag, clearOnBegin), offsetof(VaroPBuffer_tag, written)};
+  constexpr std::size_t handle = sizeof(void *);
+  EXPECT_THAT(offsets, ElementsAre(0, handle, 2 * handle, 3 * handle, 3 * handle + 4, 3 * handle + 8, 3 * handle + 12,
+                                   3 * handle + 13));
+}
+
 const std::vector<std::string> kMadeCurrent = {"CGLGetCurrentContext()", "CGLGetVirtualScreen(host)",
                                                "CGLSetCurrentContext(surface)",
                                                "CGLSetPBuffer(surface, pbuffer, 0, 0, 0)"};
@@ -98,6 +110,14 @@ TEST_F(PBufferTest, BeginMakesTheSurfaceCurrentClearedAndInPixels) {
   EXPECT_THAT(calls(), ElementsAreArray(expected));
   EXPECT_EQ(record->savedContext, host.handle());
   EXPECT_EQ(CGLGetCurrentContext(), record->context);
+}
+
+TEST_F(PBufferTest, TheSurfaceIsOnTheVirtualScreenOfTheContextBefore) {
+  create();
+  const VirtualScreen screen(3);
+  calls();
+  PBuffer_Begin(record);
+  EXPECT_EQ(calls().at(3), "CGLSetPBuffer(surface, pbuffer, 0, 0, 3)");
 }
 
 TEST_F(PBufferTest, BeginClearsOnlyWhenItIsMeantTo) {

@@ -83,10 +83,10 @@ std::vector<float> drawnArguments(const Calls &calls) {
   return arguments;
 }
 
-void expectEqual(const std::vector<Tongue> &tongues, const PlainFlame &plain) {
+void expectEqual(const std::vector<WholeTongue> &tongues, const PlainFlame &plain) {
   ASSERT_EQ(tongues.size(), plain.tongues.size());
   for (std::size_t i = 0; i < tongues.size(); ++i) {
-    const Tongue &tongue = tongues[i];
+    const WholeTongue &tongue = tongues[i];
     const auto &copies = plain.tongues[i].copies;
     ASSERT_EQ(static_cast<std::size_t>(tongue.count), copies.size());
     EXPECT_TRUE(sameBits(tongue.weightSum, plain.tongues[i].weightSum)) << "weightSum of tongue " << i;
@@ -106,16 +106,13 @@ void expectEqual(const std::vector<Tongue> &tongues, const PlainFlame &plain) {
 void compare(const Scene &scene, double time, Phases &phases) {
   Phases plainPhases = phases;
   const ColourRamp ramp = makeFlameRamp(scene.snapshot.inner, scene.snapshot.centre, scene.snapshot.outer);
-  std::vector<Tongue> tongues;
+  const std::vector<WholeTongue> tongues = tonguesOf(scene.snapshot, time, phases);
   std::vector<float> arguments;
-  {
+  if (!tongues.empty()) {
     const HostContext context;
     platform::Trace trace;
-    FlameQuads quads(scene.snapshot, scene.geometry, ramp);
-    generateFlamePath(scene.snapshot, time, phases.accumulators(), [&](const Tongue &tongue) {
-      tongues.push_back(tongue);
-      quads.draw(tongue);
-    });
+    const FlameQuads quads(scene.snapshot, scene.geometry, ramp, tongues[0]);
+    for (const WholeTongue &tongue : tongues) quads.draw(tongue);
     arguments = drawnArguments(trace.calls());
   }
 
