@@ -24,8 +24,18 @@ class Filter {
   ParameterSet &parameters() { return *parameters_; }
   const ParameterSet &parameters() const { return *parameters_; }
 
-  /// Puts a new filter object in the place of the old one, as if nothing had been rendered yet. Parameter values stay.
-  /// Throws HostError when the filter does.
+  /// What a user edits after the filter was created: sets a constant as ParameterSet::set() does, and tells the filter
+  /// which parameter changed, unless it has this value already. Initial values go to parameters() instead. Throws
+  /// HostError: what set() throws, before anything changed; a filter that raises an exception.
+  void edit(const ParameterDeclaration &parameter, const ParameterValue &value);
+  /// The same for keyframes.
+  void editKeyframes(const ParameterDeclaration &parameter, const std::vector<Keyframe> &keyframes);
+  /// The same for all parameters: each gets its keyframes in `parameters`.
+  void edit(const ParameterSet &parameters);
+
+  /// Puts a new filter object in the place of the old one, as if nothing had been rendered yet. It is asked for its
+  /// properties and parameters like the first. Parameter values stay. Throws HostError as the constructor does; the old
+  /// object then stays.
   void restart();
 
   /// The booleans it declares, "IsThreadSafe" and the like.

@@ -1,7 +1,6 @@
 #include "Filter.h"
 
 #include <fstream>
-#include <vector>
 
 #include "Backends.h"
 #include "FilterObjects.h"
@@ -53,7 +52,38 @@ NSBundle *loadBundle(const FilterInfo &info) {
   });
 }
 
+std::string nameOf(const FilterInfo &info) { return "the filter '" + info.displayName + "'"; }
+
 }  // namespace
+
+Declared Filter::Objects::makeFilter(Class filterClass, const std::string &name) {
+  Declared declared;
+  NSObject<FxFilter> *fresh = nil;
+  const auto declare = [&] {
+    id<PyreluxFilterCreation> allocated = [filterClass alloc];
+    fresh = [allocated initWithAPIManager:apiManager];
+    NSDictionary *properties = [fresh properties];
+    NSArray *keys = [properties allKeys];
+    for (NSUInteger i = 0; i < [keys count]; ++i) {
+      id key = [keys objectAtIndex:i];
+      declared.properties[toStdString(key)] = [[properties objectForKey:key] boolValue];
+    }
+    if (![fresh addParameters] || declared.parameters.empty()) throw HostError(name + " declares no parameters");
+  };
+  [apiManager setCreation:[[[PyreluxParameterCreation alloc] initWithDeclarations:&declared.parameters] autorelease]];
+  try {
+    guarded(name, declare);
+  } catch (...) {
+    [apiManager setCreation:nil];
+    [fresh release];
+    throw;
+  }
+  // Its target is gone with this function.
+  [apiManager setCreation:nil];
+  [filter release];
+  filter = fresh;
+  return declared;
+}
 
 Filter::Filter(const FilterInfo &info) : info_(info), objects_(std::make_unique<Objects>()) {
   const std::lock_guard<std::mutex> turn(platform::filterTurn());
@@ -65,34 +95,16 @@ Filter::Filter(const FilterInfo &info) : info_(info), objects_(std::make_unique<
       ![filterClass instancesRespondToSelector:@selector(renderOutput:withInput:withInfo:)])
     throw HostError("the class '" + info.className + "' in '" + info.bundlePath + "' is no filter");
 
-  std::vector<ParameterDeclaration> declarations;
   objects_->apiManager = [[PyreluxAPIManager alloc] init];
   objects_->retrieval = [[PyreluxParameterRetrieval alloc] init];
-  PyreluxParameterCreation *creation =
-      [[[PyreluxParameterCreation alloc] initWithDeclarations:&declarations] autorelease];
   [objects_->apiManager setRetrieval:objects_->retrieval];
-  [objects_->apiManager setCreation:creation];
-
-  const std::string name = "the filter '" + info.displayName + "'";
-  const bool declared = guarded(name, [&] {
-    id<PyreluxFilterCreation> allocated = [filterClass alloc];
-    objects_->filter = [allocated initWithAPIManager:objects_->apiManager];
-    NSDictionary *properties = [objects_->filter properties];
-    NSArray *keys = [properties allKeys];
-    for (NSUInteger i = 0; i < [keys count]; ++i) {
-      id key = [keys objectAtIndex:i];
-      properties_[toStdString(key)] = [[properties objectForKey:key] boolValue];
-    }
-    return [objects_->filter addParameters] == YES;
-  });
-  // Its target is gone with this function.
-  [objects_->apiManager setCreation:nil];
-  if (!declared || declarations.empty()) throw HostError(name + " declares no parameters");
+  Declared declared = objects_->makeFilter(filterClass, nameOf(info));
 
   const auto keys = keysByLabel(bundle);
-  for (ParameterDeclaration &declaration : declarations)
+  for (ParameterDeclaration &declaration : declared.parameters)
     if (const auto key = keys.find(declaration.label); key != keys.end()) declaration.key = key->second;
-  parameters_ = std::make_unique<ParameterSet>(std::move(declarations));
+  properties_ = std::move(declared.properties);
+  parameters_ = std::make_unique<ParameterSet>(std::move(declared.parameters));
   [objects_->retrieval setParameters:parameters_.get()];
 }
 
@@ -102,15 +114,29 @@ Filter::~Filter() {
   objects_.reset();
 }
 
+void Filter::edit(const ParameterDeclaration &parameter, const ParameterValue &value) {
+  editKeyframes(parameter, constant(value));
+}
+
+void Filter::editKeyframes(const ParameterDeclaration &parameter, const std::vector<Keyframe> &keyframes) {
+  const std::lock_guard<std::mutex> turn(platform::filterTurn());
+  const AutoreleasePool pool;
+  const std::uint64_t before = parameters_->revision();
+  parameters_->setKeyframes(parameter, keyframes);
+  if (parameters_->revision() == before) return;
+  guarded(nameOf(info_), [&] { [objects_->filter parameterChanged:parameter.id]; });
+}
+
+void Filter::edit(const ParameterSet &parameters) {
+  for (const ParameterDeclaration &parameter : parameters_->declarations())
+    if (parameter.kind != ParameterKind::Custom) editKeyframes(parameter, parameters.keyframes(parameter));
+}
+
 void Filter::restart() {
   const std::lock_guard<std::mutex> turn(platform::filterTurn());
   const AutoreleasePool pool;
-  guarded("the filter '" + info_.displayName + "'", [&] {
-    id<PyreluxFilterCreation> allocated = [[objects_->filter class] alloc];
-    NSObject<FxFilter> *fresh = [allocated initWithAPIManager:objects_->apiManager];
-    [objects_->filter release];
-    objects_->filter = fresh;
-  });
+  // What it declares is what the first one declared.
+  objects_->makeFilter([objects_->filter class], nameOf(info_));
 }
 
 }  // namespace pyrelux::host

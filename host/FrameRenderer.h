@@ -19,8 +19,8 @@ struct FrameSettings {
 };
 
 /// Takes filters through the frame cycle: input up, set-up, render, clean-up, output back. Owns an OpenGL context and
-/// the two images, and keeps them from frame to frame. Thread: one at a time; of several objects one draws and the others wait; no context is
-/// left current.
+/// the two images, and keeps them from frame to frame. Thread: one at a time; of several objects one draws and the
+/// others wait; no context is left current.
 class FrameRenderer {
  public:
   /// `rendererId` as chooseRenderer() gives it. Throws HostError when it gives no context.
@@ -31,7 +31,8 @@ class FrameRenderer {
 
   /// One frame at the frame time (a frame number, fractions allowed): premultiplied, bytes or floats as the settings
   /// say. `input` may have either alpha and either kind of samples. Throws HostError: an input larger than the
-  /// renderer's textures, a filter that renders in software only, that refuses the frame or leaves an OpenGL error.
+  /// renderer's textures, a filter that renders in software only, that refuses to set the frame up or to draw it, or
+  /// that leaves an OpenGL error.
   Image render(Filter &filter, const Image &input, double timeFrames, const FrameSettings &settings);
   /// The same into `frame`, whose memory is used again if it fits: of the two the faster one for many frames. After an
   /// exception `frame` holds nothing of use.

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <exception>
 #include <memory>
 #include <type_traits>
 
@@ -270,36 +271,52 @@ void FrameRenderer::render(Filter &filter, const Image &input, double timeFrames
   renderInfo.depth = settings.floatOutput ? kFxDepth_FLOAT16 : kFxDepth_UINT8;
 
   const std::string name = "the filter '" + filter.info().displayName + "'";
-  guarded(name, [&] {
+  const std::string atTime = " the frame at time " + formatNumber(timeFrames);
+  const auto setUp = [&] {
     BOOL hardware = NO;
     BOOL software = NO;
-    [objects.filter frameSetup:renderInfo inputInfo:inputInfo hardware:&hardware software:&software];
+    if (!guarded(name, [&] {
+          return [objects.filter frameSetup:renderInfo inputInfo:inputInfo hardware:&hardware software:&software];
+        }))
+      throw HostError(name + " refused to set up" + atTime);
     if (!hardware) throw HostError(name + " does not render with OpenGL");
-
+  };
+  const auto fitOutput = [&] {
     UInt64 width = 0;
     UInt64 height = 0;
-    if (![objects.filter getOutputWidth:&width height:&height withInput:inputInfo withInfo:renderInfo] || width == 0 ||
-        height == 0)
+    if (!guarded(name,
+                 [&] {
+                   return [objects.filter getOutputWidth:&width height:&height withInput:inputInfo withInfo:renderInfo];
+                 }) ||
+        width == 0 || height == 0)
       throw HostError(name + " gives no output size");
     output.fit(static_cast<GLsizei>(width), static_cast<GLsizei>(height));
-  });
-  resources_->prepareOutput(output);
-
-  FxTexture *inputImage = [[[FxTexture alloc] initWithInfo:inputInfo textureName:resources_->input] autorelease];
-  FxTexture *outputImage =
-      [[[FxTexture alloc] initWithInfo:imageInfo(output.width, output.height, settings.floatOutput ? 16 : 8, settings)
-                           textureName:output.texture] autorelease];
-  const auto cleanUp = [&] { guarded(name, [&] { [objects.filter frameCleanup]; }); };
-  BOOL rendered = NO;
+  };
+  const auto draw = [&] {
+    resources_->prepareOutput(output);
+    FxTexture *inputImage = [[[FxTexture alloc] initWithInfo:inputInfo textureName:resources_->input] autorelease];
+    FxTexture *outputImage =
+        [[[FxTexture alloc] initWithInfo:imageInfo(output.width, output.height, settings.floatOutput ? 16 : 8, settings)
+                             textureName:output.texture] autorelease];
+    if (!guarded(name,
+                 [&] { return [objects.filter renderOutput:outputImage withInput:inputImage withInfo:renderInfo]; }))
+      throw HostError(name + " refused" + atTime);
+  };
+  std::exception_ptr failure;
   try {
-    rendered = guarded(
-        name, [&] { return [objects.filter renderOutput:outputImage withInput:inputImage withInfo:renderInfo]; });
-  } catch (const HostError &) {
-    cleanUp();
-    throw;
+    setUp();
+    fitOutput();
+    draw();
+  } catch (...) {
+    failure = std::current_exception();
   }
-  cleanUp();
-  if (!rendered) throw HostError(name + " refused the frame at time " + formatNumber(timeFrames));
+  // A clean-up follows every set-up. Not inside the handler above: there an exception of Objective-C's would terminate.
+  try {
+    guarded(name, [&] { [objects.filter frameCleanup]; });
+  } catch (const HostError &) {
+    if (!failure) failure = std::current_exception();
+  }
+  if (failure) std::rethrow_exception(failure);
 
   Resources::readBack(output, settings.floatOutput, settings.origin, frame);
   checkErrors("after the frame");

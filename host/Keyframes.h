@@ -34,7 +34,15 @@ struct Keyframe {
   ParameterValue value{};
   Ease ease = Ease::Linear;  ///< from this keyframe to the next
   TimingCurve curve{};       ///< of Ease::Bezier
+
+  bool operator==(const Keyframe &other) const {
+    return frame == other.frame && value == other.value && ease == other.ease && curve == other.curve;
+  }
+  bool operator!=(const Keyframe &other) const { return !(*this == other); }
 };
+
+/// What keeps one value at all times.
+inline std::vector<Keyframe> constant(const ParameterValue &value) { return {{0.0, value}}; }
 
 /// How much of the way to the next keyframe is done when `elapsed` (0 .. 1) of the time is.
 double progressAt(const Keyframe &keyframe, double elapsed);

@@ -1,6 +1,7 @@
 #include "Parameters.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cctype>
 #include <cmath>
 
@@ -36,7 +37,17 @@ std::size_t nameDistance(const std::string &typed, const std::string &name) {
   return !typed.empty() && name.find(typed) != std::string::npos ? std::min<std::size_t>(edits, 1) : edits;
 }
 
-std::vector<Keyframe> constant(const ParameterValue &value) { return {{0.0, value}}; }
+/// As a set keeps them: popups always hold.
+std::vector<Keyframe> asKept(const ParameterDeclaration &parameter, std::vector<Keyframe> keyframes) {
+  if (parameter.kind == ParameterKind::Popup)
+    for (Keyframe &keyframe : keyframes) keyframe.ease = Ease::Hold;
+  return keyframes;
+}
+
+std::uint64_t nextRevision() {
+  static std::atomic<std::uint64_t> last{0};
+  return ++last;
+}
 
 }  // namespace
 
@@ -143,7 +154,8 @@ std::string refusalOf(const Keyframe &keyframe) {
   return {};
 }
 
-ParameterSet::ParameterSet(std::vector<ParameterDeclaration> declarations) : declarations_(std::move(declarations)) {}
+ParameterSet::ParameterSet(std::vector<ParameterDeclaration> declarations)
+    : declarations_(std::move(declarations)), revision_(nextRevision()) {}
 
 const ParameterDeclaration *ParameterSet::find(std::uint32_t id) const {
   for (const ParameterDeclaration &parameter : declarations_)
@@ -184,7 +196,7 @@ ParameterValue ParameterSet::value(std::uint32_t id, double timeFrames) const {
 
 std::vector<Keyframe> ParameterSet::keyframes(const ParameterDeclaration &parameter) const {
   const auto set = values_.find(parameter.id);
-  return set == values_.end() ? constant(parameter.defaultValue) : set->second;
+  return set == values_.end() ? asKept(parameter, constant(parameter.defaultValue)) : set->second;
 }
 
 void ParameterSet::set(const ParameterDeclaration &parameter, const ParameterValue &value) {
@@ -206,9 +218,8 @@ void ParameterSet::setKeyframes(const ParameterDeclaration &parameter, const std
       throw HostError("the keyframes of '" + parameter.slug() + "' have to be in ascending order, one on a frame");
     before = &keyframe;
   }
-  std::vector<Keyframe> kept = keyframes;
-  if (parameter.kind == ParameterKind::Popup)
-    for (Keyframe &keyframe : kept) keyframe.ease = Ease::Hold;
+  std::vector<Keyframe> kept = asKept(parameter, keyframes);
+  if (kept != this->keyframes(parameter)) revision_ = nextRevision();
   values_[parameter.id] = std::move(kept);
 }
 

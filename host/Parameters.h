@@ -86,9 +86,13 @@ class ParameterSet {
   /// Whether one of both was called for it.
   bool isSet(std::uint32_t id) const { return values_.count(id) != 0; }
 
+  /// Another number after every change, in the whole process: sets of the same revision hold the same values.
+  std::uint64_t revision() const { return revision_; }
+
  private:
   std::vector<ParameterDeclaration> declarations_;
   std::map<std::uint32_t, std::vector<Keyframe>> values_;  ///< by id
+  std::uint64_t revision_;
 };
 
 }  // namespace pyrelux::host

@@ -43,12 +43,14 @@ void Timeline::render(std::int64_t frame, const Image &input, const FrameSetting
 
 void Timeline::runUpTo(std::int64_t frame, const FrameSettings &settings) {
   const std::int64_t from = std::min(firstFrame_, frame);
-  const bool goesOn = isReady_ && frame >= next_ && runFrom_ == from;
+  const std::uint64_t revision = filter_.parameters().revision();
+  const bool goesOn = isReady_ && frame >= next_ && runFrom_ == from && revision_ == revision;
   // Until the frame is there.
   isReady_ = false;
   if (!goesOn) {
     filter_.restart();
     next_ = runFrom_ = from;
+    revision_ = revision;
   }
   if (next_ == frame) return;
   const Sketch sketch(filter_.parameters());

@@ -9,8 +9,9 @@ namespace pyrelux::host {
 
 /// Renders frames that are the same to the bit however they are reached. A filter may carry something from frame to
 /// frame (this one integrates its speeds), so that a frame depends on those before it. The run that counts goes through
-/// every whole frame from the first; whoever starts later, skips or goes back is first taken through the frames between,
-/// with a renderer that draws nothing. Thread: one at a time.
+/// every whole frame from the first; whoever starts later, skips or goes back is first taken through the frames
+/// between, with a renderer that draws nothing. So is the first frame after the filter's parameters changed: no frame
+/// depends on values that were in force earlier. Thread: one at a time.
 class Timeline {
  public:
   /// The filter is not to be rendered by others meanwhile. Both must outlive this.
@@ -27,8 +28,9 @@ class Timeline {
   FrameRenderer &renderer_;
   FrameRenderer nothing_;  ///< draws nothing
   std::int64_t firstFrame_;
-  bool isReady_ = false;       ///< for the frame `next_`, after a run from `runFrom_` on
+  bool isReady_ = false;  ///< for the frame `next_`, after a run from `runFrom_` on
   std::int64_t runFrom_ = 0;
+  std::uint64_t revision_ = 0;  ///< of the parameters that the run went through with
   std::int64_t next_ = 0;
 };
 

@@ -41,8 +41,12 @@ class Effect {
   /// Throws HostError: no bundle, nothing that draws.
   explicit Effect(const host::FilterInfo &filter);
 
-  host::ParameterSet &parameters() { return filter_.parameters(); }
   const host::ParameterSet &parameters() const { return filter_.parameters(); }
+
+  /// A constant that a user chose. Throws HostError for what the parameter can't be.
+  void edit(const host::ParameterDeclaration &parameter, const host::ParameterValue &value) {
+    filter_.edit(parameter, value);
+  }
 
   /// Draws a frame, between the two pictures of Canvas::paint(). `pixelAspect`: width of a pixel / its height. Throws
   /// HostError, and leaves `output` as it was.

@@ -36,7 +36,10 @@ FilmEffect::~FilmEffect() = default;
 
 void FilmEffect::setParameters(const host::ParameterSet &parameters) {
   parameters_ = parameters;
-  runs_.clear();
+  for (const std::unique_ptr<Run> &run : runs_) {
+    run->filter.edit(parameters);
+    run->next = 0;
+  }
 }
 
 void FilmEffect::render(const std::uint8_t *input, std::uint8_t *output, int width, int height, std::int64_t frame,

@@ -20,7 +20,7 @@ class FilmEffect {
   /// The filter's own, with all at their defaults.
   const host::ParameterSet &defaults() const { return defaults_; }
 
-  /// Keyframes are at the frame numbers of render(). Every run begins anew.
+  /// What a user chose; keyframes are at the frame numbers of render(). Every run begins anew.
   void setParameters(const host::ParameterSet &parameters);
 
   /// Frame number `frame`, 0 or more; as Effect::render().

@@ -170,7 +170,7 @@ class Instance {
     } else {
       whole[parameter.component] = fromUnit(declaration, *static_cast<const f0r_param_double *>(value));
     }
-    effect_->parameters().set(declaration, whole);
+    effect_->edit(declaration, whole);
   }
 
   void setOfPlugIn(const Frei0rParameter &parameter, const std::string &text) {

@@ -80,7 +80,7 @@ TEST_P(Host, FindsTheFiltersOfAPropertyListWithoutLoadingThem) {
   EXPECT_EQ(info.uuid, "P-1");
   EXPECT_EQ(info.version, "2.5");
   EXPECT_EQ(fs::path(info.bundlePath).filename(), "ProbeFilters.bundle");
-  EXPECT_EQ(findFilters({PYRELUX_PROBE_BUNDLES}).size(), 10u) << "the generator is no filter";
+  EXPECT_EQ(findFilters({PYRELUX_PROBE_BUNDLES}).size(), 13u) << "the generator is no filter";
 }
 
 TEST_P(Host, SearchesFoldersInOrderAndSkipsWhatIsNoBundle) {

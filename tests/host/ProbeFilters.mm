@@ -13,9 +13,18 @@
 }
 /// What the last frame of any probe was given, by name.
 + (NSDictionary *)report;
+/// The messages that probes got, in order, by their first words; parameterChanged: with its id.
++ (NSArray *)messages;
++ (void)forgetMessages;
 @end
 
 static NSMutableDictionary *lastReport = nil;
+static NSMutableArray *messages = nil;
+
+static void got(NSString *message) {
+  if (!messages) messages = [[NSMutableArray alloc] init];
+  [messages addObject:message];
+}
 
 static void note(NSString *name, double value) {
   if (!lastReport) lastReport = [[NSMutableDictionary alloc] init];
@@ -28,13 +37,23 @@ static void note(NSString *name, double value) {
   return lastReport;
 }
 
++ (NSArray *)messages {
+  return messages;
+}
+
++ (void)forgetMessages {
+  [messages removeAllObjects];
+}
+
 - (id)initWithAPIManager:(id<PROAPIAccessing>)apiManager {
+  got(@"init");
   self = [super init];
   if (self) _apiManager = apiManager;
   return self;
 }
 
 - (NSDictionary *)properties {
+  got(@"properties");
   return [NSDictionary dictionaryWithObjectsAndKeys:[NSNumber numberWithBool:YES], @"SupportsRowBytes",
                                                     [NSNumber numberWithBool:NO], @"IsThreadSafe", nil];
 }
@@ -44,6 +63,7 @@ static void note(NSString *name, double value) {
 }
 
 - (BOOL)addParameters {
+  got(@"addParameters");
   id<FxParameterCreationAPI> api = [_apiManager apiForProtocol:@protocol(FxParameterCreationAPI)];
   [api addAngleSliderWithName:@"Turn"
                        parmId:7
@@ -81,13 +101,15 @@ static void note(NSString *name, double value) {
 }
 
 - (BOOL)parameterChanged:(UInt32)parmId {
-  return parmId > 0;
+  got([NSString stringWithFormat:@"parameterChanged:%u", (unsigned)parmId]);
+  return YES;
 }
 
 - (BOOL)getOutputWidth:(UInt64 *)width
                 height:(UInt64 *)height
              withInput:(FxImageInfo)info
               withInfo:(FxRenderInfo)renderInfo {
+  got(@"getOutputWidth");
   note(@"outputAsked", renderInfo.frame);
   *width = info.width;
   *height = info.height;
@@ -98,6 +120,7 @@ static void note(NSString *name, double value) {
          inputInfo:(FxImageInfo)inputInfo
           hardware:(BOOL *)hardware
           software:(BOOL *)software {
+  got(@"frameSetup");
   note(@"inputDepth", inputInfo.depth);
   note(@"inputPremultiplied", inputInfo.isPremultiplied);
   note(@"renderDepth", info.depth);
@@ -108,7 +131,9 @@ static void note(NSString *name, double value) {
 }
 
 - (BOOL)renderOutput:(FxImage *)output withInput:(FxImage *)input withInfo:(FxRenderInfo)info {
+  got(@"renderOutput");
   id<FxParameterRetrievalAPI> api = [_apiManager apiForProtocol:@protocol(FxParameterRetrievalAPI)];
+  note(@"offersCreation", [_apiManager apiForProtocol:@protocol(FxParameterCreationAPI)] != nil);
   double turn = 0, amount = 0, red = 0, green = 0, blue = 0, x = 0, y = 0, wrong = -1;
   int count = 0, mode = 0;
   [api getFloatValue:&turn fromParm:7 atTime:info.frame];
@@ -160,6 +185,7 @@ static void note(NSString *name, double value) {
 }
 
 - (BOOL)frameCleanup {
+  got(@"frameCleanup");
   note(@"cleanups", [[lastReport objectForKey:@"cleanups"] doubleValue] + 1);
   return YES;
 }
@@ -215,6 +241,50 @@ static void note(NSString *name, double value) {
 @implementation SilentFilter
 - (BOOL)addParameters {
   return NO;
+}
+@end
+
+/// Declares parameters the first time only.
+@interface FickleFilter : ProbeFilter
+@end
+@implementation FickleFilter
+- (BOOL)addParameters {
+  static BOOL hasDeclared = NO;
+  if (hasDeclared) return NO;
+  hasDeclared = YES;
+  return [super addParameters];
+}
+@end
+
+/// Refuses every set-up, though it could render.
+@interface UnreadyFilter : ProbeFilter
+@end
+@implementation UnreadyFilter
+- (BOOL)frameSetup:(FxRenderInfo)info
+         inputInfo:(FxImageInfo)inputInfo
+          hardware:(BOOL *)hardware
+          software:(BOOL *)software {
+  [super frameSetup:info inputInfo:inputInfo hardware:hardware software:software];
+  return NO;
+}
+@end
+
+/// Renders in software only, and raises in clean-up.
+@interface RaisingAfterFilter : ProbeFilter
+@end
+@implementation RaisingAfterFilter
+- (BOOL)frameSetup:(FxRenderInfo)info
+         inputInfo:(FxImageInfo)inputInfo
+          hardware:(BOOL *)hardware
+          software:(BOOL *)software {
+  [super frameSetup:info inputInfo:inputInfo hardware:hardware software:software];
+  *hardware = NO;
+  return YES;
+}
+- (BOOL)frameCleanup {
+  [super frameCleanup];
+  [NSException raise:@"ProbeException" format:@"on purpose"];
+  return YES;
 }
 @end
 

@@ -147,6 +147,29 @@ TEST_F(TimelineTest, TheFramesBeforeAreThoseFromTheFirstOn) {
   EXPECT_EQ(FilterState::of(filter_), canonical);
 }
 
+TEST_F(TimelineTest, AfterAnEditAFrameIsWhatAFreshRunGives) {
+  Timeline timeline(filter_, renderer_, 1);
+  frame(timeline, 5);
+  filter_.edit(filter_.parameters().named("wiggle-turbulence"), {80.0});
+  const Image::Bytes edited = frame(timeline, 6);
+  const FilterState state = FilterState::of(filter_);
+  EXPECT_EQ(edited, frameAlone(6));
+  EXPECT_EQ(state, FilterState::of(filter_));
+  // Whoever sets the values, and whichever frame comes next.
+  frame(timeline, 7);
+  set("turbulence-speed", 5.0);
+  EXPECT_EQ(frame(timeline, 20), frameAlone(20));
+}
+
+TEST_F(TimelineTest, AnEditThatChangesNothingKeepsTheRun) {
+  Timeline timeline(filter_, renderer_, 1);
+  frame(timeline, 5);
+  const std::uint64_t before = platform::nullRendererQuads();
+  filter_.edit(filter_.parameters().named("steps"), {12.0});
+  frame(timeline, 6);
+  EXPECT_EQ(platform::nullRendererQuads(), before);
+}
+
 TEST_F(TimelineTest, AFrameThatFailsIsForgotten) {
   Timeline timeline(filter_, renderer_, 1);
   const Image::Bytes third = frame(timeline, 3);

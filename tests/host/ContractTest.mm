@@ -1,0 +1,276 @@
+// What the host owes a filter: the order of its messages, edits, values, and the cleaning up.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "APIManager.h"
+#include "Backends.h"
+#include "Bundles.h"
+#include "FilmEffect.h"
+#include "Filter.h"
+#include "Foundation.h"
+#include "FrameRenderer.h"
+#include "HostError.h"
+#include "Renderers.h"
+#include "Timeline.h"
+
+@interface NSObject (ProbeMessages)
++ (NSArray *)messages;
++ (void)forgetMessages;
++ (NSDictionary *)report;
+@end
+
+namespace pyrelux::host {
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+FilterInfo probe(const std::string &displayName) {
+  for (const FilterInfo &info : findFilters({PYRELUX_PROBE_BUNDLES}))
+    if (info.displayName == displayName) return info;
+  throw HostError("there is no probe '" + displayName + "'");
+}
+
+class Contract : public ::testing::Test {
+ protected:
+  /// The messages that probes got since the last time.
+  static std::vector<std::string> messages() {
+    std::vector<std::string> texts;
+    Class probeClass = NSClassFromString(@"ProbeFilter");
+    NSArray *got = [probeClass messages];
+    for (NSUInteger i = 0; i < [got count]; ++i) texts.push_back(toStdString([got objectAtIndex:i]));
+    [probeClass forgetMessages];
+    return texts;
+  }
+
+  /// The sentence of the HostError that a frame throws.
+  std::string complaint(Filter &filter) {
+    try {
+      frame(filter);
+    } catch (const HostError &error) {
+      return error.what();
+    }
+    return "nothing thrown";
+  }
+
+  void frame(Filter &filter) { renderer.render(filter, input, 4.5, {}); }
+
+  AutoreleasePool pool;
+  FrameRenderer renderer{chooseRenderer("soft")};
+  Image input = Image::bytes(3, 2, Alpha::Premultiplied);
+};
+
+const std::vector<std::string> beforeTheFirstFrame = {"init", "properties", "addParameters"};
+const std::vector<std::string> aFrame = {"frameSetup", "getOutputWidth", "renderOutput", "frameCleanup"};
+
+// --- The order of messages
+
+TEST_F(Contract, AFilterIsAskedForItsPropertiesAndParametersBeforeItsFirstFrame) {
+  Filter filter(probe("Probe"));
+  EXPECT_EQ(messages(), beforeTheFirstFrame);
+  for (int i = 0; i < 2; ++i) {
+    frame(filter);
+    EXPECT_EQ(messages(), aFrame);
+  }
+}
+
+TEST_F(Contract, SoIsEveryFreshOne) {
+  Filter filter(probe("Probe"));
+  messages();
+  for (int i = 0; i < 2; ++i) {
+    filter.restart();
+    EXPECT_EQ(messages(), beforeTheFirstFrame);
+    frame(filter);
+    EXPECT_EQ(messages(), aFrame);
+  }
+  EXPECT_EQ(filter.parameters().declarations().size(), 7u) << "declared once, however many objects there are";
+}
+
+TEST_F(Contract, ParametersAreDeclaredBeforeFramesOnly) {
+  Filter filter(probe("Probe"));
+  filter.restart();
+  frame(filter);
+  EXPECT_EQ([[[NSClassFromString(@"ProbeFilter") report] objectForKey:@"offersCreation"] doubleValue], 0.0);
+}
+
+TEST_F(Contract, AFreshOneThatDeclaresNothingIsRefusedAndTheOldOneStays) {
+  Filter filter(probe("Fickle"));
+  EXPECT_THROW(filter.restart(), HostError);
+  messages();
+  frame(filter);
+  EXPECT_EQ(messages(), aFrame);
+}
+
+// --- Set-up and clean-up
+
+TEST_F(Contract, ASetUpThatIsRefusedIsNamed) {
+  Filter filter(probe("Unready"));
+  messages();
+  EXPECT_EQ(complaint(filter), "the filter 'Unready' refused to set up the frame at time 4.5");
+  EXPECT_THAT(messages(), ElementsAre("frameSetup", "frameCleanup"));
+}
+
+TEST_F(Contract, EverySetUpIsFollowedByACleanUp) {
+  for (const char *name : {"Software", "Sizeless", "Refusing", "Raising", "Raising After", "Erroneous"}) {
+    Filter filter(probe(name));
+    messages();
+    EXPECT_NE(complaint(filter), "nothing thrown") << name;
+    const std::vector<std::string> got = messages();
+    EXPECT_EQ(std::count(got.begin(), got.end(), "frameCleanup"), 1) << name;
+    EXPECT_EQ(got.back(), "frameCleanup") << name;
+  }
+}
+
+TEST_F(Contract, WhatWentWrongFirstIsTold) {
+  Filter filter(probe("Raising After"));
+  EXPECT_EQ(complaint(filter), "the filter 'Raising After' does not render with OpenGL");
+}
+
+// --- Edits
+
+TEST_F(Contract, AnEditIsToldToTheFilter) {
+  Filter filter(probe("Probe"));
+  const ParameterSet &parameters = filter.parameters();
+  messages();
+  filter.edit(parameters.named("amount"), {0.25});
+  EXPECT_THAT(messages(), ElementsAre("parameterChanged:2"));
+  EXPECT_EQ(parameters.value(2, 0.0)[0], 0.25);
+  filter.editKeyframes(parameters.named("turn"), {{0.0, {10.0}}, {5.0, {20.0}}});
+  EXPECT_THAT(messages(), ElementsAre("parameterChanged:7"));
+  EXPECT_EQ(parameters.value(7, 2.5)[0], 15.0);
+}
+
+TEST_F(Contract, AnEditThatChangesNothingIsNotTold) {
+  Filter filter(probe("Probe"));
+  const ParameterDeclaration &amount = filter.parameters().named("amount");
+  filter.edit(amount, amount.defaultValue);
+  filter.edit(amount, {0.25});
+  messages();
+  filter.edit(amount, {0.25});
+  EXPECT_THAT(messages(), IsEmpty());
+}
+
+TEST_F(Contract, AnEditThatIsRefusedChangesNothing) {
+  Filter filter(probe("Probe"));
+  messages();
+  EXPECT_THROW(filter.edit(filter.parameters().named("amount"), {2.0}), HostError);
+  EXPECT_THAT(messages(), IsEmpty());
+  EXPECT_EQ(filter.parameters().value(2, 0.0)[0], 0.5);
+}
+
+TEST_F(Contract, OfAWholeSetTheParametersThatDifferAreTold) {
+  Filter filter(probe("Probe"));
+  ParameterSet wanted = filter.parameters();
+  wanted.set(wanted.named("count"), {9});
+  wanted.set(wanted.named("centre"), {0.5, 0.5});
+  messages();
+  filter.edit(wanted);
+  EXPECT_THAT(messages(), ElementsAre("parameterChanged:3", "parameterChanged:5"));
+  EXPECT_EQ(filter.parameters().value(5, 0.0), (ParameterValue{0.5, 0.5}));
+}
+
+TEST_F(Contract, InitialValuesAreNoEdits) {
+  Filter filter(probe("Probe"));
+  messages();
+  filter.parameters().set(filter.parameters().named("amount"), {0.25});
+  filter.restart();
+  EXPECT_EQ(messages(), beforeTheFirstFrame);
+}
+
+TEST_F(Contract, AdaptersTellTheFilterOfEdits) {
+  std::vector<std::uint8_t> pixels(3 * 2 * 4, 255);
+  {
+    adapters::Effect effect(probe("Probe"));
+    messages();
+    effect.edit(effect.parameters().named("amount"), {0.25});
+    EXPECT_THAT(messages(), ElementsAre("parameterChanged:2"));
+  }
+  adapters::FilmEffect effect(probe("Probe"));
+  const auto render = [&](std::int64_t frame) {
+    effect.render(pixels.data(), pixels.data(), 3, 2, frame, 1.0, adapters::Composition::FireAlone);
+  };
+  ParameterSet wanted = effect.defaults();
+  wanted.set(wanted.named("count"), {7});
+  effect.setParameters(wanted);
+  render(0);
+  EXPECT_THAT(messages(), ::testing::Not(Contains("parameterChanged:3"))) << "an initial value";
+  wanted.set(wanted.named("count"), {9});
+  effect.setParameters(wanted);
+  EXPECT_THAT(messages(), ElementsAre("parameterChanged:3"));
+  // The run begins anew: a fresh object goes through the frame before.
+  render(1);
+  std::vector<std::string> expected = beforeTheFirstFrame;
+  expected.insert(expected.end(), aFrame.begin(), aFrame.end());
+  expected.insert(expected.end(), aFrame.begin(), aFrame.end());
+  EXPECT_EQ(messages(), expected);
+}
+
+// --- Values, with the real filter
+
+class FilterContract : public Contract {
+ protected:
+  Filter filter{findFilter({PYRELUX_TEST_BUNDLES})};
+};
+
+TEST_F(FilterContract, DefaultsAreSixTonguesOfFortyOneCopies) {
+  FrameRenderer nothing(platform::kRendererNull);
+  const std::uint64_t before = platform::nullRendererQuads();
+  nothing.render(filter, input, 3.0, {});
+  // The output's quad, and none for the source.
+  EXPECT_EQ(platform::nullRendererQuads() - before, 6u * 41 + 1);
+}
+
+TEST_F(FilterContract, WiggleTurbulenceBelowOneIsRefused) {
+  ParameterSet &parameters = filter.parameters();
+  const ParameterDeclaration &turbulence = parameters.named("wiggle-turbulence");
+  for (const double value : {0.999, 0.0, -5.0}) {
+    EXPECT_THROW(parameters.set(turbulence, {value}), HostError) << value;
+    EXPECT_THROW(filter.edit(turbulence, {value}), HostError) << value;
+    EXPECT_THROW(parameters.setKeyframes(turbulence, {{0.0, {50.0}}, {9.0, {value}}}), HostError) << value;
+  }
+  EXPECT_EQ(parameters.value(turbulence.id, 0.0)[0], 15.0);
+  parameters.set(turbulence, {1.0});
+  EXPECT_EQ(parameters.value(turbulence.id, 0.0)[0], 1.0);
+  // Nor does a curve take it there.
+  parameters.setKeyframes(turbulence, {{0.0, {2.0}, Ease::Bezier, {0.3, -50.0, 0.7, -50.0}}, {10.0, {3.0}}});
+  EXPECT_EQ(parameters.value(turbulence.id, 5.0)[0], 1.0);
+}
+
+TEST_F(FilterContract, EveryDeclaredParameterIsAnswered) {
+  PyreluxParameterRetrieval *values = [[[PyreluxParameterRetrieval alloc] init] autorelease];
+  [values setParameters:&filter.parameters()];
+  int answered = 0;
+  for (const ParameterDeclaration &parameter : filter.parameters().declarations()) {
+    for (const double time : {-1e9, 0.0, 12.5, 1e9}) {
+      int whole = 0;
+      double a = 0.0, b = 0.0, c = 0.0;
+      switch (parameter.kind) {
+        case ParameterKind::Integer:
+        case ParameterKind::Popup:
+          answered += [values getIntValue:&whole fromParm:parameter.id atTime:time];
+          break;
+        case ParameterKind::Float:
+        case ParameterKind::Angle:
+          answered += [values getFloatValue:&a fromParm:parameter.id atTime:time];
+          break;
+        case ParameterKind::Colour:
+          answered += [values getRedValue:&a greenValue:&b blueValue:&c fromParm:parameter.id atTime:time];
+          break;
+        case ParameterKind::Point:
+          answered += [values getXValue:&a YValue:&b fromParm:parameter.id atTime:time];
+          break;
+        case ParameterKind::Custom:
+          break;
+      }
+    }
+  }
+  EXPECT_EQ(answered, 24 * 4);
+}
+
+}  // namespace
+}  // namespace pyrelux::host
