@@ -3,12 +3,16 @@
 #include <cstdio>
 #include <new>
 
+#include "HostError.h"
 #include "Renderers.h"
 
 namespace pyrelux::adapters {
 
 void Canvas::paint(const std::uint8_t *input, std::uint8_t *output, int width, int height, Composition composition,
                    const std::function<void(const Image &, Image &)> &draw) {
+  if (width < 1 || height < 1)
+    throw host::HostError("a picture of " + std::to_string(width) + "x" + std::to_string(height) +
+                          " pixels can't be drawn");
   input_.reshape(width, height, Alpha::Premultiplied, false);
   premultiply(input, input_.asBytes().data(), input_.sampleCount() / 4);
   draw(input_, fire_);

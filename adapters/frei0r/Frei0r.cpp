@@ -17,9 +17,11 @@ extern "C" {
 
 #include "Bundles.h"
 #include "Effect.h"
+#include "FFmpegRows.h"
 #include "FrameRate.h"
 #include "Frei0rParameters.h"
 #include "HostProgram.h"
+#include "HostState.h"
 
 namespace pyrelux::adapters {
 
@@ -35,6 +37,7 @@ struct PlugIn {
   std::vector<Frei0rParameter> parameters;
 
   PlugIn() {
+    const HostState kept;
     try {
       filter = host::findFilter(host::defaultSearchPath());
       declarations = host::Filter(filter).parameters().declarations();
@@ -63,9 +66,12 @@ class Instance {
       : width_(width),
         height_(height),
         isCalledByFFmpeg_(isCalledByFFmpeg()),
-        rowPixels_(isCalledByFFmpeg_ ? rowPixelsOfFFmpeg(width) : width),
+        rowPixels_(isCalledByFFmpeg_ && !isAskingForRows() ? rowPixelsOfFFmpeg(width) : width),
         plugIn_(plugIn()) {
-    if (!plugIn_->hasFilter) return;
+    if (rowPixels_ < width_)
+      throw std::runtime_error("this program does not show how its rows of " + std::to_string(width_) +
+                               " pixels lie in memory; scale or pad the picture to a multiple of 16 pixels of width");
+    if (!plugIn_->hasFilter || isAskingForRows()) return;
     try {
       effect_ = std::make_unique<Effect>(plugIn_->filter);
     } catch (const std::exception &error) {
@@ -110,7 +116,8 @@ class Instance {
   }
 
   void update(double time, const std::uint32_t *input, std::uint32_t *output) noexcept {
-    if (!draw(time, reinterpret_cast<const std::uint8_t *>(input), reinterpret_cast<std::uint8_t *>(output)))
+    if (!draw(time, reinterpret_cast<const std::uint8_t *>(input), reinterpret_cast<std::uint8_t *>(output)) &&
+        width_ > 0 && height_ > 0)
       std::memmove(output, input, rowBytes(rowPixels_) * static_cast<std::size_t>(height_));
   }
 
@@ -208,14 +215,18 @@ class Instance {
                                                      : output_;
   }
 
-  double frameAt(double time) const {
+  /// The frame of a time, or, without one, the frame after the one before: FFmpeg loses the time of frames that it has
+  /// to copy for their rows' sake.
+  double frameAt(double time) {
     const bool isMilliseconds =
         settings_.timeUnit == TimeUnit::Auto ? isCalledByFFmpeg_ : settings_.timeUnit == TimeUnit::Milliseconds;
     const double seconds = isMilliseconds ? time / 1000.0 : time;
+    // What FFmpeg makes of "no time" lies centuries before the start, however fine it counts.
+    constexpr double earliest = -1e9;
     // Hosts' times are rounded; a frame is a whole number.
-    const double frame = std::round(seconds * settings_.framesPerSecond);
-    // What has no time comes as anything.
-    return std::isnan(frame) ? 0.0 : std::clamp(frame, -host::farthestFrame, host::farthestFrame);
+    const double frame = seconds >= earliest ? std::round(seconds * settings_.framesPerSecond) : nextFrame_;
+    nextFrame_ = std::clamp(frame, -host::farthestFrame, host::farthestFrame) + 1.0;
+    return nextFrame_ - 1.0;
   }
 
   std::mutex mutex_;  ///< some hosts call an instance from several threads
@@ -227,6 +238,7 @@ class Instance {
   std::shared_ptr<const PlugIn> plugIn_;
   std::unique_ptr<Effect> effect_;  ///< null when nothing can be drawn
   Frei0rSettings settings_;
+  double nextFrame_ = 0.0;  ///< after the last that was drawn
   std::string frameRate_ = "25";
   std::string timeUnit_ = "auto";
   std::string output_ = "over";

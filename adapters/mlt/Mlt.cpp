@@ -14,6 +14,7 @@
 
 #include "Bundles.h"
 #include "FilmEffect.h"
+#include "HostState.h"
 #include "MltParameters.h"
 
 namespace pyrelux::adapters {
@@ -29,6 +30,7 @@ class MltFilter {
     try {
       if (!effect_) {
         if (hasComplained_) return;
+        const HostState kept;
         effect_ = std::make_unique<FilmEffect>(host::findFilter(host::defaultSearchPath()));
       }
       updateParameters(filter, frame);

@@ -27,7 +27,37 @@ TEST_P(FFmpegSizes, ShowWhatRenderDraws) { expectRendered(byFfmpeg(2), 2); }
 
 INSTANTIATE_TEST_SUITE_P(All, FFmpegSizes,
                          testing::Values(Size{61, 45}, Size{62, 45}, Size{63, 45}, Size{720, 576}, Size{1920, 1080},
-                                         Size{4096, 2160}));
+                                         Size{4096, 2160},
+                                         // FFmpeg's rows may be longer than the next multiple of 4 pixels.
+                                         Size{65, 45}, Size{641, 36}, Size{854, 36}, Size{1000, 36}, Size{1080, 36},
+                                         Size{1366, 36}));
+
+TEST_F(FFmpeg, KeepsPicturesThatItCannotDrawWhole) {
+  for (const int width : {64, 65, 70, 75, 79}) {
+    cli::test::save(path("title.png"), cli::test::titlePng(width, 20));
+    const Result result = withPlugIn({PYRELUX_FFMPEG, "-v", "error", "-i", "title.png", "-vf",
+                                      "format=rgba,frei0r=pyrelux", "-f", "rawvideo", "-pix_fmt", "rgba", "-"},
+                                     PYRELUX_FREI0R_FOLDER, {{"PYRELUX_PLUGIN_PATH", "/nowhere"}});
+    EXPECT_EQ(result.out, decoded("title.png", "rgba")) << width;
+  }
+}
+
+TEST_F(FFmpeg, BurnsFramesWhoseTimeItLost) {
+  // It copies frames whose rows are longer than the plug-in's, and not their times. Which widths those are depends on
+  // the processor.
+  for (const int width : {656, 720, 848, 1072}) {
+    cli::test::save(path("title.png"), cli::test::titlePng(width, 16));
+    saveWithFfmpeg({"-loop", "1", "-framerate", "25", "-i", path("title.png").string(), "-frames:v", "3", "-pix_fmt",
+                    "yuv420p", "-c:v", "ffv1"},
+                   "yuv.mkv");
+    saveWithFfmpeg({"-i", path("yuv.mkv").string(), "-pix_fmt", "rgba", "-c:v", "png"}, "rgba.mov");
+    const Result lost = ffmpeg({"-i", "yuv.mkv", "-vf", "frei0r=pyrelux:25|fire"});
+    const Result kept = ffmpeg({"-i", "rgba.mov", "-vf", "frei0r=pyrelux:25|fire"});
+    EXPECT_EQ(lost.err, "");
+    EXPECT_EQ(lost.out.size(), static_cast<std::size_t>(width) * 16 * 4 * 3);
+    EXPECT_TRUE(lost.out == kept.out) << width;
+  }
+}
 
 TEST_F(FFmpeg, TakesParametersInOrder) {
   const std::string frame = byFfmpeg(3);

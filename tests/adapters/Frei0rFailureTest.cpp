@@ -1,10 +1,12 @@
 // Whatever goes wrong, the host gets its own picture back, and one line tells why.
 
 #include <gmock/gmock.h>
+#include <signal.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -46,6 +48,29 @@ TEST(Frei0rFailure, AFrameThatTheRendererRefusesStays) {
   testing::internal::CaptureStderr();
   for (int frame = 0; frame < 3; ++frame) EXPECT_EQ(tooWide.update(frame, picture), picture);
   expectOneLine(testing::internal::GetCapturedStderr(), "the picture is 16385x2 pixels; the renderer takes 16384");
+}
+
+TEST(Frei0rFailure, PicturesWithoutPixelsAreHarmless) {
+  Library library;
+  for (const auto &[width, height] : {std::pair(0, 0), {16, 0}, {0, 16}, {-1, -1}}) {
+    SCOPED_TRACE(width);
+    Instance instance(library, width, height);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(instance.update(0.0), Frame(title().size(), 77)) << "nothing is written";
+    expectOneLine(testing::internal::GetCapturedStderr(), "can't be drawn");
+  }
+}
+
+TEST(Frei0rFailure, TheHostKeepsItsSignalsAndCharacters) {
+  // The program's own use of the filter, in other tests, may have changed both.
+  setenv("LC_ALL", "C.UTF-8", 1);
+  signal(SIGPIPE, SIG_DFL);
+  setlocale(LC_CTYPE, "C");
+  Library library;
+  Instance instance(library);
+  EXPECT_NE(instance.update(0.4), title());
+  EXPECT_STREQ(setlocale(LC_CTYPE, nullptr), "C");
+  EXPECT_EQ(signal(SIGPIPE, SIG_DFL), SIG_DFL);
 }
 
 TEST(Frei0rFailure, WithoutAnInstanceNothingHappens) {

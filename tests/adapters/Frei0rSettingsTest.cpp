@@ -99,11 +99,18 @@ TEST_F(Frei0rSettings, AThousandAtRandom) {
 
 TEST_F(Frei0rSettings, TimesThatAreNoneAreHarmless) {
   Instance instance(library);
-  const Frame first = instance.update(0.0);
-  // What ffmpeg makes of a frame without a time is far below nothing.
-  for (const double time : {-1.0, 1e12, -1e12, 1e300, -9.2e18, infinity, -infinity})
-    expectValidPixels(instance, time, title());
-  EXPECT_EQ(instance.update(std::nan("")), first);
+  for (const double time : {-1.0, 1e9, 1e12, 1e300, infinity}) expectValidPixels(instance, time, title());
+}
+
+TEST_F(Frei0rSettings, FramesWithoutATimeFollowOneAnother) {
+  Instance timed(library);
+  Instance untimed(library);
+  // What ffmpeg makes of a frame without a time is far below nothing, how far depends on its unit.
+  const double none[] = {-9.2e18, -9.2e9, std::nan(""), -infinity, -1e300};
+  for (int frame = 0; frame < 5; ++frame) EXPECT_EQ(untimed.update(none[frame]), timed.update(frame / 25.0)) << frame;
+  // On from a frame that has one.
+  EXPECT_EQ(untimed.update(1.0), timed.update(1.0));
+  EXPECT_EQ(untimed.update(none[0]), timed.update(26 / 25.0));
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "FFmpegRows.h"
+
 namespace pyrelux::adapters::test {
 namespace {
 
@@ -21,10 +23,14 @@ TEST(HostProgram, MayHaveBeenLinkedWithoutLibraries) {
 
 TEST(HostProgram, IsNotFFmpegHere) { EXPECT_FALSE(isCalledByFFmpeg()); }
 
-TEST(HostProgram, FFmpegsRowsAreMultiplesOfFourPixels) {
+// There is nobody to ask here.
+TEST(FFmpegRows, AreUnknownWhereVersionsDiffer) {
   EXPECT_EQ(rowPixelsOfFFmpeg(64), 64);
   EXPECT_EQ(rowPixelsOfFFmpeg(61), 64);
-  EXPECT_EQ(rowPixelsOfFFmpeg(65), 68);
+  EXPECT_EQ(rowPixelsOfFFmpeg(65), 0);
+  EXPECT_EQ(rowPixelsOfFFmpeg(60), 0);
+  EXPECT_EQ(rowPixelsOfFFmpeg(0), 0);
+  EXPECT_FALSE(isAskingForRows());
 }
 
 }  // namespace

@@ -13,7 +13,8 @@ using cli::test::Result;
 class Install : public ProgramTest {
  protected:
   Install() {
-    const Result result = withPlugIn({PYRELUX_CMAKE, "--install", PYRELUX_BUILD_FOLDER, "--prefix", path("prefix").string()});
+    const Result result =
+        withPlugIn({PYRELUX_CMAKE, "--install", PYRELUX_BUILD_FOLDER, "--prefix", path("prefix").string()});
     EXPECT_EQ(result.exitCode, 0) << result.err;
   }
 
