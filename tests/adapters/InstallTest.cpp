@@ -62,5 +62,35 @@ TEST_F(Install, UsesNothingOfTheBuildTree) {
   EXPECT_THAT(result.err, testing::HasSubstr("no filter bundle in " + fs::weakly_canonical(bundles).string()));
 }
 
+/// Where a program or library looks for its libraries first; empty for other files.
+std::string runPathsOf(const fs::path &file) {
+  if (cli::test::load(file).rfind("\177ELF", 0) != 0) return {};
+  cli::test::Command command;
+  command.words = {"readelf", "--dynamic", file.string()};
+  const std::string dynamic = run(command).out;
+  const std::string before = "Library runpath: [";
+  const std::size_t at = dynamic.find(before);
+  EXPECT_NE(at, std::string::npos) << file;
+  if (at == std::string::npos) return {};
+  return dynamic.substr(at + before.size(), dynamic.find(']', at) - at - before.size());
+}
+
+TEST_F(Install, LooksForLibrariesInItsOwnPrefixAlone) {
+  int looked = 0;
+  for (const fs::directory_entry &entry : fs::recursive_directory_iterator(path("prefix"))) {
+    if (!entry.is_regular_file()) continue;
+    const std::string runPaths = runPathsOf(entry.path());
+    if (runPaths.empty()) continue;
+    ++looked;
+    const std::string origin = "$ORIGIN/";
+    ASSERT_EQ(runPaths.rfind(origin, 0), 0u) << entry.path() << ": " << runPaths;
+    EXPECT_EQ(runPaths.find(':'), std::string::npos) << entry.path() << ": " << runPaths;
+    EXPECT_TRUE(fs::exists(entry.path().parent_path() / runPaths.substr(origin.size()) / "libpyrelux-platform.so"))
+        << entry.path() << ": " << runPaths;
+  }
+  // The program, the bundle's binary, and the plug-ins that were built.
+  EXPECT_GE(looked, 3);
+}
+
 }  // namespace
 }  // namespace pyrelux::adapters::test

@@ -10,6 +10,7 @@
 #include "FlameFftCopies.h"
 #include "FlameFftEnds.h"
 #include "FlameFftRectangles.h"
+#include "FlameTile.h"
 #include "Kernels.h"
 #include "RecycledArray.h"
 #include "ThreadPool.h"
@@ -18,9 +19,8 @@ namespace pyrelux::soft {
 
 namespace {
 
-/// Of the tiles in which float sums are added up one by one.
-constexpr double tileWidth = 64;
-constexpr double tileHeight = 32;
+/// In which sums are added up copy by copy.
+using Tile = FlameTile<FloatSums>;
 
 constexpr int rowsAtOnce = 16;
 /// Columns whose ends are summed up together.
@@ -105,7 +105,7 @@ FlameCost costOf(const std::vector<Quad> &copies, const Channels &channels, cons
     double channelsHere = 0;
     for (const ConvolvedChannel &channel : channels.convolved)
       channelsHere += quad.colour[static_cast<std::size_t>(channel.channel)] != 0.0f;
-    cost.tiles += (width / tileWidth + 1) * (height / tileHeight + 1);
+    cost.tiles += (width / Tile::width + 1) * (height / Tile::height + 1);
     cost.samples += share * width * height * std::min(cost.planes, channelsHere);
     cost.sums += share * width * height * channelsHere;
   }
