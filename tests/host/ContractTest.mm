@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <objc/runtime.h>
 
 #include <string>
 #include <vector>
@@ -65,6 +66,35 @@ class Contract : public ::testing::Test {
   Image input = Image::bytes(3, 2, Alpha::Premultiplied);
 };
 
+/// How many objects of a class have gone since.
+class Gone {
+ public:
+  explicit Gone(Class owner) : method_(class_getInstanceMethod(owner, @selector(dealloc))) {
+    count = 0;
+    counted = owner;
+    original = method_setImplementation(method_, reinterpret_cast<IMP>(reinterpret_cast<void *>(&dealloc)));
+  }
+  ~Gone() { method_setImplementation(method_, original); }
+  Gone(const Gone &) = delete;
+  Gone &operator=(const Gone &) = delete;
+
+  static int count;
+
+ private:
+  static void dealloc(id self, SEL selector) {
+    // The method may be that of a class above.
+    count += [self isKindOfClass:counted];
+    reinterpret_cast<void (*)(id, SEL)>(reinterpret_cast<void *>(original))(self, selector);
+  }
+
+  static Class counted;
+  static IMP original;
+  Method method_;
+};
+int Gone::count = 0;
+Class Gone::counted = nil;
+IMP Gone::original = nullptr;
+
 const std::vector<std::string> beforeTheFirstFrame = {"init", "properties", "addParameters"};
 const std::vector<std::string> aFrame = {"frameSetup", "getOutputWidth", "renderOutput", "frameCleanup"};
 
@@ -100,10 +130,31 @@ TEST_F(Contract, ParametersAreDeclaredBeforeFramesOnly) {
 
 TEST_F(Contract, AFreshOneThatDeclaresNothingIsRefusedAndTheOldOneStays) {
   Filter filter(probe("Fickle"));
-  EXPECT_THROW(filter.restart(), HostError);
+  {
+    const Gone gone(NSClassFromString(@"FickleFilter"));
+    EXPECT_THROW(filter.restart(), HostError);
+    EXPECT_EQ(Gone::count, 1) << "the fresh one";
+  }
   messages();
   frame(filter);
   EXPECT_EQ(messages(), aFrame);
+}
+
+TEST_F(Contract, NothingOfAFilterStays) {
+  messages();
+  for (Class owner : {[PyreluxAPIManager class],
+                      [PyreluxParameterRetrieval class],
+                      [PyreluxParameterCreation class],
+                      NSClassFromString(@"ProbeFilter")}) {
+    const Gone gone(owner);
+    {
+      const AutoreleasePool inner;
+      Filter filter(probe("Probe"));
+      filter.restart();
+    }
+    const bool isOfTheObject = owner == NSClassFromString(@"ProbeFilter") || owner == [PyreluxParameterCreation class];
+    EXPECT_EQ(Gone::count, isOfTheObject ? 2 : 1) << toStdString(NSStringFromClass(owner));
+  }
 }
 
 // --- Set-up and clean-up
@@ -239,6 +290,42 @@ TEST_F(FilterContract, WiggleTurbulenceBelowOneIsRefused) {
   // Nor does a curve take it there.
   parameters.setKeyframes(turbulence, {{0.0, {2.0}, Ease::Bezier, {0.3, -50.0, 0.7, -50.0}}, {10.0, {3.0}}});
   EXPECT_EQ(parameters.value(turbulence.id, 5.0)[0], 1.0);
+}
+
+TEST_F(FilterContract, AGetterWithoutAPlaceForItsAnswerSaysNo) {
+  PyreluxParameterRetrieval *values = [[[PyreluxParameterRetrieval alloc] init] autorelease];
+  [values setParameters:&filter.parameters()];
+  const auto idOf = [&](const char *name) { return filter.parameters().named(name).id; };
+  double a = 7.0, b = 7.0;
+  EXPECT_FALSE([values getIntValue:nullptr fromParm:idOf("steps") atTime:0.0]);
+  EXPECT_FALSE([values getFloatValue:nullptr fromParm:idOf("glow") atTime:0.0]);
+  EXPECT_FALSE([values getXValue:nullptr YValue:&b fromParm:idOf("point-attract-repel") atTime:0.0]);
+  EXPECT_FALSE([values getXValue:&a YValue:nullptr fromParm:idOf("point-attract-repel") atTime:0.0]);
+  const UInt32 colour = idOf("color-inner");
+  EXPECT_FALSE([values getRedValue:nullptr greenValue:&a blueValue:&b fromParm:colour atTime:0.0]);
+  EXPECT_FALSE([values getRedValue:&a greenValue:nullptr blueValue:&b fromParm:colour atTime:0.0]);
+  EXPECT_FALSE([values getRedValue:&a greenValue:&b blueValue:nullptr fromParm:colour atTime:0.0]);
+  EXPECT_EQ(a, 7.0);
+  EXPECT_EQ(b, 7.0);
+}
+
+TEST_F(FilterContract, AGetterOfAnotherKindSaysNo) {
+  PyreluxParameterRetrieval *values = [[[PyreluxParameterRetrieval alloc] init] autorelease];
+  [values setParameters:&filter.parameters()];
+  int whole = 7;
+  double a = 7.0, b = 7.0, c = 7.0;
+  for (const ParameterDeclaration &parameter : filter.parameters().declarations()) {
+    const ParameterKind kind = parameter.kind;
+    const bool isWhole = kind == ParameterKind::Integer || kind == ParameterKind::Popup;
+    const bool isNumber = isWhole || kind == ParameterKind::Float || kind == ParameterKind::Angle;
+    EXPECT_EQ([values getIntValue:&whole fromParm:parameter.id atTime:0.0], isWhole) << parameter.label;
+    EXPECT_EQ([values getFloatValue:&a fromParm:parameter.id atTime:0.0], isNumber) << parameter.label;
+    EXPECT_EQ([values getRedValue:&a greenValue:&b blueValue:&c fromParm:parameter.id atTime:0.0],
+              kind == ParameterKind::Colour)
+        << parameter.label;
+    EXPECT_EQ([values getXValue:&a YValue:&b fromParm:parameter.id atTime:0.0], kind == ParameterKind::Point)
+        << parameter.label;
+  }
 }
 
 TEST_F(FilterContract, EveryDeclaredParameterIsAnswered) {

@@ -106,9 +106,17 @@ TEST_P(Host, TakesTheSearchPathFromTheEnvironment) {
   setenv("PYRELUX_PLUGIN_PATH", "/one:/two/three::", 1);
   EXPECT_EQ(defaultSearchPath(), (std::vector<std::string>{"/one", "/two/three"}));
   unsetenv("PYRELUX_PLUGIN_PATH");
-  // The test's program lies in the build's bin folder, as the real one does.
-  EXPECT_TRUE(fs::equivalent(defaultSearchPath().front(), PYRELUX_TEST_BUNDLES));
-  EXPECT_EQ(defaultSearchPath().back(), "/usr/lib/pyrelux");
+  const char *kept = std::getenv("HOME");
+  const std::string home = kept ? kept : "/";
+  setenv("HOME", "/home/somebody", 1);
+  const std::vector<std::string> path = defaultSearchPath();
+  setenv("HOME", home.c_str(), 1);
+  ASSERT_EQ(path.size(), 4u);
+  // The platform library lies in the build's lib folder, as an installed one does beside its bundles.
+  EXPECT_TRUE(fs::equivalent(path[0], PYRELUX_TEST_BUNDLES));
+  EXPECT_EQ(path[1], "/home/somebody/.local/lib/pyrelux");
+  EXPECT_EQ(path[2], "/usr/local/lib/pyrelux");
+  EXPECT_EQ(path[3], "/usr/lib/pyrelux");
 }
 
 TEST_P(Host, SaysWhatIsWrongWithABundle) {
@@ -117,7 +125,16 @@ TEST_P(Host, SaysWhatIsWrongWithABundle) {
   EXPECT_EQ(
       complaint([&] { Filter filter(nowhere); }),
       "the bundle '/no/such.bundle' can't be loaded: its binary is missing or damaged; build or install it again");
-  const std::string bundle = probe("Probe").bundlePath;
+  FilterInfo binaryless = probe("Probe");
+  binaryless.executable.clear();
+  const std::string bundle = binaryless.bundlePath;
+  const std::string cannot = "the bundle '" + bundle + "' can't be loaded";
+  EXPECT_EQ(complaint([&] { Filter filter(binaryless); }),
+            cannot + ": its property list names no binary; build or install it again");
+  FilterInfo text = probe("Probe");
+  text.executable = "Resources/Info-gnustep.plist";
+  EXPECT_EQ(complaint([&] { Filter filter(text); }),
+            cannot + ": its binary is missing or damaged; build or install it again");
   EXPECT_EQ(complaint([] { Filter filter(probe("Missing")); }),
             "the bundle '" + bundle + "' has no class 'MissingFilter'");
   EXPECT_EQ(complaint([] { Filter filter(probe("Not a filter")); }),
@@ -140,13 +157,26 @@ TEST_P(Host, KeepsDeclarationsInOrderAndInAPersonsUnits) {
   EXPECT_EQ(declarations[1].kind, ParameterKind::Integer);
   EXPECT_EQ(declarations[1].sliderMinimum, 2);
   EXPECT_EQ(declarations[1].sliderMaximum, 8);
+  EXPECT_EQ(declarations[1].minimum, 1);
+  EXPECT_EQ(declarations[1].maximum, 9);
+  EXPECT_EQ(declarations[1].delta, 1);
+  EXPECT_EQ(declarations[1].defaultValue[0], 5);
+  EXPECT_EQ(declarations[2].defaultValue[0], 0.5);
+  EXPECT_EQ(declarations[2].minimum, -1);
+  EXPECT_EQ(declarations[2].maximum, 1);
+  EXPECT_EQ(declarations[2].sliderMinimum, -0.5);
+  EXPECT_EQ(declarations[2].sliderMaximum, 1);
   EXPECT_EQ(declarations[2].delta, 0.01);
+  EXPECT_DOUBLE_EQ(declarations[0].sliderMinimum, -180.0);
+  EXPECT_DOUBLE_EQ(declarations[0].sliderMaximum, 360.0);
   EXPECT_EQ(declarations[3].defaultValue, (ParameterValue{0.25, 0.5, 0.75}));
   EXPECT_EQ(declarations[4].defaultValue, (ParameterValue{0.25, 0.125}));
   EXPECT_EQ(declarations[5].entries, (std::vector<std::string>{"First", "Second One"}));
   EXPECT_EQ(declarations[5].defaultValue[0], 1);
   EXPECT_EQ(declarations[6].kind, ParameterKind::Custom);
   EXPECT_EQ(declarations[6].flags, 64u);
+  for (std::size_t i = 0; i < 6; ++i) EXPECT_EQ(declarations[i].flags, 0u);
+  EXPECT_EQ(reported(@"added"), 1) << "every declaration is answered with YES";
   EXPECT_EQ(filter.properties(), (std::map<std::string, bool>{{"IsThreadSafe", false}, {"SupportsRowBytes", true}}));
 }
 
@@ -165,11 +195,13 @@ TEST_P(Host, HandsDefaultsToTheFilterInItsUnits) {
   EXPECT_EQ(reported(@"count"), 5);
   EXPECT_EQ(reported(@"amount"), 0.5);
   EXPECT_EQ(reported(@"red"), 0.25);
+  EXPECT_EQ(reported(@"green"), 0.5);
   EXPECT_EQ(reported(@"blue"), 0.75);
   EXPECT_EQ(reported(@"x"), 0.25);
   EXPECT_EQ(reported(@"y"), 0.125);
   EXPECT_EQ(reported(@"mode"), 1);
   EXPECT_EQ(reported(@"time"), 2.5);
+  EXPECT_EQ(reported(@"setUp"), 2.5);
   EXPECT_EQ(reported(@"outputAsked"), 2.5);
   EXPECT_EQ(reported(@"answersUnknownId"), 0);
   EXPECT_EQ(reported(@"answersWrongKind"), 0);
@@ -233,6 +265,11 @@ TEST_P(Host, TellsTheFilterWhatItsImagesAre) {
   EXPECT_EQ(reported(@"pixelAspect"), 0.9);
   EXPECT_EQ(reported(@"sharesContext"), 1);
   EXPECT_EQ(reported(@"scaleX"), 1.0);
+  EXPECT_EQ(reported(@"scaleY"), 1.0);
+  EXPECT_EQ(reported(@"quality"), kFxQuality_HIGH);
+  EXPECT_EQ(reported(@"fieldOrder"), kFxField_PROGRESSIVE);
+  EXPECT_EQ(reported(@"outputWidth"), 3);
+  EXPECT_EQ(reported(@"outputHeight"), 2);
 
   settings.origin = Origin::TopLeft;
   settings.floatOutput = true;

@@ -65,38 +65,45 @@ static void note(NSString *name, double value) {
 - (BOOL)addParameters {
   got(@"addParameters");
   id<FxParameterCreationAPI> api = [_apiManager apiForProtocol:@protocol(FxParameterCreationAPI)];
-  [api addAngleSliderWithName:@"Turn"
-                       parmId:7
-                 defaultValue:30.0
-                 parameterMin:-3.141592653589793
-                 parameterMax:6.283185307179586
-                    parmFlags:0];
-  [api addIntSliderWithName:@"Count"
-                     parmId:3
-               defaultValue:5
-               parameterMin:1
-               parameterMax:9
-                  sliderMin:2
-                  sliderMax:8
-                      delta:1
-                  parmFlags:0];
-  [api addFloatSliderWithName:@"Amount"
-                       parmId:2
-                 defaultValue:0.5
-                 parameterMin:-1
-                 parameterMax:1
-                    sliderMin:0
-                    sliderMax:1
-                        delta:0.01
-                    parmFlags:0];
-  [api addColorParameterWithName:@"Tint" parmId:4 defaultRed:0.25 defaultGreen:0.5 defaultBlue:0.75 parmFlags:0];
-  [api addPointParameterWithName:@"Centre" parmId:5 defaultX:0.25 defaultY:0.125 parmFlags:0];
-  [api addPopupMenuWithName:@"Mode"
-                     parmId:6
-               defaultValue:1
-                menuEntries:[NSArray arrayWithObjects:@"First", @"Second One", nil]
-                  parmFlags:0];
-  [api addCustomParameterWithName:@"Header" parmId:1 defaultValue:nil parmFlags:64];
+  BOOL added = YES;
+  added &= [api addAngleSliderWithName:@"Turn"
+                                parmId:7
+                          defaultValue:30.0
+                          parameterMin:-3.141592653589793
+                          parameterMax:6.283185307179586
+                             parmFlags:0];
+  added &= [api addIntSliderWithName:@"Count"
+                              parmId:3
+                        defaultValue:5
+                        parameterMin:1
+                        parameterMax:9
+                           sliderMin:2
+                           sliderMax:8
+                               delta:1
+                           parmFlags:0];
+  added &= [api addFloatSliderWithName:@"Amount"
+                                parmId:2
+                          defaultValue:0.5
+                          parameterMin:-1
+                          parameterMax:1
+                             sliderMin:-0.5
+                             sliderMax:1
+                                 delta:0.01
+                             parmFlags:0];
+  added &= [api addColorParameterWithName:@"Tint"
+                                   parmId:4
+                               defaultRed:0.25
+                             defaultGreen:0.5
+                              defaultBlue:0.75
+                                parmFlags:0];
+  added &= [api addPointParameterWithName:@"Centre" parmId:5 defaultX:0.25 defaultY:0.125 parmFlags:0];
+  added &= [api addPopupMenuWithName:@"Mode"
+                              parmId:6
+                        defaultValue:1
+                         menuEntries:[NSArray arrayWithObjects:@"First", @"Second One", nil]
+                           parmFlags:0];
+  added &= [api addCustomParameterWithName:@"Header" parmId:1 defaultValue:nil parmFlags:64];
+  note(@"added", added);
   return YES;
 }
 
@@ -125,6 +132,10 @@ static void note(NSString *name, double value) {
   note(@"inputPremultiplied", inputInfo.isPremultiplied);
   note(@"renderDepth", info.depth);
   note(@"scaleX", info.scaleX);
+  note(@"scaleY", info.scaleY);
+  note(@"quality", info.qualityLevel);
+  note(@"fieldOrder", info.fieldOrder);
+  note(@"setUp", info.frame);
   *hardware = YES;
   *software = NO;
   return YES;
@@ -146,6 +157,7 @@ static void note(NSString *name, double value) {
   note(@"count", count);
   note(@"amount", amount);
   note(@"red", red);
+  note(@"green", green);
   note(@"blue", blue);
   note(@"x", x);
   note(@"y", y);
@@ -158,6 +170,8 @@ static void note(NSString *name, double value) {
   note(@"outputOrigin", [output origin]);
   note(@"inputWidth", [input width]);
   note(@"inputHeight", [input height]);
+  note(@"outputWidth", [output width]);
+  note(@"outputHeight", [output height]);
   note(@"pixelAspect", [input pixelAspect]);
   double left = -1, right = -1, bottom = -1, top = -1;
   [(FxTexture *)input getTextureCoords:&left right:&right bottom:&bottom top:&top];

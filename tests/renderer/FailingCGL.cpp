@@ -3,6 +3,7 @@
 #include <OpenGL/OpenGL.h>
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <optional>
 #include <vector>
 
@@ -15,7 +16,7 @@ namespace {
 Refusals *refusals = nullptr;
 std::optional<GLint> virtualScreen;
 
-/// Formats of refused contexts: their maker leaves them, so they are freed here.
+/// Formats of refused contexts: where their maker leaves them, they are freed here.
 std::vector<CGLPixelFormatObj> orphanedFormats;
 
 template <typename Function>
@@ -29,8 +30,7 @@ Refusals::Refusals() { refusals = this; }
 
 Refusals::~Refusals() {
   refusals = nullptr;
-  for (const CGLPixelFormatObj format : orphanedFormats) CGLDestroyPixelFormat(format);
-  orphanedFormats.clear();
+  while (!orphanedFormats.empty()) CGLDestroyPixelFormat(orphanedFormats.back());
 }
 
 VirtualScreen::VirtualScreen(int number) { virtualScreen = number; }
@@ -59,6 +59,12 @@ CGLError CGLCreateContext(CGLPixelFormatObj format, CGLContextObj share, CGLCont
   }
   static const auto real = behind(&CGLCreateContext, "CGLCreateContext");
   return real(format, share, context);
+}
+
+CGLError CGLDestroyPixelFormat(CGLPixelFormatObj format) {
+  orphanedFormats.erase(std::remove(orphanedFormats.begin(), orphanedFormats.end(), format), orphanedFormats.end());
+  static const auto real = behind(&CGLDestroyPixelFormat, "CGLDestroyPixelFormat");
+  return real(format);
 }
 
 CGLError CGLCreatePBuffer(GLsizei width, GLsizei height, GLenum target, GLenum internalFormat, GLint maxLevel,
