@@ -69,7 +69,7 @@ class Contract : public ::testing::Test {
 /// How many objects of a class have gone since.
 class Gone {
  public:
-  explicit Gone(Class owner) : method_(class_getInstanceMethod(owner, @selector(dealloc))) {
+  explicit Gone(Class owner) {
     count = 0;
     counted = owner;
     original = method_setImplementation(method_, reinterpret_cast<IMP>(reinterpret_cast<void *>(&dealloc)));
@@ -82,14 +82,14 @@ class Gone {
 
  private:
   static void dealloc(id self, SEL selector) {
-    // The method may be that of a class above.
     count += [self isKindOfClass:counted];
     reinterpret_cast<void (*)(id, SEL)>(reinterpret_cast<void *>(original))(self, selector);
   }
 
   static Class counted;
   static IMP original;
-  Method method_;
+  /// Where every object's own ends.
+  Method method_ = class_getInstanceMethod([NSObject class], @selector(dealloc));
 };
 int Gone::count = 0;
 Class Gone::counted = nil;

@@ -135,6 +135,17 @@ TEST_P(Host, SaysWhatIsWrongWithABundle) {
   text.executable = "Resources/Info-gnustep.plist";
   EXPECT_EQ(complaint([&] { Filter filter(text); }),
             cannot + ": its binary is missing or damaged; build or install it again");
+  // What begins like a library and is none.
+  const fs::path folder =
+      fs::temp_directory_path() / ("pyrelux-damaged-" + std::to_string(getpid())) / "Damaged.bundle";
+  fs::create_directories(folder / "Resources");
+  fs::copy(fs::path(bundle) / "Resources" / "Info-gnustep.plist", folder / "Resources");
+  std::ofstream(folder / "ProbeFilters") << "\177ELF and no more";
+  FilterInfo damaged = probe("Probe");
+  damaged.bundlePath = folder.string();
+  EXPECT_EQ(complaint([&] { Filter filter(damaged); }),
+            "the bundle '" + folder.string() + "' can't be loaded; build or install it again");
+  fs::remove_all(folder.parent_path());
   EXPECT_EQ(complaint([] { Filter filter(probe("Missing")); }),
             "the bundle '" + bundle + "' has no class 'MissingFilter'");
   EXPECT_EQ(complaint([] { Filter filter(probe("Not a filter")); }),

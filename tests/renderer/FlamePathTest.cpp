@@ -123,6 +123,21 @@ TEST(FlamePath, TheTwoSidesOfWeightFallOffByTheSameShare) {
   }
 }
 
+TEST(FlamePath, TheSidesOfWeightMeetAtZero) {
+  // The least weight either way already takes from its own end, and from no other.
+  Snapshot s = defaultSnapshot();
+  s.tongues = 1.0;
+  const double least = 1e-12;
+  s.weight = least;
+  const WholeTongue outward = tonguesAt(s, 1.0).front();
+  EXPECT_EQ(outward.stepWeight[0], 1.0);
+  EXPECT_EQ(outward.stepWeight[40], 1.0 - least / 100.0);
+  s.weight = -least;
+  const WholeTongue inward = tonguesAt(s, 1.0).front();
+  EXPECT_EQ(inward.stepWeight[0], 1.0 - least / 100.0);
+  EXPECT_EQ(inward.stepWeight[40], 1.0);
+}
+
 TEST(FlamePath, WeightSumIsTheSumOfTheWeights) {
   Snapshot s = defaultSnapshot();
   s.weight = 37.0;

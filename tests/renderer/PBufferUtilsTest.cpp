@@ -55,6 +55,11 @@ TEST_F(PBufferTest, SixteenBitsAskForFloatPixels) {
   EXPECT_THAT(attributes(16, 0), ElementsAre(73, 80, 8, 64, 58, 72, 96, 0));
 }
 
+TEST_F(PBufferTest, MoreThanEightBitsAreFloats) {
+  EXPECT_THAT(attributes(9, 0), ElementsAre(73, 80, 8, 36, 58, 72, 96, 0));
+  EXPECT_THAT(attributes(7, 0), ElementsAre(73, 80, 8, 28, 72, 96, 0));
+}
+
 TEST_F(PBufferTest, TheDepthFlagAsksForADepthBuffer) {
   EXPECT_THAT(attributes(8, kPBufferDepth), ElementsAre(73, 80, 8, 32, 12, 16, 72, 96, 0));
   EXPECT_THAT(attributes(16, kPBufferDepth), ElementsAre(73, 80, 8, 64, 58, 12, 16, 72, 96, 0));
