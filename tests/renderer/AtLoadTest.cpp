@@ -11,13 +11,13 @@
 #include "FrameRender.h"
 #include "OffscreenSurface.h"
 
-namespace {
-
+// What new memory holds, so that memory that nobody has written to shows.
+#ifdef __SANITIZE_ADDRESS__
+// Filled by the sanitizer, whose own way of getting memory stays.
+constexpr unsigned char freshByte = 0xBE;
+#else
 constexpr unsigned char freshByte = 0xA5;
 
-}  // namespace
-
-// The program's own, so that memory that nobody has written to shows.
 void *operator new(std::size_t size) {
   void *memory = std::malloc(size);
   if (!memory) throw std::bad_alloc();
@@ -26,6 +26,7 @@ void *operator new(std::size_t size) {
 
 void operator delete(void *memory) noexcept { std::free(memory); }
 void operator delete(void *memory, std::size_t) noexcept { std::free(memory); }
+#endif
 
 namespace pyrelux::test {
 namespace {
