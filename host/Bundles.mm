@@ -8,6 +8,7 @@
 #include <filesystem>
 
 #include "Backends.h"
+#include "BundleFiles.h"
 #include "Foundation.h"
 #include "HostError.h"
 
@@ -58,7 +59,7 @@ std::string groupName(NSDictionary *list, const std::string &uuid) {
 /// one.
 NSDictionary *propertyList(const fs::path &bundle) {
   NSData *data = [NSData dataWithContentsOfFile:toNSString((bundle / "Resources" / "Info-gnustep.plist").string())];
-  if (!data) return nil;
+  if (!data || !isShallowPropertyList({static_cast<const char *>([data bytes]), [data length]})) return nil;
   try {
     id list = [NSPropertyListSerialization propertyListWithData:data
                                                         options:NSPropertyListImmutable

@@ -30,7 +30,7 @@ class Filter {
   void edit(const ParameterDeclaration &parameter, const ParameterValue &value);
   /// The same for keyframes.
   void editKeyframes(const ParameterDeclaration &parameter, const std::vector<Keyframe> &keyframes);
-  /// The same for all parameters: each gets its keyframes in `parameters`.
+  /// The same for all parameters: each gets its keyframes or curve in `parameters`.
   void edit(const ParameterSet &parameters);
 
   /// Puts a new filter object in the place of the old one, as if nothing had been rendered yet. It is asked for its
@@ -42,6 +42,10 @@ class Filter {
   const std::map<std::string, bool> &properties() const { return properties_; }
 
  private:
+  /// Makes a change to the parameter, and tells the filter of it if it is one.
+  template <typename Change>
+  void change(const ParameterDeclaration &parameter, Change change);
+
   friend class FrameRenderer;
   friend struct FilterState;  ///< how tests look at the object's fields
   struct Objects;

@@ -1,8 +1,7 @@
 #include "Filter.h"
 
-#include <fstream>
-
 #include "Backends.h"
+#include "BundleFiles.h"
 #include "FilterObjects.h"
 #include "ForeignCalls.h"
 #include "Foundation.h"
@@ -31,20 +30,14 @@ std::map<std::string, std::string> keysByLabel(NSBundle *bundle) {
   return keys;
 }
 
-/// Whether the file begins as the system's program libraries do.
-bool isProgramLibrary(const std::string &path) {
-  char magic[4] = {};
-  std::ifstream(path, std::ios::binary).read(magic, sizeof magic);
-  return std::string(magic, sizeof magic) == "\177ELF";
-}
-
 NSBundle *loadBundle(const FilterInfo &info) {
   const auto refuse = [&](const std::string &why) {
     throw HostError("the bundle '" + info.bundlePath + "' can't be loaded" + why + "; build or install it again");
   };
-  // Looked at first: NSBundle would write a line of its own about a binary that is missing or none.
+  // Looked at first: NSBundle would write a line of its own about a binary that is missing or none, and one that is cut
+  // short would end the process.
   if (info.executable.empty()) refuse(": its property list names no binary");
-  if (!isProgramLibrary(info.bundlePath + "/" + info.executable)) refuse(": its binary is missing or damaged");
+  if (!isWholeProgramLibrary(info.bundlePath + "/" + info.executable)) refuse(": its binary is missing or damaged");
   return guarded("the bundle '" + info.bundlePath + "'", [&] {
     NSBundle *bundle = [NSBundle bundleWithPath:toNSString(info.bundlePath)];
     if (!bundle || ![bundle load]) refuse("");
@@ -119,17 +112,26 @@ void Filter::edit(const ParameterDeclaration &parameter, const ParameterValue &v
 }
 
 void Filter::editKeyframes(const ParameterDeclaration &parameter, const std::vector<Keyframe> &keyframes) {
+  change(parameter, [&] { parameters_->setKeyframes(parameter, keyframes); });
+}
+
+template <typename Change>
+void Filter::change(const ParameterDeclaration &parameter, Change change) {
   const std::lock_guard<std::mutex> turn(platform::filterTurn());
   const AutoreleasePool pool;
   const std::uint64_t before = parameters_->revision();
-  parameters_->setKeyframes(parameter, keyframes);
+  change();
   if (parameters_->revision() == before) return;
   guarded(nameOf(info_), [&] { [objects_->filter parameterChanged:parameter.id]; });
 }
 
 void Filter::edit(const ParameterSet &parameters) {
-  for (const ParameterDeclaration &parameter : parameters_->declarations())
-    if (parameter.kind != ParameterKind::Custom) editKeyframes(parameter, parameters.keyframes(parameter));
+  for (const ParameterDeclaration &parameter : parameters_->declarations()) {
+    if (const Curve *curve = parameters.curve(parameter))
+      change(parameter, [&] { parameters_->setCurve(parameter, *curve); });
+    else if (parameter.kind != ParameterKind::Custom)
+      editKeyframes(parameter, parameters.keyframes(parameter));
+  }
 }
 
 void Filter::restart() {

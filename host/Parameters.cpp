@@ -44,6 +44,11 @@ std::vector<Keyframe> asKept(const ParameterDeclaration &parameter, std::vector<
   return keyframes;
 }
 
+void requireValue(const ParameterDeclaration &parameter) {
+  if (parameter.kind == ParameterKind::Custom)
+    throw HostError("'" + parameter.label + "' is a row of the inspector without a value");
+}
+
 std::uint64_t nextRevision() {
   static std::atomic<std::uint64_t> last{0};
   return ++last;
@@ -189,12 +194,15 @@ const ParameterDeclaration &ParameterSet::named(const std::string &name) const {
 ParameterValue ParameterSet::value(std::uint32_t id, double timeFrames) const {
   const ParameterDeclaration *parameter = find(id);
   if (!parameter) return {};
+  if (const auto curve = curves_.find(id); curve != curves_.end())
+    return nearestLegal(*parameter, curve->second(timeFrames));
   const auto set = values_.find(id);
   if (set == values_.end()) return parameter->defaultValue;
   return nearestLegal(*parameter, interpolate(set->second, timeFrames));
 }
 
 std::vector<Keyframe> ParameterSet::keyframes(const ParameterDeclaration &parameter) const {
+  if (curves_.count(parameter.id)) return asKept(parameter, constant(value(parameter.id, 0.0)));
   const auto set = values_.find(parameter.id);
   return set == values_.end() ? asKept(parameter, constant(parameter.defaultValue)) : set->second;
 }
@@ -204,8 +212,7 @@ void ParameterSet::set(const ParameterDeclaration &parameter, const ParameterVal
 }
 
 void ParameterSet::setKeyframes(const ParameterDeclaration &parameter, const std::vector<Keyframe> &keyframes) {
-  if (parameter.kind == ParameterKind::Custom)
-    throw HostError("'" + parameter.label + "' is a row of the inspector without a value");
+  requireValue(parameter);
   if (keyframes.empty()) throw HostError("'" + parameter.slug() + "' needs a keyframe at least");
   const Keyframe *before = nullptr;
   for (const Keyframe &keyframe : keyframes) {
@@ -219,8 +226,20 @@ void ParameterSet::setKeyframes(const ParameterDeclaration &parameter, const std
     before = &keyframe;
   }
   std::vector<Keyframe> kept = asKept(parameter, keyframes);
-  if (kept != this->keyframes(parameter)) revision_ = nextRevision();
+  if (curves_.erase(parameter.id) || kept != this->keyframes(parameter)) revision_ = nextRevision();
   values_[parameter.id] = std::move(kept);
+}
+
+const Curve *ParameterSet::curve(const ParameterDeclaration &parameter) const {
+  const auto found = curves_.find(parameter.id);
+  return found == curves_.end() ? nullptr : &found->second;
+}
+
+void ParameterSet::setCurve(const ParameterDeclaration &parameter, Curve curve) {
+  requireValue(parameter);
+  values_.erase(parameter.id);
+  curves_[parameter.id] = std::move(curve);
+  revision_ = nextRevision();
 }
 
 }  // namespace pyrelux::host

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -54,6 +55,9 @@ std::string refusalOf(const Keyframe &keyframe);
 /// Keyframes are at frame times in -farthestFrame .. farthestFrame.
 constexpr double farthestFrame = 2147483647.0;
 
+/// A parameter's value at each frame time, worked out whenever it is asked for.
+using Curve = std::function<ParameterValue(double timeFrames)>;
+
 /// The declarations, in the inspector's order, and what was set instead of their defaults.
 class ParameterSet {
  public:
@@ -72,7 +76,7 @@ class ParameterSet {
   /// curve takes out of the range stays at its end. The default when nothing is set; 0 for an unknown id.
   ParameterValue value(std::uint32_t id, double timeFrames) const;
 
-  /// What value() goes by: a single keyframe means a constant.
+  /// What value() goes by: a single keyframe means a constant. Of a curve, its value at frame 0.
   std::vector<Keyframe> keyframes(const ParameterDeclaration &parameter) const;
 
   /// A constant, in the place of whatever was set before. Throws HostError when the value is out of range or the
@@ -83,8 +87,16 @@ class ParameterSet {
   /// for two on one frame, and for a curve that is none.
   void setKeyframes(const ParameterDeclaration &parameter, const std::vector<Keyframe> &keyframes);
 
-  /// Whether one of both was called for it.
-  bool isSet(std::uint32_t id) const { return values_.count(id) != 0; }
+  /// A curve, in the place of whatever was set before; for what would be very many keyframes. Copies of the set share
+  /// it: whoever asks any of them for values has to take turns if the curve can't be asked from several threads. Throws
+  /// HostError when the parameter has no value.
+  void setCurve(const ParameterDeclaration &parameter, Curve curve);
+
+  /// The curve that was set, or null.
+  const Curve *curve(const ParameterDeclaration &parameter) const;
+
+  /// Whether one of these was called for it.
+  bool isSet(std::uint32_t id) const { return values_.count(id) + curves_.count(id) != 0; }
 
   /// Another number after every change, in the whole process: sets of the same revision hold the same values.
   std::uint64_t revision() const { return revision_; }
@@ -92,6 +104,7 @@ class ParameterSet {
  private:
   std::vector<ParameterDeclaration> declarations_;
   std::map<std::uint32_t, std::vector<Keyframe>> values_;  ///< by id
+  std::map<std::uint32_t, Curve> curves_;                  ///< by id; of no parameter that is in both
   std::uint64_t revision_;
 };
 

@@ -1,6 +1,7 @@
 #include "MltParameters.h"
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 #include <new>
 #include <vector>
@@ -17,9 +18,6 @@ using host::Keyframe;
 using host::ParameterDeclaration;
 using host::ParameterKind;
 using host::ParameterValue;
-
-/// Of clips that don't tell their length, in frames: later keyframes are left out.
-constexpr int longestClip = 100000;
 
 /// One parameter's text as MLT understands it. It is looked at by itself, away from the filter's properties: MLT parses
 /// keyframes where they stand and writes them anew, while another thread may read or set them.
@@ -40,14 +38,22 @@ class Property {
     mlt_properties_set(properties_.get(), name, text_.c_str());
   }
 
-  std::vector<Keyframe> keyframes() const {
+  /// Gives the parameter what the text says.
+  static void apply(std::shared_ptr<const Property> property, host::ParameterSet &parameters) {
+    const Property &its = *property;
     // Asking for a number is what makes MLT look for keyframes; asking for a text makes it forget them.
-    mlt_properties_anim_get_double(properties_.get(), name, 0, clip_.length);
-    const mlt_animation animation = mlt_properties_get_animation(properties_.get(), name);
+    mlt_properties_anim_get_double(its.properties_.get(), name, 0, its.clip_.length);
+    const mlt_animation animation = mlt_properties_get_animation(its.properties_.get(), name);
     const int keys = animation ? mlt_animation_key_count(animation) : 0;
-    const bool isPopup = declaration_.kind == ParameterKind::Popup;
-    if (keys == 0) return {{0.0, isPopup ? entryNamed(text_) : valueAt(0)}};
-    return isPopup ? held(animation, keys) : onEveryFrame(animation, keys);
+    const bool isPopup = its.declaration_.kind == ParameterKind::Popup;
+    if (keys == 0)
+      parameters.set(its.declaration_, isPopup ? its.entryNamed(its.text_) : its.valueAt(0));
+    else if (isPopup)
+      parameters.setKeyframes(its.declaration_, its.held(animation, keys));
+    else
+      parameters.setCurve(its.declaration_, [property, last = its.lastFrame(animation, keys)](double timeFrames) {
+        return property->valueAt(static_cast<int>(std::clamp(std::floor(timeFrames), 0.0, last)));
+      });
   }
 
  private:
@@ -67,14 +73,11 @@ class Property {
     return keyframes;
   }
 
-  std::vector<Keyframe> onEveryFrame(mlt_animation animation, int keys) const {
+  /// The last keyframe in the clip.
+  double lastFrame(mlt_animation animation, int keys) const {
     mlt_animation_item_s last = {};
     mlt_animation_key_get(animation, &last, keys - 1);
-    const int end = clip_.length > 0 ? clip_.length : longestClip;
-    std::vector<Keyframe> keyframes;
-    for (int frame = 0; frame <= std::max(0, std::min(last.frame, end - 1)); ++frame)
-      keyframes.push_back({static_cast<double>(frame), valueAt(frame), host::Ease::Hold});
-    return keyframes;
+    return std::max(0, clip_.length > 0 ? std::min(last.frame, clip_.length - 1) : last.frame);
   }
 
   ParameterValue entryNamed(const std::string &text) const {
@@ -109,7 +112,7 @@ class Property {
     }
   }
 
-  const ParameterDeclaration &declaration_;
+  ParameterDeclaration declaration_;
   std::string text_;
   Clip clip_;
   bool isInPercent_;  ///< of the picture, or of the whole; else in pixels, or in hundredths
@@ -132,8 +135,10 @@ bool MltParameters::read(mlt_properties properties, const Clip &clip) {
     if (now == before && (clip == clip_ || now.empty())) continue;
     hasChanged = true;
     before = now;
-    parameters_.setKeyframes(declaration, now.empty() ? defaults_.keyframes(declaration)
-                                                      : Property(properties, declaration, now, clip).keyframes());
+    if (now.empty())
+      parameters_.setKeyframes(declaration, defaults_.keyframes(declaration));
+    else
+      Property::apply(std::make_shared<const Property>(properties, declaration, now, clip), parameters_);
   }
   clip_ = clip;
   return hasChanged;

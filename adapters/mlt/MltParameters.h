@@ -25,8 +25,9 @@ struct Clip {
 
 /// A filter's parameters as MLT's properties give them: by the declarations' slugs, numbers in a person's units, shares
 /// in percent, colours as MLT writes them, popups by an entry's name or index, points as rectangles, of which they are
-/// the middle. What is animated gets a keyframe on every frame, so that all of MLT's ways from keyframe to keyframe are
-/// right. Thread: one at a time.
+/// the middle. What is animated is asked of MLT frame by frame, so that all of MLT's ways from keyframe to keyframe are
+/// right, and no number of frames takes memory. Thread: one at a time, also whoever asks parameters() or copies of
+/// them.
 class MltParameters {
  public:
   /// `parameters`: the declarations, and the values of properties that are not there.

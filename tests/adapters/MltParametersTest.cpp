@@ -25,6 +25,8 @@ class MltParametersTest : public testing::Test {
   }
   double number(const char *name, double frame = 0.0) const { return value(name, frame)[0]; }
 
+  const host::ParameterSet &parameters() const { return read_.parameters(); }
+
   mlt_properties properties() const { return properties_.get(); }
 
   Clip clip{50, 1000, 500};
@@ -129,6 +131,27 @@ TEST_F(MltParametersTest, KeyframesGoMltsWays) {
   for (int frame = 0; frame < 50; ++frame)
     EXPECT_DOUBLE_EQ(number("glow", frame), mlt_properties_anim_get_double(same, "glow", frame, 50)) << frame;
   mlt_properties_close(same);
+}
+
+TEST_F(MltParametersTest, AKeyframeFarAwayTakesNoMemory) {
+  constexpr int last = 10000000;
+  clip.length = last + 1;
+  set("glow", ("0=0;" + std::to_string(last) + "=100").c_str());
+  EXPECT_TRUE(read());
+  EXPECT_EQ(number("glow"), 0.0);
+  EXPECT_NEAR(number("glow", last / 4), 25.0, 1e-9);
+  EXPECT_EQ(number("glow", last), 100.0);
+  EXPECT_EQ(number("glow", 2.0 * last), 100.0);
+  EXPECT_EQ(number("glow", -5.0), 0.0);
+  EXPECT_EQ(parameters().keyframes(parameters().named("glow")).size(), 1u);
+  EXPECT_TRUE(parameters().isSet(parameters().named("glow").id));
+  // A copy asks on when the text has changed already.
+  const host::ParameterSet copy = parameters();
+  set("glow", "7");
+  EXPECT_TRUE(read());
+  EXPECT_EQ(number("glow", last), 7.0);
+  EXPECT_EQ(copy.value(copy.named("glow").id, last)[0], 100.0);
+  EXPECT_NE(copy.revision(), parameters().revision());
 }
 
 TEST_F(MltParametersTest, KeyframesAreTimesOfTheProfilesFrameRateToo) {

@@ -73,8 +73,9 @@ TEST_F(Bundle, WithAListThatIsNoListIsNone) {
   const std::string head = "<?xml version=\"1.0\"?><plist version=\"1.0\">";
   for (const std::string &text :
        {std::string("<plist><dict><key>"), std::string("{ a = ;;;"), std::string(), whole.substr(0, 1000),
-        head + "<array><string>a</string></array></plist>", std::string(200, '\0')}) {
-    SCOPED_TRACE(text);
+        head + "<array><string>a</string></array></plist>", std::string(200, '\0'), std::string(300000, '('),
+        head + replaced(std::string(300000, 'x'), "x", "<dict>"), "bplist00" + std::string(300, '\xd1')}) {
+    SCOPED_TRACE(text.substr(0, 1000));
     expectBrokenBy([&] { save(list(), text); }, {"no filter bundle", path("bundles").string()});
   }
 }
@@ -100,6 +101,12 @@ TEST_F(Bundle, WithoutItsBinaryCannotBeLoaded) {
 TEST_F(Bundle, WithABinaryThatIsNoneCannotBeLoaded) {
   for (const std::string &bytes : {std::string(), std::string("fire"), std::string(5000, 'f')})
     expectBrokenBy([&] { save(binary(), bytes); }, {"Pyrelux.bundle", "can't be loaded"});
+}
+
+TEST_F(Bundle, WithABinaryCutShortCannotBeLoaded) {
+  const auto size = fs::file_size(PYRELUX_TEST_BUNDLES "/Pyrelux.bundle/Pyrelux");
+  for (const std::uintmax_t left : {std::uintmax_t{100}, std::uintmax_t{4096}, size / 4, size / 2})
+    expectBrokenBy([&] { fs::resize_file(binary(), left); }, {"Pyrelux.bundle", "its binary is missing or damaged"});
 }
 
 TEST_F(Bundle, WithANumberForItsBinarysNameCannotBeLoaded) {
