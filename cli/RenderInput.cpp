@@ -9,6 +9,7 @@
 
 #include "DrawnInput.h"
 #include "FramePattern.h"
+#include "Message.h"
 #include "RenderOutput.h"
 
 namespace pyrelux::cli {
@@ -27,14 +28,53 @@ media::InputAlpha inputAlphaOf(const RenderOptions &options) {
   return media::InputAlpha::Auto;
 }
 
+bool isKept(const RenderOptions &options) { return options.vfr == "keep"; }
+
+void requirePlaceForTimes(const RenderOptions &options) {
+  if (!isKept(options)) return;
+  if (!media::Writer::holdsAudio(options.output))
+    throw UsageError("'--vfr keep' is for .mov, .mkv, .mp4 and .webm, and '" + options.output +
+                     "' has no place for times; leave it out");
+  if (options.fps)
+    throw UsageError("'--vfr keep' keeps the times of the input, and 'fps' sets others: give one of them");
+}
+
+/// With the remedy where there is one: backgrounds go by the frames of what is laid over them.
+std::string resampledText(const RenderOptions &options, const std::string &path, const media::FrameRate &rate) {
+  const bool couldKeep = path == options.input && media::Writer::holdsAudio(options.output);
+  return "the movie '" + path + "' has a variable frame rate and is resampled to " + formatFrameRate(rate) +
+         " frames per second" + (couldKeep ? "; --vfr keep keeps the times of its pictures" : "");
+}
+
 }  // namespace
+
+std::unique_ptr<media::Reader> openFile(const RenderOptions &options, const std::string &path,
+                                        const media::ReadOptions &how) {
+  auto reader = media::Reader::open(path, how);
+  const media::InputInfo &info = reader->info();
+  if (info.isInterlaced && !options.quiet)
+    say("the movie '" + path + "' is interlaced; --deinterlace makes whole pictures of its fields");
+  if (info.isResampled && !options.quiet) say(resampledText(options, path, info.frameRate));
+  return reader;
+}
+
+void requireMovieToDeinterlace(const RenderOptions &options, bool isMovie) {
+  if (options.deinterlace && !isMovie) throw UsageError("'--deinterlace' is for movies, and there is none to read");
+}
 
 std::unique_ptr<media::Reader> openInput(const RenderOptions &options, int bits) {
   const int inputs = options.input.has_value() + options.text.has_value() + options.testPattern.has_value();
   if (inputs == 0) throw UsageError("nothing to burn: give an INPUT, --text or --input-test-pattern");
   if (inputs > 1) throw UsageError("INPUT, --text and --input-test-pattern exclude each other: give one of them");
-  if (!options.input) return media::Reader::of(drawInput(options, bits > 8));
-  return media::Reader::open(*options.input, inputAlphaOf(options));
+  requirePlaceForTimes(options);
+  std::unique_ptr<media::Reader> reader =
+      options.input ? openFile(options, *options.input, {inputAlphaOf(options), options.deinterlace, isKept(options)})
+                    : media::Reader::of(drawInput(options, bits > 8));
+  const bool isMovie = reader->info().kind == media::InputKind::Movie;
+  // A background may be one.
+  if (!options.over) requireMovieToDeinterlace(options, isMovie);
+  if (options.vfr && !isMovie) throw UsageError("'--vfr' is for movies, and '" + *options.input + "' is none");
+  return reader;
 }
 
 FrameList chooseFrames(const RenderOptions &options, const media::InputInfo &input, bool manyFrames) {

@@ -88,6 +88,11 @@ void addInputOptions(CLI::App &command, RenderOptions &options) {
           ->needs(input)
           ->group(inputGroup);
   takesOneOf(inputAlpha, {"auto", "straight", "premultiplied", "none"}, "KIND");
+  command
+      .add_flag(
+          "--deinterlace", options.deinterlace,
+          "Make whole pictures of the fields of interlaced movies, one of each pair, so that the frame rate stays")
+      ->group(inputGroup);
   CLI::Option *text =
       command
           .add_option("--text", options.text,
@@ -157,6 +162,16 @@ void addBackendOption(CLI::App &command, std::string &backend) {
 
 void addRenderOptions(CLI::App &command, RenderOptions &options) {
   addInputOptions(command, options);
+  CLI::Option *vfr =
+      command
+          .add_option(
+              "--vfr", options.vfr,
+              "What a movie of variable frame rate becomes: resample (at an even rate, the picture on the screen "
+              "at each frame's time; the default) or keep (each picture is a frame and keeps its time, in .mov, "
+              ".mkv, .mp4 or .webm)")
+          ->needs("INPUT")
+          ->group(inputGroup);
+  takesOneOf(vfr, {"resample", "keep"}, "KIND");
   addLookOptions(command, options);
   addSaveProjectOption(command, options);
   addOutputOptions(command, options);

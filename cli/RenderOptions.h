@@ -14,6 +14,8 @@ struct RenderOptions {
   // What burns: one of the first three.
   std::optional<std::string> input;        ///< a file, or a pattern of files
   std::optional<std::string> inputAlpha;   ///< auto, straight, premultiplied or none; otherwise auto
+  bool deinterlace = false;                ///< make whole pictures of movies' fields
+  std::optional<std::string> vfr;          ///< resample or keep; otherwise resample
   std::optional<std::string> text;         ///< to be drawn
   std::optional<std::string> testPattern;  ///< one of testPatternNames()
   std::optional<std::string> font;         ///< of the text; otherwise its default

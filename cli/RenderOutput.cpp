@@ -40,12 +40,19 @@ std::string sizeText(const media::InputInfo &info) {
 
 Background openBackground(const RenderOptions &options, const media::InputInfo &input, const FrameList &frames) {
   const std::string &text = *options.over;
-  if (const auto colour = parseColour("over", text)) return Background(*colour);
+  if (const auto colour = parseColour("over", text)) {
+    requireMovieToDeinterlace(options, input.kind == media::InputKind::Movie);
+    return Background(*colour);
+  }
   // "####.png" is a sequence.
   if (text.empty() || (text[0] == '#' && text.find('.') == std::string::npos))
     throw UsageError("'over' can't be '" + text + "': a colour is #rrggbb or r,g,b in 0..1");
-  auto reader = media::Reader::open(text);
+  auto reader = openFile(options, text, {media::InputAlpha::Auto, options.deinterlace});
   const media::InputInfo &info = reader->info();
+  const bool isMovie = info.kind == media::InputKind::Movie;
+  requireMovieToDeinterlace(options, isMovie || input.kind == media::InputKind::Movie);
+  if (isMovie && options.vfr == "keep")
+    throw UsageError("the background '" + text + "' is a movie with times of its own; leave '--vfr keep' out");
   if (info.width != input.width || info.height != input.height)
     throw UsageError("the background '" + text + "' is " + sizeText(info) + " pixels, the input " + sizeText(input) +
                      "; they have to be of one size");
@@ -102,6 +109,7 @@ media::OutputFormat chooseFormat(const RenderOptions &options, const media::Inpu
   format.height = input.height;
   format.bits = bits;
   format.pixelAspect = input.pixelAspect;
+  format.times = input.times;
   format.frameRate = options.fps ? parseFrameRate(*options.fps) : input.frameRate;
   format.codec = options.codec;
   if (options.alpha) {

@@ -38,6 +38,8 @@ std::string recordOf(const RenderOptions &options, const FrameList &frames, cons
                                  {"pixelAspect", settings.pixelAspect},
                                  {"bits", bits}};
   if (options.inputAlpha) json["inputAlpha"] = *options.inputAlpha;
+  if (options.deinterlace) json["deinterlace"] = true;
+  if (options.vfr) json["vfr"] = *options.vfr;
   if (!options.codec.empty()) json["codec"] = options.codec;
   if (options.alpha) json["alpha"] = *options.alpha;
   if (options.over) json["over"] = {{"name", *options.over}, {"changed", lastChange(*options.over, frames)}};

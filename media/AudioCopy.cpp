@@ -1,6 +1,9 @@
 #include "AudioCopy.h"
 
 #include <algorithm>
+#include <cstring>
+#include <stdexcept>
+#include <utility>
 
 #include "Errors.h"
 #include "MovieDecoder.h"
@@ -11,12 +14,14 @@ namespace {
 
 bool isAudio(const AVStream &stream) { return stream.codecpar->codec_type == AVMEDIA_TYPE_AUDIO; }
 
-/// A stream like another one, for the same packets.
-AVStream *addLike(AVFormatContext &muxer, const AVStream &from) {
+/// A stream like another one, for the same packets or for those of an encoder.
+AVStream *addLike(AVFormatContext &muxer, const AVStream &from, const AVCodecContext *encoder = nullptr) {
   AVStream *to = avformat_new_stream(&muxer, nullptr);
-  if (!to || avcodec_parameters_copy(to->codecpar, from.codecpar) < 0) throw std::bad_alloc();
-  to->codecpar->codec_tag = 0;  // each container has its own
-  to->time_base = from.time_base;
+  if (!to || (encoder ? avcodec_parameters_from_context(to->codecpar, encoder)
+                      : avcodec_parameters_copy(to->codecpar, from.codecpar)) < 0)
+    throw std::bad_alloc();
+  if (!encoder) to->codecpar->codec_tag = 0;  // each container has its own
+  to->time_base = encoder ? encoder->time_base : from.time_base;
   to->disposition = from.disposition;
   if (const AVDictionaryEntry *language = av_dict_get(from.metadata, "language", nullptr, 0))
     av_dict_set(&to->metadata, "language", language->value, 0);
@@ -38,12 +43,20 @@ bool canHold(const AVOutputFormat &format, const AVStream &stream) {
   return isHeld;
 }
 
+/// What the container's players know.
+const char *encoderFor(const AVOutputFormat &container) {
+  return std::strcmp(container.name, "webm") == 0 ? "libopus" : "aac";
+}
+
+/// Before the output's first sample, what decoders get to swing in: in seconds.
+constexpr std::int64_t preroll = 1;
+
 std::string damage(int result) { return "it is damaged (" + libraryCause(result) + ")"; }
 
 }  // namespace
 
-AudioCopy::AudioCopy(const std::string &path, std::int64_t firstFrame, FrameRate rate)
-    : file_(path), demuxer_(file_.demux(file_.identify().demuxer)), firstFrame_(firstFrame), rate_(rate) {
+AudioCopy::AudioCopy(const std::string &path, std::int64_t start, AVRational base)
+    : file_(path), demuxer_(file_.demux(file_.identify().demuxer)), start_(start), base_(base) {
   findStreams(*demuxer_);
   for (unsigned index = 0; index < demuxer_->nb_streams; ++index)
     if (!isAudio(*demuxer_->streams[index])) demuxer_->streams[index]->discard = AVDISCARD_ALL;
@@ -51,19 +64,22 @@ AudioCopy::AudioCopy(const std::string &path, std::int64_t firstFrame, FrameRate
 
 void AudioCopy::addStreams(AVFormatContext &muxer) {
   const AVStream *video = findVideo(*demuxer_);
-  const AVRational frame = {rate_.denominator, rate_.numerator};
   for (unsigned index = 0; index < demuxer_->nb_streams; ++index) {
     AVStream *from = demuxer_->streams[index];
     if (!isAudio(*from)) continue;
-    if (!canHold(*muxer.oformat, *from)) {
-      from->discard = AVDISCARD_ALL;
-      obstacle_ = std::string("its codec ") + avcodec_get_name(from->codecpar->codec_id) + " is none for this file";
-      continue;
-    }
-    std::int64_t start = av_rescale_q(firstFrame_ - 1, frame, from->time_base);
+    std::unique_ptr<AudioEncoder> encoder;
+    if (!canHold(*muxer.oformat, *from)) try {
+        encoder = std::make_unique<AudioEncoder>(*from, encoderFor(*muxer.oformat), *muxer.oformat);
+      } catch (const std::invalid_argument &error) {
+        from->discard = AVDISCARD_ALL;
+        obstacle_ = error.what();
+        continue;
+      }
+    std::int64_t start = av_rescale_q(start_, base_, from->time_base);
     if (video && video->start_time != AV_NOPTS_VALUE)
       start += av_rescale_q(video->start_time, video->time_base, from->time_base);
-    tracks_.push_back({from, addLike(muxer, *from), start, INT64_MIN, INT64_MIN});
+    AVStream *to = addLike(muxer, *from, encoder ? &encoder->context() : nullptr);
+    tracks_.push_back({std::move(encoder), from, to, start, INT64_MIN, INT64_MIN});
   }
 }
 
@@ -89,7 +105,8 @@ bool AudioCopy::place(Track &track) {
   if (packet_->duration == 0 && track.newest != INT64_MIN) packet_->duration = packet_->dts - track.newest;
   track.newest = packet_->dts;
   // At the movie's begin, decoders may need what precedes the first sample.
-  return firstFrame_ == 1 || av_sat_add64(packet_->pts, packet_->duration) > 0;
+  const std::int64_t before = track.encoder ? av_rescale_q(preroll, {1, 1}, track.from->time_base) : 0;
+  return start_ == 0 || av_sat_add64(packet_->pts, packet_->duration) > -before;
 }
 
 /// Gets the next packet that belongs to the output. Returns false after the last one.
@@ -106,22 +123,40 @@ bool AudioCopy::readPacket() {
   return true;
 }
 
+void AudioCopy::write(AVFormatContext &muxer, Track &track, AVPacket &packet) {
+  av_packet_rescale_ts(&packet, track.encoder ? track.encoder->context().time_base : track.from->time_base,
+                       track.to->time_base);
+  packet.stream_index = track.to->index;
+  // Packets shorter than a step of the input's clock.
+  packet.dts = std::max(packet.dts, track.earliest);
+  packet.pts = std::max(packet.pts, packet.dts);
+  track.earliest = packet.dts + (muxer.oformat->flags & AVFMT_TS_NONSTRICT ? 0 : 1);
+  const int result = av_write_frame(&muxer, &packet);
+  if (result < 0 && muxer.pb->error >= 0) obstacle_ = damage(result);
+}
+
 int AudioCopy::writeUntil(AVFormatContext &muxer, std::int64_t time, AVRational base) {
   while (readPacket()) {
     Track &track = *trackOf(packet_->stream_index);
     if (av_compare_ts(packet_->pts, track.from->time_base, time, base) >= 0) return 0;
-    av_packet_rescale_ts(packet_.get(), track.from->time_base, track.to->time_base);
-    packet_->stream_index = track.to->index;
     hasPacket_ = false;
-    // Packets shorter than a step of the input's clock.
-    packet_->dts = std::max(packet_->dts, track.earliest);
-    packet_->pts = std::max(packet_->pts, packet_->dts);
-    track.earliest = packet_->dts + (muxer.oformat->flags & AVFMT_TS_NONSTRICT ? 0 : 1);
-    const int result = av_write_frame(&muxer, packet_.get());
+    if (!track.encoder)
+      write(muxer, track, *packet_);
+    else if (!track.encoder->encode(*packet_, av_rescale_q(time, base, track.encoder->context().time_base),
+                                    [&](AVPacket &packet) { write(muxer, track, packet); }))
+      obstacle_ = damage(AVERROR_INVALIDDATA);
     if (muxer.pb->error < 0) return muxer.pb->error;
-    if (result < 0) obstacle_ = damage(result);
   }
   return 0;
+}
+
+int AudioCopy::finish(AVFormatContext &muxer, std::int64_t time, AVRational base) {
+  const int result = writeUntil(muxer, time, base);
+  for (Track &track : tracks_)
+    if (track.encoder)
+      track.encoder->finish(av_rescale_q(time, base, track.encoder->context().time_base),
+                            [&](AVPacket &packet) { write(muxer, track, packet); });
+  return result < 0 ? result : muxer.pb->error;
 }
 
 }  // namespace pyrelux::media

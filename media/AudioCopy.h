@@ -1,21 +1,25 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "AudioEncoder.h"
 #include "InputFile.h"
 #include "Media.h"
 
 namespace pyrelux::media {
 
-/// Takes the audio of one movie over to another, packet by packet and as it is coded.
+/// Takes the audio of one movie over to another: packet by packet and as it is coded, or encoded anew where the other's
+/// container does not hold its codec.
 class AudioCopy {
  public:
-  /// `firstFrame` of the movie at `path` is the first of the output; 1 is the movie's first. Throws InputError.
-  AudioCopy(const std::string &path, std::int64_t firstFrame, FrameRate rate);
+  /// The output begins at `start`, in units of `base` since the first picture of the movie at `path`. Throws
+  /// InputError.
+  AudioCopy(const std::string &path, std::int64_t start, AVRational base);
 
-  /// Adds a stream to the muxer for each audio stream that it can hold, before its header is written.
+  /// Adds a stream to the muxer for each audio stream, before its header is written.
   void addStreams(AVFormatContext &muxer);
 
   /// Why audio is left out; empty if all is copied.
@@ -29,8 +33,12 @@ class AudioCopy {
   /// when writing fails.
   int writeUntil(AVFormatContext &muxer, std::int64_t time, AVRational base);
 
+  /// The same as the last call, for the time of the output's end.
+  int finish(AVFormatContext &muxer, std::int64_t time, AVRational base);
+
  private:
   struct Track {
+    std::unique_ptr<AudioEncoder> encoder;  ///< null if packets are copied
     AVStream *from;
     AVStream *to;
     std::int64_t start;     ///< of the output, in units of `from`
@@ -41,11 +49,12 @@ class AudioCopy {
   Track *trackOf(int stream);
   bool place(Track &track);
   bool readPacket();
+  void write(AVFormatContext &muxer, Track &track, AVPacket &packet);
 
   InputFile file_;
   DemuxerPtr demuxer_;
-  std::int64_t firstFrame_;
-  FrameRate rate_;
+  std::int64_t start_;
+  AVRational base_;
   std::vector<Track> tracks_;
   std::string obstacle_;
   PacketPtr packet_ = newPacket();

@@ -17,7 +17,7 @@ namespace pyrelux::media {
 
 namespace {
 
-using GraphPtr = std::unique_ptr<zimg_filter_graph, Free<zimg_filter_graph_free>>;
+using ConverterPtr = std::unique_ptr<zimg_filter_graph, Free<zimg_filter_graph_free>>;
 using MemoryPtr = std::unique_ptr<void, Free<av_free>>;
 
 /// Pictures are converted by as many rows at a time, so that the copies in planes stay small.
@@ -39,7 +39,7 @@ zimg_image_format formatOf(const ColourSpace &space, int width, int height) {
   return format;
 }
 
-GraphPtr makeGraph(const ColourSpace &from, const ColourSpace &to, int width, int height) {
+ConverterPtr makeConverter(const ColourSpace &from, const ColourSpace &to, int width, int height) {
   const zimg_image_format source = formatOf(from, width, height);
   const zimg_image_format target = formatOf(to, width, height);
   zimg_graph_builder_params parameters;
@@ -47,7 +47,7 @@ GraphPtr makeGraph(const ColourSpace &from, const ColourSpace &to, int width, in
   // The same samples on every processor.
   parameters.cpu_type = ZIMG_CPU_NONE;
   parameters.nominal_peak_luminance = referenceWhite;
-  return GraphPtr(zimg_filter_graph_build(&source, &target, &parameters));
+  return ConverterPtr(zimg_filter_graph_build(&source, &target, &parameters));
 }
 
 FramePtr allocatePlanes(int width, int height) {
@@ -74,9 +74,9 @@ void failConverting(const ColourSpace &space, const std::string &path) {
 
 void convertColours(Image &image, const ColourSpace &from, const ColourSpace &to, const std::string &path) {
   const int height = std::min(image.height(), bandHeight);
-  const GraphPtr graph = makeGraph(from, to, image.width(), height);
+  const ConverterPtr converter = makeConverter(from, to, image.width(), height);
   std::size_t memorySize = 0;
-  if (!graph || zimg_filter_graph_get_tmp_size(graph.get(), &memorySize) != ZIMG_ERROR_SUCCESS)
+  if (!converter || zimg_filter_graph_get_tmp_size(converter.get(), &memorySize) != ZIMG_ERROR_SUCCESS)
     failConverting(from, path);
   const MemoryPtr memory = allocated<MemoryPtr>(av_malloc(std::max<std::size_t>(memorySize, 1)));
   const FramePtr source = allocatePlanes(image.width(), height);
@@ -100,7 +100,7 @@ void convertColours(Image &image, const ColourSpace &from, const ColourSpace &to
     forEachRow(*source, [width](float *plane, const float *samples) {
       for (std::size_t x = 0; x < width; ++x) plane[x] = samples[x * 4];
     });
-    if (zimg_filter_graph_process(graph.get(), &input, &output, memory.get(), nullptr, nullptr, nullptr, nullptr) !=
+    if (zimg_filter_graph_process(converter.get(), &input, &output, memory.get(), nullptr, nullptr, nullptr, nullptr) !=
         ZIMG_ERROR_SUCCESS)
       throw std::bad_alloc();
     forEachRow(*target, [width](const float *plane, float *samples) {

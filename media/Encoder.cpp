@@ -60,7 +60,8 @@ Encoder::Encoder(const std::string &path, const Codec &codec, bool isMovie, cons
   codec_->height = paddedSide(format.height, layout.log2_chroma_h);
   if (std::min(codec_->width, codec_->height) < codec.smallestSide)
     failEncoding(path, refusedSize + "; " + codec.name + " needs " + std::to_string(codec.smallestSide) + " on a side");
-  codec_->time_base = {rate.denominator, rate.numerator};
+  const FrameRate &clock = format.times ? format.times->ticksPerSecond : rate;
+  codec_->time_base = {clock.denominator, clock.numerator};
   codec_->framerate = {rate.numerator, rate.denominator};
   // Exact for every ratio that video knows.
   constexpr int largestTerm = 10000;
@@ -88,14 +89,16 @@ Encoder::Encoder(const std::string &path, const Codec &codec, bool isMovie, cons
   if (avcodec_open2(codec_.get(), encoder, options.get()) < 0) failEncoding(path, refusedSize);
 }
 
-void Encoder::encode(const Image &image, const Sink &sink) {
+void Encoder::encode(const Image &image, std::int64_t time, std::int64_t duration, const Sink &sink) {
   if (image.width() != format_.width || image.height() != format_.height)
     failWriting(path_, "a picture of " + sizeText(image.width(), image.height()) + " was given for one of " +
                            sizeText(format_.width, format_.height));
   const FramePtr frame = toFrame(stored(image), codec_->pix_fmt, codec_->width, codec_->height, path_);
   frame->color_primaries = codec_->color_primaries;
   frame->color_trc = codec_->color_trc;
-  frame->pts = count_++;
+  frame->pts = time;
+  durations_[time] = duration;
+  ++count_;
   send(frame.get(), sink);
 }
 
@@ -122,7 +125,8 @@ void Encoder::send(const AVFrame *frame, const Sink &sink) {
   const PacketPtr packet = newPacket();
   int result = avcodec_send_frame(codec_.get(), frame);
   while (result >= 0 && (result = avcodec_receive_packet(codec_.get(), packet.get())) >= 0) {
-    packet->duration = 1;
+    const auto duration = durations_.extract(packet->pts);
+    packet->duration = duration ? duration.mapped() : 1;
     // Of fewer frames than it holds back to reorder them, libx265 does not set the decoding time. They are in order.
     if (codec_->codec_id == AV_CODEC_ID_HEVC && !frame && count_ <= 2) packet->dts = packet->pts;
     if (codec_->codec_id == AV_CODEC_ID_TIFF && alpha_ == AlphaUse::Premultiplied) declarePremultiplied(*packet);

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <string>
 
 #include "FileFormat.h"
@@ -18,9 +19,9 @@ class Encoder {
   /// a size or frame rate that is refused.
   Encoder(const std::string &path, const Codec &codec, bool isMovie, const OutputFormat &format, Dictionary &options);
 
-  /// Encodes a picture as the next one. `sink` gets the packets that are ready, times in units of context().time_base.
-  /// Throws MediaError.
-  void encode(const Image &image, const Sink &sink);
+  /// Encodes a picture as the next one, of that time and duration in units of context().time_base. `sink` gets the
+  /// packets that are ready. Throws MediaError.
+  void encode(const Image &image, std::int64_t time, std::int64_t duration, const Sink &sink);
 
   /// Encodes what is held back, as the last call.
   void flush(const Sink &sink) { send(nullptr, sink); }
@@ -39,6 +40,7 @@ class Encoder {
   CodecPtr codec_;
   Losses losses_;
   std::int64_t count_ = 0;
+  std::map<std::int64_t, std::int64_t> durations_;  // by time, of what the encoder holds back
 };
 
 }  // namespace pyrelux::media

@@ -5,9 +5,12 @@
 
 extern "C" {
 #include <libavcodec/avcodec.h>
+#include <libavfilter/avfilter.h>
 #include <libavformat/avformat.h>
+#include <libavutil/audio_fifo.h>
 #include <libavutil/dict.h>
 #include <libavutil/frame.h>
+#include <libswresample/swresample.h>
 #include <libswscale/swscale.h>
 }
 
@@ -38,6 +41,9 @@ using CodecPtr = std::unique_ptr<AVCodecContext, Clear<avcodec_free_context>>;
 using DemuxerPtr = std::unique_ptr<AVFormatContext, Clear<avformat_close_input>>;
 using MuxerPtr = std::unique_ptr<AVFormatContext, Free<avformat_free_context>>;
 using IoPtr = std::unique_ptr<AVIOContext, Clear<avio_closep>>;
+using GraphPtr = std::unique_ptr<AVFilterGraph, Clear<avfilter_graph_free>>;
+using ResamplerPtr = std::unique_ptr<SwrContext, Clear<swr_free>>;
+using SampleQueuePtr = std::unique_ptr<AVAudioFifo, Free<av_audio_fifo_free>>;
 using ScalerPtr = std::unique_ptr<SwsContext, Free<sws_freeContext>>;
 
 /// The libraries' constructors return null for one reason only.

@@ -40,6 +40,21 @@ enum class InputAlpha {
   None,           ///< alpha is ignored and the picture opaque
 };
 
+/// How an input is read.
+struct ReadOptions {
+  InputAlpha alpha = InputAlpha::Auto;
+  bool deinterlace = false;  ///< makes whole pictures of a movie's fields
+  /// Takes each picture of a movie of variable frame rate for a frame, whose time is in InputInfo::times; otherwise
+  /// such a movie is resampled to an even rate.
+  bool keepTimes = false;
+};
+
+/// When frames are shown.
+struct FrameTimes {
+  std::vector<std::int64_t> ticks;  ///< of frame 1, of frame 2 …, and the end of the last one; they go upwards
+  FrameRate ticksPerSecond;
+};
+
 enum class InputKind { Still, Sequence, Movie };
 
 struct InputInfo {
@@ -55,6 +70,9 @@ struct InputInfo {
   std::int64_t lastFrame = 0;
   FrameRate frameRate;  ///< of a movie; 24 otherwise
   bool hasAudio = false;
+  bool isInterlaced = false;  ///< its pictures are pairs of fields, which are not the same moment
+  bool isResampled = false;   ///< it has a variable frame rate; a frame is the picture on the screen at its time
+  std::shared_ptr<const FrameTimes> times = {};  ///< where they are not even and kept
 };
 
 /// The largest picture that is read, in pixels along one side and in all. Anything larger is refused before it is
@@ -66,7 +84,8 @@ constexpr std::int64_t maximumPixels = 16384LL * 8192;
 class Reader {
  public:
   /// Throws InputError: missing, empty, truncated, not an image, too large.
-  static std::unique_ptr<Reader> open(const std::string &path, InputAlpha alpha = InputAlpha::Auto);
+  static std::unique_ptr<Reader> open(const std::string &path, const ReadOptions &options = {});
+  static std::unique_ptr<Reader> open(const std::string &path, InputAlpha alpha) { return open(path, {alpha}); }
   /// A still that is in memory already.
   static std::unique_ptr<Reader> of(Image image);
   virtual ~Reader() = default;
@@ -95,6 +114,8 @@ struct OutputFormat {
   /// frame `audioFirstFrame` is the output's first, and its audio ends with the output's last.
   std::string audioFrom = {};
   std::int64_t audioFirstFrame = 1;
+  /// When the frames of a movie are shown, by their numbers; otherwise one after the other at the frame rate.
+  std::shared_ptr<const FrameTimes> times = {};
   double pixelAspect = 1.0;  ///< width of a pixel / its height; WebP does not keep it
   /// A text of ASCII that EXR files carry in their headers, as the attributes "pyrelux.001" and so on.
   std::string record = {};
@@ -134,15 +155,16 @@ class Writer {
   /// above.
   static bool holdsAlpha(const std::string &path, const std::string &codec = {});
 
-  /// Whether files of the path's kind hold audio. Throws OutputError for an unknown extension.
+  /// Whether files of the path's kind hold audio, and frames of any length. Throws OutputError for an unknown
+  /// extension.
   static bool holdsAudio(const std::string &path);
 
   /// Discards what is not finished.
   virtual ~Writer() = default;
 
   /// Adds a frame. `image` is premultiplied, bytes or floats, of the size given to open(). The frame number fills the
-  /// pattern of a sequence; movies take frames in the order of the calls. Throws OutputError and
-  /// EncoderError.
+  /// pattern of a sequence and finds the frame's time in OutputFormat::times; movies take frames in ascending order.
+  /// Throws OutputError and EncoderError.
   virtual void write(std::int64_t frame, const Image &image) = 0;
 
   /// Completes the output and gives it its final name. Throws OutputError: disk full; EncoderError.

@@ -46,7 +46,7 @@ AVStream *findVideo(const AVFormatContext &demuxer) {
   return found == end ? nullptr : *found;
 }
 
-MovieDecoder::MovieDecoder(const std::string &path, const AVInputFormat *demuxer)
+MovieDecoder::MovieDecoder(const std::string &path, const AVInputFormat *demuxer, bool deinterlace)
     : file_(path), demuxer_(file_.demux(demuxer)) {
   findStreams(*demuxer_);
   stream_ = findVideo(*demuxer_);
@@ -55,6 +55,7 @@ MovieDecoder::MovieDecoder(const std::string &path, const AVInputFormat *demuxer
     if (demuxer_->streams[index] != stream_) demuxer_->streams[index]->discard = AVDISCARD_ALL;
   requireReadableSize({stream_->codecpar->width, stream_->codecpar->height}, path);
   decoder_.emplace(*stream_, path);
+  if (deinterlace) deinterlacer_.emplace(path, stream_->codecpar->field_order);
 }
 
 bool MovieDecoder::readPacket() {
@@ -67,7 +68,7 @@ bool MovieDecoder::readPacket() {
   }
 }
 
-const AVFrame *MovieDecoder::next() {
+AVFrame *MovieDecoder::decode() {
   for (;;) {
     if (AVFrame *frame = decoder_->receive()) {
       frame->sample_aspect_ratio = av_guess_sample_aspect_ratio(demuxer_.get(), stream_, frame);
@@ -76,6 +77,15 @@ const AVFrame *MovieDecoder::next() {
     }
     if (decoder_->isAtEnd()) return nullptr;
     decoder_->send(readPacket() ? packet_.get() : nullptr);
+  }
+}
+
+const AVFrame *MovieDecoder::next() {
+  if (!deinterlacer_) return decode();
+  for (;;) {
+    if (const AVFrame *frame = deinterlacer_->receive()) return frame;
+    if (decoder_->isAtEnd()) return nullptr;
+    deinterlacer_->send(decode());
   }
 }
 
@@ -89,24 +99,58 @@ void MovieDecoder::orient(AVFrame &frame) const {
   std::memcpy(data->data, matrix, size);
 }
 
-/// The pictures in the index of a QuickTime or MP4 file, which is complete once the file is open; 0 if the file is
-/// written in fragments or is another container. Pictures that the file's edit list leaves out are not decoded.
-std::int64_t MovieDecoder::countIndex() const {
-  if (!av_match_name("mov", demuxer_->iformat->name) || stream_->nb_frames == 0) return 0;
-  std::int64_t count = 0;
-  for (int index = 0; index < avformat_index_get_entries_count(stream_); ++index)
-    if (!(avformat_index_get_entry(stream_, index)->flags & AVINDEX_DISCARD_FRAME)) ++count;
-  return count;
+/// By the index of a QuickTime or MP4 file, which is complete once the file is open. Nothing if the file is written in
+/// fragments, is another container, or has an edit list that leaves pictures out: some decoders deliver those too. The
+/// times are those of decoding, which is an even row where the pictures are one.
+std::optional<PictureTimes> MovieDecoder::measureIndex() const {
+  if (!av_match_name("mov", demuxer_->iformat->name) || stream_->nb_frames == 0) return std::nullopt;
+  PictureTimes pictures;
+  pictures.base = stream_->time_base;
+  pictures.count = avformat_index_get_entries_count(stream_);
+  for (int index = 0; index < pictures.count; ++index) {
+    const AVIndexEntry *entry = avformat_index_get_entry(stream_, index);
+    if (entry->flags & AVINDEX_DISCARD_FRAME) return std::nullopt;
+    pictures.times.push_back(entry->timestamp);
+  }
+  if (pictures.count == 0) return std::nullopt;
+  pictures.end = pictures.times.back();
+  return pictures;
 }
 
-std::int64_t MovieDecoder::countPictures() {
-  if (const std::int64_t indexed = countIndex()) return indexed;
-  std::int64_t count = 0;
-  if (packetsArePictures(decoder_->codec()))
-    while (readPacket()) count += (packet_->flags & AV_PKT_FLAG_DISCARD) ? 0 : 1;
-  else
-    while (next()) ++count;
-  return count;
+std::optional<PictureTimes> MovieDecoder::measurePackets() {
+  const std::optional<PictureTimes> indexed = measureIndex();
+  if (indexed && isEven(*indexed, frameRate())) return indexed;
+  if (!indexed && !packetsArePictures(decoder_->codec())) return std::nullopt;
+  PictureTimes pictures;
+  pictures.base = stream_->time_base;
+  bool areTimesKnown = true;
+  while (readPacket()) {
+    if (packet_->flags & AV_PKT_FLAG_DISCARD) return std::nullopt;
+    ++pictures.count;
+    const std::int64_t time = packet_->pts != AV_NOPTS_VALUE ? packet_->pts : packet_->dts;
+    areTimesKnown &= time != AV_NOPTS_VALUE;
+    pictures.times.push_back(time);
+    pictures.end = std::max(pictures.end, av_sat_add64(time, packet_->duration));
+  }
+  if (!areTimesKnown) pictures.times.clear();
+  // Packets come in the order of decoding.
+  if (indexed) std::sort(pictures.times.begin(), pictures.times.end());
+  return pictures;
+}
+
+PictureTimes MovieDecoder::measurePictures() {
+  PictureTimes pictures;
+  pictures.base = stream_->time_base;
+  bool areTimesKnown = true;
+  while (const AVFrame *frame = decode()) {
+    ++pictures.count;
+    const std::int64_t time = frame->best_effort_timestamp;
+    areTimesKnown &= time != AV_NOPTS_VALUE;
+    pictures.times.push_back(time);
+    pictures.end = std::max(pictures.end, av_sat_add64(time, frame->pkt_duration));
+  }
+  if (!areTimesKnown) pictures.times.clear();
+  return pictures;
 }
 
 bool MovieDecoder::hasAudio() const {
@@ -115,7 +159,7 @@ bool MovieDecoder::hasAudio() const {
 }
 
 FrameRate MovieDecoder::frameRate() const {
-  for (const AVRational rate : {stream_->avg_frame_rate, stream_->r_frame_rate})
+  for (const AVRational &rate : frameRates())
     if (rate.num > 0 && rate.den > 0) return {rate.num, rate.den};
   return {};
 }

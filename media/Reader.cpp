@@ -35,24 +35,24 @@ Still stillOf(Image image) {
   return still;
 }
 
-std::unique_ptr<Reader> openFile(const std::string &path, InputAlpha alpha) {
+std::unique_ptr<Reader> openFile(const std::string &path, const ReadOptions &options) {
   InputFile file(path);
   const Content content = file.identify();
   if (content.stillCodec != AV_CODEC_ID_NONE)
-    return std::make_unique<StillReader>(decodeStill(file, content.stillCodec, alpha));
-  return std::make_unique<MovieReader>(path, content.demuxer, alpha);
+    return std::make_unique<StillReader>(decodeStill(file, content.stillCodec, options.alpha));
+  return std::make_unique<MovieReader>(path, content.demuxer, options);
 }
 
 }  // namespace
 
-std::unique_ptr<Reader> Reader::open(const std::string &path, InputAlpha alpha) {
+std::unique_ptr<Reader> Reader::open(const std::string &path, const ReadOptions &options) {
   silenceLibraries();
   // A file whose own name looks like a pattern ("take#2.mov") is itself what is meant.
   std::error_code error;
-  if (std::filesystem::exists(path, error)) return openFile(path, alpha);
+  if (std::filesystem::exists(path, error)) return openFile(path, options);
   const FramePattern pattern(path);
-  if (pattern.isNumbered()) return std::make_unique<SequenceReader>(path, pattern, alpha);
-  return openFile(pattern.path(0), alpha);
+  if (pattern.isNumbered()) return std::make_unique<SequenceReader>(path, pattern, options.alpha);
+  return openFile(pattern.path(0), options);
 }
 
 std::unique_ptr<Reader> Reader::of(Image image) { return std::make_unique<StillReader>(stillOf(std::move(image))); }

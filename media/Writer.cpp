@@ -30,7 +30,8 @@ class StillWriter : public Writer {
     if (frame < 0) failWriting(path_, "the frame number " + std::to_string(frame) + " is negative");
     if (still_) failWriting(path_, "it can hold one frame only");
     auto output = std::make_unique<OutputFile>(pattern_.path(frame));
-    encoder_.encode(image, [&output](AVPacket &packet) { avio_write(output->io(), packet.data, packet.size); });
+    encoder_.encode(image, count_++, 1,
+                    [&output](AVPacket &packet) { avio_write(output->io(), packet.data, packet.size); });
     if (pattern_.isNumbered()) {
       output->commit();
       hasFrames_ = true;
@@ -56,12 +57,16 @@ class StillWriter : public Writer {
   Encoder encoder_;
   std::unique_ptr<OutputFile> still_;
   bool hasFrames_ = false;
+  std::int64_t count_ = 0;
 };
 
 class MovieWriter : public Writer {
  public:
   MovieWriter(const std::string &path, const FileFormat &file, const OutputFormat &format)
-      : path_(path), output_(path), encoder_(path, file.codec(format.codec, path), true, format, options_) {
+      : path_(path),
+        output_(path),
+        encoder_(path, file.codec(format.codec, path), true, format, options_),
+        times_(format.times) {
     AVFormatContext *muxer = nullptr;
     require(avformat_alloc_output_context2(&muxer, nullptr, file.muxer, output_.url().c_str()));
     muxer_.reset(muxer);
@@ -74,10 +79,12 @@ class MovieWriter : public Writer {
     if (av_codec_get_id(muxer->oformat->codec_tag, hvc1) == encoder_.context().codec_id)
       stream_->codecpar->codec_tag = hvc1;
     stream_->time_base = encoder_.context().time_base;
-    stream_->avg_frame_rate = encoder_.context().framerate;
+    if (!times_) stream_->avg_frame_rate = encoder_.context().framerate;
     stream_->sample_aspect_ratio = encoder_.context().sample_aspect_ratio;
     if (!format.audioFrom.empty()) {
-      audio_.emplace(format.audioFrom, format.audioFirstFrame, format.frameRate);
+      const std::int64_t first = format.audioFirstFrame;
+      audio_.emplace(format.audioFrom, times_ ? times_->ticks[first - 1] - times_->ticks[0] : first - 1,
+                     encoder_.context().time_base);
       audio_->addStreams(*muxer);
     }
     for (const auto &[name, value] : file.options) options_.set(name, value);
@@ -93,15 +100,23 @@ class MovieWriter : public Writer {
 
   void write(std::int64_t frame, const Image &image) override {
     if (frame < 0) failWriting(path_, "the frame number " + std::to_string(frame) + " is negative");
-    encoder_.encode(image, sink());
+    std::int64_t time = end_;
+    std::int64_t duration = 1;
+    if (times_) {
+      const auto ticks = times_->ticks.begin() + frame;
+      if (!start_) start_ = ticks[-1];
+      time = ticks[-1] - *start_;
+      duration = ticks[0] - ticks[-1];
+    }
+    encoder_.encode(image, time, duration, sink());
     output_.requireWritten();
-    ++frames_;
+    end_ = time + duration;
   }
 
   void finish() override {
-    if (frames_ == 0) failWriting(path_, causeNoFrame);
+    if (end_ == 0) failWriting(path_, causeNoFrame);
     encoder_.flush(sink());
-    if (audio_) require(audio_->writeUntil(*muxer_, frames_, encoder_.context().time_base));
+    if (audio_) require(audio_->finish(*muxer_, end_, encoder_.context().time_base));
     isOpen_ = false;
     require(av_write_trailer(muxer_.get()));
     output_.commit();
@@ -129,6 +144,7 @@ class MovieWriter : public Writer {
 
   /// Some containers count time in steps that are coarser than the frames.
   void requireFrameRate() {
+    if (times_) return;
     const AVRational most = av_inv_q(stream_->time_base);
     if (av_cmp_q(stream_->avg_frame_rate, most) > 0)
       failWriting(path_, "it can hold no more than " + std::to_string(most.num / most.den) + " frames per second");
@@ -145,8 +161,10 @@ class MovieWriter : public Writer {
   MuxerPtr muxer_;
   AVStream *stream_ = nullptr;
   std::optional<AudioCopy> audio_;
-  std::int64_t frames_ = 0;
-  bool isOpen_ = false;  // a header is written, and no trailer yet
+  std::shared_ptr<const FrameTimes> times_;  // null for an even rate
+  std::optional<std::int64_t> start_;        // of the first frame, in ticks
+  std::int64_t end_ = 0;                     // of the last frame
+  bool isOpen_ = false;                      // a header is written, and no trailer yet
 };
 
 }  // namespace
