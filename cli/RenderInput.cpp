@@ -40,7 +40,7 @@ void requirePlaceForTimes(const RenderOptions &options) {
 }
 
 /// With the remedy where there is one: backgrounds go by the frames of what is laid over them.
-std::string resampledText(const RenderOptions &options, const std::string &path, const media::FrameRate &rate) {
+std::string resampledText(const RenderOptions &options, const std::string &path, const FrameRate &rate) {
   const bool couldKeep = path == options.input && media::Writer::holdsAudio(options.output);
   return "the movie '" + path + "' has a variable frame rate and is resampled to " + formatFrameRate(rate) +
          " frames per second" + (couldKeep ? "; --vfr keep keeps the times of its pictures" : "");

@@ -48,6 +48,14 @@ const char *encoderFor(const AVOutputFormat &container) {
   return std::strcmp(container.name, "webm") == 0 ? "libopus" : "aac";
 }
 
+/// In units of `base`: Matroska has the time of a packet from which what the decoder takes to start is not yet taken
+/// off. FFmpeg 5.1 writes how long that is, and the other time.
+std::int64_t decoderDelay(const AVOutputFormat &container, const AVCodecParameters &codec, AVRational base) {
+  const bool isMatroska = std::strcmp(container.name, "webm") == 0 || std::strcmp(container.name, "matroska") == 0;
+  if (!isMatroska || codec.codec_id != AV_CODEC_ID_OPUS || codec.initial_padding <= 0) return 0;
+  return av_rescale_q(codec.initial_padding, {1, codec.sample_rate}, base);
+}
+
 /// Before the output's first sample, what decoders get to swing in: in seconds.
 constexpr std::int64_t preroll = 1;
 
@@ -127,6 +135,9 @@ void AudioCopy::write(AVFormatContext &muxer, Track &track, AVPacket &packet) {
   av_packet_rescale_ts(&packet, track.encoder ? track.encoder->context().time_base : track.from->time_base,
                        track.to->time_base);
   packet.stream_index = track.to->index;
+  const std::int64_t delay = decoderDelay(*muxer.oformat, *track.to->codecpar, track.to->time_base);
+  packet.dts += delay;
+  packet.pts += delay;
   // Packets shorter than a step of the input's clock.
   packet.dts = std::max(packet.dts, track.earliest);
   packet.pts = std::max(packet.pts, packet.dts);

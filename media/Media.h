@@ -85,7 +85,9 @@ class Reader {
  public:
   /// Throws InputError: missing, empty, truncated, not an image, too large.
   static std::unique_ptr<Reader> open(const std::string &path, const ReadOptions &options = {});
-  static std::unique_ptr<Reader> open(const std::string &path, InputAlpha alpha) { return open(path, {alpha}); }
+  static std::unique_ptr<Reader> open(const std::string &path, InputAlpha alpha) {
+    return open(path, ReadOptions{alpha});
+  }
   /// A still that is in memory already.
   static std::unique_ptr<Reader> of(Image image);
   virtual ~Reader() = default;

@@ -24,6 +24,13 @@ bool packetsArePictures(AVCodecID codec) {
          std::count(std::begin(withHiddenPictures), std::end(withHiddenPictures), codec) == 0;
 }
 
+/// Whether pictures that an edit list leaves out are decoded and not delivered. Decoders that hand out pictures at
+/// their own pace deliver them.
+bool leavesOutDiscarded(AVCodecID codec) {
+  constexpr AVCodecID others[] = {AV_CODEC_ID_MJPEG, AV_CODEC_ID_SMVJPEG, AV_CODEC_ID_AV1};
+  return std::count(std::begin(others), std::end(others), codec) == 0;
+}
+
 }  // namespace
 
 void findStreams(AVFormatContext &demuxer) {
@@ -100,18 +107,19 @@ void MovieDecoder::orient(AVFrame &frame) const {
 }
 
 /// By the index of a QuickTime or MP4 file, which is complete once the file is open. Nothing if the file is written in
-/// fragments, is another container, or has an edit list that leaves pictures out: some decoders deliver those too. The
+/// fragments, is another container, or has an edit list that leaves out what the decoder delivers, or all there is. The
 /// times are those of decoding, which is an even row where the pictures are one.
 std::optional<PictureTimes> MovieDecoder::measureIndex() const {
   if (!av_match_name("mov", demuxer_->iformat->name) || stream_->nb_frames == 0) return std::nullopt;
   PictureTimes pictures;
   pictures.base = stream_->time_base;
-  pictures.count = avformat_index_get_entries_count(stream_);
-  for (int index = 0; index < pictures.count; ++index) {
+  for (int index = 0; index < avformat_index_get_entries_count(stream_); ++index) {
     const AVIndexEntry *entry = avformat_index_get_entry(stream_, index);
-    if (entry->flags & AVINDEX_DISCARD_FRAME) return std::nullopt;
-    pictures.times.push_back(entry->timestamp);
+    const bool isLeftOut = entry->flags & AVINDEX_DISCARD_FRAME;
+    if (isLeftOut && !leavesOutDiscarded(decoder_->codec())) return std::nullopt;
+    if (!isLeftOut) pictures.times.push_back(entry->timestamp);
   }
+  pictures.count = static_cast<std::int64_t>(pictures.times.size());
   if (pictures.count == 0) return std::nullopt;
   pictures.end = pictures.times.back();
   return pictures;
@@ -125,7 +133,10 @@ std::optional<PictureTimes> MovieDecoder::measurePackets() {
   pictures.base = stream_->time_base;
   bool areTimesKnown = true;
   while (readPacket()) {
-    if (packet_->flags & AV_PKT_FLAG_DISCARD) return std::nullopt;
+    if (packet_->flags & AV_PKT_FLAG_DISCARD) {
+      if (!leavesOutDiscarded(decoder_->codec())) return std::nullopt;
+      continue;
+    }
     ++pictures.count;
     const std::int64_t time = packet_->pts != AV_NOPTS_VALUE ? packet_->pts : packet_->dts;
     areTimesKnown &= time != AV_NOPTS_VALUE;
@@ -135,6 +146,7 @@ std::optional<PictureTimes> MovieDecoder::measurePackets() {
   if (!areTimesKnown) pictures.times.clear();
   // Packets come in the order of decoding.
   if (indexed) std::sort(pictures.times.begin(), pictures.times.end());
+  if (pictures.count == 0) return std::nullopt;
   return pictures;
 }
 

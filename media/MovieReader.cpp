@@ -30,8 +30,11 @@ void MovieReader::chooseTimes(const MovieDecoder &decoder) {
   info_.frameRate = decoder.frameRate();
   info_.firstFrame = 1;
   info_.lastFrame = pictures_.count;
+  // The mean is the last choice.
+  std::vector<AVRational> known = decoder.frameRates();
+  std::reverse(known.begin(), known.end());
   const std::optional<FrameRate> nominal =
-      isEven(pictures_, info_.frameRate) ? std::nullopt : nominalRate(pictures_, decoder.frameRates());
+      isEven(pictures_, info_.frameRate) ? std::nullopt : nominalRate(pictures_, known);
   if (!nominal) {
     pictures_.times.clear();
   } else if (options_.keepTimes) {

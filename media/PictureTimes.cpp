@@ -41,8 +41,10 @@ std::optional<FrameRate> nominalRate(const PictureTimes &pictures, const std::ve
   constexpr double lowest = 0.001, highest = 1000.0;
   if (!(rate >= lowest && rate <= highest)) return std::nullopt;
 
+  // A coarse clock makes it inexact.
+  const double inexact = std::max(0.01, 1.0 / static_cast<double>(*short_));
   for (const AVRational &said : known)
-    if (said.num > 0 && said.den > 0 && isNear(rate, av_q2d(said), 0.01)) return FrameRate{said.num, said.den};
+    if (said.num > 0 && said.den > 0 && isNear(rate, av_q2d(said), inexact)) return FrameRate{said.num, said.den};
   // Recorders keep no better time than this.
   constexpr double jitter = 0.05;
   constexpr FrameRate usual[] = {{24, 1}, {25, 1}, {30, 1}, {48, 1}, {50, 1}, {60, 1}, {100, 1}, {120, 1}, {240, 1}};

@@ -24,8 +24,8 @@ struct PictureTimes {
 bool isEven(const PictureTimes &pictures, const FrameRate &rate);
 
 /// The rate of the pictures that follow each other fastest, but for a tenth of them: it has a frame for nearly every
-/// picture, and no stray pair of pictures decides it. One of `known` (what the container says) or of the usual rates if
-/// it is near; nothing if it is none that a movie can have.
+/// picture, and no stray pair of pictures decides it. The first of `known` (what the container says) or one of the
+/// usual rates if it is near; nothing if it is none that a movie can have.
 std::optional<FrameRate> nominalRate(const PictureTimes &pictures, const std::vector<AVRational> &known);
 
 /// How many frames of the rate the movie lasts; at least one.

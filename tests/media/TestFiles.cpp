@@ -183,7 +183,7 @@ FileBytes encodeStill(const std::string &encoder, const AVFrame &frame, const st
 }
 
 void saveMovie(const std::string &path, const std::string &muxer, const std::string &encoder,
-               const std::vector<FramePtr> &frames, std::int64_t firstTime) {
+               const std::vector<FramePtr> &frames, std::int64_t firstTime, const std::vector<std::int64_t> &times) {
   AVFormatContext *allocatedMuxer = nullptr;
   require(avformat_alloc_output_context2(&allocatedMuxer, nullptr, muxer.c_str(), nullptr), "no such muxer");
   const MuxerPtr output(allocatedMuxer);
@@ -201,6 +201,8 @@ void saveMovie(const std::string &path, const std::string &muxer, const std::str
     std::uint8_t *copy = av_stream_new_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, matrix->size);
     std::memcpy(copy, matrix->data, matrix->size);
   }
+  if (frames[0]->interlaced_frame)
+    stream->codecpar->field_order = frames[0]->top_field_first ? AV_FIELD_TT : AV_FIELD_BB;
   require(avformat_write_header(output.get(), nullptr), "cannot begin the movie");
   const auto store = [&](AVPacket &packet) {
     packet.duration = 1;
@@ -208,7 +210,7 @@ void saveMovie(const std::string &path, const std::string &muxer, const std::str
     require(av_interleaved_write_frame(output.get(), &packet), "cannot write a packet");
   };
   for (std::size_t index = 0; index < frames.size(); ++index) {
-    frames[index]->pts = firstTime + static_cast<std::int64_t>(index);
+    frames[index]->pts = times.empty() ? firstTime + static_cast<std::int64_t>(index) : times[index];
     encode(*context, frames[index].get(), store);
   }
   encode(*context, nullptr, store);

@@ -68,9 +68,11 @@ FramePtr frameOf(const Image &image, AVPixelFormat layout);
 FileBytes encodeStill(const std::string &encoder, const AVFrame &frame, const std::string &option = "");
 
 /// A movie of the frames through FFmpeg's encoder and muxer of these names, 25 frames a second, all tags of the frame
-/// and its display matrix kept. The first frame's time may be negative, in frames.
+/// and its display matrix kept. The first frame's time may be negative, in frames; `times`, if there are any, tell all
+/// of them.
 void saveMovie(const std::string &path, const std::string &muxer, const std::string &encoder,
-               const std::vector<FramePtr> &frames, std::int64_t firstTime = 0);
+               const std::vector<FramePtr> &frames, std::int64_t firstTime = 0,
+               const std::vector<std::int64_t> &times = {});
 
 /// Expects equal size, kind and samples.
 void expectSame(const Image &actual, const Image &expected);
