@@ -76,13 +76,14 @@ void AudioCopy::addStreams(AVFormatContext &muxer) {
     AVStream *from = demuxer_->streams[index];
     if (!isAudio(*from)) continue;
     std::unique_ptr<AudioEncoder> encoder;
-    if (!canHold(*muxer.oformat, *from)) try {
+    try {
+      if (!canHold(*muxer.oformat, *from))
         encoder = std::make_unique<AudioEncoder>(*from, encoderFor(*muxer.oformat), *muxer.oformat);
-      } catch (const std::invalid_argument &error) {
-        from->discard = AVDISCARD_ALL;
-        obstacle_ = error.what();
-        continue;
-      }
+    } catch (const std::invalid_argument &error) {
+      from->discard = AVDISCARD_ALL;
+      obstacle_ = error.what();
+      continue;
+    }
     std::int64_t start = av_rescale_q(start_, base_, from->time_base);
     if (video && video->start_time != AV_NOPTS_VALUE)
       start += av_rescale_q(video->start_time, video->time_base, from->time_base);
