@@ -8,12 +8,15 @@ namespace pyrelux::cli {
 
 namespace {
 
+/// The largest frame number: those of sequences have as many digits at most.
+constexpr std::int64_t mostFrames = 999'999'999'999'999'999;
+
 /// A whole number without sign that is the whole text.
-std::optional<std::int64_t> parseWhole(const std::string &text) {
+std::optional<std::int64_t> parseWhole(const std::string &text, std::int64_t most = INT32_MAX) {
   std::int64_t number = 0;
   const char *end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc() || stop != end || text[0] == '-' || number > INT32_MAX) return std::nullopt;
+  if (error != std::errc() || stop != end || text[0] == '-' || number > most) return std::nullopt;
   return number;
 }
 
@@ -21,13 +24,15 @@ std::optional<std::int64_t> parseWhole(const std::string &text) {
 std::optional<FrameRange> parseRange(const std::string &text) {
   const std::size_t dash = text.find('-');
   if (dash == std::string::npos) {
-    const auto frame = parseWhole(text);
+    const auto frame = parseWhole(text, mostFrames);
     return frame ? std::optional(FrameRange{*frame, *frame, 1}) : std::nullopt;
   }
   const std::size_t cross = text.find('x', dash);
-  const auto first = parseWhole(text.substr(0, dash));
-  const auto last = parseWhole(text.substr(dash + 1, cross == std::string::npos ? cross : cross - dash - 1));
-  const auto step = cross == std::string::npos ? std::optional<std::int64_t>(1) : parseWhole(text.substr(cross + 1));
+  const auto first = parseWhole(text.substr(0, dash), mostFrames);
+  const auto last =
+      parseWhole(text.substr(dash + 1, cross == std::string::npos ? cross : cross - dash - 1), mostFrames);
+  const auto step =
+      cross == std::string::npos ? std::optional<std::int64_t>(1) : parseWhole(text.substr(cross + 1), mostFrames);
   if (!first || !last || !step || *step == 0) return std::nullopt;
   return FrameRange{*first, *last, *step};
 }
@@ -38,6 +43,15 @@ std::int64_t FrameList::count() const {
   std::int64_t count = 0;
   for (const FrameRange &range : ranges_) count += range.count();
   return count;
+}
+
+bool FrameList::contains(std::int64_t frame) const {
+  const auto after =
+      std::upper_bound(ranges_.begin(), ranges_.end(), frame,
+                       [](std::int64_t number, const FrameRange &range) { return number < range.first; });
+  if (after == ranges_.begin()) return false;
+  const FrameRange &range = *(after - 1);
+  return frame <= range.last && (frame - range.first) % range.step == 0;
 }
 
 FrameList parseFrames(const std::string &text) {

@@ -33,6 +33,7 @@ class FrameList {
   std::int64_t first() const { return ranges_.front().first; }
   std::int64_t last() const { return ranges_.back().last; }
   std::int64_t count() const;
+  bool contains(std::int64_t frame) const;
 
   /// Calls work(frame) for every frame, in ascending order, until it returns false.
   template <typename Work>

@@ -6,33 +6,41 @@ namespace pyrelux::cli {
 
 void FrameSink::take(const Frame &frame) {
   if (frame.error) {
-    takeFailure(frame);
+    takeFailure(frame.number, frame.error);
   } else if (frame.isKept) {
     ++kept_;
     progress_.advance(frame.number, FrameEnd::Kept);
   } else {
-    writer_.write(frame.number, frame.output);
-    if (manifest_) manifest_->add(frame.number, frame.origin);
-    ++rendered_;
-    progress_.advance(frame.number, FrameEnd::Rendered);
+    write(frame);
   }
   if (rendered_ + kept_ > 0) tellFailures();
 }
 
-void FrameSink::takeFailure(const Frame &frame) {
-  if (!manifest_) std::rethrow_exception(frame.error);
+void FrameSink::write(const Frame &frame) {
+  try {
+    writer_.write(frame.number, frame.output);
+  } catch (const media::InputError &) {
+    // Of the background, which writers read.
+    return takeFailure(frame.number, std::current_exception());
+  }
+  ++rendered_;
+  progress_.advance(frame.number, FrameEnd::Rendered);
+}
+
+void FrameSink::takeFailure(std::int64_t frame, const std::exception_ptr &failure) {
+  if (!isSequence_) std::rethrow_exception(failure);
   std::string cause;
   try {
-    std::rethrow_exception(frame.error);
+    std::rethrow_exception(failure);
   } catch (const media::InputError &error) {
     cause = error.what();
   } catch (const host::HostError &error) {
     cause = error.what();
   }
-  untold_.push_back("frame " + std::to_string(frame.number) + ": " + cause);
-  if (!firstFailure_) firstFailure_ = frame.error;
+  untold_.push_back("frame " + std::to_string(frame) + ": " + cause);
+  if (!firstFailure_) firstFailure_ = failure;
   ++failed_;
-  progress_.advance(frame.number, FrameEnd::Failed);
+  progress_.advance(frame, FrameEnd::Failed);
 }
 
 void FrameSink::tellFailures() {

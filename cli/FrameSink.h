@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "Manifest.h"
 #include "Media.h"
 #include "Pipeline.h"
 #include "Progress.h"
@@ -15,12 +14,12 @@ namespace pyrelux::cli {
 /// Where frames end: written, kept or failed, and counted. Thread: one at a time.
 class FrameSink {
  public:
-  /// `manifest`: of a sequence, in which a frame may fail without the others; null otherwise, when the first failure
-  /// ends everything. All must outlive this.
-  FrameSink(media::Writer &writer, Manifest *manifest, Progress &progress)
-      : writer_(writer), manifest_(manifest), progress_(progress) {}
+  /// `isSequence`: a frame may fail without the others; otherwise the first failure ends everything. All must outlive
+  /// this.
+  FrameSink(media::Writer &writer, bool isSequence, Progress &progress)
+      : writer_(writer), isSequence_(isSequence), progress_(progress) {}
 
-  /// Throws what the writer and the manifest throw, and failures that end everything.
+  /// Throws what the writer throws, and failures that end everything.
   void take(const Frame &frame);
 
   /// Completes the output. Throws what the writer throws, and the first frame's failure when all have failed.
@@ -31,11 +30,12 @@ class FrameSink {
   std::int64_t failed() const { return failed_; }
 
  private:
-  void takeFailure(const Frame &frame);
+  void write(const Frame &frame);
+  void takeFailure(std::int64_t frame, const std::exception_ptr &failure);
   void tellFailures();
 
   media::Writer &writer_;
-  Manifest *manifest_;
+  bool isSequence_;
   Progress &progress_;
   std::int64_t rendered_ = 0;
   std::int64_t kept_ = 0;

@@ -1,18 +1,18 @@
 #include "Manifest.h"
 
 #include <fcntl.h>
-#include <unistd.h>
+#include <sys/stat.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <filesystem>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <system_error>
 
+#include "Errors.h"
 #include "Fingerprint.h"
 #include "FramePattern.h"
-#include "Media.h"
+#include "LockedFile.h"
+#include "OutputFile.h"
 
 namespace fs = std::filesystem;
 
@@ -22,32 +22,62 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-std::string causeOf(int error) { return std::generic_category().message(error); }
+/// How the line begins that a run begins with.
+constexpr const char *runStart = "{\"settings\":";
 
-/// Adds what the line says, if it is a record.
-void addRecord(const std::string &line, FrameRecords &records) {
-  const Json object = Json::parse(line, nullptr, false);
-  if (!object.is_object()) return;
+struct Contents {
+  PictureRecords records;
+  std::string obstacle;  ///< why it is no manifest; empty if it is one, or empty itself
+};
+
+/// What stands in the line, if it is an object without others in it; null otherwise.
+Json flatObject(const std::string &line) {
+  const auto isFlat = [](int depth, Json::parse_event_t event, const Json &) {
+    return depth == 0 || (event != Json::parse_event_t::object_start && event != Json::parse_event_t::array_start);
+  };
+  Json object = Json::parse(line, isFlat, false);
+  return object.is_object() ? object : Json();
+}
+
+/// Adds what the line says. Returns whether it is a record.
+bool addRecord(const std::string &line, PictureRecords &records) {
+  const Json object = flatObject(line);
   const auto text = [&object](const char *name) {
     const auto found = object.find(name);
     return found != object.end() && found->is_string() ? found->get<std::string>() : std::string();
   };
+  const std::string file = text("file");
+  PictureRecord record{0, 0, text("xxh3"), text("origin")};
+  // A name of another folder is nothing that this program wrote.
+  if (file.empty() || file.find('/') != std::string::npos || record.fingerprint.empty()) return false;
   const auto frame = object.find("frame");
   const auto bytes = object.find("bytes");
-  FrameRecord record{text("file"), 0, text("xxh3"), text("origin")};
-  // A name of another folder is nothing that this program wrote.
-  if (record.file.empty() || record.file.find('/') != std::string::npos || record.fingerprint.empty()) return;
   if (frame == object.end() || !frame->is_number_integer() || bytes == object.end() || !bytes->is_number_unsigned())
-    return;
+    return false;
+  record.frame = frame->get<std::int64_t>();
   record.bytes = bytes->get<std::uintmax_t>();
-  records[frame->get<std::int64_t>()] = record;
+  records[file] = record;
+  return true;
 }
 
-FrameRecords recordsIn(const std::string &path) {
-  FrameRecords records;
-  std::ifstream file(path, std::ios::binary);
-  for (std::string line; std::getline(file, line);) addRecord(line, records);
-  return records;
+Contents contentsOf(const Descriptor &file) {
+  Contents contents;
+  // Millions of pictures; what is larger would only keep the program busy.
+  constexpr std::uintmax_t mostBytes = std::uintmax_t{1} << 30;
+  if (sizeOf(file) > mostBytes) {
+    contents.obstacle = "it is not a manifest: it is longer than a gigabyte";
+    return contents;
+  }
+  // A record has a name, which may be written in six bytes for each of its own.
+  constexpr std::size_t longestRecord = 1 << 14;
+  bool isManifest = sizeOf(file) == 0;
+  readLines(file, longestRecord, [&](const std::string &line, bool hasEnd) {
+    // Not what is being written while this is read.
+    isManifest |= line.rfind(runStart, 0) == 0 || (hasEnd && addRecord(line, contents.records));
+    return true;
+  });
+  if (!isManifest) contents.obstacle = "it is not a manifest";
+  return contents;
 }
 
 std::string folderOf(const std::string &path) {
@@ -55,45 +85,80 @@ std::string folderOf(const std::string &path) {
   return folder.empty() ? "." : folder;
 }
 
-}  // namespace
-
-FrameRecords readManifest(const std::string &path) {
-  const auto fail = [&path](const std::string &cause) {
-    throw media::InputError("cannot read '" + path + "': " + cause);
-  };
-  std::error_code error;
-  const fs::file_status status = fs::status(path, error);
-  if (!fs::exists(status)) fail("no such file");
-  if (!fs::is_regular_file(status)) fail("it is not a regular file");
-  if (access(path.c_str(), R_OK) != 0) fail(causeOf(errno));
-  FrameRecords records = recordsIn(path);
-  if (records.empty()) fail("it is not a manifest: it records no frame");
-  return records;
+bool exists(const std::string &path) {
+  struct stat status = {};
+  return lstat(path.c_str(), &status) == 0;
 }
 
-RecordState stateOf(const FrameRecord &record, const std::string &folder) {
-  const std::string path = folder + "/" + record.file;
-  std::error_code error;
-  const std::uintmax_t bytes = fs::file_size(path, error);
-  if (error) return RecordState::Missing;
-  return bytes == record.bytes && fingerprintOfFile(path) == record.fingerprint ? RecordState::Right
-                                                                                : RecordState::Different;
+/// Throws OutputError for a file that was not made by a render.
+Contents requireManifest(const Descriptor &file, const std::string &path) {
+  Contents contents = contentsOf(file);
+  if (!contents.obstacle.empty())
+    media::failWriting(path, contents.obstacle + "; move it away, or give the output another name");
+  return contents;
+}
+
+/// Of the picture before it has its name, when no other program knows it.
+std::string recordOf(const media::NewPicture &picture, const std::string &origin) {
+  try {
+    const Json record = {{"frame", picture.frame},
+                         {"file", fs::path(picture.path).filename().string()},
+                         {"bytes", fs::file_size(picture.temporaryPath)},
+                         {"xxh3", fingerprintOfFile(picture.temporaryPath)},
+                         {"origin", origin}};
+    return record.dump();
+  } catch (const fs::filesystem_error &error) {
+    media::failWriting(picture.path, media::systemCause(error.code().value()));
+  } catch (const media::InputError &error) {
+    throw media::OutputError(error.what());
+  }
+}
+
+}  // namespace
+
+PictureRecords readManifest(const std::string &path) {
+  std::string cause;
+  const Descriptor file = openRegular(path, O_RDONLY, cause);
+  if (!file) media::failReading(path, cause);
+  const Contents contents = contentsOf(file);
+  if (!contents.obstacle.empty()) media::failReading(path, contents.obstacle);
+  if (contents.records.empty()) media::failReading(path, "it is not a manifest: it records no frame");
+  return contents.records;
+}
+
+RecordState stateOf(const std::string &file, const PictureRecord &record, const std::string &folder) {
+  const std::string path = folder + "/" + file;
+  std::string cause;
+  const Descriptor picture = openRegular(path, O_RDONLY, cause);
+  if (!picture) {
+    if (cause == media::causeNoSuchFile) return RecordState::Missing;
+    return cause == media::causeNotRegular ? RecordState::Different : RecordState::Unreadable;
+  }
+  if (sizeOf(picture) != record.bytes) return RecordState::Different;
+  try {
+    return fingerprintOfFile(path) == record.fingerprint ? RecordState::Right : RecordState::Different;
+  } catch (const media::InputError &) {
+    return RecordState::Unreadable;
+  }
 }
 
 std::string Manifest::pathFor(const std::string &output) {
   const media::FramePattern pattern(output);
-  return pattern.folder() + "/" + pattern.unnumberedName() + ".manifest.jsonl";
+  return (fs::path(output).parent_path() / (pattern.unnumberedName() + ".manifest.jsonl")).string();
 }
 
 Manifest::Manifest(const std::string &output, const std::string &settings)
     : output_(output),
       path_(pathFor(output)),
       settings_(settings),
-      settingsFingerprint_(Fingerprint().add(settings).text()),
-      before_(recordsIn(path_)) {}
-
-Manifest::~Manifest() {
-  if (file_ >= 0) close(file_);
+      settingsFingerprint_(Fingerprint().add(settings).text()) {
+  media::OutputFile::requireWritable(path_);
+  std::string cause;
+  const Descriptor file = openRegular(path_, O_RDWR | O_NOFOLLOW, cause);
+  if (file)
+    before_ = requireManifest(file, path_).records;
+  else if (cause != media::causeNoSuchFile)
+    media::failWriting(path_, cause + "; move it away, or give the output another name");
 }
 
 std::string Manifest::originOf(const Image &input) const {
@@ -101,41 +166,26 @@ std::string Manifest::originOf(const Image &input) const {
 }
 
 bool Manifest::holds(std::int64_t frame, const std::string &origin) const {
-  const auto found = before_.find(frame);
+  const std::string file = fs::path(media::FramePattern(output_).path(frame)).filename().string();
+  const auto found = before_.find(file);
   return found != before_.end() && found->second.origin == origin &&
-         found->second.file == fs::path(media::FramePattern(output_).path(frame)).filename() &&
-         stateOf(found->second, folderOf(path_)) == RecordState::Right;
+         stateOf(file, found->second, folderOf(path_)) == RecordState::Right;
 }
 
-void Manifest::add(std::int64_t frame, const std::string &origin) {
-  if (file_ < 0) begin();
-  const std::string path = media::FramePattern(output_).path(frame);
-  const Json record = {{"frame", frame},
-                       {"file", fs::path(path).filename().string()},
-                       {"bytes", fs::file_size(path)},
-                       {"xxh3", fingerprintOfFile(path)},
-                       {"origin", origin}};
-  append(record.dump() + "\n");
+void Manifest::add(const media::NewPicture &picture, const std::string &origin) {
+  const std::string record = recordOf(picture, origin);
+  LockedFile file(path_);
+  if (!hasBegun_) {
+    const PictureRecords records = requireManifest(file.descriptor(), path_).records;
+    const bool isStale = std::none_of(records.begin(), records.end(), [this](const auto &present) {
+      return exists(folderOf(path_) + "/" + present.first);
+    });
+    if (isStale) file.clear();
+    file.append(Json({{"settings", settingsFingerprint_}, {"of", Json::parse(settings_)}}).dump());
+    hasBegun_ = true;
+  }
+  picture.giveName();
+  file.append(record);
 }
-
-void Manifest::begin() {
-  const bool isStale = std::none_of(before_.begin(), before_.end(), [this](const auto &record) {
-    return fs::exists(folderOf(path_) + "/" + record.second.file);
-  });
-  file_ = open(path_.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC | (isStale ? O_TRUNC : 0), 0666);
-  if (file_ < 0) failWriting();
-  // Whoever was killed may have left half a line.
-  char last = '\n';
-  const off_t end = lseek(file_, 0, SEEK_END);
-  if (end > 0 && pread(file_, &last, 1, end - 1) == 1 && last != '\n') append("\n");
-  append(Json({{"settings", settingsFingerprint_}, {"of", Json::parse(settings_)}}).dump() + "\n");
-}
-
-void Manifest::append(const std::string &line) {
-  // In one call, so that lines of several programs do not mix.
-  if (write(file_, line.data(), line.size()) != static_cast<ssize_t>(line.size())) failWriting();
-}
-
-void Manifest::failWriting() const { throw media::OutputError("cannot write '" + path_ + "': " + causeOf(errno)); }
 
 }  // namespace pyrelux::cli

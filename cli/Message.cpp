@@ -4,10 +4,18 @@
 
 namespace pyrelux::cli {
 
-void say(const std::string &message) {
+std::string printable(const std::string &text) {
   std::string line;
-  for (const char c : message) line += static_cast<unsigned char>(c) < ' ' || c == 0x7F ? '?' : c;
-  std::cerr << "pyrelux: " << line << '\n';
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    const auto byte = static_cast<unsigned char>(text[at]);
+    // In UTF-8, the second set of control characters is of two bytes, C2 and 80 to 9F.
+    const bool isLongControl = byte == 0xC2 && at + 1 < text.size() && (text[at + 1] & 0xE0) == 0x80;
+    at += isLongControl;
+    line += byte < ' ' || byte == 0x7F || isLongControl ? '?' : text[at];
+  }
+  return line;
 }
+
+void say(const std::string &message) { std::cerr << "pyrelux: " << printable(message) << '\n'; }
 
 }  // namespace pyrelux::cli

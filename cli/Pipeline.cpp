@@ -67,7 +67,11 @@ class Carousel {
   void drawAll() {
     while (const auto frame = toDraw_.receive()) {
       if (hasFailed_ || stop_()) return;
-      if (!(*frame)->error && !(*frame)->isKept) attempt(stages_.draw, **frame);
+      if (!(*frame)->error && !(*frame)->isKept) {
+        attempt(stages_.draw, **frame);
+        // What is stopped half-way is no failure.
+        if ((*frame)->error && stop_()) return;
+      }
       (*frame)->input.reset();
       toWrite_.send(*frame);
     }

@@ -35,7 +35,8 @@ constexpr int framesUnderWay = 4;
 
 /// Takes the frames through the stages, which work at the same time on different frames. What `read` and `draw` throw
 /// becomes the frame's error; what `write` throws ends everything, and is thrown here. Once `stop` is true, no other
-/// frame is drawn, and what is drawn is still written. `stop` is asked on several threads.
+/// frame is drawn, and what is drawn is still written; a `draw` that throws then has been stopped. `stop` is asked on
+/// several threads.
 void runPipeline(const FrameList &frames, const Stages &stages, const std::function<bool()> &stop);
 
 }  // namespace pyrelux::cli

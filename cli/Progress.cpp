@@ -40,11 +40,13 @@ Progress::Progress(const std::string &name, std::int64_t frames)
 Progress::~Progress() { eraseLine(); }
 
 void Progress::say(const std::string &message) const {
+  const std::lock_guard<std::mutex> lock(mutex_);
   eraseLine();
   cli::say(message);
 }
 
 void Progress::advance(std::int64_t frame, FrameEnd end) {
+  const std::lock_guard<std::mutex> lock(mutex_);
   ++done_;
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
   const double rate = static_cast<double>(done_) / seconds;

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -14,7 +15,7 @@ const std::vector<std::string> &progressNames();
 /// What became of a frame.
 enum class FrameEnd { Rendered, Kept, Failed };
 
-/// Tells how far a render is. Thread: one at a time.
+/// Tells how far a render is. Thread: any.
 class Progress {
  public:
   Progress(const std::string &name, std::int64_t frames);
@@ -32,6 +33,7 @@ class Progress {
   void eraseLine() const;
   void showLine(double rate, double secondsLeft) const;
 
+  mutable std::mutex mutex_;
   bool line_;
   bool json_;
   std::int64_t frames_;

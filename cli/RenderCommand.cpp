@@ -11,6 +11,7 @@
 #include "Manifest.h"
 #include "Media.h"
 #include "Message.h"
+#include "OutputGuard.h"
 #include "Pipeline.h"
 #include "Progress.h"
 #include "ProjectFile.h"
@@ -18,6 +19,7 @@
 #include "RenderOutput.h"
 #include "RenderRecord.h"
 #include "Renderers.h"
+#include "RunUpNotice.h"
 #include "Timeline.h"
 
 namespace pyrelux::cli {
@@ -34,13 +36,14 @@ int render(const RenderOptions &given) {
   const auto reader = openInput(options, bits);
   const media::InputInfo &input = reader->info();
   const FrameList frames = chooseFrames(options, input, manyFrames);
-  if (options.resume && !isSequence(options.output))
+  const bool isSequence = media::Writer::isSequence(options.output);
+  if (options.resume && !isSequence)
     throw UsageError("--resume is for numbered sequences, and '" + options.output + "' is none");
   if (frames.count() > 1 && !manyFrames)
     throw UsageError("'" + options.output + "' holds one frame, not " + std::to_string(frames.count()) +
                      "; put %04d or #### into its name, or write a movie");
 
-  refuseToReplaceInput(options, input, frames);
+  refuseToReplaceSource(*reader, "input", options, frames);
   refuseToReplaceOutput(options, frames);
 
   media::OutputFormat format = chooseFormat(options, input, frames, bits);
@@ -55,7 +58,11 @@ int render(const RenderOptions &given) {
 
   format.record = recordOf(options, frames, filter.parameters(), settings, rendererId, bits);
   std::optional<Manifest> manifest;
-  if (isSequence(options.output)) manifest.emplace(options.output, format.record);
+  std::string writtenOrigin;
+  if (isSequence) {
+    manifest.emplace(options.output, format.record);
+    format.publish = [&](const media::NewPicture &picture) { manifest->add(picture, writtenOrigin); };
+  }
 
   // From the time on when there is something half written.
   const Interruption interruption;
@@ -65,7 +72,10 @@ int render(const RenderOptions &given) {
   // Stills burn from frame 1.
   const bool isStill = input.kind == media::InputKind::Still;
   host::Timeline timeline(filter, renderer, isStill ? 1 : input.firstFrame);
-  FrameSink sink(*writer, manifest ? &*manifest : nullptr, *progress);
+  timeline.setRunUpListener(RunUpNotice([&](const std::string &message) {
+    if (!options.quiet) progress->say(message);
+  }));
+  FrameSink sink(*writer, isSequence, *progress);
 
   std::shared_ptr<const Image> picture;
   std::string origin;
@@ -80,7 +90,10 @@ int render(const RenderOptions &given) {
     frame.isKept = options.resume && manifest->holds(frame.number, origin);
   };
   stages.draw = [&](Frame &frame) { timeline.render(frame.number, *frame.input, settings, frame.output); };
-  stages.write = [&](Frame &frame) { sink.take(frame); };
+  stages.write = [&](Frame &frame) {
+    writtenOrigin = frame.origin;
+    sink.take(frame);
+  };
   runPipeline(frames, stages, [] { return Interruption::signal() != 0; });
 
   const bool isInterrupted = sink.done() < frames.count();

@@ -1,16 +1,9 @@
 #include "RenderInput.h"
 
-#include <sys/stat.h>
-
-#include <filesystem>
-#include <optional>
-#include <set>
-#include <utility>
+#include <algorithm>
 
 #include "DrawnInput.h"
-#include "FramePattern.h"
 #include "Message.h"
-#include "RenderOutput.h"
 
 namespace pyrelux::cli {
 
@@ -44,6 +37,16 @@ std::string resampledText(const RenderOptions &options, const std::string &path,
   const bool couldKeep = path == options.input && media::Writer::holdsAudio(options.output);
   return "the movie '" + path + "' has a variable frame rate and is resampled to " + formatFrameRate(rate) +
          " frames per second" + (couldKeep ? "; --vfr keep keeps the times of its pictures" : "");
+}
+
+/// A stray file with a large number would have a render ask for all the numbers before it.
+void refuseGaps(const std::string &path, const media::InputInfo &input, const FrameList &wanted) {
+  constexpr std::int64_t mostMissing = 100000;
+  const std::int64_t there = std::count_if(input.present.begin(), input.present.end(),
+                                           [&](std::int64_t frame) { return wanted.contains(frame); });
+  if (wanted.count() - there <= mostMissing) return;
+  throw UsageError("of the frames " + formatFrames(wanted) + ", '" + path + "' has " + std::to_string(there) +
+                   "; choose them with --frames");
 }
 
 }  // namespace
@@ -83,59 +86,12 @@ FrameList chooseFrames(const RenderOptions &options, const media::InputInfo &inp
     return manyFrames ? stillToMovie : stillToStill;
   }
   const FrameRange all{input.firstFrame, input.lastFrame};
-  if (!options.frames) return all;
-  const FrameList wanted = parseFrames(*options.frames);
+  const FrameList wanted = options.frames ? parseFrames(*options.frames) : all;
   if (wanted.first() < all.first || wanted.last() > all.last)
     throw UsageError("'" + *options.input + "' has the frames " + std::to_string(all.first) + "-" +
                      std::to_string(all.last) + "; '" + *options.frames + "' is not among them");
+  if (input.kind == media::InputKind::Sequence) refuseGaps(*options.input, input, wanted);
   return wanted;
-}
-
-void refuseToReplace(const std::string &source, const media::InputInfo &info, const std::string &what,
-                     const std::string &output, const FrameList &frames) {
-  const media::FramePattern from(source);
-  const media::FramePattern to(output);
-  std::set<std::pair<std::uintmax_t, std::uintmax_t>> inputs;
-  const auto identity = [](const std::string &path) {
-    struct stat status = {};
-    const bool exists = stat(path.c_str(), &status) == 0;
-    return exists ? std::optional(std::pair<std::uintmax_t, std::uintmax_t>(status.st_dev, status.st_ino))
-                  : std::nullopt;
-  };
-  if (info.kind == media::InputKind::Sequence) {
-    for (std::int64_t frame = info.firstFrame; frame <= info.lastFrame; ++frame)
-      if (const auto file = identity(from.path(frame))) inputs.insert(*file);
-  } else if (const auto file = identity(source)) {
-    inputs.insert(*file);
-  }
-  const auto check = [&](const std::string &path) {
-    const auto file = identity(path);
-    if (file && inputs.count(*file)) throw UsageError("the output '" + path + "' would replace the " + what);
-  };
-  check(output);
-  if (to.isNumbered())
-    frames.forEach([&](std::int64_t frame) {
-      check(to.path(frame));
-      return true;
-    });
-}
-
-void refuseToReplaceInput(const RenderOptions &options, const media::InputInfo &input, const FrameList &frames) {
-  if (options.input) refuseToReplace(*options.input, input, "input", options.output, frames);
-}
-
-void refuseToReplaceOutput(const RenderOptions &options, const FrameList &frames) {
-  if (options.overwrite || options.resume) return;
-  const media::FramePattern pattern(options.output);
-  const bool isNumbered = isSequence(options.output);
-  frames.forEach([&](std::int64_t frame) {
-    const std::string path = isNumbered ? pattern.path(frame) : options.output;
-    // What is no file, the writer refuses with its own reasons.
-    if (std::filesystem::is_regular_file(path))
-      throw media::OutputError("cannot write '" + path + "': it is there already; --overwrite replaces it" +
-                               (isNumbered ? ", --resume keeps what is right" : ""));
-    return isNumbered;
-  });
 }
 
 }  // namespace pyrelux::cli

@@ -23,15 +23,4 @@ void requireMovieToDeinterlace(const RenderOptions &options, bool isMovie);
 /// UsageError when the input lacks one of them.
 FrameList chooseFrames(const RenderOptions &options, const media::InputInfo &input, bool manyFrames);
 
-/// Writing a frame must never replace what a later one is read from: `source`, which a message calls `what`. Throws
-/// UsageError.
-void refuseToReplace(const std::string &source, const media::InputInfo &info, const std::string &what,
-                     const std::string &output, const FrameList &frames);
-
-/// The same for the options' input.
-void refuseToReplaceInput(const RenderOptions &options, const media::InputInfo &input, const FrameList &frames);
-
-/// What is there stays, unless the options say otherwise. Throws media::OutputError.
-void refuseToReplaceOutput(const RenderOptions &options, const FrameList &frames);
-
 }  // namespace pyrelux::cli

@@ -1,13 +1,11 @@
 #include "RenderOutput.h"
 
-#include <filesystem>
 #include <utility>
 
 #include "Colour.h"
-#include "FramePattern.h"
 #include "Message.h"
+#include "OutputGuard.h"
 #include "Over.h"
-#include "RenderInput.h"
 
 namespace pyrelux::cli {
 
@@ -59,7 +57,7 @@ Background openBackground(const RenderOptions &options, const media::InputInfo &
   if (info.kind != media::InputKind::Still && (frames.first() < info.firstFrame || frames.last() > info.lastFrame))
     throw UsageError("the background '" + text + "' has the frames " + std::to_string(info.firstFrame) + "-" +
                      std::to_string(info.lastFrame) + ", which are not all of those to render");
-  refuseToReplace(text, info, "background", options.output, frames);
+  refuseToReplaceSource(*reader, "background", options, frames);
   return Background(std::move(reader));
 }
 
@@ -90,12 +88,6 @@ std::string counted(std::int64_t count, const std::string &what) {
 }
 
 }  // namespace
-
-bool isSequence(const std::string &output) {
-  // Whatever its name, a movie is for many frames.
-  const bool isMovie = media::Writer::holdsManyFrames("name" + std::filesystem::path(output).extension().string());
-  return !isMovie && media::FramePattern(output).isNumbered();
-}
 
 int chooseBits(const RenderOptions &options) {
   const bool isDeep = media::Writer::isDeep(options.output, options.codec);

@@ -9,10 +9,6 @@
 
 namespace pyrelux::cli {
 
-/// Whether each frame gets a file of its own, which the name has a place for a number for. Names of movies are taken as
-/// they stand. Throws media::MediaError.
-bool isSequence(const std::string &output);
-
 /// The bits per channel to draw with: those asked for, or what suits the output. Throws media::OutputError for an
 /// extension or codec that does not exist.
 int chooseBits(const RenderOptions &options);

@@ -8,24 +8,31 @@
 #include "Project.h"
 #include "Renderers.h"
 
+namespace fs = std::filesystem;
+
 namespace pyrelux::cli {
 
 namespace {
 
 /// When the newest file of a background was changed, in ticks of the file system's clock; its least time for a colour.
 std::int64_t lastChange(const std::string &background, const FrameList &frames) {
-  auto newest = std::filesystem::file_time_type::min();
-  const auto look = [&newest](const std::string &path) {
+  auto newest = fs::file_time_type::min();
+  const auto look = [&newest](const fs::path &path) {
     std::error_code error;
-    const auto time = std::filesystem::last_write_time(path, error);
+    const auto time = fs::last_write_time(path, error);
     if (!error) newest = std::max(newest, time);
   };
-  look(background);
-  const media::FramePattern pattern(background);
-  frames.forEach([&](std::int64_t frame) {
-    look(pattern.path(frame));
-    return pattern.isNumbered();
-  });
+  std::error_code error;
+  const fs::path asItStands(background);
+  if (fs::exists(asItStands, error)) {
+    look(asItStands);
+  } else {
+    const media::FramePattern pattern(background);
+    if (!pattern.isNumbered()) look(pattern.path(0));
+    for (fs::directory_iterator entry(pattern.folder(), error), end; !error && entry != end; entry.increment(error))
+      if (const auto frame = pattern.frameOf(entry->path().filename().string()); frame && frames.contains(*frame))
+        look(entry->path());
+  }
   return newest.time_since_epoch().count();
 }
 

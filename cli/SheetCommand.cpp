@@ -10,11 +10,13 @@
 #include "Look.h"
 #include "Media.h"
 #include "Message.h"
+#include "OutputGuard.h"
 #include "Presets.h"
 #include "ProjectFile.h"
 #include "Reduction.h"
 #include "RenderInput.h"
 #include "Renderers.h"
+#include "RunUpNotice.h"
 #include "Sheet.h"
 #include "Timeline.h"
 
@@ -128,7 +130,7 @@ int drawSheet(const SheetOptions &given) {
   const std::int64_t usual = isStill ? usualFrame : std::clamp(usualFrame, input.firstFrame, input.lastFrame);
   options.frames = given.frame.value_or(std::to_string(usual));
   const std::int64_t frame = chooseFrame(options, *options.frames, input);
-  refuseToReplaceInput(options, input, FrameRange{frame, frame});
+  refuseToReplaceSource(*reader, "input", options, FrameRange{frame, frame});
   refuseToReplaceOutput(options, FrameRange{frame, frame});
 
   const int width = std::min(given.cell, input.width);
@@ -160,14 +162,20 @@ int drawSheet(const SheetOptions &given) {
     filter.parameters() = cells[i].parameters;
     // One for each: with other settings, another run leads to the frame.
     host::Timeline timeline(filter, renderer, isStill ? 1 : input.firstFrame);
-    timeline.render(cells[i].frame, reader->read(cells[i].frame), settings, picture);
-    const int place = static_cast<int>(i);
-    sheet.put(place % columns, place / columns, media::reduced(picture, width, height), cells[i].label);
+    timeline.setRunUpListener(RunUpNotice(say));
+    try {
+      timeline.render(cells[i].frame, reader->read(cells[i].frame), settings, picture);
+    } catch (const host::HostError &) {
+      // What is stopped half-way is no failure.
+      if (!interruption.signal()) throw;
+    }
     if (interruption.signal()) {
-      say("interrupted after " + std::to_string(i + 1) + " of " + std::to_string(cells.size()) +
+      say("interrupted after " + std::to_string(i) + " of " + std::to_string(cells.size()) +
           " pictures; no sheet is written");
       return exitCodeOf(interruption.signal());
     }
+    const int place = static_cast<int>(i);
+    sheet.put(place % columns, place / columns, media::reduced(picture, width, height), cells[i].label);
   }
   writer->write(1, sheet.image());
   writer->finish();

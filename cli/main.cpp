@@ -1,11 +1,15 @@
 #include <fcntl.h>
+#include <pthread.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <exception>
 #include <iostream>
 #include <nlohmann/json.hpp>
+#include <system_error>
 
 #include "Choices.h"
 #include "CommandLine.h"
@@ -41,6 +45,33 @@ void occupyStandardStreams() {
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
     // Standard output is as good as closed then, as printing to it has to fail.
     if (fcntl(stream, F_GETFD) < 0) open("/dev/null", stream == STDERR_FILENO ? O_WRONLY : O_RDONLY);
+}
+
+/// A stack that ends is a crash, and its limit that of the threads' stacks, too. Raises it where that is allowed, and
+/// refuses where not.
+void requireStack() {
+  constexpr rlim_t usual = 8 << 20;
+  constexpr rlim_t least = 1 << 20;
+  struct rlimit limit = {};
+  if (getrlimit(RLIMIT_STACK, &limit) != 0 || limit.rlim_cur >= least) return;
+  const rlim_t before = limit.rlim_cur;
+  limit.rlim_cur = std::min(usual, limit.rlim_max);
+  if (limit.rlim_cur < least || setrlimit(RLIMIT_STACK, &limit) != 0)
+    throw std::runtime_error("the stack is limited to " + std::to_string(before >> 10) +
+                             " kilobytes, and 1024 are needed; raise the limit (ulimit -s)");
+  pthread_attr_t threads;
+  pthread_attr_init(&threads);
+  pthread_attr_setstacksize(&threads, limit.rlim_cur);
+  pthread_setattr_default_np(&threads);
+  pthread_attr_destroy(&threads);
+}
+
+/// What the system's error means to whoever has set limits.
+std::string remedyFor(const std::system_error &error) {
+  if (error.code() == std::errc::resource_unavailable_try_again)
+    return "no thread can be started: memory (ulimit -v) or the number of processes (ulimit -u) is limited; raise the "
+           "limit, or set PYRELUX_THREADS=1";
+  return error.what();
 }
 
 /// CLI11's message without what it adds on further lines.
@@ -122,8 +153,8 @@ int run(int argc, char **argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError &error) {
-    if (error.get_exit_code() == 0) return app.exit(error);
-    return fail(firstLine(error.what()) + "; see 'pyrelux --help'", usageExit);
+    if (error.get_exit_code() != 0) return fail(firstLine(error.what()) + "; see 'pyrelux --help'", usageExit);
+    exitCode = app.exit(error);
   }
   std::cout.flush();
   if (!std::cout) return fail("cannot write to standard output", outputExit);
@@ -138,7 +169,10 @@ int main(int argc, char **argv) {
   occupyStandardStreams();
   // What exceeds a limit on the size of files fails to be written, like what exceeds the disk.
   signal(SIGXFSZ, SIG_IGN);
+  // So does what nobody reads any more: a movie is not to be lost with the reader of its progress.
+  signal(SIGPIPE, SIG_IGN);
   try {
+    requireStack();
     return run(argc, argv);
   } catch (const UsageError &error) {
     return fail(error.what(), usageExit);
@@ -152,7 +186,9 @@ int main(int argc, char **argv) {
     // Of what is neither: a name that can be none of an input or output.
     return fail(error.what(), usageExit);
   } catch (const std::bad_alloc &) {
-    return fail("not enough memory", failedExit);
+    return fail("not enough memory; raise the limit if there is one (ulimit -v), or draw smaller pictures", failedExit);
+  } catch (const std::system_error &error) {
+    return fail(remedyFor(error), failedExit);
   } catch (const std::exception &error) {
     return fail(error.what(), failedExit);
   }

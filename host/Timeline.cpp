@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "Backends.h"
+#include "HostError.h"
 
 namespace pyrelux::host {
 
@@ -56,7 +57,11 @@ void Timeline::runUpTo(std::int64_t frame, const FrameSettings &settings) {
   const Sketch sketch(filter_.parameters());
   const Image dot = Image::bytes(1, 1, Alpha::Premultiplied);
   Image result;
-  for (; next_ < frame; ++next_) nothing_.render(filter_, dot, static_cast<double>(next_), settings, result);
+  for (; next_ < frame; ++next_) {
+    if (runUpListener_ && !runUpListener_(next_, frame))
+      throw HostError("stopped at frame " + std::to_string(next_) + " on the way to frame " + std::to_string(frame));
+    nothing_.render(filter_, dot, static_cast<double>(next_), settings, result);
+  }
 }
 
 }  // namespace pyrelux::host

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <utility>
 
 #include "Filter.h"
 #include "FrameRenderer.h"
@@ -21,6 +23,11 @@ class Timeline {
   /// Otherwise as FrameRenderer::render(), whose errors it throws; afterwards the next frame starts from the beginning.
   void render(std::int64_t frame, const Image &input, const FrameSettings &settings, Image &result);
 
+  /// Is told before each frame that is gone through on the way to another: `next` and the number of the other. Returns
+  /// whether to go on; otherwise render() throws HostError.
+  using RunUpListener = std::function<bool(std::int64_t next, std::int64_t frame)>;
+  void setRunUpListener(RunUpListener listener) { runUpListener_ = std::move(listener); }
+
  private:
   void runUpTo(std::int64_t frame, const FrameSettings &settings);
 
@@ -28,6 +35,7 @@ class Timeline {
   FrameRenderer &renderer_;
   FrameRenderer nothing_;  ///< draws nothing
   std::int64_t firstFrame_;
+  RunUpListener runUpListener_;
   bool isReady_ = false;  ///< for the frame `next_`, after a run from `runFrom_` on
   std::int64_t runFrom_ = 0;
   std::uint64_t revision_ = 0;  ///< of the parameters that the run went through with

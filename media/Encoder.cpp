@@ -1,5 +1,8 @@
 #include "Encoder.h"
 
+#include <sys/mman.h>
+#include <sys/resource.h>
+
 #include <algorithm>
 
 #include "Errors.h"
@@ -37,6 +40,21 @@ std::int64_t countBrighterThanAlpha(const Samples &samples, Value one, Value thr
   return count;
 }
 
+/// libx265 crashes or waits for ever when it gets no memory. Only a limit on addresses tells beforehand.
+void requireMemoryForH265(const std::string &path, const OutputFormat &format) {
+  struct rlimit limit = {};
+  if (getrlimit(RLIMIT_AS, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) return;
+  // Its threads' heaps, and the pictures that it looks ahead.
+  constexpr std::size_t megabyte = std::size_t{1} << 20;
+  const std::size_t needed =
+      384 * megabyte + 300 * static_cast<std::size_t>(format.width) * static_cast<std::size_t>(format.height);
+  void *addresses = mmap(nullptr, needed, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  if (addresses == MAP_FAILED)
+    failEncoding(path, "h265 needs " + std::to_string(needed / megabyte) +
+                           " megabytes of memory for this size, and a limit forbids them; raise it (ulimit -v)");
+  munmap(addresses, needed);
+}
+
 }  // namespace
 
 Encoder::Encoder(const std::string &path, const Codec &codec, bool isMovie, const OutputFormat &format,
@@ -58,8 +76,10 @@ Encoder::Encoder(const std::string &path, const Codec &codec, bool isMovie, cons
   const AVPixFmtDescriptor &layout = layoutOf(*codec_);
   codec_->width = paddedSide(format.width, layout.log2_chroma_w);
   codec_->height = paddedSide(format.height, layout.log2_chroma_h);
-  if (std::min(codec_->width, codec_->height) < codec.smallestSide)
-    failEncoding(path, refusedSize + "; " + codec.name + " needs " + std::to_string(codec.smallestSide) + " on a side");
+  if (codec_->width < codec.smallestWidth || codec_->height < codec.smallestHeight)
+    failEncoding(path, refusedSize + "; " + codec.name + " needs " +
+                           sizeText(codec.smallestWidth, codec.smallestHeight) + " at least");
+  if (encoder->id == AV_CODEC_ID_HEVC) requireMemoryForH265(path, format);
   const FrameRate &clock = format.times ? format.times->ticksPerSecond : rate;
   codec_->time_base = {clock.denominator, clock.numerator};
   codec_->framerate = {rate.numerator, rate.denominator};

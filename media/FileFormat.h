@@ -26,7 +26,8 @@ struct Codec {
   AlphaUse alpha;          ///< its custom; where it is not OverBlack, the two others are possible
   bool isDeep;             ///< drawn with 16 bits unless 8 are asked for
   Options options;
-  int smallestSide = 1;  ///< pixels; the encoder refuses less
+  int smallestWidth = 1;   ///< pixels; the encoder fails with less
+  int smallestHeight = 1;  ///< pixels; the encoder fails with less
 };
 
 /// A kind of file that can be written.

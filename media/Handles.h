@@ -44,6 +44,14 @@ using IoPtr = std::unique_ptr<AVIOContext, Clear<avio_closep>>;
 using GraphPtr = std::unique_ptr<AVFilterGraph, Clear<avfilter_graph_free>>;
 using ResamplerPtr = std::unique_ptr<SwrContext, Clear<swr_free>>;
 using SampleQueuePtr = std::unique_ptr<AVAudioFifo, Free<av_audio_fifo_free>>;
+/// Of an AVIOContext over functions of one's own, with its buffer.
+struct FreeBufferedIo {
+  void operator()(AVIOContext *io) const {
+    av_freep(&io->buffer);
+    avio_context_free(&io);
+  }
+};
+using BufferedIoPtr = std::unique_ptr<AVIOContext, FreeBufferedIo>;
 using ScalerPtr = std::unique_ptr<SwsContext, Free<sws_freeContext>>;
 
 /// The libraries' constructors return null for one reason only.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -73,6 +74,7 @@ struct InputInfo {
   bool isInterlaced = false;  ///< its pictures are pairs of fields, which are not the same moment
   bool isResampled = false;   ///< it has a variable frame rate; a frame is the picture on the screen at its time
   std::shared_ptr<const FrameTimes> times = {};  ///< where they are not even and kept
+  std::vector<std::int64_t> present = {};  ///< the frames of a sequence that there are files for, in ascending order
 };
 
 /// The largest picture that is read, in pixels along one side and in all. Anything larger is refused before it is
@@ -99,8 +101,19 @@ class Reader {
   /// backwards decodes again. Throws InputError: no such frame, damaged data, a size that differs from info().
   virtual Image read(std::int64_t frame) = 0;
 
+  /// The files that pictures are read from; none for what is in memory.
+  virtual std::vector<std::string> files() const = 0;
+
  protected:
   InputInfo info_;
+};
+
+/// A picture of a sequence that is written and has no name yet.
+struct NewPicture {
+  std::int64_t frame = 0;
+  std::string path;                ///< the name that it is to have
+  std::string temporaryPath;       ///< where it is, complete
+  std::function<void()> giveName;  ///< to be called once; throws OutputError
 };
 
 struct OutputFormat {
@@ -121,6 +134,8 @@ struct OutputFormat {
   double pixelAspect = 1.0;  ///< width of a pixel / its height; WebP does not keep it
   /// A text of ASCII that EXR files carry in their headers, as the attributes "pyrelux.001" and so on.
   std::string record = {};
+  /// Gives every picture of a sequence its name, in the order of the frames; otherwise the writer does.
+  std::function<void(const NewPicture &)> publish = {};
 };
 
 /// What a file does not keep of what it was given.
@@ -145,6 +160,13 @@ class Writer {
   /// Whether the path can hold more than one frame: a movie, or a still's extension with a frame pattern in its name.
   /// Throws OutputError for an unknown extension.
   static bool holdsManyFrames(const std::string &path);
+
+  /// Whether each frame gets a file of its own, which the name has a place for a number for. Names of movies are taken
+  /// as they stand. Throws MediaError: unknown extension, two places for a number.
+  static bool isSequence(const std::string &path);
+
+  /// The file that a frame goes into: not always the path, in which "%%" stands for a percent sign. Throws as above.
+  static std::string pathOf(const std::string &path, std::int64_t frame);
 
   /// Every codec of some extension, by name.
   static std::vector<std::string> codecNames();

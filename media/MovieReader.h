@@ -14,6 +14,7 @@ class MovieReader : public Reader {
  public:
   MovieReader(const std::string &path, const AVInputFormat *demuxer, const ReadOptions &options);
   Image read(std::int64_t frame) override;
+  std::vector<std::string> files() const override { return {path_}; }
 
  private:
   std::unique_ptr<MovieDecoder> open() const {

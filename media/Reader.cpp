@@ -17,10 +17,15 @@ namespace {
 /// One picture for every frame.
 class StillReader : public Reader {
  public:
-  explicit StillReader(Still still) : image_(std::move(still.image)) { info_ = still.info; }
+  explicit StillReader(Still still, std::vector<std::string> files = {})
+      : files_(std::move(files)), image_(std::move(still.image)) {
+    info_ = still.info;
+  }
   Image read(std::int64_t) override { return image_; }
+  std::vector<std::string> files() const override { return files_; }
 
  private:
+  std::vector<std::string> files_;
   Image image_;
 };
 
@@ -39,7 +44,7 @@ std::unique_ptr<Reader> openFile(const std::string &path, const ReadOptions &opt
   InputFile file(path);
   const Content content = file.identify();
   if (content.stillCodec != AV_CODEC_ID_NONE)
-    return std::make_unique<StillReader>(decodeStill(file, content.stillCodec, options.alpha));
+    return std::make_unique<StillReader>(decodeStill(file, content.stillCodec, options.alpha), std::vector{path});
   return std::make_unique<MovieReader>(path, content.demuxer, options);
 }
 

@@ -25,25 +25,29 @@ Still readStill(const std::string &path, InputAlpha alpha) {
 
 SequenceReader::SequenceReader(const std::string &path, const FramePattern &pattern, InputAlpha alpha)
     : path_(path), pattern_(pattern), alpha_(alpha) {
-  std::optional<std::int64_t> first;
-  std::optional<std::int64_t> last;
+  std::vector<std::int64_t> present;
   // A folder that cannot be read shows nothing, which is reported like an empty one.
   std::error_code error;
   for (std::filesystem::directory_iterator entry(pattern.folder(), error), end; !error && entry != end;
        entry.increment(error))
-    if (const auto number = pattern.frameOf(entry->path().filename().string())) {
-      first = std::min(first.value_or(*number), *number);
-      last = std::max(last.value_or(*number), *number);
-    }
-  if (!first) failReading(path, causeNoSuchFile);
+    if (const auto number = pattern.frameOf(entry->path().filename().string())) present.push_back(*number);
+  if (present.empty()) failReading(path, causeNoSuchFile);
+  std::sort(present.begin(), present.end());
 
-  Still still = readStill(pattern.path(*first), alpha);
+  Still still = readStill(pattern.path(present.front()), alpha);
   info_ = still.info;
   info_.kind = InputKind::Sequence;
-  info_.firstFrame = *first;
-  info_.lastFrame = *last;
+  info_.firstFrame = present.front();
+  info_.lastFrame = present.back();
+  position_ = present.front();
+  info_.present = std::move(present);
   image_ = std::move(still.image);
-  position_ = first;
+}
+
+std::vector<std::string> SequenceReader::files() const {
+  std::vector<std::string> files;
+  for (const std::int64_t frame : info_.present) files.push_back(pattern_.path(frame));
+  return files;
 }
 
 Image SequenceReader::read(std::int64_t frame) {

@@ -13,6 +13,7 @@ class SequenceReader : public Reader {
   /// `path` is the one the pattern was made of, to be named in messages.
   SequenceReader(const std::string &path, const FramePattern &pattern, InputAlpha alpha);
   Image read(std::int64_t frame) override;
+  std::vector<std::string> files() const override;
 
  private:
   std::string path_;

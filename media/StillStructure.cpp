@@ -28,6 +28,11 @@ class Cursor {
     while (bytes-- > 0) value = value << 8 | byte();
     return value;
   }
+  std::int64_t littleEndian(int bytes) {
+    std::int64_t value = 0;
+    for (int shift = 0; shift < 8 * bytes; shift += 8) value |= std::int64_t{byte()} << shift;
+    return value;
+  }
   /// The next byte without taking it.
   int peek() {
     if (position_ == end_) throw Ended();
@@ -108,6 +113,42 @@ bool walkJpeg(Cursor cursor) {
   }
 }
 
+bool isAnimatedWebp(Cursor cursor) {
+  constexpr int riffHeader = 12, animation = 0x02;
+  cursor.skip(riffHeader);
+  if (std::memcmp(cursor.take(4), "VP8X", 4) != 0) return false;
+  cursor.skip(4);
+  return cursor.byte() & animation;
+}
+
+std::string_view takeText(Cursor &cursor) {
+  const auto *start = reinterpret_cast<const char *>(cursor.take(0));
+  std::size_t length = 0;
+  while (cursor.byte() != 0) ++length;
+  return {start, length};
+}
+
+const char *unsupportedExr(Cursor cursor) {
+  constexpr int severalParts = 0x10, deep = 0x08;
+  cursor.skip(5);
+  const int flags = cursor.byte();
+  if (flags & severalParts) return "it is an EXR of several parts, which can't be read; save its picture alone";
+  if (flags & deep) return "it is an EXR of deep pixels, which can't be read; flatten it";
+  cursor.skip(2);
+  while (!takeText(cursor).empty()) {
+    const bool isChannels = takeText(cursor) == "chlist";
+    const std::int64_t size = cursor.littleEndian(4);
+    Cursor value(cursor.take(size), static_cast<int>(size));
+    constexpr int wholeNumbers = 0, restOfChannel = 12;
+    while (isChannels && !takeText(value).empty()) {
+      if (value.littleEndian(4) == wholeNumbers)
+        return "it is an EXR of whole numbers, which can't be read; save it with half or float channels";
+      value.skip(restOfChannel);
+    }
+  }
+  return nullptr;
+}
+
 /// Returns the number of pictures.
 int walkGif(Cursor cursor) {
   constexpr int extension = 0x21, picture = 0x2C, trailer = 0x3B;
@@ -161,6 +202,16 @@ bool hasUnknownColours(AVCodecID codec, const std::uint8_t *data, int size) {
   } catch (const Cursor::Ended &) {
     return false;
   }
+}
+
+const char *unsupportedKind(AVCodecID codec, const std::uint8_t *data, int size) {
+  try {
+    if (codec == AV_CODEC_ID_WEBP && isAnimatedWebp(Cursor(data, size)))
+      return "it is an animated WebP, which can't be read; convert it to a movie or a sequence";
+    if (codec == AV_CODEC_ID_EXR) return unsupportedExr(Cursor(data, size));
+  } catch (const Cursor::Ended &) {
+  }
+  return nullptr;
 }
 
 std::optional<int> countGifPictures(const std::uint8_t *data, int size) {

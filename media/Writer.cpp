@@ -24,16 +24,24 @@ constexpr const char *causeNoFrame = "it was given no frame";
 class StillWriter : public Writer {
  public:
   StillWriter(const std::string &path, const FileFormat &file, const OutputFormat &format)
-      : path_(path), pattern_(path), encoder_(path, file.codec(format.codec, path), false, format, options_) {}
+      : path_(path),
+        pattern_(path),
+        publish_(format.publish),
+        encoder_(path, file.codec(format.codec, path), false, format, options_) {}
 
   void write(std::int64_t frame, const Image &image) override {
     if (frame < 0) failWriting(path_, "the frame number " + std::to_string(frame) + " is negative");
     if (still_) failWriting(path_, "it can hold one frame only");
-    auto output = std::make_unique<OutputFile>(pattern_.path(frame));
+    const std::string path = pattern_.path(frame);
+    auto output = std::make_unique<OutputFile>(path);
     encoder_.encode(image, count_++, 1,
                     [&output](AVPacket &packet) { avio_write(output->io(), packet.data, packet.size); });
     if (pattern_.isNumbered()) {
-      output->commit();
+      output->complete();
+      if (publish_)
+        publish_({frame, path, output->temporaryPath(), [&output] { output->commit(); }});
+      else
+        output->commit();
       hasFrames_ = true;
     } else {
       output->requireWritten();
@@ -53,6 +61,7 @@ class StillWriter : public Writer {
  private:
   std::string path_;
   FramePattern pattern_;
+  std::function<void(const NewPicture &)> publish_;
   Dictionary options_;
   Encoder encoder_;
   std::unique_ptr<OutputFile> still_;
@@ -173,12 +182,21 @@ std::unique_ptr<Writer> Writer::open(const std::string &path, const OutputFormat
   silenceLibraries();
   OutputFile::requireWritable(path);
   const FileFormat &file = formatOf(path);
+  if (!isSequence(path)) OutputFile::requireWritable(pathOf(path, 0));
   if (file.isMovie()) return std::make_unique<MovieWriter>(path, file, format);
   return std::make_unique<StillWriter>(path, file, format);
 }
 
 bool Writer::holdsManyFrames(const std::string &path) {
   return formatOf(path).isMovie() || FramePattern(path).isNumbered();
+}
+
+std::string Writer::pathOf(const std::string &path, std::int64_t frame) {
+  return formatOf(path).isMovie() ? path : FramePattern(path).path(frame);
+}
+
+bool Writer::isSequence(const std::string &path) {
+  return !formatOf(path).isMovie() && FramePattern(path).isNumbered();
 }
 
 bool Writer::holdsAudio(const std::string &path) {

@@ -46,6 +46,8 @@ class Completion : public CliTest, public testing::WithParamInterface<std::strin
     const std::string &script = scripts.at(shell());
     std::string text;
     for (const std::string &word : line) text += (text.empty() ? "" : " ") + word;
+    // zsh completes on a terminal only.
+    if (shell() == "zsh") requireTerminals();
     if (shell() == "zsh") return linesOf({"zsh", "-f", driver, script, text});
     if (shell() == "fish") return linesOf({"fish", "--no-config", driver, script, text});
     Words words{"bash", "--norc", driver, script};

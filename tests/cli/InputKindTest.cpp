@@ -54,8 +54,8 @@ TEST_F(InputKind, APictureBecomesFortyEightFramesOfASequence) {
 
 TEST_F(InputKind, APictureHasAnyFrame) {
   render("title.png", "out/fire_####.png", {"--frames", "0-1"});
-  render("title.png", "out/fire_####.png", {"--frames", "123456"});
-  EXPECT_EQ(pictures("out"), (Words{"fire_0000.png", "fire_0001.png", "fire_123456.png"}));
+  render("title.png", "out/fire_####.png", {"--frames", "12345"});
+  EXPECT_EQ(pictures("out"), (Words{"fire_0000.png", "fire_0001.png", "fire_12345.png"}));
 }
 
 TEST_F(InputKind, FramesAreTheSameHoweverTheyAreReached) {

@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <stdexcept>
@@ -44,6 +45,11 @@ class Descriptor {
   int number_ = -1;
 };
 
+void openTerminal(int (&ends)[2]) {
+  require(openpty(&ends[0], &ends[1], nullptr, nullptr, nullptr) == 0,
+          "there is no pseudo-terminal, which this test needs: mount /dev/pts");
+}
+
 /// A way from the program to here.
 struct Channel {
   Descriptor ours;
@@ -51,7 +57,10 @@ struct Channel {
 
   explicit Channel(bool isTerminal) {
     int ends[2];
-    require((isTerminal ? openpty(&ends[0], &ends[1], nullptr, nullptr, nullptr) : pipe(ends)) == 0, "no channel");
+    if (isTerminal)
+      openTerminal(ends);
+    else
+      require(pipe(ends) == 0, "no channel");
     ours = Descriptor(ends[0]);
     theirs = Descriptor(ends[1]);
   }
@@ -79,7 +88,10 @@ void collect(const Command &command, pid_t program, std::array<std::pair<Descrip
       else
         channels[i].second->append(bytes, static_cast<std::size_t>(count));
     }
-    if (hasSignal && channels[0].second->find(command.signalAfter) != std::string::npos) {
+    const auto isTold = [&](const auto &channel) {
+      return channel.second->find(command.signalAfter) != std::string::npos;
+    };
+    if (hasSignal && std::any_of(channels.begin(), channels.end(), isTold)) {
       kill(program, command.signal);
       hasSignal = false;
     }
@@ -107,6 +119,8 @@ std::vector<char *> pointers(std::vector<std::string> &texts) {
 }
 
 }  // namespace
+
+void requireTerminals() { const Channel channel(true); }
 
 Result run(const Command &command) {
   Channel out(false);

@@ -14,7 +14,7 @@ struct Command {
   std::string folder;              ///< the folder to run in
   Environment environment;         ///< added to this process's own
   bool errorsToTerminal = false;   ///< standard error is a pseudo-terminal instead of a pipe
-  std::string signalAfter;         ///< once standard output holds this, when not empty, the program gets `signal`
+  std::string signalAfter;         ///< once standard output or standard error holds this, when not empty, the program gets `signal`
   int signal = 0;
   std::string outputFile;  ///< standard output goes there instead of into the result, when not empty
 };
@@ -25,6 +25,9 @@ struct Result {
   std::string out;
   std::string err;
 };
+
+/// Throws std::runtime_error where there are no pseudo-terminals, before a test waits for one.
+void requireTerminals();
 
 /// Runs to the end. A program that is silent for minutes is killed, so that one that waits for ever fails its test.
 /// Throws std::runtime_error when it can't be started.

@@ -58,7 +58,7 @@ const std::vector<WrongRow> options = {
     {"FramesWithLetters", movie({"--frames", "1-x"}), wrongUsage, {"'1-x'", "1-48"}},
     {"FramesNegative", movie({"--frames", "-3"}), wrongUsage, {"'-3'", "1-48"}},
     {"FramesOpen", movie({"--frames", "3-"}), wrongUsage, {"'3-'", "1-48"}},
-    {"FramesTooLarge", movie({"--frames", "1-99999999999"}), wrongUsage, {"'1-99999999999'"}},
+    {"FramesTooLarge", movie({"--frames", "1-1000000000000000000"}), wrongUsage, {"'1-1000000000000000000'"}},
     {"FramesEmpty", movie({"--frames", ""}), wrongUsage, {"''", "1-48"}},
     {"FramesBeyondSequence",
      renderOf("size_%04d.png", "out/fire.mov", {"--frames", "2-4"}),

@@ -94,7 +94,7 @@ const std::vector<WrongRow> outputs = {
     {"CodecThatNeedsAnotherSize",
      {"render", "-o", "out/fire.mp4", "--codec", "h265", "--input-test-pattern", "title", "--size", "8x8"},
      wrongEncoder,
-     {"out/fire.mp4", "8x8", "h265", "16"}},
+     {"out/fire.mp4", "8x8", "h265", "50x16"}},
     {"AlphaOther", still({"--alpha", "none"}), wrongUsage, {"--alpha", "none", "straight", "premultiplied"}},
     {"AlphaEmpty", still({"--alpha", ""}), wrongUsage, {"--alpha", "straight"}},
     {"AlphaTwice", still({"--alpha", "straight", "--alpha", "straight"}), wrongUsage, {"--alpha"}},

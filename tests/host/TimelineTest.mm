@@ -67,6 +67,20 @@ class TimelineTest : public ::testing::Test {
 
 TEST_F(TimelineTest, FramesAreTheSameHoweverTheyAreReached) { expectTheSameHoweverReached(); }
 
+TEST_F(TimelineTest, TheListenerMayEndARunUp) {
+  Timeline timeline(filter_, renderer_, 1);
+  std::vector<std::int64_t> told;
+  timeline.setRunUpListener([&told](std::int64_t next, std::int64_t frame) {
+    EXPECT_EQ(frame, 1000000000);
+    told.push_back(next);
+    return next < 3;
+  });
+  EXPECT_THROW(frame(timeline, 1000000000), HostError);
+  EXPECT_EQ(told, (std::vector<std::int64_t>{1, 2, 3}));
+  timeline.setRunUpListener({});
+  EXPECT_EQ(frame(timeline, 5), frameAlone(5));
+}
+
 TEST_F(TimelineTest, FramesAreTheSameHoweverTheyAreReachedWithKeyframes) {
   const Image::Bytes constant = frameAlone(31);
   setKeys("turbulence-speed", {{3.5, {80.0}, Ease::EaseIn}, {17.0, {5.0}, Ease::Hold}, {29.0, {60.0}}, {36.0, {11.0}}});

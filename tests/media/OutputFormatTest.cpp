@@ -171,7 +171,7 @@ TEST_F(OutputFormatTest, H264AndH265InEveryContainer) {
     for (const char *codec : {"h264", "h265"})
       for (const int bits : {8, 16}) {
         SCOPED_TRACE(std::string(name) + " " + codec + " " + std::to_string(bits));
-        const Image image = flat(32, 18, 0.4f, 0.2f, 0.1f, 0.5f);
+        const Image image = flat(64, 18, 0.4f, 0.2f, 0.1f, 0.5f);
         write(path(name), formatOfCodec(image, bits, codec), {image, image, image});
         const auto reader = Reader::open(path(name));
         EXPECT_FALSE(reader->info().hasAlpha);
@@ -189,21 +189,27 @@ TEST_F(OutputFormatTest, H264AndH265InEveryContainer) {
 }
 
 TEST_F(OutputFormatTest, H265HasTheTagThatPlayersKnow) {
-  const Image image = flat(32, 18, 0.4f, 0.2f, 0.1f, 1.0f);
+  const Image image = flat(64, 18, 0.4f, 0.2f, 0.1f, 1.0f);
   for (const char *name : {"a.mp4", "a.mov"}) {
     write(path(name), formatOfCodec(image, 8, "h265"), {image});
     EXPECT_EQ(demuxed(name)->streams[0]->codecpar->codec_tag, unsigned{MKTAG('h', 'v', 'c', '1')}) << name;
   }
 }
 
-TEST_F(OutputFormatTest, H265NeedsSixteenPixels) {
-  OutputFormat format{16, 14, 8, {}};
+TEST_F(OutputFormatTest, H265RefusesWhatItsLibraryWritesPastItsBuffersFor) {
+  OutputFormat format;
   format.codec = "h265";
-  EXPECT_EQ(
-      writingMessage(path("a.mkv"), format),
-      "cannot write '" + path("a.mkv") + "': pictures of 16x14 pixels cannot be encoded; h265 needs 16 on a side");
-  format.height = 15;  // and a row of padding
-  write(path("a.mkv"), format, {flat(16, 15, 1.0f, 1.0f, 1.0f, 1.0f)});
+  for (const auto &[width, height] : {std::pair(48, 36), {50, 14}}) {
+    format.width = width;
+    format.height = height;
+    EXPECT_EQ(writingMessage(path("a.mkv"), format), "cannot write '" + path("a.mkv") + "': pictures of " +
+                                                         std::to_string(width) + "x" + std::to_string(height) +
+                                                         " pixels cannot be encoded; h265 needs 50x16 pixels at least");
+  }
+  format.width = 49;  // and a column of padding
+  format.height = 15;
+  write(path("a.mkv"), format, {flat(49, 15, 1.0f, 1.0f, 1.0f, 1.0f)});
+  EXPECT_EQ(Reader::open(path("a.mkv"))->info().width, 50);
   EXPECT_EQ(Reader::open(path("a.mkv"))->info().height, 16);
 }
 

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <iterator>
 
+#include "Errors.h"
 #include "InputFile.h"
 #include "TestFiles.h"
 #include "Unprivileged.h"
@@ -53,6 +54,35 @@ TEST_F(ReaderMessage, NoSuchFile) {
   expectCause("x.png", "no such file");
   expectCause("none/x.png", "no such file");
   EXPECT_EQ(readingMessage(""), "cannot read '': no such file");
+}
+
+TEST_F(ReaderMessage, AKindOfTheFormatThatIsNotRead) {
+  const Image image = flat(8, 8, 0.5f, 0.25f, 0.125f, 1.0f);
+  write(path("x.webp"), {8, 8, 8, {}}, {image, flat(8, 8, 0.0f, 0.0f, 0.0f, 1.0f)});
+  expectCause("x.webp", "it is an animated WebP, which can't be read; convert it to a movie or a sequence");
+  write(path("x.exr"), {8, 8, 16, {}}, {image});
+  const FileBytes exr = load(path("x.exr"));
+  constexpr std::size_t flags = 5;
+  for (const auto &[flag, cause] :
+       {std::pair(0x10, "it is an EXR of several parts, which can't be read; save its picture alone"),
+        {0x08, "it is an EXR of deep pixels, which can't be read; flatten it"}}) {
+    FileBytes changed = exr;
+    changed[flags] = static_cast<std::uint8_t>(flag);
+    save(path("x.exr"), changed);
+    expectCause("x.exr", cause);
+  }
+  // "chlist", its length, then for each channel a name and its kind.
+  const std::string list = "chlist";
+  FileBytes whole = exr;
+  const auto start = std::search(whole.begin(), whole.end(), list.begin(), list.end());
+  ASSERT_NE(start, whole.end());
+  for (auto at = start + 11; *at != 0; at += 18) at[2] = 0;
+  save(path("x.exr"), whole);
+  expectCause("x.exr", "it is an EXR of whole numbers, which can't be read; save it with half or float channels");
+  FileBytes cut = exr;
+  cut.resize(cut.size() - 20);
+  save(path("x.exr"), cut);
+  expectCause("x.exr", causeCutOff);
 }
 
 TEST_F(ReaderMessage, Empty) {
