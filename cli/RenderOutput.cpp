@@ -6,6 +6,7 @@
 #include "Message.h"
 #include "OutputGuard.h"
 #include "Over.h"
+#include "RenderInput.h"
 
 namespace pyrelux::cli {
 
