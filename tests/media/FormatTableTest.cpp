@@ -67,9 +67,9 @@ class FormatTableTest : public MediaTest {
  protected:
   /// The depth of what is written, as it is read.
   int depthOf(const std::string &extension, const std::string &codec, int bits) const {
-    OutputFormat format{16, 16, bits, {}};
+    OutputFormat format{64, 16, bits, {}};
     format.codec = codec;
-    write(path("a" + extension), format, {flat(16, 16, 0.4f, 0.2f, 0.1f, 0.5f)});
+    write(path("a" + extension), format, {flat(64, 16, 0.4f, 0.2f, 0.1f, 0.5f)});
     return Reader::open(path("a" + extension))->info().bitsPerComponent;
   }
 };
