@@ -152,6 +152,8 @@ Manifest::Manifest(const std::string &output, const std::string &settings)
       path_(pathFor(output)),
       settings_(settings),
       settingsFingerprint_(Fingerprint().add(settings).text()) {
+  // The folder is the same, and the output the name that was given.
+  media::OutputFile::requireWritable(output_);
   media::OutputFile::requireWritable(path_);
   std::string cause;
   const Descriptor file = openRegular(path_, O_RDWR | O_NOFOLLOW, cause);

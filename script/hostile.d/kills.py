@@ -17,11 +17,7 @@ def end(trial, process, words, number):
     """Lets it work for a while, ends it, and checks what it says."""
     time.sleep(trial.random.expovariate(4.0))
     process.send_signal(number)
-    try:
-        out, err = process.communicate(timeout=60)
-    except subprocess.TimeoutExpired:
-        process.kill()
-        trial.require(False, f"is deaf to signal {number}")
+    out, err = trial.ended(process, words)
     code, _, _ = trial.finished(words, process.returncode, out, err)
     # Until it listens for them, signals end it as they end every program.
     allowed = {0, -number} | ({128 + number} if number != signal.SIGKILL else set())
