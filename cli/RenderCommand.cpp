@@ -1,4 +1,3 @@
-#include <iostream>
 #include <optional>
 
 #include "Commands.h"
@@ -51,7 +50,7 @@ int render(const RenderOptions &given) {
   const std::int32_t rendererId = host::chooseRenderer(options.backend);
   host::FrameRenderer renderer(rendererId);
   if (options.verbose)
-    std::cerr << "drawing with " << host::rendererName(rendererId) << ": " << renderer.description() << '\n';
+    say(std::string("drawing with ") + host::rendererName(rendererId) + ": " + renderer.description());
   host::FrameSettings settings;
   settings.floatOutput = bits == 16;
   settings.pixelAspect = input.pixelAspect;
