@@ -6,7 +6,6 @@
 #include "Colour.h"
 #include "FrameRange.h"
 #include "Message.h"
-#include "PictureSize.h"
 #include "TestPattern.h"
 #include "Title.h"
 
@@ -27,8 +26,7 @@ std::string withLineFeeds(std::string text) {
 
 }  // namespace
 
-Image drawInput(const RenderOptions &options, bool isDeep) {
-  const PictureSize size = options.size ? parseSize(*options.size) : PictureSize();
+Image drawInput(const RenderOptions &options, const PictureSize &size, bool isDeep) {
   if (options.testPattern) return testPattern(*options.testPattern, size.width, size.height, isDeep);
 
   Title title;

@@ -1,5 +1,6 @@
 #include "Look.h"
 
+#include "ColorDepth.h"
 #include "FrameRange.h"
 #include "HostError.h"
 #include "ParameterText.h"
@@ -20,21 +21,27 @@ void applySetting(host::ParameterSet &parameters, const std::string &setting) {
   }
 }
 
-/// An 8-bit flame would waste a deep output, so the filter is asked for its deep surface, unless the user chose.
-void followDepth(host::ParameterSet &parameters, int bits) {
-  for (const host::ParameterDeclaration &parameter : parameters.declarations())
-    if (parameter.keyLabel() == "Color Depth" && bits == 16 && !parameters.isSet(parameter.id))
-      parameters.set(parameter, {1.0});
-}
-
 }  // namespace
 
-void applyLook(host::ParameterSet &parameters, const RenderOptions &options, const Project &project, int bits) {
+int applyLook(host::ParameterSet &parameters, const RenderOptions &options, const Project &project) {
+  // Whatever the file holds; unless something says otherwise.
+  if (host::findColorDepth(parameters)) host::setDeep(parameters, true);
   if (options.preset)
     for (const std::string &setting : presetNamed(*options.preset).settings) applySetting(parameters, setting);
   for (const auto &[id, keyframes] : project.parameters) parameters.setKeyframes(*parameters.find(id), keyframes);
-  for (const std::string &setting : options.settings) applySetting(parameters, setting);
-  followDepth(parameters, bits);
+  host::ParameterSet typed(parameters.declarations());
+  for (const std::string &setting : options.settings) {
+    applySetting(parameters, setting);
+    applySetting(typed, setting);
+  }
+  if (!options.drawBits) return host::isEverDeep(parameters) ? 16 : 8;
+  const bool isDeep = options.drawBits == "16";
+  const host::ParameterDeclaration *depth = host::findColorDepth(parameters);
+  if (depth && typed.isSet(depth->id) && host::isEverDeep(typed) != isDeep)
+    throw UsageError("--draw-bits " + *options.drawBits + " and --set " + depth->slug() +
+                     " ask for different depths; give one of them");
+  host::setDeep(parameters, isDeep);
+  return isDeep ? 16 : 8;
 }
 
 }  // namespace pyrelux::cli

@@ -113,7 +113,7 @@ void addCommand(std::ostream &page, const CommandDescription &program, const Com
 
 /// With columns as wide as they have to be; the last is broken into lines where the page ends.
 void addTable(std::ostream &page, const std::vector<host::ParameterDeclaration> &parameters) {
-  page << ".TS\nL L Lx\nL L Lx.\n" << bold("NAME") << "\t" << bold("DEFAULT") << "\t" << bold("TAKES") << "\n";
+  page << ".TS\nnokeep;\nL L Lx\nL L Lx.\n" << bold("NAME") << "\t" << bold("DEFAULT") << "\t" << bold("TAKES") << "\n";
   for (const host::ParameterDeclaration &parameter : parameters)
     page << roff(parameter.slug()) << "\t" << roff(host::formatValue(parameter, parameter.defaultValue)) << "\tT{\n"
          << roff(takes(parameter)) << "\nT}\n";

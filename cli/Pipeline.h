@@ -15,6 +15,7 @@ namespace pyrelux::cli {
 struct Frame {
   std::int64_t number = 0;
   std::shared_ptr<const Image> input;  ///< gone once it is drawn
+  std::shared_ptr<const Image> back;   ///< the background's picture under it, if it is a file
   std::string origin;                  ///< what it is made from, in one word
   bool isKept = false;                 ///< the output has it already, so it is not drawn
   Image output;

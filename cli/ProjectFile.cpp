@@ -28,10 +28,10 @@ RenderOptions withProject(RenderOptions options, const Project &project) {
   return options;
 }
 
-void saveProject(const RenderOptions &options, const host::ParameterSet &parameters, const FrameList &frames,
-                 const FrameRate &rate) {
+void saveProject(const RenderOptions &options, const host::ParameterSet &parameters, const media::InputInfo &input,
+                 const FrameList &frames, const FrameRate &rate) {
   Project project;
-  if (!options.input) project.size = options.size.value_or(formatSize(PictureSize()));
+  if (!options.input) project.size = formatSize({input.width, input.height});
   project.frames = formatFrames(frames);
   project.fps = formatFrameRate(rate);
   // What follows from the output otherwise.

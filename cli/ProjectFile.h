@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FrameRange.h"
+#include "Media.h"
 #include "Parameters.h"
 #include "Project.h"
 #include "RenderOptions.h"
@@ -13,8 +14,9 @@ Project loadProject(const RenderOptions &options, const std::vector<host::Parame
 /// The options, with the project's in the places of those that were not given.
 RenderOptions withProject(RenderOptions options, const Project &project);
 
-/// Writes a project with all that is in force to where --save-project says. Throws media::OutputError.
-void saveProject(const RenderOptions &options, const host::ParameterSet &parameters, const FrameList &frames,
-                 const FrameRate &rate);
+/// Writes a project with all that is in force for these frames of the input to where --save-project says. Throws
+/// media::OutputError.
+void saveProject(const RenderOptions &options, const host::ParameterSet &parameters, const media::InputInfo &input,
+                 const FrameList &frames, const FrameRate &rate);
 
 }  // namespace pyrelux::cli

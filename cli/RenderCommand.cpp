@@ -30,11 +30,13 @@ int render(const RenderOptions &given) {
   const RenderOptions options = withProject(given, project);
   const bool manyFrames = media::Writer::holdsManyFrames(options.output);
   const int bits = chooseBits(options);
-  applyLook(filter.parameters(), options, project, bits);
+  const int drawBits = applyLook(filter.parameters(), options, project);
 
-  const auto reader = openInput(options, bits);
+  std::optional<Background> opened = Background::open(options);
+  Background *const background = opened ? &*opened : nullptr;
+  const auto reader = openInput(options, drawBits, background);
   const media::InputInfo &input = reader->info();
-  const FrameList frames = chooseFrames(options, input, manyFrames);
+  const FrameList frames = chooseFrames(options, input, background, manyFrames);
   const bool isSequence = media::Writer::isSequence(options.output);
   if (options.resume && !isSequence)
     throw UsageError("--resume is for numbered sequences, and '" + options.output + "' is none");
@@ -43,16 +45,18 @@ int render(const RenderOptions &given) {
                      "; put %04d or #### into its name, or write a movie");
 
   refuseToReplaceSource(*reader, "input", options, frames);
+  if (background && background->reader()) refuseToReplaceSource(*background->reader(), "background", options, frames);
   refuseToReplaceOutput(options, frames);
 
-  media::OutputFormat format = chooseFormat(options, input, frames, bits);
+  media::OutputFormat format = chooseFormat(options, input, background, frames, bits);
+  if (background) background->prepare({input.width, input.height, input.pixelAspect}, format.frameRate);
 
   const std::int32_t rendererId = host::chooseRenderer(options.backend);
   host::FrameRenderer renderer(rendererId);
   if (options.verbose)
     say(std::string("drawing with ") + host::rendererName(rendererId) + ": " + renderer.description());
   host::FrameSettings settings;
-  settings.floatOutput = bits == 16;
+  settings.floatOutput = drawBits == 16;
   settings.pixelAspect = input.pixelAspect;
 
   format.record = recordOf(options, frames, filter.parameters(), settings, rendererId, bits);
@@ -65,8 +69,8 @@ int render(const RenderOptions &given) {
 
   // From the time on when there is something half written.
   const Interruption interruption;
-  const auto writer = openOutput(options, format, input, frames);
-  if (options.saveProject) saveProject(options, filter.parameters(), frames, format.frameRate);
+  const auto writer = media::Writer::open(options.output, format);
+  if (options.saveProject) saveProject(options, filter.parameters(), input, frames, format.frameRate);
   std::optional<Progress> progress(std::in_place, options.progress, frames.count());
   // Stills burn from frame 1.
   const bool isStill = input.kind == media::InputKind::Still;
@@ -87,9 +91,13 @@ int render(const RenderOptions &given) {
     frame.input = picture;
     frame.origin = origin;
     frame.isKept = options.resume && manifest->holds(frame.number, origin);
+    if (background && !frame.isKept) frame.back = background->behind(frame.number);
   };
   stages.draw = [&](Frame &frame) { timeline.render(frame.number, *frame.input, settings, frame.output); };
+  const float density = densityOf(options);
   stages.write = [&](Frame &frame) {
+    const bool isLaid = background && !frame.error && !frame.isKept;
+    if (isLaid) frame.output = background->lay(frame.output, frame.back.get(), density);
     writtenOrigin = frame.origin;
     sink.take(frame);
   };
@@ -98,7 +106,7 @@ int render(const RenderOptions &given) {
   const bool isInterrupted = sink.done() < frames.count();
   if (!isInterrupted || sink.done() > 0) sink.finish();
   progress.reset();
-  sayLosses(options, writer->losses());
+  sayLosses(options, format.audioFrom, writer->losses());
   if (options.verbose && options.resume)
     say(std::to_string(sink.kept()) + " of " + std::to_string(frames.count()) + " frames were there already");
   if (sink.failed() > 0)

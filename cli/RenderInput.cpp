@@ -2,8 +2,10 @@
 
 #include <algorithm>
 
+#include "CanvasReader.h"
 #include "DrawnInput.h"
 #include "Message.h"
+#include "PictureSize.h"
 
 namespace pyrelux::cli {
 
@@ -49,6 +51,10 @@ void refuseGaps(const std::string &path, const media::InputInfo &input, const Fr
                    "; choose them with --frames");
 }
 
+void requireMovieToDeinterlace(const RenderOptions &options, bool isMovie) {
+  if (options.deinterlace && !isMovie) throw UsageError("'--deinterlace' is for movies, and there is none to read");
+}
+
 }  // namespace
 
 std::unique_ptr<media::Reader> openFile(const RenderOptions &options, const std::string &path,
@@ -61,36 +67,55 @@ std::unique_ptr<media::Reader> openFile(const RenderOptions &options, const std:
   return reader;
 }
 
-void requireMovieToDeinterlace(const RenderOptions &options, bool isMovie) {
-  if (options.deinterlace && !isMovie) throw UsageError("'--deinterlace' is for movies, and there is none to read");
+FrameRate chooseRate(const RenderOptions &options, const Background *background, const FrameRate &usual) {
+  if (options.fps) return parseFrameRate(*options.fps);
+  return background ? background->rate(usual) : usual;
 }
 
-std::unique_ptr<media::Reader> openInput(const RenderOptions &options, int bits) {
+std::unique_ptr<media::Reader> openInput(const RenderOptions &options, int bits, const Background *background) {
   const int inputs = options.input.has_value() + options.text.has_value() + options.testPattern.has_value();
   if (inputs == 0) throw UsageError("nothing to burn: give an INPUT, --text or --input-test-pattern");
   if (inputs > 1) throw UsageError("INPUT, --text and --input-test-pattern exclude each other: give one of them");
   requirePlaceForTimes(options);
-  std::unique_ptr<media::Reader> reader =
-      options.input ? openFile(options, *options.input, {inputAlphaOf(options), options.deinterlace, isKept(options)})
-                    : media::Reader::of(drawInput(options, bits > 8));
+  const media::InputInfo *back = background ? background->info() : nullptr;
+  const bool hasFilm = back && back->kind == media::InputKind::Movie;
+  if (!options.input) {
+    PictureSize size;
+    if (back) size = {back->width, back->height};
+    if (options.size) size = parseSize(*options.size);
+    if (options.vfr) throw UsageError("'--vfr' is for movies; give one as INPUT");
+    requireMovieToDeinterlace(options, hasFilm);
+    return media::Reader::of(drawInput(options, size, bits > 8));
+  }
+  auto reader = openFile(options, *options.input, {inputAlphaOf(options), options.deinterlace, isKept(options)});
   const bool isMovie = reader->info().kind == media::InputKind::Movie;
-  // A background may be one.
-  if (!options.over) requireMovieToDeinterlace(options, isMovie);
+  requireMovieToDeinterlace(options, isMovie || hasFilm);
   if (options.vfr && !isMovie) throw UsageError("'--vfr' is for movies, and '" + *options.input + "' is none");
-  return reader;
+  if (hasFilm && isKept(options))
+    throw UsageError("the background '" + *options.over + "' is a movie with times of its own; leave '--vfr keep' out");
+  if (!back) return reader;
+  const FrameRate rate = chooseRate(options, background, reader->info().frameRate);
+  return onCanvas(std::move(reader), *background, rate, options.overFit.has_value());
 }
 
-FrameList chooseFrames(const RenderOptions &options, const media::InputInfo &input, bool manyFrames) {
-  if (input.kind == media::InputKind::Still) {
-    if (options.frames) return parseFrames(*options.frames);
-    return manyFrames ? stillToMovie : stillToStill;
-  }
-  const FrameRange all{input.firstFrame, input.lastFrame};
-  const FrameList wanted = options.frames ? parseFrames(*options.frames) : all;
-  if (wanted.first() < all.first || wanted.last() > all.last)
-    throw UsageError("'" + *options.input + "' has the frames " + std::to_string(all.first) + "-" +
-                     std::to_string(all.last) + "; '" + *options.frames + "' is not among them");
+FrameList chooseFrames(const RenderOptions &options, const media::InputInfo &input, const Background *background,
+                       bool manyFrames) {
+  const bool isStill = input.kind == media::InputKind::Still;
+  const auto usual = [&]() -> FrameRange {
+    const bool hasFilm = background && background->film();
+    if (hasFilm && (isStill || (input.kind == media::InputKind::Movie && background->decidesLength()))) {
+      const FrameRange film = background->frames(chooseRate(options, background, input.frameRate));
+      return manyFrames ? film : FrameRange{film.first, film.first};
+    }
+    if (isStill) return manyFrames ? stillToMovie : stillToStill;
+    return {input.firstFrame, input.lastFrame};
+  };
+  const FrameList wanted = options.frames ? parseFrames(*options.frames) : FrameList(usual());
+  if (!isStill && (wanted.first() < input.firstFrame || wanted.last() > input.lastFrame))
+    throw UsageError("'" + *options.input + "' has the frames " + std::to_string(input.firstFrame) + "-" +
+                     std::to_string(input.lastFrame) + "; '" + formatFrames(wanted) + "' is not among them");
   if (input.kind == media::InputKind::Sequence) refuseGaps(*options.input, input, wanted);
+  if (background) background->requireSome(wanted);
   return wanted;
 }
 

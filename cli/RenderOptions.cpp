@@ -52,19 +52,17 @@ void addOutputOptions(CLI::App &command, RenderOptions &options) {
           ->check([](const std::string &name) { return std::string(name.empty() ? "no codec has an empty name" : ""); })
           ->group(outputGroup);
   suggests(codec, media::Writer::codecNames(), "NAME");
-  CLI::Option *alpha = command
-                           .add_option("--alpha", options.alpha,
-                                       "What colour means in the output: straight, or premultiplied, which keeps the "
-                                       "glow (default: premultiplied for .exr, else straight)")
-                           ->group(outputGroup);
-  takesOneOf(alpha, {"straight", "premultiplied"}, "KIND");
-  command
-      .add_option(
-          "--over", options.over,
-          "Background to lay the fire over: a colour, #rrggbb or r,g,b in 0..1, or a picture, sequence or movie of the "
-          "same size (default: black for H.264, H.265 and .gif, which have no alpha; else nothing)")
-      ->type_name("COLOR|FILE")
-      ->group(outputGroup);
+  CLI::Option *alpha =
+      command
+          .add_option(
+              "--alpha", options.alpha,
+              "What the output's alpha is: straight (as high as the fire is bright, so that no light is lost), exact "
+              "(straight, as the filter draws it, with colour cut to it), premultiplied (colour multiplied by alpha, "
+              "light added), none (the fire over black without alpha, for Screen or Add) (default: premultiplied for "
+              ".exr, else straight)")
+          ->group(outputGroup);
+  takesOneOf(alpha, {"straight", "exact", "premultiplied", "none"}, "KIND");
+  addOverOptions(command, options);
   command
       .add_flag("--no-audio", options.noAudio,
                 "Leave out the audio of a movie; otherwise a movie of frames in a row gets it as it is coded")
@@ -149,6 +147,64 @@ void addLookOptions(CLI::App &command, RenderOptions &options) {
       ->group(lookGroup);
 }
 
+void addBitsOption(CLI::App &command, RenderOptions &options, const std::string &usual) {
+  CLI::Option *bits = command
+                          .add_option("--bits", options.bits,
+                                      "Bits per channel of the output, 8 (dithered) or 16 (default: " + usual + ")")
+                          ->group(outputGroup);
+  takesOneOf(bits, {"8", "16"}, "BITS");
+}
+
+void addOverOptions(CLI::App &command, RenderOptions &options) {
+  CLI::Option *over =
+      command
+          .add_option(
+              "--over", options.over,
+              "Background to lay the fire over: a colour, #rrggbb or r,g,b in 0..1, or a picture, sequence or movie. A "
+              "file decides the output's size, and a movie its frame rate, length and audio, too, unless other "
+              "options do (default: black for H.264, H.265 and .gif, which have no alpha; else nothing)")
+          ->type_name("COLOR|FILE")
+          ->group(outputGroup);
+  CLI::Option *fit =
+      command
+          .add_option("--over-fit", options.overFit,
+                      "The output keeps the INPUT's size, and the background is brought to it: cover (fills it, the "
+                      "rest cut off), contain (all of it, black around), stretch, none (its own pixels, in the "
+                      "middle) (default: the background's size; cover with --size)")
+          ->needs(over)
+          ->group(outputGroup);
+  takesOneOf(fit, {"cover", "contain", "stretch", "none"}, "KIND");
+  command
+      .add_flag("--over-loop", options.overLoop,
+                "Repeat a background that is shorter than the output; otherwise its last frame is held")
+      ->needs(over)
+      ->group(outputGroup);
+  command
+      .add_option("--density", options.density,
+                  "How much more than its light the fire covers, 0..1, for bright footage behind it: raises alpha "
+                  "towards that of two layers of the fire (default: 0)")
+      ->check(CLI::Validator(
+          [](const std::string &text) {
+            double value = 0.0;
+            const bool isNumber = CLI::detail::lexical_cast(text, value);
+            return isNumber && value >= 0.0 && value <= 1.0 ? std::string() : "'" + text + "' is not in 0..1";
+          },
+          "", "density"))
+      ->type_name("0..1")
+      ->group(outputGroup);
+}
+
+void addDrawingOptions(CLI::App &command, RenderOptions &options) {
+  addBackendOption(command, options.backend);
+  CLI::Option *drawBits =
+      command
+          .add_option("--draw-bits", options.drawBits,
+                      "Bits per channel of the drawing, 8 or 16: the filter's Color Depth. 8 is faster, and rounds at "
+                      "every copy (default: 16)")
+          ->group(drawingGroup);
+  takesOneOf(drawBits, {"8", "16"}, "BITS");
+}
+
 void addBackendOption(CLI::App &command, std::string &backend) {
   CLI::Option *option =
       command
@@ -187,12 +243,7 @@ void addRenderOptions(CLI::App &command, RenderOptions &options) {
                   "Frames per second of a movie, 24, 23.976 or 30000/1001 (default: the input's, else 24)")
       ->type_name("RATE")
       ->group(outputGroup);
-  CLI::Option *bits =
-      command
-          .add_option("--bits", options.bits,
-                      "Bits per channel of drawing and output, 8 or 16 (default: 16 for .tif, .exr and ProRes, else 8)")
-          ->group(outputGroup);
-  takesOneOf(bits, {"8", "16"}, "BITS");
+  addBitsOption(command, options, "16 for .tif, .exr and ProRes, else 8");
   CLI::Option *overwrite =
       command
           .add_flag("--overwrite", options.overwrite, "Replace output that is there already; otherwise it is refused")
@@ -204,7 +255,7 @@ void addRenderOptions(CLI::App &command, RenderOptions &options) {
           "settings and input, as the manifest beside them says")
       ->excludes(overwrite)
       ->group(outputGroup);
-  addBackendOption(command, options.backend);
+  addDrawingOptions(command, options);
   CLI::Option *progress =
       command
           .add_option(

@@ -23,15 +23,19 @@ struct RenderOptions {
   std::optional<std::string> size;         ///< of what is drawn, WIDTHxHEIGHT; otherwise 1920x1080
   std::string output;
   std::string codec;                       ///< empty for the usual one of the output's extension
-  std::optional<std::string> alpha;        ///< straight or premultiplied; otherwise the codec's custom
+  std::optional<std::string> alpha;        ///< one of alphaNames(); otherwise the codec's custom
+  std::optional<double> density;           ///< 0..1, see Delivery; otherwise 0
   std::optional<std::string> over;         ///< a colour or a file; otherwise nothing, or black where there is no alpha
+  std::optional<std::string> overFit;      ///< cover, contain, stretch or none; otherwise over's size is the output's
+  bool overLoop = false;                   ///< repeat the background
   std::optional<std::string> frames;       ///< otherwise all of the input's, or a default for stills
   std::optional<std::string> fps;          ///< otherwise the input's, or 24
   std::optional<std::string> preset;       ///< a look's name
   std::optional<std::string> project;      ///< a file of settings; they win over the preset
   std::optional<std::string> saveProject;  ///< a file for the settings that are in force
   std::vector<std::string> settings;       ///< NAME=VALUE; win over the preset and the project
-  std::optional<std::string> bits;         ///< 8 or 16; otherwise what the output's format holds
+  std::optional<std::string> bits;         ///< of the output, 8 or 16; otherwise what suits its format
+  std::optional<std::string> drawBits;     ///< of the drawing, 8 or 16; otherwise as the parameters say
   std::string backend = "auto";
   std::string progress = "auto";  ///< one of progressNames()
   bool quiet = false;             ///< nothing on standard error but failures
@@ -52,6 +56,15 @@ void addInputOptions(CLI::App &command, RenderOptions &options);
 
 /// Declares how it looks: --preset, --project and --set.
 void addLookOptions(CLI::App &command, RenderOptions &options);
+
+/// Declares --bits; `usual` says which is taken without it.
+void addBitsOption(CLI::App &command, RenderOptions &options, const std::string &usual);
+
+/// Declares --over and what belongs to it, --density among that.
+void addOverOptions(CLI::App &command, RenderOptions &options);
+
+/// Declares --backend and --draw-bits.
+void addDrawingOptions(CLI::App &command, RenderOptions &options);
 
 /// Declares --backend.
 void addBackendOption(CLI::App &command, std::string &backend);

@@ -49,7 +49,13 @@ std::string recordOf(const RenderOptions &options, const FrameList &frames, cons
   if (options.vfr) json["vfr"] = *options.vfr;
   if (!options.codec.empty()) json["codec"] = options.codec;
   if (options.alpha) json["alpha"] = *options.alpha;
-  if (options.over) json["over"] = {{"name", *options.over}, {"changed", lastChange(*options.over, frames)}};
+  if (options.density) json["density"] = *options.density;
+  if (options.over) {
+    json["over"] = {{"name", *options.over}, {"changed", lastChange(*options.over, frames)}};
+    if (options.overFit) json["over"]["fit"] = *options.overFit;
+    if (options.overLoop) json["over"]["loop"] = true;
+    if (options.fps) json["over"]["fps"] = *options.fps;
+  }
   Project project;
   project.parameters = parametersInForce(parameters);
   json["project"] = nlohmann::ordered_json::parse(formatProject(project, parameters.declarations()));

@@ -16,7 +16,7 @@ constexpr int lineHeight = 18;
 constexpr int largestLetters = 13;
 constexpr int smallestLetters = 5;
 
-constexpr std::uint8_t ground = 32;
+constexpr float ground = 32.0f / 255.0f;
 
 int span(int count, int each) { return gap + count * (each + gap); }
 
@@ -27,8 +27,9 @@ Image blankSheet(int columns, int rows, int width, int height) {
                      std::to_string(side(columns, width)) + "x" + std::to_string(side(rows, height)) +
                      " pixels, and a side has " + std::to_string(media::maximumSide) +
                      " at most; vary less, or give a smaller --cell");
-  Image image = Image::bytes(span(columns, width), span(rows, height), Alpha::Premultiplied);
-  for (std::size_t i = 0; i < image.sampleCount(); ++i) image.asBytes()[i] = i % 4 == 3 ? 255 : ground;
+  Image image = Image::floats(span(columns, width), span(rows, height), Alpha::Premultiplied);
+  std::fill(image.asFloats().begin(), image.asFloats().end(), ground);
+  makeOpaque(image);
   return image;
 }
 
@@ -62,18 +63,17 @@ void Sheet::put(int column, int row, const Image &picture, const std::string &la
   const int left = span(column, cellWidth_);
   const int top = span(row, cellHeight_ + labelHeight_);
   Image opaque = picture;
-  for (std::size_t i = 3; i < opaque.sampleCount(); i += 4) opaque.asBytes()[i] = 255;
+  makeOpaque(opaque);
   lay(opaque, left, top);
-  lay(drawLabel(label, cellWidth_, labelHeight_), left, top + cellHeight_);
+  lay(toFloat(drawLabel(label, cellWidth_, labelHeight_)), left, top + cellHeight_);
 }
 
 void Sheet::lay(const Image &picture, int left, int top) {
   for (int y = 0; y < picture.height(); ++y) {
-    const std::uint8_t *from = &picture.asBytes()[static_cast<std::size_t>(y) * picture.width() * 4];
-    std::uint8_t *to = &image_.asBytes()[(static_cast<std::size_t>(top + y) * image_.width() + left) * 4];
+    const float *from = &picture.asFloats()[static_cast<std::size_t>(y) * picture.width() * 4];
+    float *to = &image_.asFloats()[(static_cast<std::size_t>(top + y) * image_.width() + left) * 4];
     for (int x = 0; x < picture.width(); ++x, from += 4, to += 4)
-      for (int channel = 0; channel < 3; ++channel)
-        to[channel] = static_cast<std::uint8_t>(from[channel] + to[channel] * (255 - from[3]) / 255);
+      for (int channel = 0; channel < 3; ++channel) to[channel] = from[channel] + to[channel] * (1.0f - from[3]);
   }
 }
 

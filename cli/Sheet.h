@@ -13,14 +13,15 @@ class Sheet {
   /// sheet would be larger than a picture can be.
   Sheet(int columns, int rows, int cellWidth, int cellHeight, int labelLines);
 
-  /// Puts a picture into a place, counted from the upper left. `picture` is premultiplied, of bytes, of the cells'
+  /// Puts a picture into a place, counted from the upper left. `picture` is premultiplied, of floats, of the cells'
   /// size; it goes over black, as flames do in films. Throws UsageError for a label that doesn't fit below it.
   void put(int column, int row, const Image &picture, const std::string &label);
 
+  /// Opaque, of floats.
   const Image &image() const { return image_; }
 
  private:
-  void lay(const Image &picture, int left, int top);
+  void lay(const Image &picture, int left, int top);  // premultiplied, of floats
 
   int cellWidth_;
   int cellHeight_;

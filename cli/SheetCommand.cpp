@@ -3,6 +3,7 @@
 
 #include "Commands.h"
 #include "Filter.h"
+#include "Fit.h"
 #include "FrameRange.h"
 #include "FrameRenderer.h"
 #include "HostError.h"
@@ -13,8 +14,8 @@
 #include "OutputGuard.h"
 #include "Presets.h"
 #include "ProjectFile.h"
-#include "Reduction.h"
 #include "RenderInput.h"
+#include "RenderOutput.h"
 #include "Renderers.h"
 #include "RunUpNotice.h"
 #include "Sheet.h"
@@ -36,6 +37,7 @@ struct Axis {
 struct Cell {
   std::int64_t frame;
   host::ParameterSet parameters;
+  int drawBits;
   std::string label;
 };
 
@@ -88,7 +90,7 @@ std::vector<Axis> parseAxes(const SheetOptions &options, const host::ParameterSe
 /// The look and frame with the axes at these values.
 Cell makeCell(const std::vector<std::pair<std::string, std::string>> &choices, RenderOptions options,
               const Project &project, const host::ParameterSet &parameters) {
-  Cell cell{0, parameters, {}};
+  Cell cell{0, parameters, 0, {}};
   for (const auto &[name, value] : choices) {
     if (name == presetAxis)
       options.preset = value;
@@ -98,16 +100,16 @@ Cell makeCell(const std::vector<std::pair<std::string, std::string>> &choices, R
       options.settings.push_back(name + "=" + value);
     cell.label += (cell.label.empty() ? "" : "\n") + (name == presetAxis ? value : name + " " + value);
   }
-  constexpr int bits = 8;
-  applyLook(cell.parameters, options, project, bits);
+  cell.drawBits = applyLook(cell.parameters, options, project);
   cell.frame = parseFrames(*options.frames).first();
   return cell;
 }
 
 /// Refuses frames that the input has not. Returns what `text` names.
-std::int64_t chooseFrame(RenderOptions options, const std::string &text, const media::InputInfo &input) {
+std::int64_t chooseFrame(RenderOptions options, const std::string &text, const media::InputInfo &input,
+                         const Background *background) {
   options.frames = text;
-  const FrameList frames = chooseFrames(options, input, true);
+  const FrameList frames = chooseFrames(options, input, background, true);
   if (frames.count() > 1) throw UsageError("'--frame' takes one frame, not '" + text + "'");
   return frames.first();
 }
@@ -120,17 +122,23 @@ int drawSheet(const SheetOptions &given) {
   const host::ParameterSet defaults = filter.parameters();
   const Project project = loadProject(given.render, defaults.declarations());
   RenderOptions options = withProject(given.render, project);
+  if (options.density && !options.over) throw UsageError("'--density' is of no use for a sheet without --over");
   const std::vector<Axis> axes = parseAxes(given, defaults);
   if (media::Writer::holdsManyFrames(options.output))
     throw UsageError("a sheet is one picture, and '" + options.output + "' is for many; write a .png");
 
-  const auto reader = openInput(options, 8);
+  std::optional<Background> opened = Background::open(options);
+  Background *const background = opened ? &*opened : nullptr;
+  constexpr int inputBits = 16;
+  const auto reader = openInput(options, inputBits, background);
   const media::InputInfo &input = reader->info();
   const bool isStill = input.kind == media::InputKind::Still;
   const std::int64_t usual = isStill ? usualFrame : std::clamp(usualFrame, input.firstFrame, input.lastFrame);
   options.frames = given.frame.value_or(std::to_string(usual));
-  const std::int64_t frame = chooseFrame(options, *options.frames, input);
+  const std::int64_t frame = chooseFrame(options, *options.frames, input, background);
   refuseToReplaceSource(*reader, "input", options, FrameRange{frame, frame});
+  if (background && background->reader())
+    refuseToReplaceSource(*background->reader(), "background", options, FrameRange{frame, frame});
   refuseToReplaceOutput(options, FrameRange{frame, frame});
 
   const int width = std::min(given.cell, input.width);
@@ -146,7 +154,7 @@ int drawSheet(const SheetOptions &given) {
       std::vector<std::pair<std::string, std::string>> choices{{axes[0].name, across}};
       if (axes.size() == 2) choices.emplace_back(axes[1].name, axes[1].values[down]);
       cells.push_back(makeCell(choices, options, project, defaults));
-      chooseFrame(options, std::to_string(cells.back().frame), input);
+      chooseFrame(options, std::to_string(cells.back().frame), input, background);
     }
 
   host::FrameRenderer renderer(host::chooseRenderer(options.backend));
@@ -156,12 +164,17 @@ int drawSheet(const SheetOptions &given) {
   media::OutputFormat format;
   format.width = sheet.image().width();
   format.height = sheet.image().height();
+  format.bits = chooseBits(options);
   const auto writer = media::Writer::open(options.output, format);
+  if (background)
+    background->prepare({input.width, input.height, input.pixelAspect},
+                        chooseRate(options, background, input.frameRate));
   Image picture;
   for (std::size_t i = 0; i < cells.size(); ++i) {
     filter.parameters() = cells[i].parameters;
     // One for each: with other settings, another run leads to the frame.
     host::Timeline timeline(filter, renderer, isStill ? 1 : input.firstFrame);
+    settings.floatOutput = cells[i].drawBits == 16;
     timeline.setRunUpListener(RunUpNotice(say));
     try {
       timeline.render(cells[i].frame, reader->read(cells[i].frame), settings, picture);
@@ -175,7 +188,9 @@ int drawSheet(const SheetOptions &given) {
       return exitCodeOf(interruption.signal());
     }
     const int place = static_cast<int>(i);
-    sheet.put(place % columns, place / columns, media::reduced(picture, width, height), cells[i].label);
+    if (background) picture = background->lay(picture, background->behind(cells[i].frame).get(), densityOf(options));
+    sheet.put(place % columns, place / columns, toFloat(fitted(picture, 1.0, {width, height}, media::Fit::Stretch)),
+              cells[i].label);
   }
   writer->write(1, sheet.image());
   writer->finish();

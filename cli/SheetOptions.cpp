@@ -53,7 +53,9 @@ void addSheetOptions(CLI::App &command, SheetOptions &options) {
       .add_flag("--overwrite", options.render.overwrite,
                 "Replace output that is there already; otherwise it is refused")
       ->group(sheetGroup);
-  addBackendOption(command, options.render.backend);
+  addOverOptions(command, options.render);
+  addBitsOption(command, options.render, "16 for .tif and .exr, else 8");
+  addDrawingOptions(command, options.render);
 }
 
 }  // namespace pyrelux::cli

@@ -1,35 +1,37 @@
 #include "Over.h"
 
-#include <algorithm>
+#include "Delivery.h"
 
 namespace pyrelux {
 
 namespace {
 
-/// `back(pixel)` points to the four samples behind a pixel, which is counted in samples.
+/// `back(pixel)` points to the three samples behind a pixel, which is counted in samples.
 template <typename Back>
-Image overEach(const Image &front, Back back) {
+Image overEach(const Image &front, float density, Back back) {
+  const Delivery kept{AlphaUse::Premultiplied, density};
   Image result = toFloat(front);
   Image::Floats &samples = result.asFloats();
-  for (std::size_t pixel = 0; pixel < samples.size(); pixel += 4) {
-    // Sums of flames may be more than opaque.
-    const float shown = 1.0f - std::clamp(samples[pixel + 3], 0.0f, 1.0f);
-    const float *behind = back(pixel);
-    for (std::size_t channel = 0; channel < 4; ++channel) samples[pixel + channel] += shown * behind[channel];
+  for (std::size_t at = 0; at < samples.size(); at += 4) {
+    float *const pixel = &samples[at];
+    const float shown = 1.0f - deliveredAlpha(pixel[0], pixel[1], pixel[2], pixel[3], kept);
+    const float *behind = back(at);
+    for (std::size_t channel = 0; channel < 3; ++channel) pixel[channel] += shown * behind[channel];
+    pixel[3] = 1.0f;
   }
   return result;
 }
 
 }  // namespace
 
-Image over(const Image &front, const Image &back) {
-  return overEach(front, [&back](std::size_t pixel) { return &back.asFloats()[pixel]; });
+Image over(const Image &front, const Image &back, float density) {
+  return overEach(front, density, [&back](std::size_t at) { return &back.asFloats()[at]; });
 }
 
-Image over(const Image &front, const std::array<double, 3> &colour) {
-  const std::array<float, 4> behind = {static_cast<float>(colour[0]), static_cast<float>(colour[1]),
-                                       static_cast<float>(colour[2]), 1.0f};
-  return overEach(front, [&behind](std::size_t) { return behind.data(); });
+Image over(const Image &front, const std::array<double, 3> &colour, float density) {
+  const std::array<float, 3> behind = {static_cast<float>(colour[0]), static_cast<float>(colour[1]),
+                                       static_cast<float>(colour[2])};
+  return overEach(front, density, [&behind](std::size_t) { return behind.data(); });
 }
 
 }  // namespace pyrelux

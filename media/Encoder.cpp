@@ -21,23 +21,30 @@ namespace {
 /// Colour subsampled in both directions needs an even width and height.
 int paddedSide(int side, int subsampling) { return (side + (1 << subsampling) - 1) >> subsampling << subsampling; }
 
-AlphaUse alphaUseOf(const Codec &codec, const OutputFormat &format) {
-  if (codec.alpha == AlphaUse::OverBlack || !format.alpha) return codec.alpha;
-  return *format.alpha == Alpha::Straight ? AlphaUse::Straight : AlphaUse::Premultiplied;
+Delivery deliveryOf(const Codec &codec, const OutputFormat &format) {
+  const bool holdsAlpha = codec.alpha != AlphaUse::None;
+  return {holdsAlpha ? format.alpha.value_or(codec.alpha) : AlphaUse::None, format.density};
 }
 
 const AVPixFmtDescriptor &layoutOf(const AVCodecContext &codec) { return *av_pix_fmt_desc_get(codec.pix_fmt); }
 
-/// Pixels whose colour, cut at 1, exceeds their alpha by more than the threshold.
-template <typename Samples, typename Value>
-std::int64_t countBrighterThanAlpha(const Samples &samples, Value one, Value threshold) {
-  std::int64_t count = 0;
-  for (std::size_t pixel = 0; pixel < samples.size(); pixel += 4) {
-    const Value alpha = samples[pixel + 3];
-    const Value brightest = std::max({Value{samples[pixel]}, Value{samples[pixel + 1]}, Value{samples[pixel + 2]}});
-    count += std::min(brightest, one) - alpha > threshold;
-  }
-  return count;
+/// The layout without alpha that the encoder takes instead of one with it; the same if there is none.
+AVPixelFormat withoutAlpha(AVPixelFormat layout, const AVCodec &encoder) {
+  constexpr std::pair<AVPixelFormat, AVPixelFormat> opaque[] = {
+      {AV_PIX_FMT_RGBA, AV_PIX_FMT_RGB24},       {AV_PIX_FMT_RGBA64BE, AV_PIX_FMT_RGB48BE},
+      {AV_PIX_FMT_RGBA64LE, AV_PIX_FMT_RGB48LE}, {AV_PIX_FMT_BGRA, AV_PIX_FMT_BGR0},
+      {AV_PIX_FMT_GBRAP16, AV_PIX_FMT_GBRP16},   {AV_PIX_FMT_GBRAPF32, AV_PIX_FMT_GBRPF32},
+      {AV_PIX_FMT_YUVA420P, AV_PIX_FMT_YUV420P}, {AV_PIX_FMT_YUVA444P10, AV_PIX_FMT_YUV444P10},
+  };
+  for (const auto &[from, to] : opaque)
+    for (const AVPixelFormat *taken = encoder.pix_fmts; from == layout && *taken != AV_PIX_FMT_NONE; ++taken)
+      if (*taken == to) return to;
+  return layout;
+}
+
+/// Of a channel that is no subsampled colour; 32 for floats.
+int bitsOf(const AVPixFmtDescriptor &layout) {
+  return layout.flags & AV_PIX_FMT_FLAG_FLOAT ? 32 : layout.comp[0].depth;
 }
 
 /// libx265 crashes or waits for ever when it gets no memory. Only a limit on addresses tells beforehand.
@@ -59,7 +66,7 @@ void requireMemoryForH265(const std::string &path, const OutputFormat &format) {
 
 Encoder::Encoder(const std::string &path, const Codec &codec, bool isMovie, const OutputFormat &format,
                  Dictionary &options)
-    : path_(path), format_(format), alpha_(alphaUseOf(codec, format)) {
+    : path_(path), format_(format), delivery_(deliveryOf(codec, format)) {
   const std::string refusedSize = "pictures of " + sizeText(format.width, format.height) + " cannot be encoded";
   if (format.width < 1 || format.height < 1) failWriting(path, refusedSize);
   // No larger than what is read. libx264 leaks memory when it refuses a size itself.
@@ -73,6 +80,7 @@ Encoder::Encoder(const std::string &path, const Codec &codec, bool isMovie, cons
   if (!encoder) failEncoding(path, "the installed FFmpeg lacks the encoder '" + std::string(codec.encoder) + "'");
   codec_ = allocated<CodecPtr>(avcodec_alloc_context3(encoder));
   codec_->pix_fmt = format.bits > 8 ? codec.pixels16 : codec.pixels8;
+  if (delivery_.alpha == AlphaUse::None) codec_->pix_fmt = withoutAlpha(codec_->pix_fmt, *encoder);
   const AVPixFmtDescriptor &layout = layoutOf(*codec_);
   codec_->width = paddedSide(format.width, layout.log2_chroma_w);
   codec_->height = paddedSide(format.height, layout.log2_chroma_h);
@@ -124,21 +132,12 @@ void Encoder::encode(const Image &image, std::int64_t time, std::int64_t duratio
 
 /// The picture with the file's kind of alpha.
 Image Encoder::stored(const Image &image) {
-  if (alpha_ != AlphaUse::Straight) return premultiplied(image);
-  if (image.alpha() == Alpha::Straight) return image;
-  countClipped(image);
-  // Deeper files get what bytes would round.
-  return straightened(layoutOf(*codec_).comp[0].depth > 8 ? toFloat(image) : image);
-}
-
-void Encoder::countClipped(const Image &image) {
-  const AVPixFmtDescriptor &layout = layoutOf(*codec_);
-  if (layout.flags & AV_PIX_FMT_FLAG_FLOAT) return;
-  const float halfALevel = 0.5f / static_cast<float>((1 << layout.comp[0].depth) - 1);
-  const std::int64_t clipped = image.isFloat() ? countBrighterThanAlpha(image.asFloats(), 1.0f, halfALevel)
-                                               : countBrighterThanAlpha(image.asBytes(), 255, 0);
-  losses_.clippedPixels += clipped;
-  losses_.clippedFrames += clipped > 0;
+  if (image.alpha() == Alpha::Straight && delivery_.alpha == AlphaUse::Straight) return image;
+  const Image drawn = premultiplied(image);
+  const int bits = bitsOf(layoutOf(*codec_));
+  losses_.cutPixels += static_cast<std::int64_t>(countCut(drawn, delivery_, bits));
+  losses_.pixels += static_cast<std::int64_t>(drawn.sampleCount() / 4);
+  return delivered(drawn, delivery_, bits);
 }
 
 void Encoder::send(const AVFrame *frame, const Sink &sink) {
@@ -149,7 +148,8 @@ void Encoder::send(const AVFrame *frame, const Sink &sink) {
     packet->duration = duration ? duration.mapped() : 1;
     // Of fewer frames than it holds back to reorder them, libx265 does not set the decoding time. They are in order.
     if (codec_->codec_id == AV_CODEC_ID_HEVC && !frame && count_ <= 2) packet->dts = packet->pts;
-    if (codec_->codec_id == AV_CODEC_ID_TIFF && alpha_ == AlphaUse::Premultiplied) declarePremultiplied(*packet);
+    if (codec_->codec_id == AV_CODEC_ID_TIFF && delivery_.alpha == AlphaUse::Premultiplied)
+      declarePremultiplied(*packet);
     if (codec_->codec_id == AV_CODEC_ID_EXR) addText(*packet, "pyrelux", format_.record);
     sink(*packet);
     av_packet_unref(packet.get());

@@ -31,12 +31,11 @@ class Encoder {
 
  private:
   Image stored(const Image &image);
-  void countClipped(const Image &image);
   void send(const AVFrame *frame, const Sink &sink);
 
   std::string path_;
   OutputFormat format_;
-  AlphaUse alpha_;
+  Delivery delivery_;
   CodecPtr codec_;
   Losses losses_;
   std::int64_t count_ = 0;

@@ -42,7 +42,7 @@ std::vector<FileFormat> makeFormats() {
                       "libx264",
                       AV_PIX_FMT_YUV420P,
                       AV_PIX_FMT_YUV420P,
-                      AlphaUse::OverBlack,
+                      AlphaUse::None,
                       false,
                       {{"crf", "16"}, {"preset", "medium"}}};
   // Messages of libx265 go past FFmpeg's log.
@@ -50,7 +50,7 @@ std::vector<FileFormat> makeFormats() {
                       "libx265",
                       AV_PIX_FMT_YUV420P,
                       AV_PIX_FMT_YUV420P10,
-                      AlphaUse::OverBlack,
+                      AlphaUse::None,
                       false,
                       {{"crf", "18"}, {"preset", "medium"}, {"x265-params", "log-level=none"}},
                       // libx265 3.5 writes past its buffers for pictures that are narrower.
@@ -76,7 +76,7 @@ std::vector<FileFormat> makeFormats() {
                  {{"lossless", isLossless}, {"quality", "90"}}};
   };
   // Whole frames only: in search of what has not changed, it compares colour numbers of different palettes.
-  const Codec gif = {"gif", "gif", AV_PIX_FMT_PAL8, AV_PIX_FMT_PAL8, AlphaUse::OverBlack, false, {{"gifflags", "0"}}};
+  const Codec gif = {"gif", "gif", AV_PIX_FMT_PAL8, AV_PIX_FMT_PAL8, AlphaUse::None, false, {{"gifflags", "0"}}};
   return {
       {".png", nullptr, {png}, {}},
       {".tif", nullptr, {tiff}, {}},

@@ -4,16 +4,10 @@
 #include <utility>
 #include <vector>
 
+#include "Delivery.h"
 #include "Handles.h"
 
 namespace pyrelux::media {
-
-/// What becomes of the alpha of a premultiplied picture.
-enum class AlphaUse {
-  Straight,       ///< colour is divided by it
-  Premultiplied,  ///< stored as it is
-  OverBlack,      ///< dropped, which leaves the picture as it looks over black
-};
 
 using Options = std::vector<std::pair<const char *, const char *>>;
 
@@ -23,7 +17,7 @@ struct Codec {
   const char *encoder;     ///< as FFmpeg calls it
   AVPixelFormat pixels8;   ///< when 8 bits are asked for
   AVPixelFormat pixels16;  ///< when 16 bits are asked for
-  AlphaUse alpha;          ///< its custom; where it is not OverBlack, the two others are possible
+  AlphaUse alpha;          ///< its custom; where it is not None, all others are possible
   bool isDeep;             ///< drawn with 16 bits unless 8 are asked for
   Options options;
   int smallestWidth = 1;   ///< pixels; the encoder fails with less

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "Delivery.h"
 #include "FrameRate.h"
 #include "Image.h"
 
@@ -32,6 +33,10 @@ class OutputError : public MediaError {
 class EncoderError : public MediaError {
   using MediaError::MediaError;
 };
+
+/// The number, counted from 0, of the frame that a film of the rate `to` shows when one of the rate `from` begins to
+/// show its frame `index`, which is 0 or more.
+std::int64_t frameAtSameTime(std::int64_t index, const FrameRate &from, const FrameRate &to);
 
 /// What the colour of an input means where it is not opaque.
 enum class InputAlpha {
@@ -122,9 +127,9 @@ struct OutputFormat {
   int bits = 8;    ///< 8 or 16 per component asked for; some codecs follow it, the others have a depth of their own
   FrameRate frameRate;     ///< of a movie
   std::string codec = {};  ///< as docs/formats.md names it; otherwise the extension's usual one
-  /// What colour means in the file where it is not opaque; otherwise the codec's custom. Without effect where a file
-  /// holds no alpha.
-  std::optional<Alpha> alpha = {};
+  /// What becomes of alpha; otherwise the codec's custom. A file that holds no alpha gets AlphaUse::None in any case.
+  std::optional<AlphaUse> alpha = {};
+  float density = 0.0f;  ///< see Delivery
   /// A movie whose audio is copied as it is coded, into a movie of the same frame rate; otherwise there is none. Its
   /// frame `audioFirstFrame` is the output's first, and its audio ends with the output's last.
   std::string audioFrom = {};
@@ -140,10 +145,10 @@ struct OutputFormat {
 
 /// What a file does not keep of what it was given.
 struct Losses {
-  /// Pixels that straight alpha cuts, counted in all frames: their colour exceeds their alpha, by half a level of the
-  /// file or more, in a way that premultiplied alpha of the same depth would hold.
-  std::int64_t clippedPixels = 0;
-  std::int64_t clippedFrames = 0;  ///< the frames that have such pixels
+  /// Pixels that AlphaUse::Exact cuts, counted in all frames: their colour, limited to 1, exceeds their alpha by half a
+  /// level of the file or more.
+  std::int64_t cutPixels = 0;
+  std::int64_t pixels = 0;         ///< of all frames
   std::string audioObstacle = {};  ///< why audio is left out; empty if all of it was copied, or none was asked for
   bool hasAudio = false;           ///< some was copied
 };

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "Dither.h"
 #include "Errors.h"
 #include "Orientation.h"
 #include "Palette.h"
@@ -70,11 +71,16 @@ void readComponent(const AVFrame &frame, int component, Image &image, int channe
   }
 }
 
-/// Copies one channel of an image to one component of a frame that is zero there.
+/// Copies one channel of an image to one component of a frame that is zero there. Floats are dithered to 8 bits, and
+/// rounded to more.
 void writeComponent(AVFrame &frame, int component, const Image &image, int channel) {
   const AVPixFmtDescriptor &layout = layoutOf(frame);
   const bool isFloat = layout.flags & AV_PIX_FMT_FLAG_FLOAT;
   const float largest = isFloat ? 0.0f : static_cast<float>(largestValue(layout.comp[component]));
+  const bool dithers = layout.comp[component].depth <= 8;
+  const auto threshold = [dithers](std::size_t x, int y) {
+    return dithers ? ditherThreshold(static_cast<int>(x), y) : 0.5f;
+  };
   const std::size_t width = static_cast<std::size_t>(image.width());
   std::vector<std::uint32_t> row(width);
   std::size_t sample = static_cast<std::size_t>(channel);
@@ -88,7 +94,7 @@ void writeComponent(AVFrame &frame, int component, const Image &image, int chann
       if (isFloat)
         std::memcpy(&row[x], &value, sizeof value);
       else  // NaN fails the comparison and becomes 0.
-        row[x] = value > 0.0f ? static_cast<std::uint32_t>(std::min(value, 1.0f) * largest + 0.5f) : 0;
+        row[x] = value > 0.0f ? static_cast<std::uint32_t>(std::min(value, 1.0f) * largest + threshold(x, y)) : 0;
     }
     av_write_image_line2(row.data(), frame.data, frame.linesize, &layout, 0, y, component, image.width(),
                          sizeof row[0]);
@@ -277,7 +283,7 @@ FramePtr toFrame(const Image &image, AVPixelFormat layout, int width, int height
   else if (isYuv(layoutOf(*frame)))
     writeYuv(padded(toFloat(image), width, height), *frame, path);
   else
-    writePlain(padded(layoutOf(*frame).comp[0].depth == 8 ? toBytes(image) : toFloat(image), width, height), *frame);
+    writePlain(padded(layoutOf(*frame).comp[0].depth == 8 ? image : toFloat(image), width, height), *frame);
   return frame;
 }
 

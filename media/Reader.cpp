@@ -60,6 +60,10 @@ std::unique_ptr<Reader> Reader::open(const std::string &path, const ReadOptions 
   return openFile(pattern.path(0), options);
 }
 
+std::int64_t frameAtSameTime(std::int64_t index, const FrameRate &from, const FrameRate &to) {
+  return av_rescale_q_rnd(index, {from.denominator, from.numerator}, {to.denominator, to.numerator}, AV_ROUND_DOWN);
+}
+
 std::unique_ptr<Reader> Reader::of(Image image) { return std::make_unique<StillReader>(stillOf(std::move(image))); }
 
 }  // namespace pyrelux::media

@@ -217,7 +217,7 @@ bool Writer::isDeep(const std::string &path, const std::string &codec) {
 }
 
 bool Writer::holdsAlpha(const std::string &path, const std::string &codec) {
-  return formatOf(path).codec(codec, path).alpha != AlphaUse::OverBlack;
+  return formatOf(path).codec(codec, path).alpha != AlphaUse::None;
 }
 
 }  // namespace pyrelux::media

@@ -1,69 +1,70 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <type_traits>
 
+#include "Delivery.h"
 #include "Effect.h"
 
 namespace pyrelux::adapters {
 
 namespace {
 
-/// Pixels that are composed together: as many as make one of the compiler's loops over vectors worth while.
+/// Pixels that are composed together.
 constexpr std::size_t blockPixels = 16;
-using Block = std::array<std::uint32_t, blockPixels>;
 
-/// A channel of a pixel, red the first.
-float level(std::uint32_t pixel, int channel) {
-  return static_cast<float>(static_cast<std::int32_t>((pixel >> (8 * channel)) & 255));
-}
+/// Red, green, blue and alpha of each, premultiplied, 0 .. 1 or more.
+using Block = std::array<float, 4 * blockPixels>;
 
-/// Rounds; what is above 255 is 255.
-std::uint32_t channelOf(float level, int channel) {
-  return static_cast<std::uint32_t>(static_cast<std::int32_t>(std::min(level, 255.0f) + 0.5f)) << (8 * channel);
-}
+float unit(float sample) { return sample; }
+float unit(std::uint8_t sample) { return static_cast<float>(sample) * (1.0f / 255.0f); }
 
-/// Without a branch, so that pixels are composed side by side.
-void composeBlock(const Block &fire, const Block &source, Block &output) {
-  static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "red is taken for the lowest byte");
-  for (std::size_t i = 0; i < blockPixels; ++i) {
-    const std::uint32_t over = fire[i];
-    const std::uint32_t under = source[i];
-    const float underAlpha = level(under, 3) * (255.0f - level(over, 3)) * (1.0f / 255.0f);
-    const float share = underAlpha * (1.0f / 255.0f);
-    const float red = level(over, 0) + level(under, 0) * share;
-    const float green = level(over, 1) + level(under, 1) * share;
-    const float blue = level(over, 2) + level(under, 2) * share;
-    const float brightest = std::max(std::max(red, green), blue);
-    const float alpha = std::min(std::max(level(over, 3) + underAlpha, brightest), 255.0f);
-    // Where there is nothing at all the result is not used.
-    const float straight = 255.0f / std::max(alpha, 1.0f);
-    const std::uint32_t composed = channelOf(red * straight, 0) | channelOf(green * straight, 1) |
-                                   channelOf(blue * straight, 2) | channelOf(alpha, 3);
-    output[i] = over == 0 ? under : composed;
+/// The fire over a source with straight alpha. `samples` of them, four a pixel.
+template <typename Sample>
+void lay(const Sample *fire, const std::uint8_t *source, std::size_t samples, Block &laid) {
+  for (std::size_t i = 0; i < samples; i += 4) {
+    const float alpha = std::clamp(unit(fire[i + 3]), 0.0f, 1.0f);
+    const float share = source ? unit(source[i + 3]) * (1.0f - alpha) : 0.0f;
+    for (std::size_t channel = 0; channel < 3; ++channel)
+      laid[i + channel] = unit(fire[i + channel]) + (source ? unit(source[i + channel]) * share : 0.0f);
+    laid[i + 3] = alpha + share;
   }
+}
+
+template <typename Sample>
+void composePicture(const Sample *fire, const std::uint8_t *source, std::uint8_t *output, int width, int height,
+                    bool dithers) {
+  constexpr Sample nothing[4 * blockPixels] = {};
+  Block laid{};
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; x += static_cast<int>(blockPixels)) {
+      const std::size_t at = 4 * (static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + x);
+      const std::size_t samples = 4 * std::min(blockPixels, static_cast<std::size_t>(width - x));
+      const std::uint8_t *const under = source ? source + at : nullptr;
+      // Most of a picture does not burn, and keeps its bytes.
+      if (std::memcmp(fire + at, nothing, samples * sizeof(Sample)) == 0) {
+        if (under)
+          std::memmove(output + at, under, samples);
+        else
+          std::memset(output + at, 0, samples);
+        continue;
+      }
+      std::array<std::uint8_t, 4 * blockPixels> kept{};
+      if (under) std::memcpy(kept.data(), under, samples);
+      lay(fire + at, under ? kept.data() : nullptr, samples, laid);
+      deliverStraight(laid.data(), output + at, samples / 4, x, y, dithers);
+      // So do single pixels that do not burn: under alpha 0 a program may keep something.
+      for (std::size_t i = 0; under && i < samples; i += 4)
+        if (std::memcmp(fire + at + i, nothing, 4 * sizeof(Sample)) == 0) std::memcpy(output + at + i, &kept[i], 4);
+    }
 }
 
 }  // namespace
 
-void compose(const std::uint8_t *fire, const std::uint8_t *source, std::uint8_t *output, std::size_t pixels) {
-  constexpr Block nothing{};
-  Block over{};
-  Block under{};
-  Block composed{};
-  // `bytes`: of a block, or what is left; known to the compiler for all blocks but the last.
-  const auto composeAt = [&](std::size_t at, auto bytes) {
-    std::memcpy(over.data(), fire + at, bytes);
-    if (source) std::memcpy(under.data(), source + at, bytes);
-    // Most of a picture does not burn, and keeps its bytes.
-    const bool burns = std::memcmp(over.data(), nothing.data(), bytes) != 0;
-    if (burns) composeBlock(over, under, composed);
-    std::memcpy(output + at, burns ? composed.data() : under.data(), bytes);
-  };
-  std::size_t at = 0;
-  for (; at + sizeof(Block) <= 4 * pixels; at += sizeof(Block))
-    composeAt(at, std::integral_constant<std::size_t, sizeof(Block)>());
-  if (at < 4 * pixels) composeAt(at, 4 * pixels - at);
+void compose(const Image &fire, const std::uint8_t *source, std::uint8_t *output) {
+  if (fire.isFloat())
+    composePicture(fire.asFloats().data(), source, output, fire.width(), fire.height(), true);
+  else
+    composePicture(fire.asBytes().data(), source, output, fire.width(), fire.height(), false);
 }
 
 }  // namespace pyrelux::adapters

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <new>
 
+#include "ColorDepth.h"
 #include "HostError.h"
 #include "Renderers.h"
 
@@ -16,16 +17,22 @@ void Canvas::paint(const std::uint8_t *input, std::uint8_t *output, int width, i
   input_.reshape(width, height, Alpha::Premultiplied, false);
   premultiply(input, input_.asBytes().data(), input_.sampleCount() / 4);
   draw(input_, fire_);
-  compose(fire_.asBytes().data(), composition == Composition::OverSource ? input : nullptr, output,
-          static_cast<std::size_t>(width) * height);
+  compose(fire_, composition == Composition::OverSource ? input : nullptr, output);
 }
 
-Effect::Effect(const host::FilterInfo &filter) : filter_(filter), renderer_(host::chooseRenderer("auto")) {}
+Effect::Effect(const host::FilterInfo &filter) : filter_(filter), renderer_(host::chooseRenderer("auto")) {
+  filter_.parameters() = host::deepByDefault(filter_.parameters());
+}
+
+host::ParameterSet parametersOf(const host::FilterInfo &filter) {
+  return host::deepByDefault(host::Filter(filter).parameters());
+}
 
 void Effect::render(const std::uint8_t *input, std::uint8_t *output, int width, int height, double timeFrames,
                     double pixelAspect, Composition composition) {
   host::FrameSettings settings;
   settings.pixelAspect = pixelAspect;
+  settings.floatOutput = host::isDeep(filter_.parameters(), timeFrames);
   canvas_.paint(input, output, width, height, composition, [&](const Image &picture, Image &fire) {
     filter_.restart();
     renderer_.render(filter_, picture, timeFrames, settings, fire);

@@ -22,7 +22,7 @@ enum class Composition {
 class Canvas {
  public:
   /// `input` and `output`: width * height * 4 bytes, red, green, blue, straight alpha, rows from the top without
-  /// padding; they may be the same. `draw` makes the second image, premultiplied bytes, from the first; what it throws
+  /// padding; they may be the same. `draw` makes the second image, premultiplied, from the first; what it throws
   /// leaves `output` as it was.
   void paint(const std::uint8_t *input, std::uint8_t *output, int width, int height, Composition composition,
              const std::function<void(const Image &, Image &)> &draw);
@@ -59,11 +59,14 @@ class Effect {
   Canvas canvas_;
 };
 
-/// The fire (premultiplied, colour may exceed alpha) over a source with straight alpha, or over nothing when `source`
-/// is null, as straight alpha. Four samples a pixel; `output` may be one of the two. Straight alpha has no glow without
-/// alpha, so that a pixel gets as much alpha as it is bright: over black nothing of the glow is lost. Worked out in
-/// float, rounded once.
-void compose(const std::uint8_t *fire, const std::uint8_t *source, std::uint8_t *output, std::size_t pixels);
+/// The fire (premultiplied, bytes or floats) over a source with straight alpha, or over nothing when `source` is null,
+/// as straight alpha that loses no light (AlphaUse::Straight). `source` and `output` have four bytes a pixel in rows
+/// without padding, and may be the same. Worked out in float; floats are dithered, bytes rounded, once. Pixels that do
+/// not burn keep the source's bytes.
+void compose(const Image &fire, const std::uint8_t *source, std::uint8_t *output);
+
+/// The filter's parameters as programs show them: with 16 Bit as the Color Depth's default. Throws HostError.
+host::ParameterSet parametersOf(const host::FilterInfo &filter);
 
 /// "pyrelux: …" on standard error. Needs no memory, which may be what is missing.
 void complain(const char *message) noexcept;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "ColorDepth.h"
 #include "Renderers.h"
 
 namespace pyrelux::adapters {
@@ -29,7 +30,7 @@ struct FilmEffect::Run {
 FilmEffect::FilmEffect(const host::FilterInfo &filter)
     : filter_(filter),
       renderer_(host::chooseRenderer("auto")),
-      defaults_(host::Filter(filter).parameters()),
+      defaults_(parametersOf(filter)),
       parameters_(defaults_) {}
 
 FilmEffect::~FilmEffect() = default;
@@ -46,6 +47,7 @@ void FilmEffect::render(const std::uint8_t *input, std::uint8_t *output, int wid
                         double pixelAspect, Composition composition) {
   host::FrameSettings settings;
   settings.pixelAspect = pixelAspect;
+  settings.floatOutput = host::isDeep(parameters_, static_cast<double>(frame));
   canvas_.paint(input, output, width, height, composition, [&](const Image &picture, Image &fire) {
     Run &run = runFor(frame);
     run.timeline.render(frame, picture, settings, fire);

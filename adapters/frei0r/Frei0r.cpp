@@ -40,7 +40,7 @@ struct PlugIn {
     const HostState kept;
     try {
       filter = host::findFilter(host::defaultSearchPath());
-      declarations = host::Filter(filter).parameters().declarations();
+      declarations = parametersOf(filter).declarations();
       hasFilter = true;
     } catch (const std::exception &error) {
       complain(reasonOf(error));

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "Bundles.h"
-#include "Filter.h"
+#include "Effect.h"
 #include "MltParameters.h"
 #include "ParameterText.h"
 
@@ -241,8 +241,8 @@ int main(int argc, char **argv) {
   using namespace pyrelux;
   try {
     if (argc != 3) throw std::runtime_error("usage: describe yaml|kdenlive FILE");
-    const host::Filter filter(host::findFilter(host::defaultSearchPath()));
-    const auto declarations = adapters::declarationsOfProperties(filter.parameters());
+    const auto declarations =
+        adapters::declarationsOfProperties(adapters::parametersOf(host::findFilter(host::defaultSearchPath())));
     std::ofstream out(argv[2]);
     if (std::string(argv[1]) == "yaml")
       adapters::writeYaml(out, declarations);

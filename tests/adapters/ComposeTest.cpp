@@ -6,6 +6,8 @@
 #include <random>
 #include <vector>
 
+#include "Delivery.h"
+#include "Dither.h"
 #include "Effect.h"
 
 namespace pyrelux::adapters::test {
@@ -13,9 +15,21 @@ namespace {
 
 using Pixel = std::array<std::uint8_t, 4>;
 
+Image bytes(const std::vector<std::uint8_t> &samples, int width) {
+  Image image = Image::bytes(width, static_cast<int>(samples.size()) / 4 / width, Alpha::Premultiplied);
+  image.asBytes() = samples;
+  return image;
+}
+
+Image floats(const std::vector<float> &samples, int width) {
+  Image image = Image::floats(width, static_cast<int>(samples.size()) / 4 / width, Alpha::Premultiplied);
+  image.asFloats() = samples;
+  return image;
+}
+
 Pixel composed(const Pixel &fire, const Pixel &source) {
   Pixel output{};
-  compose(fire.data(), source.data(), output.data(), 1);
+  compose(bytes({fire.begin(), fire.end()}, 1), source.data(), output.data());
   return output;
 }
 
@@ -37,7 +51,7 @@ TEST(Compose, AGlowOverNothingGetsAsMuchAlphaAsItIsBright) {
   EXPECT_EQ(composed({64, 32, 0, 0}, {9, 9, 9, 0}), (Pixel{255, 128, 0, 64}));
   EXPECT_EQ(composed({64, 32, 0, 16}, {0, 0, 0, 0}), (Pixel{255, 128, 0, 64}));
   Pixel output{};
-  compose(Pixel{64, 32, 0, 0}.data(), nullptr, output.data(), 1);
+  compose(bytes({64, 32, 0, 0}, 1), nullptr, output.data());
   EXPECT_EQ(output, (Pixel{255, 128, 0, 64}));
 }
 
@@ -67,18 +81,19 @@ TEST(Compose, OverBlackItIsWhatAddingGives) {
 
 TEST(Compose, PixelsSideBySideAreWhatTheyAreAlone) {
   std::mt19937 random(2);
-  for (std::size_t pixels = 1; pixels < 70; ++pixels) {
-    std::vector<std::uint8_t> fire(4 * pixels);
-    std::vector<std::uint8_t> source(4 * pixels);
+  for (int pixels = 1; pixels < 70; ++pixels) {
+    std::vector<std::uint8_t> fire(4 * static_cast<std::size_t>(pixels));
+    std::vector<std::uint8_t> source(fire.size());
     // Some runs of pixels do not burn.
     for (std::size_t i = 0; i < fire.size(); ++i) {
       fire[i] = i / 4 % 40 < 20 ? static_cast<std::uint8_t>(random()) : std::uint8_t{0};
       source[i] = static_cast<std::uint8_t>(random());
     }
-    std::vector<std::uint8_t> alone(4 * pixels);
-    for (std::size_t i = 0; i < fire.size(); i += 4) compose(&fire[i], &source[i], &alone[i], 1);
-    std::vector<std::uint8_t> together(4 * pixels + 1, 99);
-    compose(fire.data(), source.data(), together.data(), pixels);
+    std::vector<std::uint8_t> alone(fire.size());
+    for (std::size_t i = 0; i < fire.size(); i += 4)
+      compose(bytes({fire.begin() + i, fire.begin() + i + 4}, 1), &source[i], &alone[i]);
+    std::vector<std::uint8_t> together(fire.size() + 1, 99);
+    compose(bytes(fire, pixels), source.data(), together.data());
     EXPECT_EQ(together.back(), 99);
     together.pop_back();
     EXPECT_EQ(together, alone) << pixels;
@@ -87,9 +102,50 @@ TEST(Compose, PixelsSideBySideAreWhatTheyAreAlone) {
 
 TEST(Compose, MayWriteOverItsInput) {
   std::vector<std::uint8_t> pixels{100, 100, 100, 255, 1, 2, 3, 4};
-  const std::vector<std::uint8_t> fire{40, 20, 0, 0, 0, 0, 0, 0};
-  compose(fire.data(), pixels.data(), pixels.data(), 2);
+  compose(bytes({40, 20, 0, 0, 0, 0, 0, 0}, 2), pixels.data(), pixels.data());
   EXPECT_EQ(pixels, (std::vector<std::uint8_t>{140, 120, 100, 255, 1, 2, 3, 4}));
+}
+
+TEST(Compose, DeepFiresAreLimitedAndDithered) {
+  // Alpha beyond 1 hides what is behind, and darkens nothing.
+  std::vector<std::uint8_t> output{10, 200, 30, 255};
+  compose(floats({0.8f, 0.4f, 0.0f, 6.7f}, 1), output.data(), output.data());
+  EXPECT_EQ(output, (std::vector<std::uint8_t>{204, 102, 0, 255}));
+
+  // Light of a third of a level: some pixels become a level brighter, and their mean is right.
+  constexpr int side = 48;
+  std::vector<float> faint;
+  std::vector<std::uint8_t> grey;
+  for (int i = 0; i < side * side; ++i) {
+    faint.insert(faint.end(), {1.0f / 3.0f / 255.0f, 0.0f, 0.0f, 0.0f});
+    grey.insert(grey.end(), {100, 100, 100, 255});
+  }
+  compose(floats(faint, side), grey.data(), grey.data());
+  double sum = 0.0;
+  for (std::size_t i = 0; i < grey.size(); i += 4) {
+    sum += grey[i] - 100;
+    EXPECT_EQ(grey[i + 1], 100);
+    EXPECT_EQ(grey[i + 3], 255);
+  }
+  EXPECT_NEAR(sum / (side * side), 1.0 / 3.0, 0.01);
+}
+
+TEST(Compose, IsWhatAFileGetsOfAFireAlone) {
+  std::mt19937 random(3);
+  std::uniform_real_distribution<float> exponent(-10.0f, 2.0f);
+  std::vector<float> fire(4 * 40 * 7);
+  for (float &sample : fire) sample = std::exp2(exponent(random));
+  const Image drawn = floats(fire, 40);
+  std::vector<std::uint8_t> output(fire.size());
+  compose(drawn, nullptr, output.data());
+  const Image file = delivered(drawn, {}, 8);
+  for (int pixel = 0; pixel < 40 * 7; ++pixel) {
+    const float threshold = ditherThreshold(pixel % 40, pixel / 40);
+    for (int channel = 0; channel < 4; ++channel) {
+      const std::size_t i = static_cast<std::size_t>(4 * pixel + channel);
+      ASSERT_EQ(output[i], std::floor(std::min(file.asFloats()[i], 1.0f) * 255.0f + threshold)) << i;
+    }
+  }
 }
 
 }  // namespace

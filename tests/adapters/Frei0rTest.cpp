@@ -71,9 +71,12 @@ TEST_F(Frei0r, DrawsWhatTheFilterDrawsOverTheSource) {
   host::Filter filter(host::findFilter(host::defaultSearchPath()));
   host::FrameRenderer renderer(host::chooseRenderer("auto"));
   filter.parameters().set(filter.parameters().named("steps"), {10.0});
+  filter.parameters().set(filter.parameters().named("color-depth"), {1.0});
   Image input = Image::bytes(width, height, Alpha::Straight);
   input.asBytes() = title();
-  const Image fire = renderer.render(filter, input, 12.0, {});
+  host::FrameSettings settings;
+  settings.floatOutput = true;
+  const Image fire = renderer.render(filter, input, 12.0, settings);
 
   Instance instance(library);
   const Frame over = instance.update(12.0 / 25.0);
@@ -81,11 +84,11 @@ TEST_F(Frei0r, DrawsWhatTheFilterDrawsOverTheSource) {
   std::size_t burning = 0;
   for (std::size_t at = 0; at < over.size(); at += 4) {
     const auto sample = [at](const auto &samples, std::size_t channel) { return samples[at + channel] / 255.0; };
-    const auto &drawn = fire.asBytes();
-    burning += drawn[at] > 0;
+    const float *const drawn = &fire.asFloats()[at];
+    const double alpha = std::min(drawn[3], 1.0f);
+    burning += drawn[0] > 0.0f;
     for (std::size_t channel = 0; channel < 3; ++channel) {
-      const double sum =
-          sample(drawn, channel) + sample(source, channel) * sample(source, 3) * (1.0 - sample(drawn, 3));
+      const double sum = drawn[channel] + sample(source, channel) * sample(source, 3) * (1.0 - alpha);
       // Over black, where straight alpha has to give the same light.
       EXPECT_NEAR(255.0 * sample(over, channel) * sample(over, 3), 255.0 * std::min(sum, 1.0), 1.0) << at;
     }

@@ -28,11 +28,7 @@ constexpr int testHeight = 36;
 /// Settings that make a frame cheap to draw.
 Words quick();
 
-/// What was said without the one remark that nearly every picture with straight alpha gives cause for: that the glow
-/// does not fit in.
-std::string withoutGlowRemark(const std::string &err);
-
-/// Sets "exit code 0 and no word about it" as the expectation, but for the remark above.
+/// Sets "exit code 0 and no word about it" as the expectation.
 void expectSuccess(const Result &result);
 
 /// Expects a failure told in the one way there is: one line on standard error that holds all of the words, and nothing

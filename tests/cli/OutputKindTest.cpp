@@ -71,7 +71,7 @@ TEST_F(OutputKind, ExrIsDeepWithoutAsking) {
   EXPECT_TRUE(isDeeperThanBytes(decoded("fire.exr", "gbrapf32le")));
   render("title.png", "asked.exr", {"--bits", "16"});
   EXPECT_EQ(load(path("asked.exr")), load(path("fire.exr")));
-  render("title.png", "bytes.exr", {"--bits", "8"});
+  render("title.png", "bytes.exr", {"--draw-bits", "8"});
   EXPECT_FALSE(isDeeperThanBytes(decoded("bytes.exr", "gbrapf32le")));
 }
 

@@ -101,7 +101,7 @@ TEST_F(Projects, AreSavedWithDefaultsThatWereInForce) {
   EXPECT_EQ(saved("fire.json").at("frames"), "1-48");
   EXPECT_EQ(saved("fire.json").at("fps"), "24000/1001");
   EXPECT_FALSE(saved("fire.json").contains("bits")) << "follows from the output";
-  EXPECT_EQ(saved("fire.json").at("parameters").at("color-depth"), "8 Bit");
+  EXPECT_EQ(saved("fire.json").at("parameters").at("color-depth"), "16 Bit");
 }
 
 TEST_F(Projects, NameTheSizeOfWhatIsDrawn) {

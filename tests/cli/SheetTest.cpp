@@ -41,7 +41,7 @@ class Sheets : public CliTest {
   Sheets() { save(path("title.png"), titlePng(testWidth, testHeight)); }
 
   Result sheet(const Words &words) const {
-    return pyrelux(Words{"sheet", "title.png", "-o", "sheet.png", "--overwrite"} + quick() + words);
+    return pyrelux(Words{"sheet", "title.png", "-o", "sheet.png", "--overwrite", "--draw-bits", "8"} + quick() + words);
   }
 
   Pixels drawn(const Words &words) const {
@@ -52,7 +52,7 @@ class Sheets : public CliTest {
 
   /// The frame as a render by itself has it, over black. EXR keeps what a flame adds, which PNG would clip.
   Pixels frame(int width, int height, const std::string &number, const Words &words) const {
-    render("title.png", "frame.exr", Words{"--bits", "8", "--frames", number} + words);
+    render("title.png", "frame.exr", Words{"--draw-bits", "8", "--frames", number} + words);
     const std::string planes = decoded("frame.exr", "gbrapf32le");
     const std::size_t count = static_cast<std::size_t>(width) * height;
     Pixels pixels{width, height, {}};
@@ -151,18 +151,45 @@ TEST_F(Sheets, ReduceWhatWasDrawnAtFullSize) {
   const Pixels pixels = drawn({"--vary", "glow=60", "--cell", std::to_string(testWidth), "--frame", "3"});
   const Pixels small = cell(pixels, 0, 0, 1);
   const Pixels full = frame(factor * testWidth, factor * testHeight, "3", {"--set", "glow=60"});
-  int farthest = 0;
+  // Bicubic, its kernel (Mitchell and Netravali's, B = C = 1/3) twice as wide.
+  const auto kernel = [](double x) {
+    x = std::abs(x);
+    if (x < 1.0) return (7.0 * x * x * x - 12.0 * x * x + 16.0 / 3.0) / 6.0;
+    return x < 2.0 ? (-7.0 / 3.0 * x * x * x + 12.0 * x * x - 20.0 * x + 32.0 / 3.0) / 6.0 : 0.0;
+  };
+  const auto at = [&](int x, int y, int channel) {
+    return full.at(std::clamp(x, 0, full.width - 1), std::clamp(y, 0, full.height - 1), channel);
+  };
+  double farthest = 0;
   for (int y = 0; y < testHeight; ++y)
     for (int x = 0; x < testWidth; ++x)
       for (int channel = 0; channel < 3; ++channel) {
         double sum = 0;
-        for (int i = 0; i < factor * factor; ++i)
-          sum += full.at(factor * x + i % factor, factor * y + i / factor, channel);
-        farthest = std::max(farthest,
-                            std::abs(small.at(x, y, channel) - static_cast<int>(std::lround(sum / (factor * factor)))));
+        for (int down = -3; down <= 4; ++down)
+          for (int across = -3; across <= 4; ++across)
+            sum += kernel((across - 0.5) / factor) * kernel((down - 0.5) / factor) / (factor * factor) *
+                   at(factor * x + across, factor * y + down, channel);
+        farthest = std::max(farthest, std::abs(small.at(x, y, channel) - std::clamp(sum, 0.0, 255.0)));
       }
-  EXPECT_LE(farthest, 1) << "rounding";
+  EXPECT_LE(farthest, 1.0) << "dithering";
   EXPECT_GT(small.brightest(), 100);
+}
+
+TEST_F(Sheets, TakeBackgroundsAndDepths) {
+  save(path("back.png"), titlePng(testWidth, testHeight, 12));
+  const Words words{"--vary", "glow=0,60", "--frame", "3"};
+  const Pixels pixels = drawn(words + Words{"--over", "back.png"});
+  render("title.png", "frame.png", {"--draw-bits", "8", "--frames", "3", "--over", "back.png", "--set", "glow=60"});
+  const Pixels alone{testWidth, testHeight, decoded("frame.png", "rgb24")};
+  const Pixels inSheet = cell(pixels, 1, 0, 1);
+  // Dithered by the place in the picture.
+  for (std::size_t i = 0; i < alone.samples.size(); ++i)
+    ASSERT_LE(std::abs(static_cast<unsigned char>(alone.samples[i]) - static_cast<unsigned char>(inSheet.samples[i])),
+              1);
+  EXPECT_FALSE(inSheet.samples == cell(drawn(words), 1, 0, 1).samples);
+  expectSuccess(sheet(words + Words{"--bits", "16"}));
+  EXPECT_EQ(probe("sheet.png").at("pix_fmt"), "rgba64be");
+  expectRefusal(sheet(words + Words{"--density", "0.5"}), {"--density", "--over"});
 }
 
 TEST_F(Sheets, DrawTheFrameThatTheInputHas) {

@@ -215,7 +215,7 @@ const std::vector<WrongRow> options = {
      renderOf("clip.mov", "out/fire.mov", {"--vfr", "keep", "--over", "clip.mov"}),
      wrongUsage,
      {"--vfr keep", "clip.mov"}},
-    {"AlphaOther", still({"--alpha", "none"}), wrongUsage, {"--alpha", "none", "straight"}},
+    {"AlphaOther", still({"--alpha", "opaque"}), wrongUsage, {"--alpha", "opaque", "straight"}},
     {"AlphaTwice", still({"--alpha", "straight", "--alpha", "straight"}), wrongUsage, {"--alpha"}},
     {"CodecTwice", movie({"--codec", "prores", "--codec", "h264"}), wrongUsage, {"--codec"}},
     {"OverTwice", still({"--over", "0,0,0", "--over", "1,1,1"}), wrongUsage, {"--over"}},

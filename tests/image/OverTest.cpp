@@ -15,17 +15,31 @@ TEST(Over, AddsWhatTheFrontLetsThrough) {
   const Image front = floats({0.5f, 0.25f, 0.0f, 0.75f,  //
                               2.0f, 0.0f, 0.0f, 0.0f,    // glow without alpha is light that is added
                               0.5f, 0.5f, 0.5f, 1.0f,    //
-                              1.0f, 1.0f, 1.0f, 1.5f});  // more than opaque
+                              1.0f, 1.0f, 1.0f, 6.7f});  // more than opaque
   const Image back = floats({1.0f, 0.5f, 0.25f, 1.0f,    //
-                             1.0f, 0.5f, 0.25f, 0.5f,    //
+                             1.0f, 0.5f, 0.25f, 1.0f,    //
                              1.0f, 1.0f, 1.0f, 1.0f,     //
                              1.0f, 1.0f, 1.0f, 1.0f});
   const Image expected = floats({0.75f, 0.375f, 0.0625f, 1.0f,  //
-                                 3.0f, 0.5f, 0.25f, 0.5f,       //
+                                 3.0f, 0.5f, 0.25f, 1.0f,       //
                                  0.5f, 0.5f, 0.5f, 1.0f,        //
-                                 1.0f, 1.0f, 1.0f, 1.5f});
+                                 1.0f, 1.0f, 1.0f, 1.0f});
   EXPECT_EQ(over(front, back).asFloats(), expected.asFloats());
   EXPECT_EQ(over(front, back).alpha(), Alpha::Premultiplied);
+}
+
+TEST(Over, WhatIsBehindIsOpaqueWhateverItsAlpha) {
+  const Image result = over(floats({0.25f, 0.0f, 0.0f, 0.5f}), floats({0.5f, 0.0f, 0.0f, 0.5f}));
+  EXPECT_EQ(result.asFloats(), (Image::Floats{0.5f, 0.0f, 0.0f, 1.0f}));
+}
+
+TEST(Over, ADenseFireCoversMore) {
+  // 1 - (1 - 0.5)^2 = 0.75 is covered at most; halfway from 0.25 that is 0.5.
+  const Image front = floats({0.5f, 0.25f, 0.0f, 0.25f});
+  const std::array<double, 3> white{1.0, 1.0, 1.0};
+  EXPECT_EQ(over(front, white, 0.0f).asFloats(), (Image::Floats{1.25f, 1.0f, 0.75f, 1.0f}));
+  EXPECT_EQ(over(front, white, 0.5f).asFloats(), (Image::Floats{1.0f, 0.75f, 0.5f, 1.0f}));
+  EXPECT_EQ(over(front, white, 1.0f).asFloats(), (Image::Floats{0.75f, 0.5f, 0.25f, 1.0f}));
 }
 
 TEST(Over, AColourIsOpaque) {

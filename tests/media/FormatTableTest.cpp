@@ -60,7 +60,7 @@ std::vector<Row> tableRows() {
 }
 
 std::string alphaText(const Codec &codec) {
-  return codec.alpha == AlphaUse::OverBlack ? "none" : codec.alpha == AlphaUse::Straight ? "straight" : "premultiplied";
+  return codec.alpha == AlphaUse::None ? "none" : codec.alpha == AlphaUse::Straight ? "straight" : "premultiplied";
 }
 
 class FormatTableTest : public MediaTest {

@@ -1,0 +1,125 @@
+#include "Delivery.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+
+#include "Dither.h"
+
+namespace pyrelux {
+
+namespace {
+
+/// 0 for NaN.
+float limited(float value) { return std::min(value > 0.0f ? value : 0.0f, 1.0f); }
+
+float brightestOf(const float *pixel) { return limited(std::max({pixel[0], pixel[1], pixel[2]})); }
+
+/// Whole levels of a depth, or none for floats.
+class Levels {
+ public:
+  Levels(int bits, bool dithers)
+      : largest_(bits < 32 ? static_cast<float>((1 << bits) - 1) : 0.0f), dithers_(dithers && bits <= 8) {}
+
+  /// The level at a place that stands for a value in 0 .. 1, as a fraction of the largest.
+  float nearest(float value, int x, int y) const {
+    if (largest_ == 0.0f) return value;
+    return std::floor(value * largest_ + (dithers_ ? ditherThreshold(x, y) : 0.5f)) / largest_;
+  }
+
+ private:
+  float largest_;
+  bool dithers_;
+};
+
+/// A pixel of a drawn picture with alpha that is rounded, and colour that is not.
+std::array<float, 4> deliver(const float *pixel, const Delivery &delivery, const Levels &levels, int x, int y) {
+  if (delivery.alpha == AlphaUse::None) return {pixel[0], pixel[1], pixel[2], 1.0f};
+  const float exact = deliveredAlpha(pixel[0], pixel[1], pixel[2], pixel[3], delivery);
+  const float alpha = levels.nearest(exact, x, y);
+  if (delivery.alpha == AlphaUse::Premultiplied) return {pixel[0], pixel[1], pixel[2], alpha};
+  if (alpha == 0.0f) return {};
+  std::array<float, 4> straight{0.0f, 0.0f, 0.0f, alpha};
+  for (std::size_t channel = 0; channel < 3; ++channel)
+    straight[channel] = (delivery.alpha == AlphaUse::Exact ? std::min(pixel[channel], alpha) : pixel[channel]) / alpha;
+  return straight;
+}
+
+}  // namespace
+
+float deliveredAlpha(float red, float green, float blue, float alpha, const Delivery &delivery) {
+  const float pixel[] = {red, green, blue};
+  const float brightest = brightestOf(pixel);
+  float result = limited(alpha);
+  if (delivery.alpha == AlphaUse::None) return 1.0f;
+  if (delivery.alpha == AlphaUse::Straight) result = std::max(result, brightest);
+  const float dense = 1.0f - (1.0f - brightest) * (1.0f - brightest);
+  return result + delivery.density * std::max(dense - result, 0.0f);
+}
+
+Image delivered(const Image &drawn, const Delivery &delivery, int bits) {
+  const bool isStraight = delivery.alpha == AlphaUse::Straight || delivery.alpha == AlphaUse::Exact;
+  const bool staysBytes = !drawn.isFloat() && bits <= 8;
+  const Levels levels(bits, drawn.isFloat());
+  const Image converted = drawn.isFloat() ? Image() : toFloat(drawn);
+  const float *from = (drawn.isFloat() ? drawn : converted).asFloats().data();
+  Image result = Image::floats(drawn.width(), drawn.height(), isStraight ? Alpha::Straight : Alpha::Premultiplied);
+  float *to = result.asFloats().data();
+  for (int y = 0; y < drawn.height(); ++y)
+    for (int x = 0; x < drawn.width(); ++x, from += 4, to += 4) {
+      const std::array<float, 4> stored = deliver(from, delivery, levels, x, y);
+      std::copy(stored.begin(), stored.end(), to);
+    }
+  return staysBytes ? toBytes(result) : result;
+}
+
+void deliverStraight(const float *premultiplied, std::uint8_t *straight, std::size_t pixels, int x, int y,
+                     bool dithers) {
+  static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "red is taken for the lowest byte");
+  // As many pixels at once as make one of the compiler's loops over vectors worth while.
+  constexpr std::size_t blockPixels = 16;
+  using Channel = std::array<float, blockPixels>;
+  std::array<Channel, 4> channels{};
+  std::array<std::uint32_t, blockPixels> stored{};
+  for (std::size_t first = 0; first < pixels; first += blockPixels) {
+    const std::size_t count = std::min(blockPixels, pixels - first);
+    const float *const from = premultiplied + 4 * first;
+    if (count == blockPixels) {
+      for (std::size_t i = 0; i < blockPixels; ++i)
+        for (std::size_t channel = 0; channel < 4; ++channel) channels[channel][i] = from[4 * i + channel];
+    } else {
+      for (std::size_t i = 0; i < 4 * count; ++i) channels[i % 4][i / 4] = from[i];
+    }
+    for (std::size_t i = 0; i < blockPixels; ++i) {
+      const float threshold = dithers ? ditherThreshold(x + static_cast<int>(first + i), y) : 0.5f;
+      const auto positive = [](float value) { return value > 0.0f ? value : 0.0f; };
+      const float red = positive(channels[0][i]);
+      const float green = positive(channels[1][i]);
+      const float blue = positive(channels[2][i]);
+      const float brightest = std::max(std::max(red, green), std::max(blue, positive(channels[3][i])));
+      const auto level = static_cast<std::int32_t>(std::min(brightest, 1.0f) * 255.0f + threshold);
+      // Where alpha is 0 no colour of an alpha below a level is left either.
+      const float scale = level > 0 ? 255.0f * 255.0f / static_cast<float>(std::max(level, 1)) : 0.0f;
+      const auto colour = [=](float value) {
+        return static_cast<std::uint32_t>(static_cast<std::int32_t>(std::min(value * scale, 255.0f) + threshold));
+      };
+      stored[i] = colour(red) | colour(green) << 8 | colour(blue) << 16 | static_cast<std::uint32_t>(level) << 24;
+    }
+    std::memcpy(straight + 4 * first, stored.data(), 4 * count);
+  }
+}
+
+std::size_t countCut(const Image &drawn, const Delivery &delivery, int bits) {
+  if (delivery.alpha != AlphaUse::Exact) return 0;
+  const float halfALevel = bits < 32 ? 0.5f / static_cast<float>((1 << bits) - 1) : 0.0f;
+  const Image picture = toFloat(drawn);
+  std::size_t count = 0;
+  for (std::size_t i = 0; i < picture.sampleCount(); i += 4) {
+    const float *const pixel = &picture.asFloats()[i];
+    count += brightestOf(pixel) - deliveredAlpha(pixel[0], pixel[1], pixel[2], pixel[3], delivery) > halfALevel;
+  }
+  return count;
+}
+
+}  // namespace pyrelux
