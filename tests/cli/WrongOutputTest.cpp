@@ -129,7 +129,7 @@ const std::vector<WrongRow> outputs = {
     {"OverLoopAlone", still({"--over-loop"}), wrongUsage, {"--over-loop", "--over"}},
     {"OverLoopOfAPicture", still({"--over", "in_0001.png", "--over-loop"}), wrongUsage, {"--over-loop", "in_0001.png"}},
     {"OverLoopOfAColour", still({"--over", "1,0,0", "--over-loop"}), wrongUsage, {"--over-loop", "1,0,0"}},
-    {"OverLoopWithAValue", movie({"--over", "clip.mov", "--over-loop=2"}), wrongUsage, {"--over-loop"}},
+    {"OverLoopWithAValue", movie({"--over", "clip.mov", "--over-loop=twice"}), wrongUsage, {"--over-loop"}},
     {"DensityNegative", still({"--density", "-0.1"}), wrongUsage, {"--density", "-0.1", "0..1"}},
     {"DensityTooHigh", still({"--density", "1.5"}), wrongUsage, {"--density", "1.5", "0..1"}},
     {"DensityNoNumber", still({"--density", "nan"}), wrongUsage, {"--density", "nan"}},
