@@ -83,7 +83,7 @@ std::string Melt::frame(const std::string &frames, std::size_t number, int width
 
 std::string Melt::fire(const std::string &input, int frame, const Words &arguments) const {
   const Result result = pyrelux(
-      Words{"render", input, "-o", "fire.exr", "--overwrite", "--bits", "8", "--frames", std::to_string(frame)} +
+      Words{"render", input, "-o", "fire.exr", "--overwrite", "--codec", "float", "--frames", std::to_string(frame)} +
       arguments);
   expectSuccess(result);
   return decoded("fire.exr", "gbrapf32le");

@@ -51,7 +51,7 @@ std::string ProgramTest::byGstreamer(int number, const std::string &properties) 
 
 void ProgramTest::expectRendered(const std::string &frame, int number) const {
   const Result result = pyrelux(
-      {"render", "title.png", "-o", "fire.exr", "--overwrite", "--bits", "8", "--frames", std::to_string(number)});
+      {"render", "title.png", "-o", "fire.exr", "--overwrite", "--codec", "float", "--frames", std::to_string(number)});
   cli::test::expectSuccess(result);
   cli::test::expectComposed(frame, decoded("fire.exr", "gbrapf32le"), decoded("title.png", "rgba"));
 }
