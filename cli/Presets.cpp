@@ -7,7 +7,6 @@
 namespace pyrelux::cli {
 
 const std::vector<Preset> &presets() {
-  // Many faint copies need deep surfaces: on 8 bits each is rounded.
   static const std::vector<Preset> all{
       {"campfire",
        "Yellow to red, unhurried, leaning this way and that",
@@ -23,7 +22,7 @@ const std::vector<Preset> &presets() {
        "Everything burns, and high",
        {"pyrelux=16", "length-of-pyrelux=90", "turbulence-amount=9", "turbulence-wavelength=70", "turbulence-speed=40",
         "wiggle-amount=25", "spread-degrees=40", "glow=45", "steps=60", "color-inner=1,1,0.6", "color-center=1,0.45,0",
-        "color-outer=0.9,0.05,0", "source-opacity=1", "color-depth=1"}},
+        "color-outer=0.9,0.05,0", "source-opacity=1"}},
       {"sunburst",
        "Rays that grow away from the middle",
        {"pyrelux=12", "attract-repel=45", "turbulence-amount=3", "wiggle-amount=8", "glow=35", "steps=60",
@@ -50,18 +49,17 @@ const std::vector<Preset> &presets() {
        "A long blue tail to the left",
        {"direction=-78", "length-of-pyrelux=70", "turbulence-amount=3", "turbulence-wavelength=90", "wiggle-amount=6",
         "spread-degrees=8", "glow=60", "steps=120", "weight-inner-outer=40", "color-inner=0.35,0.4,0.5",
-        "color-center=0.12,0.25,0.45", "color-outer=0.03,0.08,0.35", "source-opacity=1", "color-depth=1"}},
+        "color-center=0.12,0.25,0.45", "color-outer=0.03,0.08,0.35", "source-opacity=1"}},
       {"ghost",
        "Pale green veils that rise and rise",
        {"pyrelux=5", "length-of-pyrelux=60", "turbulence-amount=14", "turbulence-wavelength=90", "turbulence-speed=8",
         "wiggle-amount=30", "wiggle-turbulence=5", "spread-degrees=40", "glow=15", "color-inner=0.8,1,0.9",
-        "color-center=0.3,0.8,0.7", "color-outer=0.05,0.3,0.35", "source-opacity=0.6", "color-depth=1"}},
+        "color-center=0.3,0.8,0.7", "color-outer=0.05,0.3,0.35", "source-opacity=0.6"}},
       {"slow-smoke",
        "Grey, soft and in no hurry",
        {"pyrelux=10", "length-of-pyrelux=80", "turbulence-amount=12", "turbulence-wavelength=85", "turbulence-speed=5",
         "wiggle-amount=30", "wiggle-turbulence=4", "spread-degrees=45", "glow=40", "steps=80", "weight-inner-outer=25",
-        "color-inner=0.5,0.5,0.52", "color-center=0.4,0.4,0.42", "color-outer=0.25,0.25,0.27", "source-opacity=1",
-        "color-depth=1"}},
+        "color-inner=0.5,0.5,0.52", "color-center=0.4,0.4,0.42", "color-outer=0.25,0.25,0.27", "source-opacity=1"}},
       {"toxic",
        "Green and yellow, bubbling over",
        {"length-of-pyrelux=40", "turbulence-amount=12", "turbulence-speed=25", "wiggle-amount=30", "spread-degrees=45",

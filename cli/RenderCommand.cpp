@@ -59,7 +59,7 @@ int render(const RenderOptions &given) {
   settings.floatOutput = drawBits == 16;
   settings.pixelAspect = input.pixelAspect;
 
-  format.record = recordOf(options, frames, filter.parameters(), settings, rendererId, bits);
+  format.record = recordOf(options, background, filter.parameters(), settings, rendererId, bits);
   std::optional<Manifest> manifest;
   std::string writtenOrigin;
   if (isSequence) {

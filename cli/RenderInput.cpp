@@ -1,6 +1,8 @@
 #include "RenderInput.h"
 
 #include <algorithm>
+#include <cmath>
+#include <utility>
 
 #include "CanvasReader.h"
 #include "DrawnInput.h"
@@ -78,21 +80,23 @@ std::unique_ptr<media::Reader> openInput(const RenderOptions &options, int bits,
   if (inputs > 1) throw UsageError("INPUT, --text and --input-test-pattern exclude each other: give one of them");
   requirePlaceForTimes(options);
   const media::InputInfo *back = background ? background->info() : nullptr;
-  const bool hasFilm = back && back->kind == media::InputKind::Movie;
+  const bool hasMovie = back && back->kind == media::InputKind::Movie;
   if (!options.input) {
-    PictureSize size;
-    if (back) size = {back->width, back->height};
-    if (options.size) size = parseSize(*options.size);
     if (options.vfr) throw UsageError("'--vfr' is for movies; give one as INPUT");
-    requireMovieToDeinterlace(options, hasFilm);
-    return media::Reader::of(drawInput(options, size, bits > 8));
+    requireMovieToDeinterlace(options, hasMovie);
+    const bool followsBack = back && !options.size;
+    PictureSize size = options.size ? parseSize(*options.size) : PictureSize();
+    // Drawn with square pixels, whatever those of the background are.
+    if (followsBack) size = {std::max(1, static_cast<int>(std::lround(back->width * back->pixelAspect))), back->height};
+    auto drawn = media::Reader::of(drawInput(options, size, bits > 8));
+    return followsBack ? onCanvas(std::move(drawn), *background, {}, false) : std::move(drawn);
   }
   auto reader = openFile(options, *options.input, {inputAlphaOf(options), options.deinterlace, isKept(options)});
   const bool isMovie = reader->info().kind == media::InputKind::Movie;
-  requireMovieToDeinterlace(options, isMovie || hasFilm);
+  requireMovieToDeinterlace(options, isMovie || hasMovie);
   if (options.vfr && !isMovie) throw UsageError("'--vfr' is for movies, and '" + *options.input + "' is none");
-  if (hasFilm && isKept(options))
-    throw UsageError("the background '" + *options.over + "' is a movie with times of its own; leave '--vfr keep' out");
+  if (background && background->film() && isKept(options))
+    throw UsageError("the background '" + *options.over + "' has frames of its own; leave '--vfr keep' out");
   if (!back) return reader;
   const FrameRate rate = chooseRate(options, background, reader->info().frameRate);
   return onCanvas(std::move(reader), *background, rate, options.overFit.has_value());

@@ -64,8 +64,10 @@ void addOutputOptions(CLI::App &command, RenderOptions &options) {
   takesOneOf(alpha, {"straight", "exact", "premultiplied", "none"}, "KIND");
   addOverOptions(command, options);
   command
-      .add_flag("--no-audio", options.noAudio,
-                "Leave out the audio of a movie; otherwise a movie of frames in a row gets it as it is coded")
+      .add_flag(
+          "--no-audio", options.noAudio,
+          "Leave out the audio; otherwise a movie of frames in a row gets that of the movie behind the fire, else "
+          "the INPUT's")
       ->group(outputGroup);
 }
 
@@ -121,7 +123,8 @@ void addInputOptions(CLI::App &command, RenderOptions &options) {
   takesOneOf(pattern, testPatternNames(), "NAME");
   command
       .add_option("--size", options.size,
-                  "Width and height in pixels of the picture with the text or pattern (default: 1920x1080)")
+                  "Width and height in pixels of the picture with the text or pattern (default: a background's, else "
+                  "1920x1080)")
       ->type_name("WIDTHxHEIGHT")
       ->excludes(input)
       ->group(inputGroup);
@@ -234,13 +237,15 @@ void addRenderOptions(CLI::App &command, RenderOptions &options) {
   command
       .add_option("--frames", options.frames,
                   "Frames to render, 7, 1-48, 1-240x2 (every second one) or 1,5,9-12; frame N is rendered at time N, "
-                  "whichever frames are rendered before it (default: all of the input; of a picture 1-48 into a "
+                  "whichever frames are rendered before it (default: all of the input, or of a movie behind it; "
+                  "else of a picture 1-48 into a "
                   "movie or sequence, 1 into a picture)")
       ->type_name("RANGE")
       ->group(outputGroup);
   command
       .add_option("--fps", options.fps,
-                  "Frames per second of a movie, 24, 23.976 or 30000/1001 (default: the input's, else 24)")
+                  "Frames per second of a movie, 24, 23.976 or 30000/1001 (default: that of a movie behind the "
+                  "fire, else the input's, else 24)")
       ->type_name("RATE")
       ->group(outputGroup);
   addBitsOption(command, options, "16 for .tif, .exr and ProRes, else 8");

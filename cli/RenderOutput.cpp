@@ -24,6 +24,15 @@ std::string audioSource(const RenderOptions &options, const media::InputInfo &in
   return input.hasAudio ? *options.input : std::string();
 }
 
+/// "34.5 %", and "less than 0.1 %" of what is there all the same.
+std::string percentText(std::int64_t part, std::int64_t whole) {
+  const double percent = 100.0 * static_cast<double>(part) / static_cast<double>(whole);
+  if (percent < 0.1) return "less than 0.1 %";
+  char text[16];
+  std::snprintf(text, sizeof text, "%.1f %%", percent);
+  return text;
+}
+
 void sayAudioIsLeftOut(const RenderOptions &options, const std::string &source, const std::string &cause,
                        bool isPart = false) {
   const std::string what = isPart ? "a part of the audio of '" : "the audio of '";
@@ -84,11 +93,8 @@ media::OutputFormat chooseFormat(const RenderOptions &options, const media::Inpu
 void sayLosses(const RenderOptions &options, const std::string &audioFrom, const media::Losses &losses) {
   if (!losses.audioObstacle.empty()) sayAudioIsLeftOut(options, audioFrom, losses.audioObstacle, losses.hasAudio);
   if (losses.cutPixels == 0 || options.quiet) return;
-  char share[16];
-  std::snprintf(share, sizeof share, "%.2g",
-                100.0 * static_cast<double>(losses.cutPixels) / static_cast<double>(losses.pixels));
-  say(std::string(share) + " % of the pixels are brighter than their alpha and were cut by --alpha exact; --alpha " +
-      "straight or premultiplied keeps their light");
+  say(percentText(losses.cutPixels, losses.pixels) + " of the pixels are brighter than their alpha and were cut by " +
+      "--alpha exact; --alpha straight or premultiplied keeps their light");
 }
 
 }  // namespace pyrelux::cli

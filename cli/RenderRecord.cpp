@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <vector>
 
-#include "FramePattern.h"
 #include "Project.h"
 #include "Renderers.h"
 
@@ -14,31 +14,20 @@ namespace pyrelux::cli {
 
 namespace {
 
-/// When the newest file of a background was changed, in ticks of the file system's clock; its least time for a colour.
-std::int64_t lastChange(const std::string &background, const FrameList &frames) {
+/// When the newest of the files was changed, in ticks of the file system's clock; its least time for none.
+std::int64_t lastChange(const std::vector<std::string> &files) {
   auto newest = fs::file_time_type::min();
-  const auto look = [&newest](const fs::path &path) {
+  for (const std::string &file : files) {
     std::error_code error;
-    const auto time = fs::last_write_time(path, error);
+    const auto time = fs::last_write_time(file, error);
     if (!error) newest = std::max(newest, time);
-  };
-  std::error_code error;
-  const fs::path asItStands(background);
-  if (fs::exists(asItStands, error)) {
-    look(asItStands);
-  } else {
-    const media::FramePattern pattern(background);
-    if (!pattern.isNumbered()) look(pattern.path(0));
-    for (fs::directory_iterator entry(pattern.folder(), error), end; !error && entry != end; entry.increment(error))
-      if (const auto frame = pattern.frameOf(entry->path().filename().string()); frame && frames.contains(*frame))
-        look(entry->path());
   }
   return newest.time_since_epoch().count();
 }
 
 }  // namespace
 
-std::string recordOf(const RenderOptions &options, const FrameList &frames, const host::ParameterSet &parameters,
+std::string recordOf(const RenderOptions &options, const Background *background, const host::ParameterSet &parameters,
                      const host::FrameSettings &settings, std::int32_t rendererId, int bits) {
   nlohmann::ordered_json json = {{"pyrelux", PYRELUX_VERSION},
                                  {"renderer", host::rendererName(rendererId)},
@@ -50,8 +39,10 @@ std::string recordOf(const RenderOptions &options, const FrameList &frames, cons
   if (!options.codec.empty()) json["codec"] = options.codec;
   if (options.alpha) json["alpha"] = *options.alpha;
   if (options.density) json["density"] = *options.density;
-  if (options.over) {
-    json["over"] = {{"name", *options.over}, {"changed", lastChange(*options.over, frames)}};
+  if (background) {
+    const media::Reader *reader = background->reader();
+    json["over"] = {{"name", *options.over},
+                    {"changed", lastChange(reader ? reader->files() : std::vector<std::string>())}};
     if (options.overFit) json["over"]["fit"] = *options.overFit;
     if (options.overLoop) json["over"]["loop"] = true;
     if (options.fps) json["over"]["fps"] = *options.fps;

@@ -3,16 +3,16 @@
 #include <cstdint>
 #include <string>
 
-#include "FrameRange.h"
+#include "Background.h"
 #include "FrameRenderer.h"
 #include "Parameters.h"
 #include "RenderOptions.h"
 
 namespace pyrelux::cli {
 
-/// All that the pictures of these frames depend on but the input and the frame, as one line of JSON in ASCII. Of a
-/// background file it has the time of its last change.
-std::string recordOf(const RenderOptions &options, const FrameList &frames, const host::ParameterSet &parameters,
+/// All that the pictures depend on but the input and the frame, as one line of JSON in ASCII. Of a background's files
+/// it has the time of the last change; `background` may be null.
+std::string recordOf(const RenderOptions &options, const Background *background, const host::ParameterSet &parameters,
                      const host::FrameSettings &settings, std::int32_t rendererId, int bits);
 
 }  // namespace pyrelux::cli

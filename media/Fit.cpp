@@ -61,7 +61,13 @@ Image scaled(const Image &picture, double seenWidth, double seenHeight, int widt
   from.active_region = {(picture.width() - seenWidth) / 2.0, (picture.height() - seenHeight) / 2.0, seenWidth,
                         seenHeight};
   const zimg_image_format to = formatOf(width, height);
-  const GraphPtr graph(zimg_filter_graph_build(&from, &to, nullptr));
+  zimg_graph_builder_params filter;
+  zimg_graph_builder_params_default(&filter, ZIMG_API_VERSION);
+  // Mitchell and Netravali's bicubic: B, C. "Reconstruction Filters in Computer Graphics", 1988.
+  filter.resample_filter = ZIMG_RESIZE_BICUBIC;
+  filter.filter_param_a = 1.0 / 3.0;
+  filter.filter_param_b = 1.0 / 3.0;
+  const GraphPtr graph(zimg_filter_graph_build(&from, &to, &filter));
   std::size_t bytes = 0;
   if (!graph || zimg_filter_graph_get_tmp_size(graph.get(), &bytes)) failScaling();
   Plane work(static_cast<int>(bytes / sizeof(float)) + 1, 1);

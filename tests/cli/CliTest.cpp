@@ -185,8 +185,9 @@ nlohmann::json CliTest::frameTags(const std::string &name) const {
   return nlohmann::json::parse(outputOf(words + Words{path(name).string()})).at("frames").at(0).at("tags");
 }
 
-std::string CliTest::decoded(const std::string &name, const std::string &pixelFormat) const {
-  return outputOf(ffmpeg + Words{"-i", path(name).string(), "-f", "rawvideo", "-pix_fmt", pixelFormat, "-"});
+std::string CliTest::decoded(const std::string &name, const std::string &pixelFormat, const std::string &filter) const {
+  return outputOf(ffmpeg +
+                  Words{"-i", path(name).string(), "-vf", filter, "-f", "rawvideo", "-pix_fmt", pixelFormat, "-"});
 }
 
 }  // namespace pyrelux::cli::test

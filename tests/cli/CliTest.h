@@ -92,8 +92,9 @@ class CliTest : public testing::Test {
   /// The tags of the first frame by ffprobe, in alphabetical order.
   nlohmann::json frameTags(const std::string &name) const;
 
-  /// The samples of all frames as ffmpeg decodes them.
-  std::string decoded(const std::string &name, const std::string &pixelFormat) const;
+  /// The samples of all frames as ffmpeg decodes them and passes them through a filter.
+  std::string decoded(const std::string &name, const std::string &pixelFormat,
+                      const std::string &filter = "null") const;
 
  private:
   std::filesystem::path folder_;

@@ -89,8 +89,17 @@ TEST_F(DrawnInput, TestPatternsBurn) {
 
 TEST_F(DrawnInput, IsAsDeepAsTheDrawing) {
   // Alpha from 0 to 1 in steps of 1/511: drawn with 8 bits every other column would be like its neighbour.
-  const Words ramp{"--input-test-pattern", "ramp",    "--size", "512x1",  "--set",
-                   "length-of-pyrelux=0",  "--alpha", "exact",  "--bits", "16"};
+  const Words ramp{"--input-test-pattern",
+                   "ramp",
+                   "--size",
+                   "512x1",
+                   "--set",
+                   "length-of-pyrelux=0",
+                   "--alpha",
+                   "exact",
+                   "--bits",
+                   "16",
+                   "--quiet"};
   const Words words =
       Words{"render", "-o", "fire.png", "--overwrite", "--set", "source-opacity=1", "--set", "steps=10"} + ramp;
   const auto levels = [&](const char *bits) {

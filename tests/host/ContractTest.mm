@@ -141,7 +141,8 @@ TEST_F(Contract, AFreshOneThatDeclaresNothingIsRefusedAndTheOldOneStays) {
 }
 
 TEST_F(Contract, NothingOfAFilterStays) {
-  messages();
+  // Loads the bundle, so that its class is there.
+  Filter(probe("Probe")).restart();
   for (Class owner : {[PyreluxAPIManager class],
                       [PyreluxParameterRetrieval class],
                       [PyreluxParameterCreation class],

@@ -144,7 +144,8 @@ TEST_P(Host, SaysWhatIsWrongWithABundle) {
   FilterInfo damaged = probe("Probe");
   damaged.bundlePath = folder.string();
   EXPECT_EQ(complaint([&] { Filter filter(damaged); }),
-            "the bundle '" + folder.string() + "' can't be loaded; build or install it again");
+            "the bundle '" + folder.string() +
+                "' can't be loaded: its binary is missing or damaged; build or install it again");
   fs::remove_all(folder.parent_path());
   EXPECT_EQ(complaint([] { Filter filter(probe("Missing")); }),
             "the bundle '" + bundle + "' has no class 'MissingFilter'");
