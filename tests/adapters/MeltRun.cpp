@@ -6,8 +6,8 @@ namespace pyrelux::cli::test {
 
 Melt::Melt() {
   fs::create_directory(path("modules"));
-  // Of MLT's own those that read, write and normalise pictures.
-  for (const char *module : {"core", "avformat", "gdk", "xine", "xml"}) {
+  // Of MLT's own those that read, write, normalise and mix pictures.
+  for (const char *module : {"core", "avformat", "gdk", "qt", "xine", "xml"}) {
     const std::string file = std::string("libmlt") + module + ".so";
     fs::create_symlink(fs::path(PYRELUX_MLT_SYSTEM_MODULES) / file, path("modules/" + file));
   }

@@ -3,7 +3,9 @@
 #include <stdlib.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -29,6 +31,26 @@ std::string numbered(const std::string &name, int frame) {
   char number[16];
   std::snprintf(number, sizeof number, "_%04d.png", frame);
   return name + number;
+}
+
+template <typename Sample>
+std::vector<float> scaled(const std::string &bytes, float full) {
+  std::vector<Sample> samples(bytes.size() / sizeof(Sample));
+  std::memcpy(samples.data(), bytes.data(), samples.size() * sizeof(Sample));
+  std::vector<float> floats;
+  for (const Sample sample : samples) floats.push_back(sample / full);
+  return floats;
+}
+
+/// From planes of green, blue, red and alpha.
+template <typename Sample>
+std::vector<float> interleaved(const std::string &bytes, float full) {
+  const std::vector<float> planes = scaled<Sample>(bytes, full);
+  constexpr std::size_t places[] = {2, 0, 1, 3};
+  std::vector<float> pixels;
+  for (std::size_t sample = 0; sample < planes.size(); ++sample)
+    pixels.push_back(planes[places[sample % 4] * (planes.size() / 4) + sample / 4]);
+  return pixels;
 }
 
 }  // namespace
@@ -188,6 +210,15 @@ nlohmann::json CliTest::frameTags(const std::string &name) const {
 std::string CliTest::decoded(const std::string &name, const std::string &pixelFormat, const std::string &filter) const {
   return outputOf(ffmpeg +
                   Words{"-i", path(name).string(), "-vf", filter, "-f", "rawvideo", "-pix_fmt", pixelFormat, "-"});
+}
+
+std::vector<float> CliTest::samplesOf(const std::string &name) const {
+  const std::string pixels = probe(name).at("pix_fmt");
+  const auto has = [&pixels](const char *part) { return pixels.find(part) != std::string::npos; };
+  if (has("f32")) return interleaved<float>(decoded(name, "gbrapf32le"), 1.0f);
+  if (has("yuv")) return interleaved<std::uint16_t>(decoded(name, "gbrap16le", "zscale"), 65535.0f);
+  if (has("16") || has("48") || has("64")) return scaled<std::uint16_t>(decoded(name, "rgba64le"), 65535.0f);
+  return scaled<std::uint8_t>(decoded(name, "rgba"), 255.0f);
 }
 
 }  // namespace pyrelux::cli::test

@@ -96,6 +96,10 @@ class CliTest : public testing::Test {
   std::string decoded(const std::string &name, const std::string &pixelFormat,
                       const std::string &filter = "null") const;
 
+  /// Red, green, blue and alpha of each pixel of all frames, 1 for full, without loss: as deep as the file, since
+  /// ffmpeg's usual way from 8 bits to 16 and from integers to floats is not exact.
+  std::vector<float> samplesOf(const std::string &name) const;
+
  private:
   std::filesystem::path folder_;
 };

@@ -30,38 +30,6 @@ class OutputOption : public CliTest {
       if (tag.rfind("pyrelux.", 0) == 0) text += part.get<std::string>();
     return text;
   }
-
-  /// Red, green, blue and alpha of each pixel, 1 for full, without loss: as deep as the file, since ffmpeg's usual way
-  /// from 8 bits to 16 and from integers to floats is not exact.
-  std::vector<float> samplesOf(const std::string &name) const {
-    const std::string pixels = probe(name).at("pix_fmt");
-    if (pixels.find("f32") != std::string::npos) return interleaved<float>(decoded(name, "gbrapf32le"), 1.0f);
-    if (pixels.find("yuv") == 0) return interleaved<std::uint16_t>(decoded(name, "gbrap16le", "zscale"), 65535.0f);
-    if (pixels.find("gbr") == 0 || pixels.find("64") != std::string::npos || pixels.find("48") != std::string::npos)
-      return scaled<std::uint16_t>(decoded(name, "rgba64le"), 65535.0f);
-    return scaled<std::uint8_t>(decoded(name, "rgba"), 255.0f);
-  }
-
- private:
-  template <typename Sample>
-  static std::vector<float> scaled(const std::string &bytes, float full) {
-    std::vector<Sample> samples(bytes.size() / sizeof(Sample));
-    std::memcpy(samples.data(), bytes.data(), samples.size() * sizeof(Sample));
-    std::vector<float> floats;
-    for (const Sample sample : samples) floats.push_back(sample / full);
-    return floats;
-  }
-
-  /// From planes of green, blue, red and alpha.
-  template <typename Sample>
-  static std::vector<float> interleaved(const std::string &bytes, float full) {
-    const std::vector<float> planes = scaled<Sample>(bytes, full);
-    constexpr std::size_t places[] = {2, 0, 1, 3};
-    std::vector<float> pixels;
-    for (std::size_t sample = 0; sample < planes.size(); ++sample)
-      pixels.push_back(planes[places[sample % 4] * (planes.size() / 4) + sample / 4]);
-    return pixels;
-  }
 };
 
 std::vector<int> levelsOf(const std::string &bytes) {
