@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <exception>
 #include <memory>
 #include <type_traits>
@@ -58,6 +59,9 @@ class CurrentFor {
   CurrentFor(const CurrentFor &) = delete;
   CurrentFor &operator=(const CurrentFor &) = delete;
 };
+
+/// GL_MESA_pack_invert's, which not every header has.
+constexpr GLenum packInvert = 0x8758;
 
 /// Turns a picture of `height` rows upside down.
 template <typename Sample>
@@ -151,7 +155,8 @@ struct FrameRenderer::Resources {
   OutputSurface outputs[2];  ///< 8-bit and half-float; made when first asked for
   GLuint input = 0;          ///< shared by both contexts
   GLint largestTexture = 0;
-  int frames = 0;  ///< drawn with these contexts
+  bool readsInverted = false;  ///< pixels are read back from the upper row on if asked for
+  int frames = 0;              ///< drawn with these contexts
   /// An input's rows in the other order; kept, as getting fresh memory takes longer than filling it.
   Image::Bytes flippedBytes;
   Image::Floats flippedFloats;
@@ -168,6 +173,7 @@ struct FrameRenderer::Resources {
     auto fresh = std::make_unique<Resources>();
     fresh->rendererId = rendererId;
     fresh->largestTexture = largestTexture;
+    fresh->readsInverted = readsInverted;
     return fresh;
   }
 
@@ -214,12 +220,15 @@ struct FrameRenderer::Resources {
   }
 
   /// Fetches the output image's pixels.
-  static void readBack(const OutputSurface &output, bool floats, Origin origin, Image &image) {
+  void readBack(const OutputSurface &output, bool floats, Origin origin, Image &image) const {
     if (CGLGetCurrentContext() != output.context) CGLSetCurrentContext(output.context);
     image.reshape(output.width, output.height, Alpha::Premultiplied, floats);
+    const bool flip = origin == Origin::BottomLeft;
     const auto read = [&](auto &samples, GLenum type) {
+      if (flip && readsInverted) glPixelStorei(packInvert, 1);
       glReadPixels(0, 0, output.width, output.height, GL_RGBA, type, samples.data());
-      if (origin == Origin::BottomLeft) flipRows(samples, output.height);
+      if (flip && readsInverted) glPixelStorei(packInvert, 0);
+      if (flip && !readsInverted) flipRows(samples, output.height);
     };
     if (floats)
       read(image.asFloats(), GL_FLOAT);
@@ -234,6 +243,9 @@ FrameRenderer::FrameRenderer(std::int32_t rendererId) : resources_(std::make_uni
   const CurrentFor current(resources_->output(false).context);
   glGetIntegerv(GL_MAX_RECTANGLE_TEXTURE_SIZE_EXT, &resources_->largestTexture);
   if (const GLubyte *text = glGetString(GL_RENDERER)) description_ = reinterpret_cast<const char *>(text);
+  const GLubyte *extensions = glGetString(GL_EXTENSIONS);
+  resources_->readsInverted =
+      extensions && std::strstr(reinterpret_cast<const char *>(extensions), "GL_MESA_pack_invert");
 }
 
 FrameRenderer::~FrameRenderer() {
@@ -318,7 +330,7 @@ void FrameRenderer::render(Filter &filter, const Image &input, double timeFrames
   }
   if (failure) std::rethrow_exception(failure);
 
-  Resources::readBack(output, settings.floatOutput, settings.origin, frame);
+  resources_->readBack(output, settings.floatOutput, settings.origin, frame);
   checkErrors("after the frame");
 }
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstring>
 
 #include "Dither.h"
 
@@ -72,42 +71,6 @@ Image delivered(const Image &drawn, const Delivery &delivery, int bits) {
       std::copy(stored.begin(), stored.end(), to);
     }
   return staysBytes ? toBytes(result) : result;
-}
-
-void deliverStraight(const float *premultiplied, std::uint8_t *straight, std::size_t pixels, int x, int y,
-                     bool dithers) {
-  static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "red is taken for the lowest byte");
-  // As many pixels at once as make one of the compiler's loops over vectors worth while.
-  constexpr std::size_t blockPixels = 16;
-  using Channel = std::array<float, blockPixels>;
-  std::array<Channel, 4> channels{};
-  std::array<std::uint32_t, blockPixels> stored{};
-  for (std::size_t first = 0; first < pixels; first += blockPixels) {
-    const std::size_t count = std::min(blockPixels, pixels - first);
-    const float *const from = premultiplied + 4 * first;
-    if (count == blockPixels) {
-      for (std::size_t i = 0; i < blockPixels; ++i)
-        for (std::size_t channel = 0; channel < 4; ++channel) channels[channel][i] = from[4 * i + channel];
-    } else {
-      for (std::size_t i = 0; i < 4 * count; ++i) channels[i % 4][i / 4] = from[i];
-    }
-    for (std::size_t i = 0; i < blockPixels; ++i) {
-      const float threshold = dithers ? ditherThreshold(x + static_cast<int>(first + i), y) : 0.5f;
-      const auto positive = [](float value) { return value > 0.0f ? value : 0.0f; };
-      const float red = positive(channels[0][i]);
-      const float green = positive(channels[1][i]);
-      const float blue = positive(channels[2][i]);
-      const float brightest = std::max(std::max(red, green), std::max(blue, positive(channels[3][i])));
-      const auto level = static_cast<std::int32_t>(std::min(brightest, 1.0f) * 255.0f + threshold);
-      // Where alpha is 0 no colour of an alpha below a level is left either.
-      const float scale = level > 0 ? 255.0f * 255.0f / static_cast<float>(std::max(level, 1)) : 0.0f;
-      const auto colour = [=](float value) {
-        return static_cast<std::uint32_t>(static_cast<std::int32_t>(std::min(value * scale, 255.0f) + threshold));
-      };
-      stored[i] = colour(red) | colour(green) << 8 | colour(blue) << 16 | static_cast<std::uint32_t>(level) << 24;
-    }
-    std::memcpy(straight + 4 * first, stored.data(), 4 * count);
-  }
 }
 
 std::size_t countCut(const Image &drawn, const Delivery &delivery, int bits) {

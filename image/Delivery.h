@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 
 #include "Image.h"
 
@@ -39,12 +38,8 @@ float deliveredAlpha(float red, float green, float blue, float alpha, const Deli
 /// that colour times the alpha that is stored comes within a level of what was drawn; where that alpha is 0, colour is
 /// 0 too. The result has straight alpha for Straight and Exact, else premultiplied. Bytes that are delivered with 8
 /// bits stay bytes; everything else comes as floats, with colours that are still to be rounded and limited to 1.
+/// StraightBlock.h does the most frequent case several pixels at a time.
 Image delivered(const Image &drawn, const Delivery &delivery, int bits);
-
-/// The same for a run of pixels within row `y`, from column `x` on, with AlphaUse::Straight and 8 bits:
-/// `premultiplied` floats become `straight` bytes. `dithers`: otherwise they are rounded to the nearest level.
-void deliverStraight(const float *premultiplied, std::uint8_t *straight, std::size_t pixels, int x, int y,
-                     bool dithers);
 
 /// How many pixels AlphaUse::Exact cuts by half a level of `bits` or more: their colour, limited to 1, exceeds alpha.
 std::size_t countCut(const Image &drawn, const Delivery &delivery, int bits);

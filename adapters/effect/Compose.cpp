@@ -1,70 +1,90 @@
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
+#include <type_traits>
 
-#include "Delivery.h"
 #include "Effect.h"
+#include "StraightBlock.h"
 
 namespace pyrelux::adapters {
 
 namespace {
 
-/// Pixels that are composed together.
-constexpr std::size_t blockPixels = 16;
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "red is taken for the lowest byte");
 
-/// Red, green, blue and alpha of each, premultiplied, 0 .. 1 or more.
-using Block = std::array<float, 4 * blockPixels>;
-
-float unit(float sample) { return sample; }
-float unit(std::uint8_t sample) { return static_cast<float>(sample) * (1.0f / 255.0f); }
-
-/// The fire over a source with straight alpha. `samples` of them, four a pixel.
-template <typename Sample>
-void lay(const Sample *fire, const std::uint8_t *source, std::size_t samples, Block &laid) {
-  for (std::size_t i = 0; i < samples; i += 4) {
-    const float alpha = std::clamp(unit(fire[i + 3]), 0.0f, 1.0f);
-    const float share = source ? unit(source[i + 3]) * (1.0f - alpha) : 0.0f;
-    for (std::size_t channel = 0; channel < 3; ++channel)
-      laid[i + channel] = unit(fire[i + channel]) + (source ? unit(source[i + channel]) * share : 0.0f);
-    laid[i + 3] = alpha + share;
-  }
+/// A channel of a block's pixel, red the first, 0 .. 1 or more.
+float channelOf(const OfBlock<std::uint32_t> &pixels, std::size_t i, std::size_t channel) {
+  return static_cast<float>(static_cast<std::int32_t>((pixels[i] >> (8 * channel)) & 255)) * (1.0f / 255.0f);
+}
+float channelOf(const std::array<float, 4 * blockPixels> &pixels, std::size_t i, std::size_t channel) {
+  return pixels[4 * i + channel];
 }
 
-template <typename Sample>
-void composePicture(const Sample *fire, const std::uint8_t *source, std::uint8_t *output, int width, int height,
+/// The fire over a source with straight alpha; in `dark` all bits where nothing burns, none elsewhere. It is all in one
+/// loop, since the compiler unrolls short ones before it looks for vectors.
+template <typename Pixels>
+PixelBlock lay(const Pixels &fire, const OfBlock<std::uint32_t> &source, OfBlock<std::uint32_t> &dark) {
+  PixelBlock laid;
+  for (std::size_t i = 0; i < blockPixels; ++i) {
+    const float red = channelOf(fire, i, 0);
+    const float green = channelOf(fire, i, 1);
+    const float blue = channelOf(fire, i, 2);
+    const float drawnAlpha = channelOf(fire, i, 3);
+    const bool burns = std::abs(red) + std::abs(green) + std::abs(blue) + std::abs(drawnAlpha) > 0.0f;
+    dark[i] = burns ? 0u : ~0u;
+    const float alpha = std::min(std::max(drawnAlpha, 0.0f), 1.0f);
+    const float share = channelOf(source, i, 3) * (1.0f - alpha);
+    laid[0][i] = red + channelOf(source, i, 0) * share;
+    laid[1][i] = green + channelOf(source, i, 1) * share;
+    laid[2][i] = blue + channelOf(source, i, 2) * share;
+    laid[3][i] = alpha + share;
+  }
+  return laid;
+}
+
+/// `Pixels`: a block of the fire's, bytes or floats.
+template <typename Pixels>
+void composePicture(const void *fire, const std::uint8_t *source, std::uint8_t *output, int width, int height,
                     bool dithers) {
-  constexpr Sample nothing[4 * blockPixels] = {};
-  Block laid{};
-  for (int y = 0; y < height; ++y)
-    for (int x = 0; x < width; x += static_cast<int>(blockPixels)) {
-      const std::size_t at = 4 * (static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + x);
-      const std::size_t samples = 4 * std::min(blockPixels, static_cast<std::size_t>(width - x));
-      const std::uint8_t *const under = source ? source + at : nullptr;
-      // Most of a picture does not burn, and keeps its bytes.
-      if (std::memcmp(fire + at, nothing, samples * sizeof(Sample)) == 0) {
-        if (under)
-          std::memmove(output + at, under, samples);
-        else
-          std::memset(output + at, 0, samples);
-        continue;
-      }
-      std::array<std::uint8_t, 4 * blockPixels> kept{};
-      if (under) std::memcpy(kept.data(), under, samples);
-      lay(fire + at, under ? kept.data() : nullptr, samples, laid);
-      deliverStraight(laid.data(), output + at, samples / 4, x, y, dithers);
+  constexpr std::size_t pixelBytes = sizeof(Pixels) / blockPixels;
+  constexpr Pixels nothing{};
+  Pixels over{};
+  OfBlock<std::uint32_t> under{};
+  OfBlock<std::uint32_t> composed{};
+  // `pixels`: of a block, or what is left of the row; known to the compiler for all blocks but the last.
+  const auto composeAt = [&](int x, int y, auto pixels) {
+    const std::size_t at = static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x);
+    std::memcpy(&over, static_cast<const std::byte *>(fire) + at * pixelBytes, pixels * pixelBytes);
+    if (source) std::memcpy(under.data(), source + 4 * at, 4 * pixels);
+    // Most of a picture does not burn, and keeps its bytes.
+    const bool burns = std::memcmp(&over, &nothing, pixels * pixelBytes) != 0;
+    if (burns) {
+      OfBlock<std::uint32_t> dark;
+      composed = deliverStraight(lay(over, under, dark), x, y, dithers);
       // So do single pixels that do not burn: under alpha 0 a program may keep something.
-      for (std::size_t i = 0; under && i < samples; i += 4)
-        if (std::memcmp(fire + at + i, nothing, 4 * sizeof(Sample)) == 0) std::memcpy(output + at + i, &kept[i], 4);
+      for (std::size_t i = 0; i < blockPixels; ++i) composed[i] = (under[i] & dark[i]) | (composed[i] & ~dark[i]);
     }
+    std::memcpy(output + 4 * at, burns ? composed.data() : under.data(), 4 * pixels);
+  };
+  constexpr int block = static_cast<int>(blockPixels);
+  for (int y = 0; y < height; ++y) {
+    int x = 0;
+    for (; x + block <= width; x += block) composeAt(x, y, std::integral_constant<std::size_t, blockPixels>());
+    if (x < width) composeAt(x, y, static_cast<std::size_t>(width - x));
+  }
 }
 
 }  // namespace
 
 void compose(const Image &fire, const std::uint8_t *source, std::uint8_t *output) {
   if (fire.isFloat())
-    composePicture(fire.asFloats().data(), source, output, fire.width(), fire.height(), true);
+    composePicture<std::array<float, 4 * blockPixels>>(fire.asFloats().data(), source, output, fire.width(),
+                                                       fire.height(), true);
   else
-    composePicture(fire.asBytes().data(), source, output, fire.width(), fire.height(), false);
+    composePicture<OfBlock<std::uint32_t>>(fire.asBytes().data(), source, output, fire.width(), fire.height(), false);
 }
 
 }  // namespace pyrelux::adapters

@@ -89,10 +89,11 @@ std::vector<std::string> outputOf(const std::string &size, const std::string &na
 }
 
 TEST_F(FrameRendererCalls, AsksForAContextOfItsRendererOnce) {
-  EXPECT_THAT(test::TraceText()(trace.takeCalls()),
-              ElementsAre("CGLChoosePixelFormat([70, " + std::to_string(platform::kRendererRecording) + ", 8, 32, 0])",
-                          "CGLCreateContext(?, null)", "CGLDestroyPixelFormat(?)", "CGLSetCurrentContext(?)",
-                          "glGetIntegerv(34040, ?)", "glGetString(7937)", "CGLSetCurrentContext(null)"));
+  EXPECT_THAT(
+      test::TraceText()(trace.takeCalls()),
+      ElementsAre("CGLChoosePixelFormat([70, " + std::to_string(platform::kRendererRecording) + ", 8, 32, 0])",
+                  "CGLCreateContext(?, null)", "CGLDestroyPixelFormat(?)", "CGLSetCurrentContext(?)",
+                  "glGetIntegerv(34040, ?)", "glGetString(7937)", "glGetString(7939)", "CGLSetCurrentContext(null)"));
 }
 
 TEST_F(FrameRendererCalls, MakesTheImagesForTheFirstFrame) {

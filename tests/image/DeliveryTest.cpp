@@ -7,6 +7,7 @@
 
 #include "Delivery.h"
 #include "Dither.h"
+#include "StraightBlock.h"
 
 namespace pyrelux {
 namespace {
@@ -146,23 +147,33 @@ TEST(Delivery, BytesStayBytesAtEightBits) {
   EXPECT_TRUE(delivered(drawn, {}, 16).isFloat());
 }
 
-TEST(Delivery, ARunOfBytesIsWhatTheWholePictureIs) {
+/// Red, green, blue and alpha of a block's pixels, from where they lie in a picture.
+std::vector<std::uint8_t> deliveredBlock(const float *drawn, int x, int y, bool dithers) {
+  PixelBlock block;
+  for (std::size_t i = 0; i < 4 * blockPixels; ++i) block[i % 4][i / 4] = drawn[i];
+  std::vector<std::uint8_t> bytes;
+  for (const std::uint32_t pixel : deliverStraight(block, x, y, dithers))
+    for (int shift = 0; shift < 32; shift += 8) bytes.push_back(static_cast<std::uint8_t>(pixel >> shift));
+  return bytes;
+}
+
+TEST(Delivery, ABlockIsWhatTheWholePictureIs) {
   const Image drawn = flames();
   const Image image = delivered(drawn, {}, 8);
-  std::vector<std::uint8_t> run(4 * 20);
   for (const auto &[x, y] : {std::pair{0, 0}, {13, 5}, {44, 63}}) {
     const std::size_t first = 4 * static_cast<std::size_t>(y * drawn.width() + x);
-    deliverStraight(&drawn.asFloats()[first], run.data(), 20, x, y, true);
-    for (std::size_t i = 0; i < run.size(); ++i)
-      EXPECT_NEAR(run[i], 255.0 * stored(image, first + i, 8), 1e-9) << i << " from " << x << ", " << y;
+    const std::vector<std::uint8_t> block = deliveredBlock(&drawn.asFloats()[first], x, y, true);
+    for (std::size_t i = 0; i < block.size(); ++i)
+      EXPECT_NEAR(block[i], 255.0 * stored(image, first + i, 8), 1e-9) << i << " from " << x << ", " << y;
   }
 }
 
-TEST(Delivery, ARunIsRoundedIfAskedFor) {
-  const float drawn[] = {0.3f / 255.0f, 0.0f, 0.0f, 0.4f / 255.0f, 128.6f / 255.0f, 64.0f / 255.0f, 0.0f, 0.0f};
-  std::uint8_t run[8];
-  deliverStraight(drawn, run, 2, 5, 3, false);
-  EXPECT_EQ((std::vector<int>(run, run + 8)), (std::vector<int>{0, 0, 0, 0, 254, 127, 0, 129}));
+TEST(Delivery, ABlockIsRoundedIfAskedFor) {
+  const float drawn[4 * blockPixels] = {0.3f / 255.0f,   0.0f,           0.0f, 0.4f / 255.0f,
+                                        128.6f / 255.0f, 64.0f / 255.0f, 0.0f, 0.0f};
+  std::vector<std::uint8_t> block = deliveredBlock(drawn, 5, 3, false);
+  block.resize(8);
+  EXPECT_EQ(block, (std::vector<std::uint8_t>{0, 0, 0, 0, 254, 127, 0, 129}));
 }
 
 TEST(Delivery, CountsWhatExactAlphaCuts) {

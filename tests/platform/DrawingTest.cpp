@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <functional>
 #include <memory>
@@ -250,6 +251,22 @@ TEST_P(DrawingTest, AnEightBitSurfaceReadsBackExactly) {
   surface.clear(0, 0, 0, 0);
   drawPattern();
   EXPECT_EQ(readBytes(), patternBytes());
+  EXPECT_EQ(glGetError(), GL_NO_ERROR);
+}
+
+TEST_P(DrawingTest, ReadsBackFromTheUpperRowOnIfAskedFor) {
+  EXPECT_NE(std::strstr(reinterpret_cast<const char *>(glGetString(GL_EXTENSIONS)), "GL_MESA_pack_invert"), nullptr);
+  Surface surface(host, false);
+  surface.clear(0, 0, 0, 0);
+  drawPattern();
+  const std::vector<unsigned char> pattern = patternBytes();
+  std::vector<unsigned char> inverted;
+  for (int y = height - 1; y >= 0; --y)
+    inverted.insert(inverted.end(), pattern.begin() + y * width * 4, pattern.begin() + (y + 1) * width * 4);
+  glPixelStorei(GL_PACK_INVERT_MESA, 1);
+  EXPECT_EQ(readBytes(), inverted);
+  glPixelStorei(GL_PACK_INVERT_MESA, 0);
+  EXPECT_EQ(readBytes(), pattern);
   EXPECT_EQ(glGetError(), GL_NO_ERROR);
 }
 

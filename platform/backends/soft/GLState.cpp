@@ -140,7 +140,9 @@ void SoftContext::Viewport(GLint x, GLint y, GLsizei width, GLsizei height) {
 
 void SoftContext::PixelStorei(GLenum name, GLint value) {
   if (refusedInside()) return;
-  if (name != GL_PACK_ALIGNMENT && name != GL_UNPACK_ALIGNMENT)
+  if (name == GL_PACK_INVERT_MESA)
+    packInverted_ = value != 0;
+  else if (name != GL_PACK_ALIGNMENT && name != GL_UNPACK_ALIGNMENT)
     fail(GL_INVALID_ENUM);
   else if (value != 1 && value != 2 && value != 4 && value != 8)
     fail(GL_INVALID_VALUE);
@@ -175,6 +177,9 @@ const GLubyte *SoftContext::GetString(GLenum name) {
       break;
     case GL_VERSION:
       text = "1.4 (the part of it that flames need)";
+      break;
+    case GL_EXTENSIONS:
+      text = "GL_EXT_texture_rectangle GL_MESA_pack_invert";
       break;
     default:
       fail(GL_INVALID_ENUM);

@@ -203,7 +203,8 @@ void SoftContext::ReadPixels(GLint x, GLint y, GLsizei width, GLsizei height, GL
   const std::size_t pixelBytes = 4 * (type == GL_FLOAT ? sizeof(float) : 1);
   forRows(y1 - y0, stride, [&](int i) {
     const int row = y0 + i;
-    auto *to = static_cast<std::uint8_t *>(data) + static_cast<std::size_t>(row - y) * stride +
+    const int place = packInverted_ ? height - 1 - (row - y) : row - y;
+    auto *to = static_cast<std::uint8_t *>(data) + static_cast<std::size_t>(place) * stride +
                static_cast<std::size_t>(x0 - x) * pixelBytes;
     if (type == GL_FLOAT)
       copyOut(pixels, x0, row, x1 - x0, reinterpret_cast<float *>(to));

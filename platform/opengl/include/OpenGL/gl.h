@@ -84,7 +84,9 @@ constexpr GLenum GL_RGBA8 = 0x8058;
 
 constexpr GLenum GL_UNPACK_ALIGNMENT = 0x0CF5;
 constexpr GLenum GL_PACK_ALIGNMENT = 0x0D05;
+constexpr GLenum GL_PACK_INVERT_MESA = 0x8758;
 
 constexpr GLenum GL_VENDOR = 0x1F00;
 constexpr GLenum GL_RENDERER = 0x1F01;
 constexpr GLenum GL_VERSION = 0x1F02;
+constexpr GLenum GL_EXTENSIONS = 0x1F03;
