@@ -3,11 +3,11 @@
 #include <array>
 #include <utility>
 
+#include "CapturedErrors.h"
 #include "Colour.h"
 #include "FrameRange.h"
 #include "Message.h"
 #include "TestPattern.h"
-#include "Title.h"
 
 namespace pyrelux::cli {
 
@@ -26,6 +26,13 @@ std::string withLineFeeds(std::string text) {
 
 }  // namespace
 
+DrawnTitle drawTitleAloud(const Title &title) {
+  media::CapturedErrors lines("Fontconfig ");
+  DrawnTitle drawn = drawTitle(title);
+  for (const std::string &line : lines.end()) say(line);
+  return drawn;
+}
+
 Image drawInput(const RenderOptions &options, const PictureSize &size, bool isDeep) {
   if (options.testPattern) return testPattern(*options.testPattern, size.width, size.height, isDeep);
 
@@ -37,7 +44,7 @@ Image drawInput(const RenderOptions &options, const PictureSize &size, bool isDe
   title.height = size.height;
   title.isDeep = isDeep;
   try {
-    DrawnTitle drawn = drawTitle(title);
+    DrawnTitle drawn = drawTitleAloud(title);
     for (const std::string &remark : drawn.remarks) say(remark);
     return std::move(drawn.picture);
   } catch (const TitleError &error) {

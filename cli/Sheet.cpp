@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
+#include "DrawnInput.h"
 #include "FrameRange.h"
 #include "Media.h"
-#include "Title.h"
 
 namespace pyrelux::cli {
 
@@ -43,7 +43,7 @@ Image drawLabel(const std::string &text, int width, int height) {
   for (int letters = largestLetters;; --letters) {
     title.font = "Sans " + std::to_string(letters);
     try {
-      return drawTitle(title).picture;
+      return drawTitleAloud(title).picture;
     } catch (const TitleError &error) {
       if (letters == smallestLetters)
         throw UsageError(std::string("a label can't be drawn: ") + error.what() + "; give a larger --cell");

@@ -89,11 +89,19 @@ void Decoder::failDecoding() const {
   failReading(path_, causeCutOff);
 }
 
+std::unique_ptr<CapturedErrors> Decoder::quiet() const {
+  std::unique_ptr<CapturedErrors> lines;
+  if (codec() == AV_CODEC_ID_JPEGXL) lines = std::make_unique<CapturedErrors>("./lib/jxl/");
+  return lines;
+}
+
 void Decoder::send(const AVPacket *packet) {
+  const auto lines = quiet();
   if (avcodec_send_packet(context_.get(), packet) < 0) failDecoding();
 }
 
 AVFrame *Decoder::receive() {
+  const auto lines = quiet();
   const int result = avcodec_receive_frame(context_.get(), frame_.get());
   isAtEnd_ = result == AVERROR_EOF;
   if (isAtEnd_ || result == AVERROR(EAGAIN)) return nullptr;

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 
+#include "CapturedErrors.h"
 #include "Handles.h"
 #include "LibraryLog.h"
 #include "Media.h"
@@ -31,6 +33,9 @@ class Decoder {
 
  private:
   Decoder(const AVCodec *decoder, const AVCodecParameters *parameters, const std::string &path);
+
+  /// Of libjxl, which writes to standard error what is wrong with a picture, besides failing.
+  std::unique_ptr<CapturedErrors> quiet() const;
 
   static int runParts(AVCodecContext *context, int (*part)(AVCodecContext *, void *, int, int), void *argument,
                       int *results, int count);

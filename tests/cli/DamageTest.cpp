@@ -82,6 +82,19 @@ TEST_F(Damage, OfAPictureBehindRightChecksumsEndsInAPictureOrOneLine) {
   }
 }
 
+TEST_F(Damage, OfAJpegXlIsToldInOneLineThoughItsLibraryTellsMore) {
+  save(path("title.png"), titlePng(testWidth, testHeight));
+  saveWithFfmpeg({"-i", path("title.png").string()}, "title.jxl");
+  const std::string whole = load(path("title.jxl"));
+  bool isRefused = false;
+  for (std::size_t at = 20; at < whole.size(); at += whole.size() / 10) {
+    save(path("damaged.jxl"), std::string(whole).replace(at, 4, "junk"));
+    isRefused |= pyrelux(renderWords("damaged.jxl", "out/fire.png")).exitCode != 0;
+    expectOutputOrRefusal("damaged.jxl", "fire.png");
+  }
+  EXPECT_TRUE(isRefused);
+}
+
 TEST_F(Damage, OfAMovieEndsInAMovieOrOneLine) {
   saveMovie("whole.mov", 3);
   const std::string whole = load(path("whole.mov"));

@@ -1,5 +1,7 @@
 // Inputs that no file holds: --text and --input-test-pattern.
 
+#include <sstream>
+
 #include "CliTest.h"
 
 namespace fs = std::filesystem;
@@ -146,6 +148,21 @@ TEST_F(DrawnInput, TellsOfWhatComesOutOtherwise) {
   EXPECT_THAT(result.err, testing::MatchesRegex("pyrelux: there is no font 'Nowhere.Grotesk'; '[^\n]*' is used "
                                                 "instead\n"));
   EXPECT_TRUE(fs::exists(path("fire.png")));
+}
+
+TEST_F(DrawnInput, WhatFontconfigSaysIsToldLikeEverythingElse) {
+  save(path("fonts.conf"), "<fontconfig><dir");
+  for (const std::string &configuration : {std::string("/no/such/fonts.conf"), path("fonts.conf").string()}) {
+    Command command =
+        commandOf(Words{"render", "--text", "FIRE", "--size", "64x36", "-o", "fire.png", "--overwrite"} + quick());
+    command.environment["FONTCONFIG_FILE"] = configuration;
+    const Result result = run(command);
+    std::istringstream lines(result.err);
+    int count = 0;
+    for (std::string line; std::getline(lines, line); ++count) EXPECT_THAT(line, testing::StartsWith("pyrelux: "));
+    EXPECT_GT(count, 0);
+    EXPECT_THAT(result.err, testing::HasSubstr("pyrelux: Fontconfig error"));
+  }
 }
 
 TEST_F(DrawnInput, WithoutAnyFontTextFails) {

@@ -45,6 +45,15 @@ TEST_F(Limit, OfMemoryRefusesH265BeforeItsLibraryCrashes) {
   EXPECT_EQ(names(""), Words{"title.png"});
 }
 
+TEST_F(Limit, OfMemoryForThreadsIsToldWithTheRemedy) {
+  // Enough for the libraries, and not for the stack of a thread of 8 GB.
+  const Result result = inShell("ulimit -v 3000000; ulimit -s 8000000; exec \"$@\"",
+                                renderWords("title.png", "fire.png", {"--frames", "1"}));
+  expectRefusal(result, {"no thread can be started", "ulimit -v", "ulimit -u", "PYRELUX_THREADS=1"});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(names(""), Words{"title.png"});
+}
+
 TEST_F(Limit, OfTheStackIsRaisedOrTold) {
   const Words arguments = renderWords("title.png", "fire.mkv", {"--frames", "1-2"});
   const Result told = inShell("ulimit -s 200; exec \"$@\"", arguments);

@@ -1,8 +1,10 @@
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
 #include <functional>
+#include <set>
 
 #include "Encoder.h"
 #include "FileFormat.h"
@@ -232,6 +234,23 @@ TEST_F(WriterTest, TwoWritersOfOneNameDoNotMix) {
   first->finish();
   expectSame(Reader::open(path("x.mkv"))->read(3), toBytes(delivered(flat(4, 4, 1, 0, 0, 1), {}, 32)));
   EXPECT_EQ(names(), std::vector<std::string>{"x.mkv"});
+}
+
+TEST_F(WriterTest, TheTemporaryNameCannotBeGuessed) {
+  // A number of the process and a count: whoever lays a link there would get the picture.
+  for (int count = 0; count < 20; ++count)
+    std::filesystem::create_symlink(path("elsewhere"),
+                                    path(".out.png.partial-" + std::to_string(getpid()) + "-" + std::to_string(count)));
+  std::set<std::string> temporary;
+  for (int i = 0; i < 10; ++i) {
+    const auto writer = Writer::open(path("out.png"), {4, 4, 8, {}});
+    writer->write(1, picture());
+    for (const auto &entry : std::filesystem::directory_iterator(path("")))
+      if (!entry.is_symlink() && entry.path().filename() != "out.png") temporary.insert(entry.path().string());
+    writer->finish();
+  }
+  EXPECT_EQ(temporary.size(), 10u);
+  EXPECT_FALSE(std::filesystem::exists(path("elsewhere")));
 }
 
 TEST_F(WriterTest, FullDiskIsNoticedAndLeavesNothing) {
