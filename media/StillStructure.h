@@ -17,7 +17,8 @@ bool isWhole(AVCodecID codec, const std::uint8_t *data, int size);
 /// differences and alpha, and most are cyan, magenta, yellow and black.
 bool hasUnknownColours(AVCodecID codec, const std::uint8_t *data, int size);
 
-/// Why a still can't be decoded though it is whole: a kind of its format that FFmpeg's decoder lacks. Null for all else.
+/// Why a still can't be decoded though it is whole: a kind of its format that FFmpeg's decoder lacks. Null for all
+/// else.
 const char *unsupportedKind(AVCodecID codec, const std::uint8_t *data, int size);
 
 /// The number of pictures in a GIF; nothing if it is cut off.

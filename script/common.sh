@@ -16,7 +16,7 @@ program_packages=(
 # What the tests and benchmarks need besides: a second compiler, the frameworks, a backend for AppKit's buttons, programs
 # that look at what ours writes, and the shells that complete its command lines.
 test_packages=(
-  clang libgtest-dev libgmock-dev libbenchmark-dev libwebp-dev python3-jsonschema gnustep-back0.29-cairo ffmpeg melt
+  clang clang-format libgtest-dev libgmock-dev libbenchmark-dev libwebp-dev python3-jsonschema gnustep-back0.29-cairo ffmpeg melt
   gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad
   groff-base zsh fish
 )

@@ -14,7 +14,7 @@ struct Command {
   std::string folder;              ///< the folder to run in
   Environment environment;         ///< added to this process's own
   bool errorsToTerminal = false;   ///< standard error is a pseudo-terminal instead of a pipe
-  std::string signalAfter;         ///< once standard output or standard error holds this, when not empty, the program gets `signal`
+  std::string signalAfter;         ///< once either stream holds this, when not empty, the program gets `signal`
   int signal = 0;
   std::string outputFile;  ///< standard output goes there instead of into the result, when not empty
 };

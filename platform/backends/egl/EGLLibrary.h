@@ -11,10 +11,11 @@ namespace pyrelux::platform {
 /// libEGL's functions, found when first asked for: a machine without the library runs everything but the renderers that
 /// need it.
 struct EGLLibrary {
-#define PYRELUX_EGL_FUNCTIONS(X)                                                                                \
-  X(BindAPI)                                                                                                    \
-  X(CreateContext) X(DestroyContext) X(GetCurrentContext) X(GetPlatformDisplay) X(GetProcAddress) X(Initialize) \
-      X(MakeCurrent) X(QueryString) X(Terminate)
+// clang-format off
+#define PYRELUX_EGL_FUNCTIONS(X) \
+  X(BindAPI) X(CreateContext) X(DestroyContext) X(GetCurrentContext) X(GetPlatformDisplay) X(GetProcAddress) \
+  X(Initialize) X(MakeCurrent) X(QueryString) X(Terminate)
+// clang-format on
 #define PYRELUX_DECLARE(name) decltype(&::egl##name) name = nullptr;
   PYRELUX_EGL_FUNCTIONS(PYRELUX_DECLARE)
 #undef PYRELUX_DECLARE

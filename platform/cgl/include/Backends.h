@@ -23,8 +23,8 @@ enum RendererId : std::int32_t {
 /// Empty when the renderer can draw on this machine; otherwise one sentence that says why not and what to do.
 PYRELUX_PLATFORM std::string rendererUnavailable(std::int32_t rendererId);
 
-/// Held by a host while it makes, uses or ends a filter or what draws for it, since filters draw for one at a time. Here,
-/// because this library is in a process once, and hosts may be in it several times.
+/// Held by a host while it makes, uses or ends a filter or what draws for it, since filters draw for one at a time.
+/// Here, because this library is in a process once, and hosts may be in it several times.
 PYRELUX_PLATFORM std::mutex &filterTurn();
 
 /// Quads that the null renderer was asked to draw, in this process.
