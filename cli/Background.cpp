@@ -6,6 +6,7 @@
 #include "Colour.h"
 #include "Over.h"
 #include "RenderInput.h"
+#include "UsageError.h"
 
 namespace pyrelux::cli {
 

@@ -7,7 +7,8 @@
 #include <string>
 
 #include "Fit.h"
-#include "FrameRange.h"
+#include "FrameList.h"
+#include "FrameRate.h"
 #include "Image.h"
 #include "Media.h"
 #include "RenderOptions.h"

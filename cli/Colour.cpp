@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "FrameRange.h"
 #include "HostError.h"
 #include "ParameterText.h"
+#include "UsageError.h"
 
 namespace pyrelux::cli {
 

@@ -5,9 +5,9 @@
 
 #include "CapturedErrors.h"
 #include "Colour.h"
-#include "FrameRange.h"
 #include "Message.h"
 #include "TestPattern.h"
+#include "UsageError.h"
 
 namespace pyrelux::cli {
 

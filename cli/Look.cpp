@@ -1,10 +1,10 @@
 #include "Look.h"
 
 #include "ColorDepth.h"
-#include "FrameRange.h"
 #include "HostError.h"
 #include "ParameterText.h"
 #include "Presets.h"
+#include "UsageError.h"
 
 namespace pyrelux::cli {
 

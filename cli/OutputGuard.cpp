@@ -12,6 +12,7 @@
 
 #include "Errors.h"
 #include "FramePattern.h"
+#include "UsageError.h"
 
 namespace fs = std::filesystem;
 

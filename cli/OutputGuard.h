@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "FrameRange.h"
+#include "FrameList.h"
 #include "Media.h"
 #include "RenderOptions.h"
 

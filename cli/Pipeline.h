@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "FrameRange.h"
+#include "FrameList.h"
 #include "Image.h"
 
 namespace pyrelux::cli {

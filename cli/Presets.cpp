@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "FrameRange.h"
+#include "UsageError.h"
 
 namespace pyrelux::cli {
 

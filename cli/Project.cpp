@@ -4,11 +4,13 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
-#include "FrameRange.h"
+#include "FrameList.h"
+#include "FrameRate.h"
 #include "HostError.h"
 #include "ParameterText.h"
 #include "PictureSize.h"
 #include "Presets.h"
+#include "UsageError.h"
 
 namespace pyrelux::cli {
 
@@ -252,7 +254,7 @@ std::optional<std::string> parseText(const Json &root, const char *key, bool tak
   const std::string text = found->is_string() ? found->get<std::string>() : host::formatNumber(found->get<double>());
   try {
     check(text);
-  } catch (const UsageError &error) {
+  } catch (const ValueError &error) {
     fail(key, ": " + beginning(error.what(), longestMessage));
   }
   return text;

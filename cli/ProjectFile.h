@@ -1,6 +1,7 @@
 #pragma once
 
-#include "FrameRange.h"
+#include "FrameList.h"
+#include "FrameRate.h"
 #include "Media.h"
 #include "Parameters.h"
 #include "Project.h"

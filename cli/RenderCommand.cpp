@@ -2,7 +2,7 @@
 
 #include "Commands.h"
 #include "Filter.h"
-#include "FrameRange.h"
+#include "FrameList.h"
 #include "FrameRenderer.h"
 #include "FrameSink.h"
 #include "Interruption.h"
@@ -20,6 +20,7 @@
 #include "Renderers.h"
 #include "RunUpNotice.h"
 #include "Timeline.h"
+#include "UsageError.h"
 
 namespace pyrelux::cli {
 

@@ -8,6 +8,7 @@
 #include "DrawnInput.h"
 #include "Message.h"
 #include "PictureSize.h"
+#include "UsageError.h"
 
 namespace pyrelux::cli {
 

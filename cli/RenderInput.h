@@ -3,7 +3,8 @@
 #include <memory>
 
 #include "Background.h"
-#include "FrameRange.h"
+#include "FrameList.h"
+#include "FrameRate.h"
 #include "Media.h"
 #include "RenderOptions.h"
 

@@ -5,6 +5,7 @@
 
 #include "Message.h"
 #include "RenderInput.h"
+#include "UsageError.h"
 
 namespace pyrelux::cli {
 

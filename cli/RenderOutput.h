@@ -3,7 +3,7 @@
 #include <string>
 
 #include "Background.h"
-#include "FrameRange.h"
+#include "FrameList.h"
 #include "Media.h"
 #include "RenderOptions.h"
 

@@ -3,8 +3,9 @@
 #include <algorithm>
 
 #include "DrawnInput.h"
-#include "FrameRange.h"
 #include "Media.h"
+#include "PictureSize.h"
+#include "UsageError.h"
 
 namespace pyrelux::cli {
 
@@ -22,10 +23,10 @@ int span(int count, int each) { return gap + count * (each + gap); }
 
 Image blankSheet(int columns, int rows, int width, int height) {
   const auto side = [](int count, int each) { return static_cast<std::int64_t>(count) * (each + gap) + gap; };
-  if (std::max(side(columns, width), side(rows, height)) > media::maximumSide)
+  if (std::max(side(columns, width), side(rows, height)) > maximumSide)
     throw UsageError("a sheet of " + std::to_string(columns) + " by " + std::to_string(rows) + " pictures would be " +
                      std::to_string(side(columns, width)) + "x" + std::to_string(side(rows, height)) +
-                     " pixels, and a side has " + std::to_string(media::maximumSide) +
+                     " pixels, and a side has " + std::to_string(maximumSide) +
                      " at most; vary less, or give a smaller --cell");
   Image image = Image::floats(span(columns, width), span(rows, height), Alpha::Premultiplied);
   std::fill(image.asFloats().begin(), image.asFloats().end(), ground);

@@ -4,7 +4,7 @@
 #include "Commands.h"
 #include "Filter.h"
 #include "Fit.h"
-#include "FrameRange.h"
+#include "FrameList.h"
 #include "FrameRenderer.h"
 #include "HostError.h"
 #include "Interruption.h"
@@ -12,6 +12,7 @@
 #include "Media.h"
 #include "Message.h"
 #include "OutputGuard.h"
+#include "PictureSize.h"
 #include "Presets.h"
 #include "ProjectFile.h"
 #include "RenderInput.h"
@@ -20,6 +21,7 @@
 #include "RunUpNotice.h"
 #include "Sheet.h"
 #include "Timeline.h"
+#include "UsageError.h"
 
 namespace pyrelux::cli {
 
@@ -61,7 +63,7 @@ Axis parseAxis(const std::string &text, const host::ParameterSet &parameters) {
   if (axis.name == frameAxis) {
     parseFrames(values).forEach([&](std::int64_t frame) {
       axis.values.push_back(std::to_string(frame));
-      return axis.values.size() < media::maximumSide;
+      return axis.values.size() < maximumSide;
     });
     return axis;
   }

@@ -16,13 +16,13 @@
 #include "Commands.h"
 #include "Completion.h"
 #include "ExitCodes.h"
-#include "FrameRange.h"
 #include "HelpFormatter.h"
 #include "HostError.h"
 #include "ManPage.h"
 #include "Media.h"
 #include "Message.h"
 #include "ParameterList.h"
+#include "UsageError.h"
 
 namespace {
 
@@ -174,7 +174,7 @@ int main(int argc, char **argv) {
   try {
     requireStack();
     return run(argc, argv);
-  } catch (const UsageError &error) {
+  } catch (const ValueError &error) {
     return fail(error.what(), usageExit);
   } catch (const media::InputError &error) {
     return fail(error.what(), inputExit);

@@ -1,8 +1,6 @@
 # What reads texts that people write, without Objective-C, for the fuzzers and for what replays them.
 find_package(nlohmann_json REQUIRED)
 set(PYRELUX_TEXT_SOURCES
-  ${PROJECT_SOURCE_DIR}/cli/FrameRange.cpp
-  ${PROJECT_SOURCE_DIR}/cli/PictureSize.cpp
   ${PROJECT_SOURCE_DIR}/cli/Presets.cpp
   ${PROJECT_SOURCE_DIR}/cli/Project.cpp
   ${PROJECT_SOURCE_DIR}/host/Keyframes.cpp

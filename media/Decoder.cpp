@@ -5,6 +5,7 @@
 
 #include "Errors.h"
 #include "Orientation.h"
+#include "PictureSize.h"
 #include "PixelConversion.h"
 
 namespace pyrelux::media {

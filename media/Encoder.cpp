@@ -7,6 +7,7 @@
 
 #include "Errors.h"
 #include "ExrHeader.h"
+#include "PictureSize.h"
 #include "PixelConversion.h"
 #include "TiffAlpha.h"
 

@@ -3,13 +3,9 @@
 #include <optional>
 
 #include "Handles.h"
+#include "PictureSize.h"
 
 namespace pyrelux::media {
-
-struct PictureSize {
-  int width;
-  int height;
-};
 
 /// Keeps FFmpeg's own messages off the terminal: what a user sees of a failure is our one sentence. The log is one
 /// for the whole process; calling this again is harmless.

@@ -82,11 +82,6 @@ struct InputInfo {
   std::vector<std::int64_t> present = {};  ///< the frames of a sequence that there are files for, in ascending order
 };
 
-/// The largest picture that is read, in pixels along one side and in all. Anything larger is refused before it is
-/// decoded.
-constexpr int maximumSide = 16384;
-constexpr std::int64_t maximumPixels = 16384LL * 8192;
-
 /// Reads a still, a numbered sequence or a movie. A path with "%04d" (any width) or a run of "#" names a sequence.
 class Reader {
  public:

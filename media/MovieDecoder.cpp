@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Errors.h"
+#include "PictureSize.h"
 
 extern "C" {
 #include <libavutil/avstring.h>

@@ -10,6 +10,7 @@
 
 #include "Decoder.h"
 #include "Errors.h"
+#include "PictureSize.h"
 
 namespace pyrelux::media {
 

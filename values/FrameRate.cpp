@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <numeric>
 
+#include "ValueError.h"
+
 namespace pyrelux {
 
 namespace {
@@ -56,6 +58,17 @@ std::optional<FrameRate> readFrameRate(const std::string &text) {
       std::max(rate.numerator, rate.denominator) > finest)
     return std::nullopt;
   return rate;
+}
+
+FrameRate parseFrameRate(const std::string &text) {
+  if (const auto rate = readFrameRate(text)) return *rate;
+  throw ValueError("'" + text +
+                   "' is not a frame rate; write 24, 23.976 or 30000/1001, in 0.001 to 1000 frames per second");
+}
+
+std::string formatFrameRate(const FrameRate &rate) {
+  const std::string numerator = std::to_string(rate.numerator);
+  return rate.denominator == 1 ? numerator : numerator + "/" + std::to_string(rate.denominator);
 }
 
 }  // namespace pyrelux

@@ -16,4 +16,10 @@ struct FrameRate {
 /// exact fractions. Nothing for any other text.
 std::optional<FrameRate> readFrameRate(const std::string &text);
 
+/// What readFrameRate() reads. Throws ValueError.
+FrameRate parseFrameRate(const std::string &text);
+
+/// "24" or "30000/1001".
+std::string formatFrameRate(const FrameRate &rate);
+
 }  // namespace pyrelux

@@ -1,16 +1,16 @@
 #include "CorpusReplay.h"
 
 // Named so by the build: each is its fuzzer's LLVMFuzzerTestOneInput.
-extern "C" int runFrameRange(const std::uint8_t *data, std::size_t size);
+extern "C" int runFrameList(const std::uint8_t *data, std::size_t size);
 extern "C" int runProject(const std::uint8_t *data, std::size_t size);
 extern "C" int runMediaReader(const std::uint8_t *data, std::size_t size);
 
 namespace pyrelux::fuzz {
 namespace {
 
-class FrameRangeCorpus : public Corpus {};
-TEST_P(FrameRangeCorpus, IsRefusedOrSound) { EXPECT_EQ(replay(runFrameRange), 0); }
-INSTANTIATE_TEST_SUITE_P(Files, FrameRangeCorpus, ::testing::ValuesIn(filesOf("FrameRangeFuzz")), nameOf);
+class FrameListCorpus : public Corpus {};
+TEST_P(FrameListCorpus, IsRefusedOrSound) { EXPECT_EQ(replay(runFrameList), 0); }
+INSTANTIATE_TEST_SUITE_P(Files, FrameListCorpus, ::testing::ValuesIn(filesOf("FrameListFuzz")), nameOf);
 
 class ProjectCorpus : public Corpus {};
 TEST_P(ProjectCorpus, IsRefusedOrWrittenAsItWasMeant) { EXPECT_EQ(replay(runProject), 0); }

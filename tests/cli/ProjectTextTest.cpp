@@ -3,7 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "FrameRange.h"
+#include "FrameList.h"
+#include "FrameRate.h"
 #include "Project.h"
 #include "SampleParameters.h"
 

@@ -1,19 +1,11 @@
 #pragma once
 
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "FrameRate.h"
-
-namespace pyrelux::cli {
-
-/// What a person typed is not what the option takes. what() is one sentence without a final stop.
-class UsageError : public std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
+namespace pyrelux {
 
 /// Frames first, first + step, … up to last, which is one of them.
 struct FrameRange {
@@ -48,16 +40,10 @@ class FrameList {
 };
 
 /// "7", "1-48", "1-240x2" (every second one) or several of them in ascending order: "1,5,9-12". Frame numbers are whole
-/// and not negative. Throws UsageError.
+/// and not negative. Throws ValueError.
 FrameList parseFrames(const std::string &text);
 
 /// The text that parseFrames() turns into these.
 std::string formatFrames(const FrameList &frames);
 
-/// What readFrameRate() reads. Throws UsageError.
-FrameRate parseFrameRate(const std::string &text);
-
-/// "24" or "30000/1001".
-std::string formatFrameRate(const FrameRate &rate);
-
-}  // namespace pyrelux::cli
+}  // namespace pyrelux

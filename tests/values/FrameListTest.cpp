@@ -1,9 +1,11 @@
-#include "FrameRange.h"
+#include "FrameList.h"
+#include "FrameRate.h"
+#include "ValueError.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace pyrelux::cli {
+namespace pyrelux {
 namespace {
 
 /// What parsing throws; empty if nothing.
@@ -11,7 +13,7 @@ template <typename Parser>
 std::string refusal(Parser parse, const std::string &text) {
   try {
     parse(text);
-  } catch (const UsageError &error) {
+  } catch (const ValueError &error) {
     return error.what();
   }
   return {};
@@ -22,7 +24,7 @@ struct ValidRange {
   std::int64_t first, last, count;
 };
 
-TEST(FrameRange, IsOneFrameOrTwoJoinedByADash) {
+TEST(FrameList, IsOneFrameOrTwoJoinedByADash) {
   for (const ValidRange &row : {ValidRange{"7", 7, 7, 1},
                                 {"1-48", 1, 48, 48},
                                 {"0", 0, 0, 1},
@@ -40,7 +42,7 @@ TEST(FrameRange, IsOneFrameOrTwoJoinedByADash) {
   }
 }
 
-TEST(FrameRange, RefusesEverythingElseAndRepeatsIt) {
+TEST(FrameList, RefusesEverythingElseAndRepeatsIt) {
   for (const char *text : {"",
                            "-",
                            "-1",
@@ -94,7 +96,7 @@ TEST(FrameRange, RefusesEverythingElseAndRepeatsIt) {
   }
 }
 
-TEST(FrameRange, MayNotEndBeforeItBegins) {
+TEST(FrameList, MayNotEndBeforeItBegins) {
   EXPECT_THAT(refusal(parseFrames, "5-2"), testing::AllOf(testing::HasSubstr("'5-2'"), testing::HasSubstr("ends")));
   EXPECT_THAT(refusal(parseFrames, "1-0"), testing::HasSubstr("ends"));
 }
@@ -109,7 +111,7 @@ std::vector<std::int64_t> framesOf(const std::string &text) {
   return frames;
 }
 
-TEST(FrameRange, MayHaveStepsAndParts) {
+TEST(FrameList, MayHaveStepsAndParts) {
   using testing::ElementsAre;
   EXPECT_THAT(framesOf("1-4"), ElementsAre(1, 2, 3, 4));
   EXPECT_THAT(framesOf("1-9x4"), ElementsAre(1, 5, 9));
@@ -120,7 +122,7 @@ TEST(FrameRange, MayHaveStepsAndParts) {
   EXPECT_THAT(framesOf("0-5x5,6-10x2"), ElementsAre(0, 5, 6, 8, 10));
 }
 
-TEST(FrameRange, MayBeLeftInTheMiddle) {
+TEST(FrameList, MayBeLeftInTheMiddle) {
   std::int64_t last = 0;
   parseFrames("1-3,5-9").forEach([&](std::int64_t frame) {
     last = frame;
@@ -129,7 +131,7 @@ TEST(FrameRange, MayBeLeftInTheMiddle) {
   EXPECT_EQ(last, 2);
 }
 
-TEST(FrameRange, PartsDoNotGoBackOrOverlap) {
+TEST(FrameList, PartsDoNotGoBackOrOverlap) {
   for (const char *text : {"5,1", "1,1", "1-5,5", "1-5,3-9"})
     EXPECT_THAT(refusal(parseFrames, text),
                 testing::AllOf(testing::HasSubstr("'" + std::string(text) + "'"), testing::HasSubstr("ascending")));
@@ -239,4 +241,4 @@ TEST(FrameRate, RefusesEverythingElseAndRepeatsIt) {
 }
 
 }  // namespace
-}  // namespace pyrelux::cli
+}  // namespace pyrelux

@@ -1,6 +1,8 @@
 // Any text as a range of frames and as a frame rate: each is refused as a usage error or means something sound.
 
-#include "FrameRange.h"
+#include "FrameList.h"
+#include "FrameRate.h"
+#include "ValueError.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -10,7 +12,7 @@
 
 namespace {
 
-using namespace pyrelux::cli;
+using namespace pyrelux;
 using pyrelux::fuzz::require;
 
 void takeFrames(const std::string &text) {
@@ -49,7 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   const std::string text(reinterpret_cast<const char *>(data), size);
   for (const auto take : {takeFrames, takeRate}) try {
       take(text);
-    } catch (const UsageError &) {
+    } catch (const ValueError &) {
     }
   return 0;
 }

@@ -1,10 +1,12 @@
-#include "FrameRange.h"
+#include "FrameList.h"
 
 #include <algorithm>
 #include <charconv>
 #include <optional>
 
-namespace pyrelux::cli {
+#include "ValueError.h"
+
+namespace pyrelux {
 
 namespace {
 
@@ -59,11 +61,11 @@ FrameList parseFrames(const std::string &text) {
   for (std::size_t from = 0; from <= text.size();) {
     const std::size_t comma = std::min(text.find(',', from), text.size());
     const auto range = parseRange(text.substr(from, comma - from));
-    if (!range) throw UsageError("'" + text + "' is not a range of frames; write 7, 1-48, 1-240x2 or 1,5,9-12");
+    if (!range) throw ValueError("'" + text + "' is not a range of frames; write 7, 1-48, 1-240x2 or 1,5,9-12");
     if (range->first > range->last)
-      throw UsageError("'" + text + "' is not a range of frames: it ends before it begins");
+      throw ValueError("'" + text + "' is not a range of frames: it ends before it begins");
     if (!ranges.empty() && range->first <= ranges.back().last)
-      throw UsageError("'" + text + "' is not a range of frames: write the parts in ascending order, without overlap");
+      throw ValueError("'" + text + "' is not a range of frames: write the parts in ascending order, without overlap");
     ranges.push_back({range->first, range->last - (range->last - range->first) % range->step, range->step});
     from = comma + 1;
   }
@@ -81,15 +83,4 @@ std::string formatFrames(const FrameList &frames) {
   return text;
 }
 
-FrameRate parseFrameRate(const std::string &text) {
-  if (const auto rate = readFrameRate(text)) return *rate;
-  throw UsageError("'" + text +
-                   "' is not a frame rate; write 24, 23.976 or 30000/1001, in 0.001 to 1000 frames per second");
-}
-
-std::string formatFrameRate(const FrameRate &rate) {
-  const std::string numerator = std::to_string(rate.numerator);
-  return rate.denominator == 1 ? numerator : numerator + "/" + std::to_string(rate.denominator);
-}
-
-}  // namespace pyrelux::cli
+}  // namespace pyrelux

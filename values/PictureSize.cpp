@@ -3,10 +3,9 @@
 #include <algorithm>
 #include <charconv>
 
-#include "FrameRange.h"
-#include "Media.h"
+#include "ValueError.h"
 
-namespace pyrelux::cli {
+namespace pyrelux {
 
 PictureSize parseSize(const std::string &text) {
   PictureSize size;
@@ -16,11 +15,10 @@ PictureSize parseSize(const std::string &text) {
   const auto [stop, heightError] = crossed ? std::from_chars(cross + 1, end, size.height)
                                            : std::from_chars_result{text.data(), std::errc::invalid_argument};
   if (heightError != std::errc() || stop != end || std::min(size.width, size.height) < 1 ||
-      std::max(size.width, size.height) > media::maximumSide ||
-      static_cast<std::int64_t>(size.width) * size.height > media::maximumPixels)
-    throw UsageError("'" + text + "' is not a size; write WIDTHxHEIGHT in pixels, 1920x1080, up to " +
-                     std::to_string(media::maximumSide) + " on a side and " + std::to_string(media::maximumPixels) +
-                     " in all");
+      std::max(size.width, size.height) > maximumSide ||
+      static_cast<std::int64_t>(size.width) * size.height > maximumPixels)
+    throw ValueError("'" + text + "' is not a size; write WIDTHxHEIGHT in pixels, 1920x1080, up to " +
+                     std::to_string(maximumSide) + " on a side and " + std::to_string(maximumPixels) + " in all");
   return size;
 }
 
@@ -28,4 +26,4 @@ std::string formatSize(const PictureSize &size) {
   return std::to_string(size.width) + "x" + std::to_string(size.height);
 }
 
-}  // namespace pyrelux::cli
+}  // namespace pyrelux
