@@ -80,7 +80,7 @@ TEST_P(Host, FindsTheFiltersOfAPropertyListWithoutLoadingThem) {
   EXPECT_EQ(info.uuid, "P-1");
   EXPECT_EQ(info.version, "2.5");
   EXPECT_EQ(fs::path(info.bundlePath).filename(), "ProbeFilters.bundle");
-  EXPECT_EQ(findFilters({PYRELUX_PROBE_BUNDLES}).size(), 13u) << "the generator is no filter";
+  EXPECT_EQ(findFilters({PYRELUX_PROBE_BUNDLES}).size(), 14u) << "the generator is no filter";
 }
 
 TEST_P(Host, SearchesFoldersInOrderAndSkipsWhatIsNoBundle) {
@@ -146,6 +146,10 @@ TEST_P(Host, SaysWhatIsWrongWithABundle) {
   EXPECT_EQ(complaint([&] { Filter filter(damaged); }),
             "the bundle '" + folder.string() +
                 "' can't be loaded: its binary is missing or damaged; build or install it again");
+  // A whole program, which is no library.
+  fs::copy_file("/proc/self/exe", folder / "ProbeFilters", fs::copy_options::overwrite_existing);
+  EXPECT_EQ(complaint([&] { Filter filter(damaged); }),
+            "the bundle '" + folder.string() + "' can't be loaded; build or install it again");
   fs::remove_all(folder.parent_path());
   EXPECT_EQ(complaint([] { Filter filter(probe("Missing")); }),
             "the bundle '" + bundle + "' has no class 'MissingFilter'");
@@ -264,10 +268,14 @@ TEST_P(Host, TellsTheFilterWhatItsImagesAre) {
   Filter filter(probe("Probe"));
   FrameSettings settings;
   settings.pixelAspect = 0.9;
-  renderer.render(filter, smallInput(false), 0, settings);
+  const Image drawn = renderer.render(filter, smallInput(false), 0, settings);
+  EXPECT_EQ(drawn.width(), 3);
+  EXPECT_EQ(drawn.height(), 2);
   EXPECT_EQ(reported(@"inputDepth"), 8);
   EXPECT_EQ(reported(@"renderDepth"), kFxDepth_UINT8);
   EXPECT_EQ(reported(@"inputPremultiplied"), 1);
+  EXPECT_EQ(reported(@"inputChannels"), 4);
+  EXPECT_EQ(reported(@"inputPixelFormat"), kFxPixelFormat_RGBA);
   EXPECT_EQ(reported(@"outputType"), kFxImageType_TEXTURE);
   EXPECT_EQ(reported(@"outputOrigin"), kFxImageOrigin_BOTTOM_LEFT);
   EXPECT_EQ(reported(@"inputWidth"), 3);
@@ -359,6 +367,7 @@ TEST_P(Host, SaysWhatAFilterDidWrongAndGoesOn) {
   EXPECT_EQ(reported(@"cleanups"), cleanups + 1) << "a frame that raised is cleaned up after";
   EXPECT_EQ(rendering("Erroneous"), "OpenGL reports error 0x0500 after the frame");
   EXPECT_EQ(rendering("Software"), "the filter 'Software' does not render with OpenGL");
+  EXPECT_EQ(rendering("Vague"), "the filter 'Vague' does not render with OpenGL");
   EXPECT_EQ(rendering("Sizeless"), "the filter 'Sizeless' gives no output size");
   EXPECT_EQ(rendering("Probe"), "nothing thrown") << "the renderer is fit for the next filter";
 }

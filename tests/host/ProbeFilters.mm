@@ -130,6 +130,8 @@ static void note(NSString *name, double value) {
   got(@"frameSetup");
   note(@"inputDepth", inputInfo.depth);
   note(@"inputPremultiplied", inputInfo.isPremultiplied);
+  note(@"inputChannels", inputInfo.channels);
+  note(@"inputPixelFormat", inputInfo.pixelFormat);
   note(@"renderDepth", info.depth);
   note(@"scaleX", info.scaleX);
   note(@"scaleY", info.scaleY);
@@ -313,6 +315,19 @@ static void note(NSString *name, double value) {
   (void)info, (void)inputInfo;
   *hardware = NO;
   *software = YES;
+  return YES;
+}
+@end
+
+/// Says nothing about what it renders with.
+@interface VagueFilter : ProbeFilter
+@end
+@implementation VagueFilter
+- (BOOL)frameSetup:(FxRenderInfo)info
+         inputInfo:(FxImageInfo)inputInfo
+          hardware:(BOOL *)hardware
+          software:(BOOL *)software {
+  (void)info, (void)inputInfo, (void)hardware, (void)software;
   return YES;
 }
 @end
