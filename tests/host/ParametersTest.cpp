@@ -1,0 +1,67 @@
+// What a set of parameters makes of names and values that are not quite its own.
+
+#include "Parameters.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "HostError.h"
+
+namespace pyrelux::host {
+namespace {
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+
+ParameterDeclaration parameter(const std::string &label, ParameterKind kind = ParameterKind::Float) {
+  ParameterDeclaration declaration;
+  declaration.kind = kind;
+  declaration.label = declaration.key = label;
+  declaration.minimum = -5.0;
+  declaration.maximum = 10.0;
+  return declaration;
+}
+
+/// The sentence about a name that none of the labels is.
+std::string complaint(const std::string &name, const std::vector<std::string> &labels) {
+  std::vector<ParameterDeclaration> declarations;
+  for (const std::string &label : labels) {
+    declarations.push_back(parameter(label));
+    declarations.back().id = static_cast<std::uint32_t>(100 + declarations.size());
+  }
+  try {
+    ParameterSet(declarations).named(name);
+    return "nothing thrown";
+  } catch (const HostError &error) {
+    return error.what();
+  }
+}
+
+TEST(Parameters, TheNearestNameIsOfTheFewestEdits) {
+  EXPECT_EQ(complaint("q", {"abcdefgh", "ab"}), "there is no parameter 'q'; the nearest is 'ab'");
+  EXPECT_EQ(complaint("glo", {"gxx", "grow"}), "there is no parameter 'glo'; the nearest is 'gxx'");
+  EXPECT_EQ(complaint("glow", {"gxxx", "weight of the glow"}),
+            "there is no parameter 'glow'; the nearest is 'weight-of-the-glow'")
+      << "what holds the name is near, however long it is";
+}
+
+TEST(Parameters, WhatIsOutOfRangeBecomesTheNearestValue) {
+  for (const ParameterKind kind : {ParameterKind::Float, ParameterKind::Integer}) {
+    const ParameterDeclaration ranged = parameter("Amount", kind);
+    EXPECT_EQ(nearestLegal(ranged, {20.0})[0], 10.0);
+    EXPECT_EQ(nearestLegal(ranged, {-20.0})[0], -5.0);
+    EXPECT_EQ(nearestLegal(ranged, {3.0})[0], 3.0);
+  }
+  EXPECT_EQ(nearestLegal(parameter("Count", ParameterKind::Integer), {2.6})[0], 3.0);
+  EXPECT_EQ(nearestLegal(parameter("Tint", ParameterKind::Colour), {-1.0, 0.5, 2.0}), (ParameterValue{0.0, 0.5, 1.0}));
+}
+
+TEST(Parameters, WhatIsNoNumberBecomesTheDefault) {
+  ParameterDeclaration tint = parameter("Tint", ParameterKind::Colour);
+  tint.defaultValue = {0.25, 0.5, 0.75};
+  EXPECT_EQ(nearestLegal(tint, {nan, nan, nan}), tint.defaultValue);
+  EXPECT_EQ(nearestLegal(tint, {0.1, nan, 0.2}), (ParameterValue{0.1, 0.5, 0.2}));
+}
+
+}  // namespace
+}  // namespace pyrelux::host
