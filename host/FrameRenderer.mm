@@ -63,16 +63,6 @@ class CurrentFor {
 /// GL_MESA_pack_invert's, which not every header has.
 constexpr GLenum packInvert = 0x8758;
 
-/// Turns a picture of `height` rows upside down.
-template <typename Sample>
-void flipRows(std::vector<Sample> &samples, int height) {
-  const auto row = static_cast<std::ptrdiff_t>(samples.size()) / height;
-  for (int y = 0; y < height / 2; ++y) {
-    const auto upper = samples.begin() + y * row;
-    std::swap_ranges(upper, upper + row, samples.begin() + (height - 1 - y) * row);
-  }
-}
-
 /// The same samples with the rows in the opposite order, in `flipped`.
 template <typename Sample>
 const Sample *flippedInto(std::vector<Sample> &flipped, const std::vector<Sample> &samples, int height) {
@@ -228,12 +218,12 @@ struct FrameRenderer::Resources {
       if (flip && readsInverted) glPixelStorei(packInvert, 1);
       glReadPixels(0, 0, output.width, output.height, GL_RGBA, type, samples.data());
       if (flip && readsInverted) glPixelStorei(packInvert, 0);
-      if (flip && !readsInverted) flipRows(samples, output.height);
     };
     if (floats)
       read(image.asFloats(), GL_FLOAT);
     else
       read(image.asBytes(), GL_UNSIGNED_BYTE);
+    if (flip && !readsInverted) flipRows(image);
   }
 };
 

@@ -109,6 +109,19 @@ void premultiply(const std::uint8_t *straight, std::uint8_t *premultiplied, std:
   }
 }
 
+void flipRows(Image &image) {
+  const auto flip = [&image](auto &samples) {
+    const std::ptrdiff_t row = std::ptrdiff_t{4} * image.width();
+    for (int upper = 0, lower = image.height() - 1; upper < lower; ++upper, --lower)
+      std::swap_ranges(samples.begin() + upper * row, samples.begin() + (upper + 1) * row,
+                       samples.begin() + lower * row);
+  };
+  if (image.isFloat())
+    flip(image.asFloats());
+  else
+    flip(image.asBytes());
+}
+
 Image premultiplied(const Image &image) {
   if (image.alpha() == Alpha::Premultiplied) return image;
   if (!image.isFloat()) {

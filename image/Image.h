@@ -58,6 +58,9 @@ Image toFloat(const Image &image);
 /// The same picture with 8-bit samples; values outside 0 .. 1 clip, NaN becomes 0.
 Image toBytes(const Image &image);
 
+/// Turns a picture upside down.
+void flipRows(Image &image);
+
 /// Sets alpha to 1 everywhere and leaves colour as it stands.
 void makeOpaque(Image &image);
 

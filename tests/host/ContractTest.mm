@@ -226,6 +226,27 @@ TEST_F(Contract, OfAWholeSetTheParametersThatDifferAreTold) {
   EXPECT_EQ(filter.parameters().value(5, 0.0), (ParameterValue{0.5, 0.5}));
 }
 
+TEST_F(Contract, CurvesOfAWholeSetAreTaken) {
+  Filter filter(probe("Probe"));
+  ParameterSet wanted = filter.parameters();
+  wanted.setCurve(wanted.named("amount"), [](double time) { return ParameterValue{time / 10.0}; });
+  messages();
+  filter.edit(wanted);
+  EXPECT_EQ(messages(), std::vector<std::string>{"parameterChanged:2"});
+  EXPECT_EQ(filter.parameters().value(2, 5.0)[0], 0.5);
+}
+
+TEST_F(Contract, AfterAFrameThatFailedTheWayIsGoneThroughAgain) {
+  Filter filter(probe("Probe"));
+  Timeline timeline(filter, renderer, 1);
+  Image result;
+  timeline.render(1, input, {}, result);
+  EXPECT_THROW(timeline.render(2, Image::bytes(100000, 1, Alpha::Premultiplied), {}, result), HostError);
+  messages();
+  timeline.render(2, input, {}, result);
+  EXPECT_EQ(messages().front(), "init");
+}
+
 TEST_F(Contract, InitialValuesAreNoEdits) {
   Filter filter(probe("Probe"));
   messages();

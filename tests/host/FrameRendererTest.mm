@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -94,6 +95,16 @@ TEST_F(FrameRendererCalls, AsksForAContextOfItsRendererOnce) {
       ElementsAre("CGLChoosePixelFormat([70, " + std::to_string(platform::kRendererRecording) + ", 8, 32, 0])",
                   "CGLCreateContext(?, null)", "CGLDestroyPixelFormat(?)", "CGLSetCurrentContext(?)",
                   "glGetIntegerv(34040, ?)", "glGetString(7937)", "glGetString(7939)", "CGLSetCurrentContext(null)"));
+}
+
+TEST_F(FrameRendererCalls, GivesTheImageAndTheContextBack) {
+  auto another = std::make_unique<FrameRenderer>(platform::kRendererRecording);
+  another->render(filter, bytes(3, 2), 0.0, {});
+  trace.takeCalls();
+  another.reset();
+  const std::vector<std::string> calls = test::TraceText()(trace.takeCalls());
+  EXPECT_EQ(std::count(calls.begin(), calls.end(), "CGLDestroyPBuffer(?)"), 1);
+  EXPECT_EQ(std::count(calls.begin(), calls.end(), "CGLDestroyContext(?)"), 1);
 }
 
 TEST_F(FrameRendererCalls, MakesTheImagesForTheFirstFrame) {

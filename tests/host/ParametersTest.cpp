@@ -39,7 +39,8 @@ std::string complaint(const std::string &name, const std::vector<std::string> &l
 
 TEST(Parameters, TheNearestNameIsOfTheFewestEdits) {
   EXPECT_EQ(complaint("q", {"abcdefgh", "ab"}), "there is no parameter 'q'; the nearest is 'ab'");
-  EXPECT_EQ(complaint("glo", {"gxx", "grow"}), "there is no parameter 'glo'; the nearest is 'gxx'");
+  EXPECT_EQ(complaint("abcd", {"cdzz", "abxx"}), "there is no parameter 'abcd'; the nearest is 'abxx'");
+  EXPECT_EQ(complaint("abcd", {"zabc", "abxd"}), "there is no parameter 'abcd'; the nearest is 'abxd'");
   EXPECT_EQ(complaint("glow", {"gxxx", "weight of the glow"}),
             "there is no parameter 'glow'; the nearest is 'weight-of-the-glow'")
       << "what holds the name is near, however long it is";
@@ -61,6 +62,26 @@ TEST(Parameters, WhatIsNoNumberBecomesTheDefault) {
   tint.defaultValue = {0.25, 0.5, 0.75};
   EXPECT_EQ(nearestLegal(tint, {nan, nan, nan}), tint.defaultValue);
   EXPECT_EQ(nearestLegal(tint, {0.1, nan, 0.2}), (ParameterValue{0.1, 0.5, 0.2}));
+}
+
+TEST(Parameters, ACurveTakesThePlaceOfWhatWasSet) {
+  ParameterSet set({parameter("Amount"), parameter("Header", ParameterKind::Custom)});
+  const ParameterDeclaration &amount = set.named("amount");
+  set.set(amount, {0.5});
+  set.setCurve(amount, [](double time) { return ParameterValue{time / 10.0}; });
+  EXPECT_EQ(set.value(amount.id, 5.0)[0], 0.5);
+  ASSERT_EQ(set.keyframes(amount).size(), 1u);
+  EXPECT_EQ(set.keyframes(amount)[0].value[0], 0.0) << "at frame 0";
+  EXPECT_THROW(set.setCurve(set.declarations()[1], [](double) { return ParameterValue{}; }), HostError);
+}
+
+TEST(Parameters, TheCurveOfAKeyframeMaySwingByAHundred) {
+  Keyframe keyframe;
+  keyframe.ease = Ease::Bezier;
+  keyframe.curve = {0.5, 100.0, 0.5, -100.0};
+  EXPECT_EQ(refusalOf(keyframe), "");
+  keyframe.curve[3] = -100.5;
+  EXPECT_EQ(refusalOf(keyframe), "y1 and y2 of its curve have to be in -100..100");
 }
 
 }  // namespace

@@ -108,5 +108,16 @@ TEST(Image, ReshapingKeepsTheMemoryThatFits) {
   EXPECT_EQ(image.asBytes().size(), 4u);
 }
 
+TEST(Image, IsTurnedUpsideDown) {
+  Image bytes = Image::bytes(1, 3, Alpha::Premultiplied);
+  bytes.asBytes() = {1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3};
+  flipRows(bytes);
+  EXPECT_EQ(bytes.asBytes(), (Image::Bytes{3, 3, 3, 3, 2, 2, 2, 2, 1, 1, 1, 1}));
+  Image floats = Image::floats(2, 2, Alpha::Premultiplied);
+  floats.asFloats() = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
+  flipRows(floats);
+  EXPECT_EQ(floats.asFloats(), (Image::Floats{9, 10, 11, 12, 13, 14, 15, 16, 1, 2, 3, 4, 5, 6, 7, 8}));
+}
+
 }  // namespace
 }  // namespace pyrelux

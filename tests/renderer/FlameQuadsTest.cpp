@@ -153,6 +153,12 @@ TEST_F(FlameQuadsTest, CopiesWithoutWeightAreSkipped) {
   EXPECT_EQ(numberArgument(calls[1], 0), static_cast<float>(intensity * ramp.evaluate(tongue.stepPos[1]).red));
 }
 
+TEST_F(FlameQuadsTest, CopiesWithTheLeastWeightAreDrawn) {
+  WholeTongue tongue = stillTongue(2);
+  tongue.stepWeight[0] = 1e-5;
+  EXPECT_EQ(draw(tongue).size(), 2u + 2u * 9u);
+}
+
 TEST_F(FlameQuadsTest, ATongueOfSkippedCopiesIsStillAPrimitive) {
   WholeTongue tongue = stillTongue(3);
   for (double &weight : tongue.stepWeight) weight = 0.0;
