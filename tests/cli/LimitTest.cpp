@@ -15,6 +15,15 @@ class Limit : public CliTest {
  protected:
   Limit() { save(path("title.png"), titlePng(testWidth, testHeight)); }
 
+  /// A sanitizer reserves terabytes of addresses and opens files of its own.
+  static bool isSanitized() {
+#ifdef __SANITIZE_ADDRESS__
+    return true;
+#else
+    return false;
+#endif
+  }
+
   /// The command line through a shell that puts it into `script` where "$@" stands.
   Result inShell(const std::string &script, const Words &arguments) const {
     Command command = commandOf(arguments);
@@ -38,6 +47,7 @@ TEST_F(Limit, TheWayToAFarFrameIsToldOfAndEndsBySignals) {
 }
 
 TEST_F(Limit, OfMemoryRefusesH265BeforeItsLibraryCrashes) {
+  if (isSanitized()) GTEST_SKIP() << "a sanitizer does not fit under the limit";
   const Result result = inShell("ulimit -v 400000; exec \"$@\"",
                                 renderWords("title.png", "fire.mp4", {"--codec", "h265", "--frames", "1-2"}));
   expectRefusal(result, {"fire.mp4", "h265 needs", "megabytes of memory", "ulimit -v"});
@@ -46,6 +56,7 @@ TEST_F(Limit, OfMemoryRefusesH265BeforeItsLibraryCrashes) {
 }
 
 TEST_F(Limit, OfMemoryForThreadsIsToldWithTheRemedy) {
+  if (isSanitized()) GTEST_SKIP() << "a sanitizer does not fit under the limit";
   // Enough for the libraries, and not for the stack of a thread of 8 GB.
   const Result result = inShell("ulimit -v 3000000; ulimit -s 8000000; exec \"$@\"",
                                 renderWords("title.png", "fire.png", {"--frames", "1"}));
@@ -63,6 +74,7 @@ TEST_F(Limit, OfTheStackIsRaisedOrTold) {
 }
 
 TEST_F(Limit, OfDescriptorsIsNoMatterOfTheInput) {
+  if (isSanitized()) GTEST_SKIP() << "a sanitizer does not fit under the limit";
   // With 3 there is no starting. What runs the test may have left descriptors open.
   for (const char *descriptors : {"4", "5", "6"}) {
     const Result result = inShell("exec 3>&- 4>&- 5>&-; ulimit -n " + std::string(descriptors) + "; exec \"$@\"",
