@@ -107,6 +107,20 @@ TEST_F(FrameRendererCalls, GivesTheImageAndTheContextBack) {
   EXPECT_EQ(std::count(calls.begin(), calls.end(), "CGLDestroyContext(?)"), 1);
 }
 
+TEST_F(FrameRendererCalls, GivesAnImageBackOnceThoughTheNextCannotBeMade) {
+  auto another = std::make_unique<FrameRenderer>(platform::kRendererRecording);
+  another->render(filter, bytes(3, 2), 0.0, {});
+  trace.takeCalls();
+  {
+    Refusals refused;
+    refused.pbuffer = true;
+    EXPECT_THROW(another->render(filter, bytes(4, 2), 0.0, {}), HostError);
+  }
+  another.reset();
+  const std::vector<std::string> calls = test::TraceText()(trace.takeCalls());
+  EXPECT_EQ(std::count(calls.begin(), calls.end(), "CGLDestroyPBuffer(?)"), 1);
+}
+
 TEST_F(FrameRendererCalls, MakesTheImagesForTheFirstFrame) {
   const auto [before, after] = render(bytes(3, 2));
   EXPECT_EQ(before, joined({{"CGLSetCurrentContext(?)", "glGenTextures(1, ?)", "glBindTexture(34037, 1)"},

@@ -80,7 +80,7 @@ TEST_P(Host, FindsTheFiltersOfAPropertyListWithoutLoadingThem) {
   EXPECT_EQ(info.uuid, "P-1");
   EXPECT_EQ(info.version, "2.5");
   EXPECT_EQ(fs::path(info.bundlePath).filename(), "ProbeFilters.bundle");
-  EXPECT_EQ(findFilters({PYRELUX_PROBE_BUNDLES}).size(), 14u) << "the generator is no filter";
+  EXPECT_EQ(findFilters({PYRELUX_PROBE_BUNDLES}).size(), 15u) << "the generator is no filter";
 }
 
 TEST_P(Host, SearchesFoldersInOrderAndSkipsWhatIsNoBundle) {
@@ -273,6 +273,7 @@ TEST_P(Host, TellsTheFilterWhatItsImagesAre) {
   EXPECT_EQ(drawn.height(), 2);
   EXPECT_EQ(reported(@"inputDepth"), 8);
   EXPECT_EQ(reported(@"renderDepth"), kFxDepth_UINT8);
+  EXPECT_EQ(reported(@"outputDepth"), 8);
   EXPECT_EQ(reported(@"inputPremultiplied"), 1);
   EXPECT_EQ(reported(@"inputChannels"), 4);
   EXPECT_EQ(reported(@"inputPixelFormat"), kFxPixelFormat_RGBA);
@@ -296,6 +297,7 @@ TEST_P(Host, TellsTheFilterWhatItsImagesAre) {
   renderer.render(filter, smallInput(true), 0, settings);
   EXPECT_EQ(reported(@"inputDepth"), 32);
   EXPECT_EQ(reported(@"renderDepth"), kFxDepth_FLOAT16);
+  EXPECT_EQ(reported(@"outputDepth"), 16);
   EXPECT_EQ(reported(@"outputOrigin"), kFxImageOrigin_TOP_LEFT);
   EXPECT_EQ(reported(@"y"), 0.875) << "the point counts from the first row, which is the top";
 }
@@ -377,6 +379,7 @@ TEST_P(Host, SaysWhatAFilterDidWrongAndGoesOn) {
   EXPECT_EQ(reported(@"cleanups"), cleanups + 1) << "a frame that raised is cleaned up after";
   EXPECT_EQ(rendering("Erroneous"), "OpenGL reports error 0x0500 after the frame");
   EXPECT_EQ(rendering("Software"), "the filter 'Software' does not render with OpenGL");
+  EXPECT_EQ(rendering("Raising Last"), "the filter 'Raising Last' raised an exception");
   EXPECT_EQ(rendering("Vague"), "the filter 'Vague' does not render with OpenGL");
   EXPECT_EQ(rendering("Sizeless"), "the filter 'Sizeless' gives no output size");
   EXPECT_EQ(rendering("Probe"), "nothing thrown") << "the renderer is fit for the next filter";

@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "HostError.h"
+#include "ParameterText.h"
 
 namespace pyrelux::host {
 namespace {
@@ -41,6 +42,9 @@ TEST(Parameters, TheNearestNameIsOfTheFewestEdits) {
   EXPECT_EQ(complaint("q", {"abcdefgh", "ab"}), "there is no parameter 'q'; the nearest is 'ab'");
   EXPECT_EQ(complaint("abcd", {"cdzz", "abxx"}), "there is no parameter 'abcd'; the nearest is 'abxx'");
   EXPECT_EQ(complaint("abcd", {"zabc", "abxd"}), "there is no parameter 'abcd'; the nearest is 'abxd'");
+  EXPECT_EQ(complaint("abcx", {"abzz", "abc"}), "there is no parameter 'abcx'; the nearest is 'abc'");
+  EXPECT_EQ(complaint("glow", {"glxx", "weight of the glow"}),
+            "there is no parameter 'glow'; the nearest is 'weight-of-the-glow'");
   EXPECT_EQ(complaint("glow", {"gxxx", "weight of the glow"}),
             "there is no parameter 'glow'; the nearest is 'weight-of-the-glow'")
       << "what holds the name is near, however long it is";
@@ -55,6 +59,14 @@ TEST(Parameters, WhatIsOutOfRangeBecomesTheNearestValue) {
   }
   EXPECT_EQ(nearestLegal(parameter("Count", ParameterKind::Integer), {2.6})[0], 3.0);
   EXPECT_EQ(nearestLegal(parameter("Tint", ParameterKind::Colour), {-1.0, 0.5, 2.0}), (ParameterValue{0.0, 0.5, 1.0}));
+}
+
+TEST(Parameters, AMenusValueIsWrittenAsItsEntry) {
+  ParameterDeclaration menu = parameter("Mode", ParameterKind::Popup);
+  menu.entries = {"First", "Second"};
+  EXPECT_EQ(formatValue(menu, {0.0}), "First");
+  EXPECT_EQ(formatValue(menu, {1.0}), "Second");
+  EXPECT_EQ(formatValue(menu, {2.0}), "2");
 }
 
 TEST(Parameters, WhatIsNoNumberBecomesTheDefault) {

@@ -168,6 +168,7 @@ static void note(NSString *name, double value) {
   note(@"answersWrongKind", [api getFloatValue:&wrong fromParm:4 atTime:0]);
   note(@"time", info.frame);
   note(@"sharesContext", info.sharedContext == CGLGetCurrentContext());
+  note(@"outputDepth", [output depth]);
   note(@"outputType", [output imageType]);
   note(@"outputOrigin", [output origin]);
   note(@"inputWidth", [input width]);
@@ -297,6 +298,17 @@ static void note(NSString *name, double value) {
   *hardware = NO;
   return YES;
 }
+- (BOOL)frameCleanup {
+  [super frameCleanup];
+  [NSException raise:@"ProbeException" format:@"on purpose"];
+  return YES;
+}
+@end
+
+/// Raises in clean-up alone.
+@interface RaisingLastFilter : ProbeFilter
+@end
+@implementation RaisingLastFilter
 - (BOOL)frameCleanup {
   [super frameCleanup];
   [NSException raise:@"ProbeException" format:@"on purpose"];
