@@ -80,7 +80,7 @@ class Mlt {
 
  private:
   static void initialise() {
-#ifdef __SANITIZE_ADDRESS__
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     // mlt_repository_init() makes a list that MLT never frees.
     const __lsan::ScopedDisabler unwatched;
 #endif
