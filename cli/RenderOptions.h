@@ -20,16 +20,16 @@ struct RenderOptions {
   std::optional<std::string> testPattern;  ///< one of testPatternNames()
   std::optional<std::string> font;         ///< of the text; otherwise its default
   std::optional<std::string> textColour;   ///< otherwise white
-  std::optional<std::string> size;         ///< of what is drawn, WIDTHxHEIGHT; otherwise 1920x1080
+  std::optional<std::string> size;         ///< of what is drawn, WIDTHxHEIGHT; otherwise over's, or 1920x1080
   std::string output;
   std::string codec;                       ///< empty for the usual one of the output's extension
-  std::optional<std::string> alpha;        ///< one of alphaNames(); otherwise the codec's custom
+  std::optional<std::string> alpha;        ///< straight, exact, premultiplied or none; otherwise the codec's custom
   std::optional<double> density;           ///< 0..1, see Delivery; otherwise 0
   std::optional<std::string> over;         ///< a colour or a file; otherwise nothing, or black where there is no alpha
   std::optional<std::string> overFit;      ///< cover, contain, stretch or none; otherwise over's size is the output's
   bool overLoop = false;                   ///< repeat the background
-  std::optional<std::string> frames;       ///< otherwise all of the input's, or a default for stills
-  std::optional<std::string> fps;          ///< otherwise the input's, or 24
+  std::optional<std::string> frames;       ///< otherwise all of the input's or of over's, or a default for stills
+  std::optional<std::string> fps;          ///< otherwise over's, the input's, or 24
   std::optional<std::string> preset;       ///< a look's name
   std::optional<std::string> project;      ///< a file of settings; they win over the preset
   std::optional<std::string> saveProject;  ///< a file for the settings that are in force

@@ -4,7 +4,8 @@
 
 namespace pyrelux::cli {
 
-/// The options of a command line do not go together. what() is one sentence without a final stop.
+/// A command line that cannot be followed: options that do not go together, or a word that an option does not take.
+/// what() is one sentence without a final stop.
 class UsageError : public ValueError {
   using ValueError::ValueError;
 };

@@ -236,6 +236,15 @@ TEST_F(Contract, CurvesOfAWholeSetAreTaken) {
   EXPECT_EQ(filter.parameters().value(2, 5.0)[0], 0.5);
 }
 
+TEST_F(Contract, AnInputMayBeAsLargeAsTextures) {
+  Filter filter(probe("Probe"));
+  for (const auto &[width, height] : {std::pair{16384, 1}, {1, 16384}}) {
+    const Image drawn = renderer.render(filter, Image::bytes(width, height, Alpha::Premultiplied), 0.0, {});
+    EXPECT_EQ(drawn.width(), width);
+    EXPECT_EQ(drawn.height(), height);
+  }
+}
+
 TEST_F(Contract, AfterAFrameThatFailedTheWayIsGoneThroughAgain) {
   Filter filter(probe("Probe"));
   Timeline timeline(filter, renderer, 1);

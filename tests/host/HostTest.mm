@@ -358,16 +358,6 @@ TEST_P(Host, RefusesAnInputLargerThanTextures) {
             std::string::npos);
 }
 
-TEST_P(Host, TakesAnInputAsLargeAsTextures) {
-  if (std::string(GetParam()) != "soft") GTEST_SKIP() << "the others have other limits";
-  Filter filter(probe("Probe"));
-  for (const auto &[width, height] : {std::pair{16384, 1}, {1, 16384}}) {
-    const Image drawn = renderer.render(filter, Image::bytes(width, height, Alpha::Premultiplied), 0, {});
-    EXPECT_EQ(drawn.width(), width);
-    EXPECT_EQ(drawn.height(), height);
-  }
-}
-
 TEST_P(Host, SaysWhatAFilterDidWrongAndGoesOn) {
   const auto rendering = [&](const char *name) {
     Filter filter(probe(name));

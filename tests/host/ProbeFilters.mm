@@ -286,8 +286,19 @@ static void note(NSString *name, double value) {
 }
 @end
 
+/// Raises in clean-up alone.
+@interface RaisingLastFilter : ProbeFilter
+@end
+@implementation RaisingLastFilter
+- (BOOL)frameCleanup {
+  [super frameCleanup];
+  [NSException raise:@"ProbeException" format:@"on purpose"];
+  return YES;
+}
+@end
+
 /// Renders in software only, and raises in clean-up.
-@interface RaisingAfterFilter : ProbeFilter
+@interface RaisingAfterFilter : RaisingLastFilter
 @end
 @implementation RaisingAfterFilter
 - (BOOL)frameSetup:(FxRenderInfo)info
@@ -296,22 +307,6 @@ static void note(NSString *name, double value) {
           software:(BOOL *)software {
   [super frameSetup:info inputInfo:inputInfo hardware:hardware software:software];
   *hardware = NO;
-  return YES;
-}
-- (BOOL)frameCleanup {
-  [super frameCleanup];
-  [NSException raise:@"ProbeException" format:@"on purpose"];
-  return YES;
-}
-@end
-
-/// Raises in clean-up alone.
-@interface RaisingLastFilter : ProbeFilter
-@end
-@implementation RaisingLastFilter
-- (BOOL)frameCleanup {
-  [super frameCleanup];
-  [NSException raise:@"ProbeException" format:@"on purpose"];
   return YES;
 }
 @end

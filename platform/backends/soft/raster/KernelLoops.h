@@ -6,8 +6,7 @@
 //  - loadTexels (signed bytes, made wide), loadWords, storeWords, broadcastWords, + - &, addSaturated (unsigned),
 //    multiplyRounded: (a * b + 2^14) >> 15
 //  - loadTexels (kept in a register, as compilers would rather load twice what crosses two lines of the cache),
-//  loadFloats,
-//    storeFloats, broadcastFloats, - *, multiplyAdd(a, b, c): a * b + c, gatherFloats(row, taps)
+//    loadFloats, storeFloats, broadcastFloats, - *, multiplyAdd(a, b, c): a * b + c, gatherFloats(row, taps)
 //  - for both, sampleNarrow(row, columns, x): what a narrow table gives for the lanes from pixel x on
 
 /// a towards b by a fraction of 1/128 of 1/256: a + ((f * (b - a) + 128) >> 8).
