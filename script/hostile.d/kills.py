@@ -33,10 +33,10 @@ def run(trial):
     if r.random() < 0.3:
         output = r.choice(["out.mkv", "out.mp4", "out.mov"])
         words = ["render", "in.png", "-o", output, *more]
-        code = end(trial, start(trial, words), words, number)
+        end(trial, start(trial, words), words, number)
+        # A signal may also come after the movie got its name and before the program is gone: then every frame is there.
         if trial.path(output).exists():
-            trial.require(code >= 0, "a movie that was cut off has its name")
-            again, _, _ = trial.run("render", output, "-o", "look.png", "--frames", "1", "--quiet", *QUICK)
+            again, _, _ = trial.run("render", output, "-o", "look.png", "--frames", str(FRAMES), "--quiet", *QUICK)
             trial.requireCode(again, {0})
         return
     words = ["render", "in.png", "-o", "out.%d.png", *more, "--resume"]
