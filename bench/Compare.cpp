@@ -72,7 +72,7 @@ double milliseconds(std::chrono::steady_clock::time_point start) {
   return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 
-/// Draws one scene with one renderer, and says how long that took.
+/// Draws one scene with one backend, and says how long that took.
 class Drawer {
  public:
   virtual ~Drawer() = default;
@@ -81,10 +81,10 @@ class Drawer {
 
 class FlameDrawer : public Drawer {
  public:
-  FlameDrawer(const Scene &scene, std::int32_t rendererId, int tongues)
+  FlameDrawer(const Scene &scene, std::int32_t backendId, int tongues)
       : snapshot_(snapshotOf(scene)),
         tongues_(tongues ? tongues : scene.tongues),
-        context_(rendererId, scene.bits == 16, scene.width, scene.height) {
+        context_(backendId, scene.bits == 16, scene.width, scene.height) {
     const double w = scene.width, h = scene.height;
     geometry_ = {w, h, w, h, w, h, w, h, 0, w / h};
     context_.upload(bench::makePicture(scene.picture, scene.width, scene.height));
@@ -114,9 +114,9 @@ class FlameDrawer : public Drawer {
 
 class FrameDrawer : public Drawer {
  public:
-  FrameDrawer(const Scene &scene, std::int32_t rendererId)
+  FrameDrawer(const Scene &scene, std::int32_t backendId)
       : filter_(host::findFilter({PYRELUX_BENCH_BUNDLES})),
-        renderer_(rendererId),
+        renderer_(backendId),
         input_(bench::makePicture(scene.picture, scene.width, scene.height)) {
     settings_.floatOutput = scene.bits == 16;
     set("color-depth", settings_.floatOutput ? 1 : 0);
@@ -141,9 +141,9 @@ class FrameDrawer : public Drawer {
   Image frame_;
 };
 
-std::unique_ptr<Drawer> makeDrawer(const Scene &scene, std::int32_t rendererId, int tongues) {
-  if (scene.wholeFrame) return std::make_unique<FrameDrawer>(scene, rendererId);
-  return std::make_unique<FlameDrawer>(scene, rendererId, tongues);
+std::unique_ptr<Drawer> makeDrawer(const Scene &scene, std::int32_t backendId, int tongues) {
+  if (scene.wholeFrame) return std::make_unique<FrameDrawer>(scene, backendId);
+  return std::make_unique<FlameDrawer>(scene, backendId, tongues);
 }
 
 double median(std::vector<double> values) {
@@ -151,11 +151,11 @@ double median(std::vector<double> values) {
   return values[values.size() / 2];
 }
 
-/// Both renderers by turns: Mesa once, ours a few times, as it is so much faster.
+/// Both backends by turns: Mesa once, ours a few times, as it is so much faster.
 Json measure(const Scene &scene, int rounds) {
   constexpr int oursInARound = 5;
-  const auto mesa = makeDrawer(scene, platform::kRendererMesa, scene.mesaTongues);
-  const auto ours = makeDrawer(scene, platform::kRendererSoft, 0);
+  const auto mesa = makeDrawer(scene, platform::kBackendMesa, scene.mesaTongues);
+  const auto ours = makeDrawer(scene, platform::kBackendSoft, 0);
   ours->draw();
   std::vector<double> mesaTimes, ourTimes;
   for (int round = 0; round < rounds; ++round) {
@@ -225,8 +225,8 @@ int main(int argc, char **argv) {
   app.add_flag("--append", append, "Go on with the table in the file that --json names")->needs(json);
   CLI11_PARSE(app, argc, argv);
 
-  const host::FrameRenderer soft(platform::kRendererSoft);
-  const host::FrameRenderer mesa(platform::kRendererMesa);
+  const host::FrameRenderer soft(platform::kBackendSoft);
+  const host::FrameRenderer mesa(platform::kBackendMesa);
   Json document;
   if (append) {
     std::ifstream(jsonPath) >> document;

@@ -11,22 +11,22 @@
 
 namespace pyrelux::bench {
 
-/// A context of a renderer, current while this exists, drawing into a surface of its own when it is given a size.
+/// A context of a backend, current while this exists, drawing into a surface of its own when it is given a size.
 class BenchContext {
  public:
-  explicit BenchContext(std::int32_t rendererId, bool floats = false, int width = 0, int height = 0) {
+  explicit BenchContext(std::int32_t backendId, bool floats = false, int width = 0, int height = 0) {
     CGLPixelFormatAttribute attributes[6] = {};
     int count = 0;
     const auto add = [&](int attribute) { attributes[count++] = static_cast<CGLPixelFormatAttribute>(attribute); };
     add(kCGLPFARendererID);
-    add(rendererId);
+    add(backendId);
     add(kCGLPFAColorSize);
     add(floats ? 64 : 32);
     if (floats) add(kCGLPFAColorFloat);
     CGLPixelFormatObj format = nullptr;
     GLint formats = 0;
     CGLChoosePixelFormat(attributes, &format, &formats);
-    if (!format || CGLCreateContext(format, nullptr, &context_)) throw std::runtime_error("the renderer is not here");
+    if (!format || CGLCreateContext(format, nullptr, &context_)) throw std::runtime_error("the backend is not here");
     CGLDestroyPixelFormat(format);
     CGLSetCurrentContext(context_);
     if (width == 0) return;

@@ -2,11 +2,11 @@
 
 #include <benchmark/benchmark.h>
 
+#include "BackendChoice.h"
 #include "Bundles.h"
 #include "Filter.h"
 #include "FrameRenderer.h"
 #include "Pictures.h"
-#include "Renderers.h"
 
 namespace {
 
@@ -15,7 +15,7 @@ using namespace pyrelux;
 /// Arguments: width, height, bits.
 void wholeFrame(benchmark::State &state, const char *backend) {
   host::Filter filter(host::findFilter({PYRELUX_BENCH_BUNDLES}));
-  host::FrameRenderer renderer(host::chooseRenderer(backend));
+  host::FrameRenderer renderer(host::chooseBackend(backend));
   const Image input =
       bench::makePicture(bench::Picture::Title, static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
   host::FrameSettings settings;

@@ -1,4 +1,4 @@
-// The filter's own work: path, ramp and quads, drawn by a renderer that draws nothing.
+// The filter's own work: path, ramp and quads, drawn by a backend that draws nothing.
 
 #include <benchmark/benchmark.h>
 
@@ -34,13 +34,13 @@ Snapshot defaults() {
 
 /// Arguments: tongues, steps.
 void flameWithoutGL(benchmark::State &state) {
-  const bench::BenchContext context(platform::kRendererNull);
+  const bench::BenchContext context(platform::kBackendNull);
   Snapshot snapshot = defaults();
   snapshot.tongues = static_cast<double>(state.range(0));
   snapshot.steps = static_cast<double>(state.range(1));
   const FrameGeometry geometry{1920, 1080, 1920, 1080, 1920, 1080, 1920, 1080, 0, 1920.0 / 1080.0};
   double oldFrame = 0, turbulencePhase = 0, wigglePhase = 0, time = 0;
-  const std::uint64_t before = platform::nullRendererQuads();
+  const std::uint64_t before = platform::nullBackendQuads();
   for (auto _ : state) {
     const ColourRamp ramp = makeFlameRamp(snapshot.inner, snapshot.centre, snapshot.outer);
     const FlamePath path(snapshot, time, {oldFrame, turbulencePhase, wigglePhase});
@@ -49,7 +49,7 @@ void flameWithoutGL(benchmark::State &state) {
     time += 1;
   }
   state.counters["quads"] =
-      static_cast<double>(platform::nullRendererQuads() - before) / static_cast<double>(state.iterations());
+      static_cast<double>(platform::nullBackendQuads() - before) / static_cast<double>(state.iterations());
 }
 BENCHMARK(flameWithoutGL)->Args({6, 40})->Args({50, 300})->Unit(benchmark::kMillisecond);
 

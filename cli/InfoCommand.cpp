@@ -1,10 +1,10 @@
 #include <iostream>
 
+#include "BackendChoice.h"
 #include "Commands.h"
 #include "Filter.h"
 #include "FrameRenderer.h"
 #include "HostError.h"
-#include "Renderers.h"
 
 namespace pyrelux::cli {
 
@@ -12,9 +12,9 @@ int info(const std::string &backend) {
   int exitCode = 0;
   std::cout << "version:   " PYRELUX_VERSION "\n";
   try {
-    const std::int32_t rendererId = host::chooseRenderer(backend);
-    const host::FrameRenderer renderer(rendererId);
-    std::cout << "backend:   " << host::rendererName(rendererId) << "\n"
+    const std::int32_t backendId = host::chooseBackend(backend);
+    const host::FrameRenderer renderer(backendId);
+    std::cout << "backend:   " << host::backendName(backendId) << "\n"
               << "renderer:  " << renderer.description() << "\n";
   } catch (const host::HostError &error) {
     std::cout << "backend:   none: " << error.what() << "\n";

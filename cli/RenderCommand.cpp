@@ -1,5 +1,6 @@
 #include <optional>
 
+#include "BackendChoice.h"
 #include "Commands.h"
 #include "Filter.h"
 #include "FrameList.h"
@@ -17,7 +18,6 @@
 #include "RenderInput.h"
 #include "RenderOutput.h"
 #include "RenderRecord.h"
-#include "Renderers.h"
 #include "RunUpNotice.h"
 #include "Timeline.h"
 #include "UsageError.h"
@@ -52,15 +52,14 @@ int render(const RenderOptions &given) {
   media::OutputFormat format = chooseFormat(options, input, background, frames, bits);
   if (background) background->prepare({input.width, input.height, input.pixelAspect}, format.frameRate);
 
-  const std::int32_t rendererId = host::chooseRenderer(options.backend);
-  host::FrameRenderer renderer(rendererId);
-  if (options.verbose)
-    say(std::string("drawing with ") + host::rendererName(rendererId) + ": " + renderer.description());
+  const std::int32_t backendId = host::chooseBackend(options.backend);
+  host::FrameRenderer renderer(backendId);
+  if (options.verbose) say(std::string("drawing with ") + host::backendName(backendId) + ": " + renderer.description());
   host::FrameSettings settings;
   settings.floatOutput = drawBits == 16;
   settings.pixelAspect = input.pixelAspect;
 
-  format.record = recordOf(options, background, filter.parameters(), settings, rendererId, bits);
+  format.record = recordOf(options, background, filter.parameters(), settings, backendId, bits);
   std::optional<Manifest> manifest;
   std::string writtenOrigin;
   if (isSequence) {

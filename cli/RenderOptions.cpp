@@ -2,11 +2,11 @@
 
 #include <CLI/CLI.hpp>
 
+#include "BackendChoice.h"
 #include "Choices.h"
 #include "Media.h"
 #include "Presets.h"
 #include "Progress.h"
-#include "Renderers.h"
 #include "TestPattern.h"
 
 namespace pyrelux::cli {
@@ -216,7 +216,7 @@ void addBackendOption(CLI::App &command, std::string &backend) {
               "What draws: auto (a GPU where there is one, else soft), gpu, mesa (Mesa's software renderer), soft "
               "(our own, on the processor), egl (a GPU, else mesa)")
           ->group(drawingGroup);
-  takesOneOf(option, host::rendererNames(), "NAME");
+  takesOneOf(option, host::backendNames(), "NAME");
 }
 
 void addRenderOptions(CLI::App &command, RenderOptions &options) {

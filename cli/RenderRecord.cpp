@@ -5,8 +5,8 @@
 #include <nlohmann/json.hpp>
 #include <vector>
 
+#include "BackendChoice.h"
 #include "Project.h"
-#include "Renderers.h"
 
 namespace fs = std::filesystem;
 
@@ -28,9 +28,9 @@ std::int64_t lastChange(const std::vector<std::string> &files) {
 }  // namespace
 
 std::string recordOf(const RenderOptions &options, const Background *background, const host::ParameterSet &parameters,
-                     const host::FrameSettings &settings, std::int32_t rendererId, int bits) {
+                     const host::FrameSettings &settings, std::int32_t backendId, int bits) {
   nlohmann::ordered_json json = {{"pyrelux", PYRELUX_VERSION},
-                                 {"renderer", host::rendererName(rendererId)},
+                                 {"renderer", host::backendName(backendId)},
                                  {"pixelAspect", settings.pixelAspect},
                                  {"bits", bits}};
   if (options.inputAlpha) json["inputAlpha"] = *options.inputAlpha;

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "BackendChoice.h"
 #include "Commands.h"
 #include "Filter.h"
 #include "Fit.h"
@@ -17,7 +18,6 @@
 #include "ProjectFile.h"
 #include "RenderInput.h"
 #include "RenderOutput.h"
-#include "Renderers.h"
 #include "RunUpNotice.h"
 #include "Sheet.h"
 #include "Timeline.h"
@@ -159,7 +159,7 @@ int drawSheet(const SheetOptions &given) {
       chooseFrame(options, std::to_string(cells.back().frame), input, background);
     }
 
-  host::FrameRenderer renderer(host::chooseRenderer(options.backend));
+  host::FrameRenderer renderer(host::chooseBackend(options.backend));
   host::FrameSettings settings;
   settings.pixelAspect = input.pixelAspect;
   const Interruption interruption;

@@ -171,9 +171,9 @@ class Caller {
     std::vector<CGLPixelFormatAttribute> attributes;
     if (!bytes_.chance(16)) {
       attributes.push_back(kCGLPFARendererID);
-      // The renderers that draw nothing check nothing either.
-      const GLint renderer = bytes_.chance(16) ? pyrelux::platform::kRendererGPU : pyrelux::platform::kRendererSoft;
-      attributes.push_back(static_cast<CGLPixelFormatAttribute>(renderer));
+      // The backends that draw nothing check nothing either.
+      const GLint backend = bytes_.chance(16) ? pyrelux::platform::kBackendGPU : pyrelux::platform::kBackendSoft;
+      attributes.push_back(static_cast<CGLPixelFormatAttribute>(backend));
     }
     if (bytes_.chance(2)) attributes.push_back(kCGLPFAColorFloat);
     while (bytes_.chance(4)) attributes.push_back(static_cast<CGLPixelFormatAttribute>(bytes_.byte()));

@@ -78,7 +78,7 @@ class Painter {
 
   CGLContextObj makeContext(CGLContextObj share) const {
     const CGLPixelFormatAttribute bytes[] = {
-        kCGLPFARendererID, static_cast<CGLPixelFormatAttribute>(pyrelux::platform::kRendererSoft),
+        kCGLPFARendererID, static_cast<CGLPixelFormatAttribute>(pyrelux::platform::kBackendSoft),
         static_cast<CGLPixelFormatAttribute>(floats_ ? kCGLPFAColorFloat : 0), static_cast<CGLPixelFormatAttribute>(0)};
     CGLPixelFormatObj format = nullptr;
     GLint count = 0;

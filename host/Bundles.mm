@@ -108,7 +108,7 @@ std::vector<std::string> defaultSearchPath() {
 }
 
 std::vector<FilterInfo> findFilters(const std::vector<std::string> &searchPath) {
-  const std::lock_guard<std::mutex> turn(platform::filterTurn());
+  const std::lock_guard<std::mutex> lock(platform::filterMutex());
   const AutoreleasePool pool;
   std::vector<FilterInfo> filters;
   for (const std::string &folder : searchPath)

@@ -79,7 +79,7 @@ Declared Filter::Objects::makeFilter(Class filterClass, const std::string &name)
 }
 
 Filter::Filter(const FilterInfo &info) : info_(info), objects_(std::make_unique<Objects>()) {
-  const std::lock_guard<std::mutex> turn(platform::filterTurn());
+  const std::lock_guard<std::mutex> lock(platform::filterMutex());
   const AutoreleasePool pool;
   NSBundle *bundle = loadBundle(info);
   Class filterClass = [bundle classNamed:toNSString(info.className)];
@@ -102,7 +102,7 @@ Filter::Filter(const FilterInfo &info) : info_(info), objects_(std::make_unique<
 }
 
 Filter::~Filter() {
-  const std::lock_guard<std::mutex> turn(platform::filterTurn());
+  const std::lock_guard<std::mutex> lock(platform::filterMutex());
   const AutoreleasePool pool;
   objects_.reset();
 }
@@ -117,7 +117,7 @@ void Filter::editKeyframes(const ParameterDeclaration &parameter, const std::vec
 
 template <typename Change>
 void Filter::change(const ParameterDeclaration &parameter, Change change) {
-  const std::lock_guard<std::mutex> turn(platform::filterTurn());
+  const std::lock_guard<std::mutex> lock(platform::filterMutex());
   const AutoreleasePool pool;
   const std::uint64_t before = parameters_->revision();
   change();
@@ -135,7 +135,7 @@ void Filter::edit(const ParameterSet &parameters) {
 }
 
 void Filter::restart() {
-  const std::lock_guard<std::mutex> turn(platform::filterTurn());
+  const std::lock_guard<std::mutex> lock(platform::filterMutex());
   const AutoreleasePool pool;
   // What it declares is what the first one declared.
   objects_->makeFilter([objects_->filter class], nameOf(info_));

@@ -23,8 +23,8 @@ struct FrameSettings {
 /// others wait; no context is left current.
 class FrameRenderer {
  public:
-  /// `rendererId` as chooseRenderer() gives it. Throws HostError when it gives no context.
-  explicit FrameRenderer(std::int32_t rendererId);
+  /// `backendId` as chooseBackend() gives it. Throws HostError when it gives no context.
+  explicit FrameRenderer(std::int32_t backendId);
   ~FrameRenderer();
   FrameRenderer(const FrameRenderer &) = delete;
   FrameRenderer &operator=(const FrameRenderer &) = delete;

@@ -26,12 +26,12 @@ namespace {
 constexpr int framesPerContext = 1000;
 
 /// A context of the renderer that draws into surfaces of a depth, sharing with `share` (may be null).
-CGLContextObj createContext(std::int32_t rendererId, bool floatComponents, CGLContextObj share) {
+CGLContextObj createContext(std::int32_t backendId, bool floatComponents, CGLContextObj share) {
   CGLPixelFormatAttribute attributes[6];
   int count = 0;
   const auto add = [&](int attribute) { attributes[count++] = static_cast<CGLPixelFormatAttribute>(attribute); };
   add(kCGLPFARendererID);
-  add(rendererId);
+  add(backendId);
   add(kCGLPFAColorSize);
   add(floatComponents ? 64 : 32);
   if (floatComponents) add(kCGLPFAColorFloat);
@@ -141,7 +141,7 @@ struct OutputSurface {
 };
 
 struct FrameRenderer::Resources {
-  std::int32_t rendererId = 0;
+  std::int32_t backendId = 0;
   OutputSurface outputs[2];  ///< 8-bit and half-float; made when first asked for
   GLuint input = 0;          ///< shared by both contexts
   GLint largestTexture = 0;
@@ -161,7 +161,7 @@ struct FrameRenderer::Resources {
   /// The same renderer's, with nothing in them.
   std::unique_ptr<Resources> madeAnew() const {
     auto fresh = std::make_unique<Resources>();
-    fresh->rendererId = rendererId;
+    fresh->backendId = backendId;
     fresh->largestTexture = largestTexture;
     fresh->readsInverted = readsInverted;
     return fresh;
@@ -169,7 +169,7 @@ struct FrameRenderer::Resources {
 
   OutputSurface &output(bool floatComponents) {
     OutputSurface &chosen = outputs[floatComponents];
-    if (!chosen.context) chosen.context = createContext(rendererId, floatComponents, outputs[!floatComponents].context);
+    if (!chosen.context) chosen.context = createContext(backendId, floatComponents, outputs[!floatComponents].context);
     return chosen;
   }
 
@@ -227,9 +227,9 @@ struct FrameRenderer::Resources {
   }
 };
 
-FrameRenderer::FrameRenderer(std::int32_t rendererId) : resources_(std::make_unique<Resources>()) {
-  const std::lock_guard<std::mutex> turn(platform::filterTurn());
-  resources_->rendererId = rendererId;
+FrameRenderer::FrameRenderer(std::int32_t backendId) : resources_(std::make_unique<Resources>()) {
+  const std::lock_guard<std::mutex> lock(platform::filterMutex());
+  resources_->backendId = backendId;
   const CurrentFor current(resources_->output(false).context);
   glGetIntegerv(GL_MAX_RECTANGLE_TEXTURE_SIZE_EXT, &resources_->largestTexture);
   if (const GLubyte *text = glGetString(GL_RENDERER)) description_ = reinterpret_cast<const char *>(text);
@@ -239,7 +239,7 @@ FrameRenderer::FrameRenderer(std::int32_t rendererId) : resources_(std::make_uni
 }
 
 FrameRenderer::~FrameRenderer() {
-  const std::lock_guard<std::mutex> turn(platform::filterTurn());
+  const std::lock_guard<std::mutex> lock(platform::filterMutex());
   resources_.reset();
 }
 
@@ -251,7 +251,7 @@ Image FrameRenderer::render(Filter &filter, const Image &input, double timeFrame
 
 void FrameRenderer::render(Filter &filter, const Image &input, double timeFrames, const FrameSettings &settings,
                            Image &frame) {
-  const std::lock_guard<std::mutex> turn(platform::filterTurn());
+  const std::lock_guard<std::mutex> lock(platform::filterMutex());
   const AutoreleasePool pool;
   Filter::Objects &objects = *filter.objects_;
   [objects.retrieval setTopLeftOrigin:settings.origin == Origin::TopLeft];

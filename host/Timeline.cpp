@@ -33,7 +33,7 @@ class Sketch {
 }  // namespace
 
 Timeline::Timeline(Filter &filter, FrameRenderer &renderer, std::int64_t firstFrame)
-    : filter_(filter), renderer_(renderer), nothing_(platform::kRendererNull), firstFrame_(firstFrame) {}
+    : filter_(filter), renderer_(renderer), nothing_(platform::kBackendNull), firstFrame_(firstFrame) {}
 
 void Timeline::render(std::int64_t frame, const Image &input, const FrameSettings &settings, Image &result) {
   runUpTo(frame, settings);

@@ -3,9 +3,9 @@
 #include <cstdio>
 #include <new>
 
+#include "BackendChoice.h"
 #include "ColorDepth.h"
 #include "HostError.h"
-#include "Renderers.h"
 
 namespace pyrelux::adapters {
 
@@ -20,7 +20,7 @@ void Canvas::paint(const std::uint8_t *input, std::uint8_t *output, int width, i
   compose(fire_, composition == Composition::OverSource ? input : nullptr, output);
 }
 
-Effect::Effect(const host::FilterInfo &filter) : filter_(filter), renderer_(host::chooseRenderer("auto")) {
+Effect::Effect(const host::FilterInfo &filter) : filter_(filter), renderer_(host::chooseBackend("auto")) {
   filter_.parameters() = host::deepByDefault(filter_.parameters());
 }
 

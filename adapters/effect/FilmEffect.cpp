@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "BackendChoice.h"
 #include "ColorDepth.h"
-#include "Renderers.h"
 
 namespace pyrelux::adapters {
 
@@ -29,7 +29,7 @@ struct FilmEffect::Run {
 
 FilmEffect::FilmEffect(const host::FilterInfo &filter)
     : filter_(filter),
-      renderer_(host::chooseRenderer("auto")),
+      renderer_(host::chooseBackend("auto")),
       defaults_(parametersOf(filter)),
       parameters_(defaults_) {}
 

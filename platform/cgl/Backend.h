@@ -14,7 +14,7 @@ struct PixelFormat {
   int colorBits = 32;            ///< of a whole pixel
   bool floatComponents = false;  ///< half float with 64 color bits
   int depthBits = 0;
-  std::int32_t rendererId = 0;  ///< 0: any
+  std::int32_t backendId = 0;  ///< 0: any
 };
 
 /// The storage behind a pbuffer. Destroying it frees the storage, with whatever context is current.

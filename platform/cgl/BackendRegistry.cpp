@@ -7,17 +7,17 @@
 
 namespace pyrelux::platform {
 
-Backend *findBackend(std::int32_t rendererId) {
-  switch (rendererId) {
-    case kRendererGPU:
+Backend *findBackend(std::int32_t backendId) {
+  switch (backendId) {
+    case kBackendGPU:
       return &gpuBackend();
-    case kRendererMesa:
+    case kBackendMesa:
       return &mesaBackend();
-    case kRendererNull:
+    case kBackendNull:
       return &nullBackend();
-    case kRendererRecording:
+    case kBackendRecording:
       return &recordingBackend();
-    case kRendererSoft:
+    case kBackendSoft:
       return &softBackend();
     default:
       return nullptr;
@@ -26,14 +26,14 @@ Backend *findBackend(std::int32_t rendererId) {
 
 Backend *defaultBackend() { return gpuBackend().unavailable().empty() ? &gpuBackend() : &softBackend(); }
 
-std::mutex &filterTurn() {
-  static std::mutex turn;
-  return turn;
+std::mutex &filterMutex() {
+  static std::mutex mutex;
+  return mutex;
 }
 
-std::string rendererUnavailable(std::int32_t rendererId) {
-  Backend *backend = findBackend(rendererId);
-  return backend ? backend->unavailable() : "there is no such renderer";
+std::string backendUnavailable(std::int32_t backendId) {
+  Backend *backend = findBackend(backendId);
+  return backend ? backend->unavailable() : "there is no such backend";
 }
 
 }  // namespace pyrelux::platform

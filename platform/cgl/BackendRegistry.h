@@ -5,10 +5,10 @@
 
 namespace pyrelux::platform {
 
-/// The backend with that renderer id, or null.
-Backend *findBackend(std::int32_t rendererId);
+/// The backend with this id, or null.
+Backend *findBackend(std::int32_t backendId);
 
-/// The backend of a context that shares with none and names no renderer.
+/// The backend of a context that shares with none and names no backend.
 Backend *defaultBackend();
 
 }  // namespace pyrelux::platform

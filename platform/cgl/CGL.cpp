@@ -83,8 +83,8 @@ std::vector<double> attributeNumbers(const CGLPixelFormatAttribute *attributes) 
 CGLError readAttributes(const CGLPixelFormatAttribute *attributes, PixelFormat &format) {
   while (*attributes) {
     switch (*attributes++) {
-      // "Accelerated" is accepted from any renderer: a plug-in that insists on it must still draw where the only
-      // renderer is the processor.
+      // "Accelerated" is accepted from any backend: a plug-in that insists on it must still draw where the only
+      // backend draws with the processor.
       case kCGLPFAAccelerated:
       case kCGLPFAWindow:
       case kCGLPFAPBuffer:
@@ -101,7 +101,7 @@ CGLError readAttributes(const CGLPixelFormatAttribute *attributes, PixelFormat &
         format.depthBits = *attributes++;
         break;
       case kCGLPFARendererID:
-        format.rendererId = *attributes++;
+        format.backendId = *attributes++;
         break;
       default:
         return kCGLBadAttribute;
@@ -147,9 +147,9 @@ CGLError CGLChoosePixelFormat(const CGLPixelFormatAttribute *attributes, CGLPixe
   *count = 0;
   PixelFormat wanted;
   if (const CGLError error = readAttributes(attributes, wanted)) return error;
-  Backend *backend = wanted.rendererId ? findBackend(wanted.rendererId) : defaultBackend();
+  Backend *backend = wanted.backendId ? findBackend(wanted.backendId) : defaultBackend();
   if (!backend) return kCGLNoError;
-  if (wanted.rendererId && !backend->unavailable().empty()) return kCGLNoError;
+  if (wanted.backendId && !backend->unavailable().empty()) return kCGLNoError;
   *format = new _CGLPixelFormatObject{wanted};
   *count = 1;
   return kCGLNoError;
@@ -167,9 +167,9 @@ CGLError CGLCreateContext(CGLPixelFormatObj format, CGLContextObj share, CGLCont
   if (!context) return kCGLBadAddress;
   *context = nullptr;
   if (!format) return kCGLBadPixelFormat;
-  const std::int32_t rendererId = format->format.rendererId;
-  Backend *backend = share ? share->backend : rendererId ? findBackend(rendererId) : defaultBackend();
-  if (rendererId && backend != findBackend(rendererId)) return kCGLBadMatch;
+  const std::int32_t backendId = format->format.backendId;
+  Backend *backend = share ? share->backend : backendId ? findBackend(backendId) : defaultBackend();
+  if (backendId && backend != findBackend(backendId)) return kCGLBadMatch;
   auto made = backend->createContext(format->format, share ? share->context.get() : nullptr);
   if (!made) return kCGLBadAlloc;
   *context = new _CGLContextObject{backend, std::move(made), share ? share->shareGroup : std::make_shared<int>(), {}};

@@ -4,11 +4,11 @@
 
 #include <algorithm>
 
+#include "BackendChoice.h"
 #include "Bundles.h"
 #include "Filter.h"
 #include "FrameRenderer.h"
 #include "Frei0rLibrary.h"
-#include "Renderers.h"
 
 namespace pyrelux::adapters::test {
 namespace {
@@ -69,7 +69,7 @@ TEST_F(Frei0r, WhatIsSetIsRead) {
 TEST_F(Frei0r, DrawsWhatTheFilterDrawsOverTheSource) {
   // The same frame by the filter alone, composed here.
   host::Filter filter(host::findFilter(host::defaultSearchPath()));
-  host::FrameRenderer renderer(host::chooseRenderer("auto"));
+  host::FrameRenderer renderer(host::chooseBackend("auto"));
   filter.parameters().set(filter.parameters().named("steps"), {10.0});
   filter.parameters().set(filter.parameters().named("color-depth"), {1.0});
   Image input = Image::bytes(width, height, Alpha::Straight);

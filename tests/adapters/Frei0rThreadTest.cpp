@@ -67,7 +67,7 @@ TEST_F(Frei0rThreads, WaitAsleep) {
   clockid_t itsClock = {};
   timespec itsTime = {};
   {
-    const std::lock_guard<std::mutex> turn(platform::filterTurn());
+    const std::lock_guard<std::mutex> lock(platform::filterMutex());
     std::promise<pthread_t> identity;
     waiting = std::async(std::launch::async, [&] {
       identity.set_value(pthread_self());

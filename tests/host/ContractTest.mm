@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "APIManager.h"
+#include "BackendChoice.h"
 #include "Backends.h"
 #include "Bundles.h"
 #include "FilmEffect.h"
@@ -15,7 +16,6 @@
 #include "Foundation.h"
 #include "FrameRenderer.h"
 #include "HostError.h"
-#include "Renderers.h"
 #include "Timeline.h"
 
 @interface NSObject (ProbeMessages)
@@ -62,7 +62,7 @@ class Contract : public ::testing::Test {
   void frame(Filter &filter) { renderer.render(filter, input, 4.5, {}); }
 
   AutoreleasePool pool;
-  FrameRenderer renderer{chooseRenderer("soft")};
+  FrameRenderer renderer{chooseBackend("soft")};
   Image input = Image::bytes(3, 2, Alpha::Premultiplied);
 };
 
@@ -300,11 +300,11 @@ class FilterContract : public Contract {
 };
 
 TEST_F(FilterContract, DefaultsAreSixTonguesOfFortyOneCopies) {
-  FrameRenderer nothing(platform::kRendererNull);
-  const std::uint64_t before = platform::nullRendererQuads();
+  FrameRenderer nothing(platform::kBackendNull);
+  const std::uint64_t before = platform::nullBackendQuads();
   nothing.render(filter, input, 3.0, {});
   // The output's quad, and none for the source.
-  EXPECT_EQ(platform::nullRendererQuads() - before, 6u * 41 + 1);
+  EXPECT_EQ(platform::nullBackendQuads() - before, 6u * 41 + 1);
 }
 
 TEST_F(FilterContract, WiggleTurbulenceBelowOneIsRefused) {

@@ -5,13 +5,13 @@
 #include <cmath>
 #include <map>
 
+#include "BackendChoice.h"
 #include "Bundles.h"
 #include "Filter.h"
 #include "FlameFormula.h"
 #include "FrameRenderer.h"
 #include "ParameterIds.h"
 #include "ParameterText.h"
-#include "Renderers.h"
 
 namespace pyrelux::host {
 namespace {
@@ -137,7 +137,7 @@ class FlameImage : public ::testing::TestWithParam<std::tuple<Scene, Origin, con
     FrameSettings settings;
     settings.floatOutput = deep;
     settings.origin = origin();
-    FrameRenderer renderer(chooseRenderer(std::get<2>(GetParam())));
+    FrameRenderer renderer(chooseBackend(std::get<2>(GetParam())));
     return renderer.render(filter, input, scene().time, settings);
   }
 
@@ -204,7 +204,7 @@ INSTANTIATE_TEST_SUITE_P(Scenes, FlameImage,
                          });
 
 class FlameOrigins : public ::testing::TestWithParam<const char *> {};
-INSTANTIATE_TEST_SUITE_P(Renderers, FlameOrigins, ::testing::Values("mesa", "soft"));
+INSTANTIATE_TEST_SUITE_P(Backends, FlameOrigins, ::testing::Values("mesa", "soft"));
 
 TEST_P(FlameOrigins, ShowTheSamePicture) {
   Filter filter(findFilter({PYRELUX_TEST_BUNDLES}));
@@ -215,7 +215,7 @@ TEST_P(FlameOrigins, ShowTheSamePicture) {
     const ParameterDeclaration &parameter = filter.parameters().named(text.substr(0, text.find('=')));
     filter.parameters().set(parameter, parseValue(parameter, text.substr(text.find('=') + 1)));
   }
-  FrameRenderer renderer(chooseRenderer(GetParam()));
+  FrameRenderer renderer(chooseBackend(GetParam()));
   const Image input = asymmetricInput(64, 36, false);
   FrameSettings settings;
   const Image bottomLeft = renderer.render(filter, input, 5, settings);

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "BackendChoice.h"
 #include "Backends.h"
 #include "Bundles.h"
 #include "FailingCGL.h"
@@ -19,7 +20,6 @@
 #include "Foundation.h"
 #include "FrameRenderer.h"
 #include "HostError.h"
-#include "Renderers.h"
 #include "TraceText.h"
 
 namespace pyrelux::host {
@@ -67,7 +67,7 @@ class FrameRendererCalls : public ::testing::Test {
   AutoreleasePool pool;
   Filter filter{probe()};
   platform::Trace trace;
-  FrameRenderer renderer{platform::kRendererRecording};
+  FrameRenderer renderer{platform::kBackendRecording};
   std::vector<std::string> textures;
 };
 
@@ -92,13 +92,13 @@ std::vector<std::string> outputOf(const std::string &size, const std::string &na
 TEST_F(FrameRendererCalls, AsksForAContextOfItsRendererOnce) {
   EXPECT_THAT(
       test::TraceText()(trace.takeCalls()),
-      ElementsAre("CGLChoosePixelFormat([70, " + std::to_string(platform::kRendererRecording) + ", 8, 32, 0])",
+      ElementsAre("CGLChoosePixelFormat([70, " + std::to_string(platform::kBackendRecording) + ", 8, 32, 0])",
                   "CGLCreateContext(?, null)", "CGLDestroyPixelFormat(?)", "CGLSetCurrentContext(?)",
                   "glGetIntegerv(34040, ?)", "glGetString(7937)", "glGetString(7939)", "CGLSetCurrentContext(null)"));
 }
 
 TEST_F(FrameRendererCalls, GivesTheImageAndTheContextBack) {
-  auto another = std::make_unique<FrameRenderer>(platform::kRendererRecording);
+  auto another = std::make_unique<FrameRenderer>(platform::kBackendRecording);
   another->render(filter, bytes(3, 2), 0.0, {});
   trace.takeCalls();
   another.reset();
@@ -108,7 +108,7 @@ TEST_F(FrameRendererCalls, GivesTheImageAndTheContextBack) {
 }
 
 TEST_F(FrameRendererCalls, GivesAnImageBackOnceThoughTheNextCannotBeMade) {
-  auto another = std::make_unique<FrameRenderer>(platform::kRendererRecording);
+  auto another = std::make_unique<FrameRenderer>(platform::kBackendRecording);
   another->render(filter, bytes(3, 2), 0.0, {});
   trace.takeCalls();
   {
@@ -160,7 +160,7 @@ TEST_F(FrameRendererCalls, MakesAFloatContextThatSharesWithTheOther) {
   deep.floatOutput = true;
   const auto [before, after] = render(Image::floats(3, 2, Alpha::Premultiplied), deep);
   EXPECT_EQ(before,
-            joined({{"CGLChoosePixelFormat([70, " + std::to_string(platform::kRendererRecording) + ", 8, 64, 58, 0])",
+            joined({{"CGLChoosePixelFormat([70, " + std::to_string(platform::kBackendRecording) + ", 8, 64, 58, 0])",
                      "CGLCreateContext(?, ?)", "CGLDestroyPixelFormat(?)", "CGLSetCurrentContext(?)",
                      "glBindTexture(34037, 1)", "glTexImage2D(34037, 0, 34836, 3, 2, 0, 6408, 5126, ?)",
                      "CGLDestroyPBuffer(null)"},
@@ -192,7 +192,7 @@ std::string complaintOf(const std::function<void()> &call) {
 
 TEST(FrameRendererRefusals, AreNamed) {
   const AutoreleasePool pool;
-  const auto make = [] { FrameRenderer renderer(platform::kRendererRecording); };
+  const auto make = [] { FrameRenderer renderer(platform::kBackendRecording); };
   {
     Refusals refused;
     refused.pixelFormat = true;
@@ -204,7 +204,7 @@ TEST(FrameRendererRefusals, AreNamed) {
     EXPECT_EQ(complaintOf(make), std::string("the renderer gives no context: ") + CGLErrorString(kCGLBadAlloc));
   }
   Filter filter(probe());
-  FrameRenderer renderer(platform::kRendererRecording);
+  FrameRenderer renderer(platform::kBackendRecording);
   const auto frame = [&] { renderer.render(filter, Image::bytes(3, 2, Alpha::Premultiplied), 0.0, {}); };
   {
     Refusals refused;
@@ -215,10 +215,10 @@ TEST(FrameRendererRefusals, AreNamed) {
   EXPECT_EQ(complaintOf(frame), "nothing thrown") << "once it is no longer refused";
 }
 
-TEST(FrameRendererRefusals, OfAnUnusableRendererNameTheReason) {
-  const std::string reason = platform::rendererUnavailable(platform::kRendererGPU);
+TEST(FrameRendererRefusals, OfAnUnusableBackendNameTheReason) {
+  const std::string reason = platform::backendUnavailable(platform::kBackendGPU);
   if (reason.empty()) GTEST_SKIP() << "there is a GPU";
-  EXPECT_EQ(complaintOf([] { chooseRenderer("gpu"); }), "no usable OpenGL: " + reason);
+  EXPECT_EQ(complaintOf([] { chooseBackend("gpu"); }), "no usable OpenGL: " + reason);
 }
 
 }  // namespace

@@ -10,12 +10,12 @@
 #include <filesystem>
 #include <fstream>
 
+#include "BackendChoice.h"
 #include "Bundles.h"
 #include "Filter.h"
 #include "FrameRenderer.h"
 #include "HostError.h"
 #include "ParameterText.h"
-#include "Renderers.h"
 
 @interface NSObject (ProbeReport)
 + (NSDictionary *)report;
@@ -64,7 +64,7 @@ class Host : public ::testing::TestWithParam<const char *> {
     return [[[NSClassFromString(@"ProbeFilter") report] objectForKey:name] doubleValue];
   }
 
-  FrameRenderer renderer{chooseRenderer(GetParam())};
+  FrameRenderer renderer{chooseBackend(GetParam())};
 
  private:
   NSAutoreleasePool *pool_ = nil;
@@ -375,20 +375,20 @@ TEST_P(Host, SaysWhatAFilterDidWrongAndGoesOn) {
   EXPECT_EQ(rendering("Probe"), "nothing thrown") << "the renderer is fit for the next filter";
 }
 
-// --- Renderers
+// --- Backends
 
-TEST_P(Host, NamesItsRenderers) {
-  EXPECT_EQ(rendererNames().front(), "auto");
-  EXPECT_EQ(rendererName(chooseRenderer("mesa")), "mesa");
-  EXPECT_EQ(rendererName(chooseRenderer("soft")), "soft");
-  EXPECT_THAT(rendererName(chooseRenderer("auto")), ::testing::AnyOf("gpu", "soft"));
-  EXPECT_THAT(rendererName(chooseRenderer("egl")), ::testing::AnyOf("gpu", "mesa"));
-  EXPECT_EQ(rendererName(0), "none");
-  EXPECT_EQ(complaint([] { chooseRenderer("abacus"); }), "there is no backend 'abacus'");
+TEST_P(Host, NamesTheBackends) {
+  EXPECT_EQ(backendNames().front(), "auto");
+  EXPECT_EQ(backendName(chooseBackend("mesa")), "mesa");
+  EXPECT_EQ(backendName(chooseBackend("soft")), "soft");
+  EXPECT_THAT(backendName(chooseBackend("auto")), ::testing::AnyOf("gpu", "soft"));
+  EXPECT_THAT(backendName(chooseBackend("egl")), ::testing::AnyOf("gpu", "mesa"));
+  EXPECT_EQ(backendName(0), "none");
+  EXPECT_EQ(complaint([] { chooseBackend("abacus"); }), "there is no backend 'abacus'");
   EXPECT_FALSE(renderer.description().empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Renderers, Host, ::testing::Values("mesa", "soft"),
+INSTANTIATE_TEST_SUITE_P(Backends, Host, ::testing::Values("mesa", "soft"),
                          [](const auto &name) { return std::string(name.param); });
 
 }  // namespace

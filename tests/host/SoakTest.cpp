@@ -10,10 +10,10 @@
 #include <string>
 #include <vector>
 
+#include "BackendChoice.h"
 #include "Bundles.h"
 #include "Filter.h"
 #include "FrameRenderer.h"
-#include "Renderers.h"
 
 namespace pyrelux::host {
 namespace {
@@ -33,7 +33,7 @@ double median(std::vector<double> values) {
 }
 
 struct Run {
-  const char *renderer;
+  const char *backend;
   int width;
   int height;
   int warmUp;
@@ -67,7 +67,7 @@ TEST_P(Soak, TheProcessDoesNotGrow) {
   constexpr int window = 50;
   const int warmUp = GetParam().warmUp;
   const int frames = GetParam().frames;
-  FrameRenderer renderer(chooseRenderer(GetParam().renderer));
+  FrameRenderer renderer(chooseBackend(GetParam().backend));
   std::vector<double> early;
   std::vector<double> late;
   Image output;
@@ -87,7 +87,7 @@ TEST_P(Soak, TheProcessDoesNotGrow) {
   // And the last frame is what a new renderer draws. The filter starts anew too, as its frames depend on those before.
   filter.restart();
   render(renderer, frames, output);
-  FrameRenderer fresh(chooseRenderer(GetParam().renderer));
+  FrameRenderer fresh(chooseBackend(GetParam().backend));
   Image expected;
   filter.restart();
   render(fresh, frames, expected);
@@ -99,7 +99,7 @@ TEST_P(Soak, TheProcessDoesNotGrow) {
 INSTANTIATE_TEST_SUITE_P(Runs, Soak,
                          ::testing::Values(Run{"soft", 64, 36, 500, 6000}, Run{"soft", 1280, 720, 100, 300},
                                            Run{"mesa", 1280, 720, 50, 150}),
-                         [](const auto &run) { return run.param.renderer + std::to_string(run.param.width); });
+                         [](const auto &run) { return run.param.backend + std::to_string(run.param.width); });
 
 }  // namespace
 }  // namespace pyrelux::host

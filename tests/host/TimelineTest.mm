@@ -6,12 +6,12 @@
 
 #include <cstring>
 
+#include "BackendChoice.h"
 #include "Backends.h"
 #include "Bundles.h"
 #include "FilterObjects.h"
 #include "Foundation.h"
 #include "HostError.h"
-#include "Renderers.h"
 
 namespace pyrelux::host {
 
@@ -32,7 +32,7 @@ namespace {
 
 class TimelineTest : public ::testing::Test {
  protected:
-  TimelineTest() : filter_(findFilter({PYRELUX_TEST_BUNDLES})), renderer_(chooseRenderer("soft")) {
+  TimelineTest() : filter_(findFilter({PYRELUX_TEST_BUNDLES})), renderer_(chooseBackend("soft")) {
     set("turbulence-speed", 37.3);
     set("wiggle-turbulence", 21.7);
     set("pyrelux", 3);
@@ -135,10 +135,10 @@ TEST_F(TimelineTest, RunningUpDrawsLittleAndLeavesTheFilterAsRenderingDoes) {
   EXPECT_NE(rendered.wiggle, 0.0);
 
   Timeline timeline(filter_, renderer_, 1);
-  const std::uint64_t before = platform::nullRendererQuads();
+  const std::uint64_t before = platform::nullBackendQuads();
   frame(timeline, 200);
   // One tongue of ten steps, the output pass; the source pass is off.
-  EXPECT_EQ(platform::nullRendererQuads() - before, 199u * (11 + 1));
+  EXPECT_EQ(platform::nullBackendQuads() - before, 199u * (11 + 1));
   EXPECT_EQ(FilterState::of(filter_), afterwards);
   EXPECT_EQ(filter_.parameters().value(filter_.parameters().named("pyrelux").id, 0.0)[0], 3.0);
   EXPECT_EQ(filter_.parameters().value(filter_.parameters().named("steps").id, 0.0)[0], 12.0);
@@ -150,10 +150,10 @@ TEST_F(TimelineTest, TheFramesBeforeAreThoseFromTheFirstOn) {
   renderer_.render(filter_, input_, 101, {}, image);
   const FilterState canonical = FilterState::of(filter_);
   Timeline timeline(filter_, renderer_, 100);
-  const std::uint64_t before = platform::nullRendererQuads();
+  const std::uint64_t before = platform::nullBackendQuads();
   frame(timeline, 101);
   EXPECT_EQ(FilterState::of(filter_), canonical);
-  EXPECT_EQ(platform::nullRendererQuads() - before, 12u);
+  EXPECT_EQ(platform::nullBackendQuads() - before, 12u);
 
   // One before the first begins a run of its own, which those after it have nothing to do with.
   frame(timeline, 50);
@@ -178,10 +178,10 @@ TEST_F(TimelineTest, AfterAnEditAFrameIsWhatAFreshRunGives) {
 TEST_F(TimelineTest, AnEditThatChangesNothingKeepsTheRun) {
   Timeline timeline(filter_, renderer_, 1);
   frame(timeline, 5);
-  const std::uint64_t before = platform::nullRendererQuads();
+  const std::uint64_t before = platform::nullBackendQuads();
   filter_.edit(filter_.parameters().named("steps"), {12.0});
   frame(timeline, 6);
-  EXPECT_EQ(platform::nullRendererQuads(), before);
+  EXPECT_EQ(platform::nullBackendQuads(), before);
 }
 
 TEST_F(TimelineTest, AFrameThatFailsIsForgotten) {

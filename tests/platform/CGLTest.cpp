@@ -56,14 +56,14 @@ TEST(CGLPixelFormat, AnUnknownAttributeIsAnError) {
   EXPECT_EQ(count, 0);
 }
 
-TEST(CGLPixelFormat, ARendererThatDoesNotExistMatchesNothingWithoutAnError) {
+TEST(CGLPixelFormat, ABackendThatDoesNotExistMatchesNothingWithoutAnError) {
   int there = 0;
   auto format = reinterpret_cast<CGLPixelFormatObj>(&there);
   GLint count = 7;
   EXPECT_EQ(choose({kCGLPFARendererID, 0x1234, 0}, &format, &count), kCGLNoError);
   EXPECT_EQ(format, nullptr);
   EXPECT_EQ(count, 0);
-  EXPECT_FALSE(rendererUnavailable(0x1234).empty());
+  EXPECT_FALSE(backendUnavailable(0x1234).empty());
 }
 
 TEST(CGLPixelFormat, NullPointersAreBadAddresses) {
@@ -89,7 +89,7 @@ TEST(CGLContext, NullHandlesAreErrorsWithoutAnEffect) {
 }
 
 TEST(CGLContext, AResultNeedsAPlaceToGo) {
-  const CGLPixelFormatObj format = chooseFormat(kRendererNull);
+  const CGLPixelFormatObj format = chooseFormat(kBackendNull);
   EXPECT_EQ(CGLCreateContext(format, nullptr, nullptr), kCGLBadAddress);
   CGLDestroyPixelFormat(format);
   EXPECT_EQ(CGLCreatePBuffer(8, 8, GL_TEXTURE_RECTANGLE_EXT, GL_RGBA, 0, nullptr), kCGLBadAddress);
@@ -102,22 +102,22 @@ TEST(CGLContext, HasOneVirtualScreen) {
   EXPECT_EQ(screen, 0);
 }
 
-TEST(CGLContext, DrawsWithTheRendererOfTheContextItSharesWith) {
-  const HostContext host(kRendererNull);
+TEST(CGLContext, DrawsWithTheBackendOfTheContextItSharesWith) {
+  const HostContext host(kBackendNull);
   const CGLContextObj sharing = makeContext(0, false, host.handle());
   CGLSetCurrentContext(sharing);
-  const std::uint64_t before = nullRendererQuads();
+  const std::uint64_t before = nullBackendQuads();
   glBegin(GL_QUADS);
   for (int i = 0; i < 4; ++i) glVertex2f(0.0f, 0.0f);
   glEnd();
-  EXPECT_EQ(nullRendererQuads(), before + 1);
+  EXPECT_EQ(nullBackendQuads(), before + 1);
   CGLSetCurrentContext(host.handle());
   CGLDestroyContext(sharing);
 }
 
-TEST(CGLContext, ThatNamesAnotherRendererThanItsShareIsRefused) {
-  const HostContext host(kRendererNull);
-  const CGLPixelFormatObj format = chooseFormat(kRendererRecording);
+TEST(CGLContext, ThatNamesAnotherBackendThanItsShareIsRefused) {
+  const HostContext host(kBackendNull);
+  const CGLPixelFormatObj format = chooseFormat(kBackendRecording);
   int there = 0;
   auto context = reinterpret_cast<CGLContextObj>(&there);
   EXPECT_EQ(CGLCreateContext(format, host.handle(), &context), kCGLBadMatch);
@@ -125,9 +125,9 @@ TEST(CGLContext, ThatNamesAnotherRendererThanItsShareIsRefused) {
   CGLDestroyPixelFormat(format);
 }
 
-TEST(CGLContext, ThatNamesTheRendererOfItsShareIsMade) {
-  const HostContext host(kRendererNull);
-  const CGLContextObj sharing = makeContext(kRendererNull, false, host.handle());
+TEST(CGLContext, ThatNamesTheBackendOfItsShareIsMade) {
+  const HostContext host(kBackendNull);
+  const CGLContextObj sharing = makeContext(kBackendNull, false, host.handle());
   EXPECT_NE(sharing, nullptr);
   CGLDestroyContext(sharing);
 }
@@ -141,10 +141,10 @@ TEST(CGLContext, IsCurrentForItsThreadOnly) {
   EXPECT_EQ(CGLGetCurrentContext(), host.handle());
 }
 
-class EveryRenderer : public ::testing::TestWithParam<std::int32_t> {};
+class EveryBackend : public ::testing::TestWithParam<std::int32_t> {};
 
-TEST_P(EveryRenderer, TakesAContextOnOneThreadAtATime) {
-  if (!rendererUnavailable(GetParam()).empty()) GTEST_SKIP() << "NOT TESTED: " << rendererUnavailable(GetParam());
+TEST_P(EveryBackend, TakesAContextOnOneThreadAtATime) {
+  if (!backendUnavailable(GetParam()).empty()) GTEST_SKIP() << "NOT TESTED: " << backendUnavailable(GetParam());
   const CGLContextObj context = makeContext(GetParam());
   const CGLContextObj other = makeContext(GetParam());
   ASSERT_EQ(CGLSetCurrentContext(context), kCGLNoError);
@@ -174,12 +174,12 @@ TEST_P(EveryRenderer, TakesAContextOnOneThreadAtATime) {
   CGLDestroyContext(context);
 }
 
-INSTANTIATE_TEST_SUITE_P(Renderers, EveryRenderer,
-                         ::testing::Values(kRendererNull, kRendererRecording, kRendererSoft, kRendererMesa));
+INSTANTIATE_TEST_SUITE_P(Backends, EveryBackend,
+                         ::testing::Values(kBackendNull, kBackendRecording, kBackendSoft, kBackendMesa));
 
 TEST(CGLContext, SwitchingMovesTheCallsWithIt) {
-  const HostContext host(kRendererNull);
-  const CGLContextObj other = makeContext(kRendererNull);
+  const HostContext host(kBackendNull);
+  const CGLContextObj other = makeContext(kBackendNull);
   for (const CGLContextObj context : {other, host.handle()}) {
     EXPECT_EQ(CGLSetCurrentContext(context), kCGLNoError);
     EXPECT_EQ(CGLGetCurrentContext(), context);
@@ -188,20 +188,20 @@ TEST(CGLContext, SwitchingMovesTheCallsWithIt) {
 }
 
 TEST(CGLContext, DestroyingTheCurrentOneLeavesNone) {
-  const CGLContextObj context = makeContext(kRendererNull);
+  const CGLContextObj context = makeContext(kBackendNull);
   CGLSetCurrentContext(context);
-  const std::uint64_t before = nullRendererQuads();
+  const std::uint64_t before = nullBackendQuads();
   EXPECT_EQ(CGLDestroyContext(context), kCGLNoError);
   EXPECT_EQ(CGLGetCurrentContext(), nullptr);
   glBegin(GL_QUADS);
   for (int i = 0; i < 4; ++i) glVertex2f(0.0f, 0.0f);
   glEnd();
-  EXPECT_EQ(nullRendererQuads(), before);
+  EXPECT_EQ(nullBackendQuads(), before);
 }
 
 TEST(CGLContext, DestroyingAnotherOneLeavesTheCurrent) {
   const HostContext host;
-  CGLDestroyContext(makeContext(kRendererNull));
+  CGLDestroyContext(makeContext(kBackendNull));
   EXPECT_EQ(CGLGetCurrentContext(), host.handle());
 }
 
@@ -222,7 +222,7 @@ TEST(CGLPBuffer, IsARectangleOfRGBA) {
 
 TEST(CGLPBuffer, IsDrawnIntoByTheCurrentContextOnly) {
   const HostContext host;
-  const CGLContextObj other = makeContext(kRendererRecording);
+  const CGLContextObj other = makeContext(kBackendRecording);
   const CGLPBufferObj pbuffer = makePBuffer();
   EXPECT_EQ(CGLSetPBuffer(other, pbuffer, 0, 0, 0), kCGLBadState);
   EXPECT_EQ(CGLSetPBuffer(host.handle(), pbuffer, 0, 0, 0), kCGLNoError);
@@ -244,12 +244,12 @@ TEST(CGLPBuffer, BelongsToTheContextThatDrewIntoItFirst) {
 }
 
 TEST(CGLPBuffer, IsFreeAgainWhenItsContextIsDestroyed) {
-  const CGLContextObj first = makeContext(kRendererNull);
+  const CGLContextObj first = makeContext(kBackendNull);
   const CGLPBufferObj pbuffer = makePBuffer();
   CGLSetCurrentContext(first);
   CGLSetPBuffer(first, pbuffer, 0, 0, 0);
   CGLDestroyContext(first);
-  const HostContext second(kRendererNull);
+  const HostContext second(kBackendNull);
   EXPECT_EQ(CGLTexImagePBuffer(second.handle(), pbuffer, GL_FRONT_LEFT), kCGLBadDrawable) << "its image is gone";
   EXPECT_EQ(CGLSetPBuffer(second.handle(), pbuffer, 0, 0, 0), kCGLNoError);
   EXPECT_EQ(CGLDestroyPBuffer(pbuffer), kCGLNoError);
@@ -280,11 +280,11 @@ TEST(CGLTexImage, NeedsAnImageAndTheCurrentContext) {
   CGLDestroyPBuffer(pbuffer);
 }
 
-TEST(CGLTexImage, DoesNotCrossRenderers) {
-  const HostContext host(kRendererNull);
+TEST(CGLTexImage, DoesNotCrossBackends) {
+  const HostContext host(kBackendNull);
   const CGLPBufferObj pbuffer = makePBuffer();
   CGLSetPBuffer(host.handle(), pbuffer, 0, 0, 0);
-  const HostContext other(kRendererRecording);
+  const HostContext other(kBackendRecording);
   EXPECT_EQ(CGLTexImagePBuffer(other.handle(), pbuffer, GL_FRONT_LEFT), kCGLBadMatch);
   CGLDestroyPBuffer(pbuffer);
 }

@@ -30,9 +30,9 @@ void expectComplete() {
 TEST(Dispatch, EveryTableIsComplete) {
   EXPECT_GT(slots().size(), 30u);
   expectComplete();
-  for (const std::int32_t renderer : {kRendererNull, kRendererRecording}) {
-    SCOPED_TRACE(renderer);
-    const HostContext host(renderer);
+  for (const std::int32_t backend : {kBackendNull, kBackendRecording}) {
+    SCOPED_TRACE(backend);
+    const HostContext host(backend);
     expectComplete();
   }
 }
@@ -113,7 +113,7 @@ TEST(Dispatch, WithoutAContextNothingHappensAndTheAnswerIsZero) {
 }
 
 TEST(Dispatch, GoesNowhereAgainAfterTheContextIsLeft) {
-  const CGLContextObj context = test::makeContext(kRendererNull);
+  const CGLContextObj context = test::makeContext(kBackendNull);
   CGLSetCurrentContext(context);
   EXPECT_NE(glGetString(GL_RENDERER), nullptr);
   CGLSetCurrentContext(nullptr);

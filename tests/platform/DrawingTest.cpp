@@ -31,33 +31,32 @@ struct Pixel {
   float r, g, b, a;
 };
 
-struct Renderer {
+struct NamedBackend {
   const char *name;
   std::int32_t id;
 };
 
-void PrintTo(const Renderer &renderer, std::ostream *out) { *out << renderer.name; }
+void PrintTo(const NamedBackend &backend, std::ostream *out) { *out << backend.name; }
 
-const Renderer kRenderers[] = {{"soft", kRendererSoft}, {"mesa", kRendererMesa}, {"gpu", kRendererGPU}};
+const NamedBackend kBackends[] = {{"soft", kBackendSoft}, {"mesa", kBackendMesa}, {"gpu", kBackendGPU}};
 
-/// Whether the environment insists on a renderer: by its name, or by "egl" on the one of EGL's that needs no GPU.
-bool isRequired(const Renderer &renderer) {
+/// Whether the environment insists on a backend: by its name, or by "egl" on the one of EGL's that needs no GPU.
+bool isRequired(const NamedBackend &backend) {
   const char *value = std::getenv("REQUIRE_BACKEND");
   const std::string required = value ? value : "";
-  return renderer.id == kRendererSoft || required == renderer.name ||
-         (required == "egl" && renderer.id == kRendererMesa);
+  return backend.id == kBackendSoft || required == backend.name || (required == "egl" && backend.id == kBackendMesa);
 }
 
-/// A host's context, current. Where a renderer can't draw, its tests are skipped aloud, or fail if it is required.
-class RendererTest : public ::testing::Test {
+/// A host's context, current. Where a backend can't draw, its tests are skipped aloud, or fail if it is required.
+class BackendTest : public ::testing::Test {
  protected:
-  void start(const Renderer &renderer) {
-    const std::string problem = rendererUnavailable(renderer.id);
+  void start(const NamedBackend &backend) {
+    const std::string problem = backendUnavailable(backend.id);
     if (!problem.empty()) {
-      if (isRequired(renderer)) FAIL() << "the renderer " << renderer.name << " is required, and " << problem;
+      if (isRequired(backend)) FAIL() << "the backend " << backend.name << " is required, and " << problem;
       GTEST_SKIP() << "NOT TESTED: " << problem;
     }
-    host = makeContext(renderer.id);
+    host = makeContext(backend.id);
     ASSERT_NE(host, nullptr);
     CGLSetCurrentContext(host);
   }
@@ -70,32 +69,32 @@ class RendererTest : public ::testing::Test {
   CGLContextObj host = nullptr;
 };
 
-class DrawingTest : public RendererTest, public ::testing::WithParamInterface<Renderer> {
+class DrawingTest : public BackendTest, public ::testing::WithParamInterface<NamedBackend> {
  protected:
   void SetUp() override { start(GetParam()); }
 };
 
-INSTANTIATE_TEST_SUITE_P(Renderer, DrawingTest, ::testing::ValuesIn(kRenderers),
-                         [](const auto &renderer) { return renderer.param.name; });
+INSTANTIATE_TEST_SUITE_P(Backend, DrawingTest, ::testing::ValuesIn(kBackends),
+                         [](const auto &backend) { return backend.param.name; });
 
 /// With surfaces of bytes and of floats.
-class TexImageTest : public RendererTest, public ::testing::WithParamInterface<std::tuple<Renderer, bool>> {
+class TexImageTest : public BackendTest, public ::testing::WithParamInterface<std::tuple<NamedBackend, bool>> {
  protected:
-  void SetUp() override { start(std::get<Renderer>(GetParam())); }
+  void SetUp() override { start(std::get<NamedBackend>(GetParam())); }
   bool floats() const { return std::get<bool>(GetParam()); }
 };
 
-INSTANTIATE_TEST_SUITE_P(Renderer, TexImageTest, ::testing::Combine(::testing::ValuesIn(kRenderers), ::testing::Bool()),
+INSTANTIATE_TEST_SUITE_P(Backend, TexImageTest, ::testing::Combine(::testing::ValuesIn(kBackends), ::testing::Bool()),
                          [](const auto &chosen) {
-                           return std::string(std::get<Renderer>(chosen.param).name) +
+                           return std::string(std::get<NamedBackend>(chosen.param).name) +
                                   (std::get<bool>(chosen.param) ? "Floats" : "Bytes");
                          });
 
 /// What holds where contexts are a driver's.
 class EGLTest : public DrawingTest {};
 
-INSTANTIATE_TEST_SUITE_P(Renderer, EGLTest, ::testing::Values(kRenderers[1], kRenderers[2]),
-                         [](const auto &renderer) { return renderer.param.name; });
+INSTANTIATE_TEST_SUITE_P(Backend, EGLTest, ::testing::Values(kBackends[1], kBackends[2]),
+                         [](const auto &backend) { return backend.param.name; });
 
 /// A pbuffer with a context of its own that shares with the host's.
 class Surface {
@@ -220,7 +219,7 @@ TEST_P(DrawingTest, LoadsEveryFunction) {
   EXPECT_NE(glGetString(GL_RENDERER), nullptr);
 }
 
-TEST(DefaultRenderer, DrawsForAContextThatNamesNone) {
+TEST(DefaultBackend, DrawsForAContextThatNamesNone) {
   const CGLContextObj context = makeContext(0);
   CGLSetCurrentContext(context);
   const GLubyte *name = glGetString(GL_RENDERER);
@@ -228,7 +227,7 @@ TEST(DefaultRenderer, DrawsForAContextThatNamesNone) {
   const std::string inUse = reinterpret_cast<const char *>(name);
   CGLDestroyContext(context);
 
-  const CGLContextObj expected = makeContext(rendererUnavailable(kRendererGPU).empty() ? kRendererGPU : kRendererSoft);
+  const CGLContextObj expected = makeContext(backendUnavailable(kBackendGPU).empty() ? kBackendGPU : kBackendSoft);
   CGLSetCurrentContext(expected);
   EXPECT_EQ(inUse, reinterpret_cast<const char *>(glGetString(GL_RENDERER)));
   CGLDestroyContext(expected);

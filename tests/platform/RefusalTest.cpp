@@ -44,8 +44,8 @@ class TestBackend : public Backend {
 TestBackend first;
 TestBackend second;
 
-CGLContextObj makeContext(std::int32_t rendererId) {
-  const CGLPixelFormatAttribute attributes[] = {kCGLPFARendererID, static_cast<CGLPixelFormatAttribute>(rendererId),
+CGLContextObj makeContext(std::int32_t backendId) {
+  const CGLPixelFormatAttribute attributes[] = {kCGLPFARendererID, static_cast<CGLPixelFormatAttribute>(backendId),
                                                 static_cast<CGLPixelFormatAttribute>(0)};
   CGLPixelFormatObj format = nullptr;
   GLint count = 0;
@@ -98,8 +98,8 @@ TEST_P(Refusal, LeavesTheRefusedContextToAnybody) { EXPECT_EQ(setOnAnotherThread
 }  // namespace
 
 // Instead of the platform's own.
-Backend *findBackend(std::int32_t rendererId) {
-  return rendererId == kFirst ? &first : rendererId == kSecond ? &second : nullptr;
+Backend *findBackend(std::int32_t backendId) {
+  return backendId == kFirst ? &first : backendId == kSecond ? &second : nullptr;
 }
 Backend *defaultBackend() { return &first; }
 

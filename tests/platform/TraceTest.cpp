@@ -19,7 +19,7 @@ using test::TraceText;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-TEST(Trace, RecordsCGLAndTheRecordingRenderersCallsInOrder) {
+TEST(Trace, RecordsCGLAndTheRecordingBackendsCallsInOrder) {
   const HostContext host;
   Trace trace;
   glFlush();
@@ -35,7 +35,7 @@ TEST(Trace, KeepsHandlesListsAndWords) {
   Trace trace;
   CGLSetCurrentContext(host.handle());
   CGLSetCurrentContext(nullptr);
-  const CGLPixelFormatObj format = test::chooseFormat(kRendererRecording);
+  const CGLPixelFormatObj format = test::chooseFormat(kBackendRecording);
   CGLDestroyPixelFormat(format);
   platform::trace("host", "asked", "word", 3, 0.5);
   EXPECT_THAT(TraceText({{host.handle(), "host"}, {format, "format"}})(trace.calls()),
@@ -51,8 +51,8 @@ TEST(Trace, RecordsWhereNoContextIsCurrent) {
   EXPECT_THAT(callNames(trace.calls()), ElementsAre("glFlush"));
 }
 
-TEST(Trace, DoesNotRecordOtherRenderers) {
-  const HostContext host(kRendererNull);
+TEST(Trace, DoesNotRecordOtherBackends) {
+  const HostContext host(kBackendNull);
   Trace trace;
   glFlush();
   EXPECT_THAT(trace.calls(), IsEmpty());
@@ -102,8 +102,8 @@ TEST(Trace, TakingTheCallsStartsAfresh) {
 }
 
 TEST(Trace, FollowsTheThreadIntoAndOutOfContexts) {
-  const CGLContextObj recording = test::makeContext(kRendererRecording);
-  const CGLContextObj hollow = test::makeContext(kRendererNull);
+  const CGLContextObj recording = test::makeContext(kBackendRecording);
+  const CGLContextObj hollow = test::makeContext(kBackendNull);
   Trace trace;
   for (const CGLContextObj context : {recording, hollow, static_cast<CGLContextObj>(nullptr), recording}) {
     CGLSetCurrentContext(context);

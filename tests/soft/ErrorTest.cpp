@@ -305,7 +305,7 @@ TEST(Errors, WithoutAContextEveryCallIsNothing) {
   EXPECT_EQ(glGetString(GL_RENDERER), nullptr);
 }
 
-TEST(Asking, NamesTheRendererAndItsLimits) {
+TEST(Asking, NamesTheBackendAndItsLimits) {
   const Screen screen(4, 4);
   const auto text = [](GLenum name) { return std::string(reinterpret_cast<const char *>(glGetString(name))); };
   EXPECT_EQ(text(GL_VENDOR), "Pyrelux");

@@ -108,14 +108,14 @@ FlameScene makeScene(Random &random, Picture picture, int width, int height, int
   return scene;
 }
 
-std::vector<std::uint8_t> drawLevels(const FlameScene &scene, std::int32_t renderer) {
-  const Screen screen(scene.width, scene.height, {false, nullptr, renderer});
+std::vector<std::uint8_t> drawLevels(const FlameScene &scene, std::int32_t backend) {
+  const Screen screen(scene.width, scene.height, {false, nullptr, backend});
   drawOn(screen, scene);
   return screen.bytes();
 }
 
-std::vector<float> drawFloats(const FlameScene &scene, std::int32_t renderer) {
-  const Screen screen(scene.width, scene.height, {true, nullptr, renderer});
+std::vector<float> drawFloats(const FlameScene &scene, std::int32_t backend) {
+  const Screen screen(scene.width, scene.height, {true, nullptr, backend});
   drawOn(screen, scene);
   return screen.floats();
 }

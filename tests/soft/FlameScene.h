@@ -29,11 +29,11 @@ struct FlameScene {
 /// Copies of a picture: cut, shifted, scaled 0 .. 2 about any point, mirrored, off the surface, one pixel large.
 FlameScene makeScene(Random &random, Picture picture, int width, int height, int copies);
 
-/// Draws the scene onto a new surface of the renderer.
-std::vector<std::uint8_t> drawLevels(const FlameScene &scene, std::int32_t renderer);
-std::vector<float> drawFloats(const FlameScene &scene, std::int32_t renderer);
+/// Draws the scene onto a new surface of the backend.
+std::vector<std::uint8_t> drawLevels(const FlameScene &scene, std::int32_t backend);
+std::vector<float> drawFloats(const FlameScene &scene, std::int32_t backend);
 
-/// A sample as it is defined, without any renderer.
+/// A sample as it is defined, without any backend.
 struct Exact {
   double sum = 0;          ///< 1.0 being full; may exceed it
   double vertexSlack = 0;  ///< how far the sum may be off because corners come in single precision

@@ -13,14 +13,14 @@ namespace pyrelux::soft {
 namespace {
 
 using namespace testing;
-using platform::kRendererMesa;
-using platform::kRendererSoft;
+using platform::kBackendMesa;
+using platform::kBackendSoft;
 
 /// Skips aloud where Mesa can't be had, or fails when the environment insists on it.
 class WithMesa : public ::testing::Test {
  protected:
   void SetUp() override {
-    const std::string problem = platform::rendererUnavailable(kRendererMesa);
+    const std::string problem = platform::backendUnavailable(kBackendMesa);
     if (problem.empty()) return;
     const char *required = std::getenv("REQUIRE_BACKEND");
     if (required && std::string(required) == "egl") FAIL() << "REQUIRE_BACKEND is egl, and " << problem;
@@ -68,7 +68,7 @@ TEST_P(Flames, OnBytesDifferByNoMoreThanRounding) {
   std::size_t compared = 0, different = 0, all = 0;
   for (int start = 1; start <= starts(); ++start) {
     const FlameScene flame = scene(start);
-    const auto soft = drawLevels(flame, kRendererSoft), mesa = drawLevels(flame, kRendererMesa);
+    const auto soft = drawLevels(flame, kBackendSoft), mesa = drawLevels(flame, kBackendMesa);
     const auto exact = exactSums(flame);
     for (std::size_t i = 0; i < soft.size(); ++i) {
       const std::size_t pixel = i / 4;
@@ -105,7 +105,7 @@ TEST_P(Flames, OnFloatsAreTheExactSums) {
   double worst = 0;
   for (int start = 1; start <= starts(); ++start) {
     const FlameScene flame = scene(start);
-    const auto drawn = drawFloats(flame, kRendererSoft);
+    const auto drawn = drawFloats(flame, kBackendSoft);
     const auto exact = exactSums(flame);
     for (std::size_t i = 0; i < drawn.size(); ++i) {
       if (exact[i].atAnEdge) continue;
@@ -135,9 +135,9 @@ void PrintTo(const Passes &passes, std::ostream *out) { *out << passes.name; }
 class OtherPasses : public WithMesa, public ::testing::WithParamInterface<Passes> {
  protected:
   /// Lays pictures over one another, each moved by whole pixels: no edge through a centre, no texel between two.
-  std::vector<std::uint8_t> drawn(std::int32_t renderer, int start) const {
+  std::vector<std::uint8_t> drawn(std::int32_t backend, int start) const {
     Random random(static_cast<unsigned>(start));
-    const Screen screen(61, 37, {false, nullptr, renderer});
+    const Screen screen(61, 37, {false, nullptr, backend});
     glEnable(GL_BLEND);
     glBlendFunc(GetParam().source, GetParam().destination);
     glEnable(GL_TEXTURE_RECTANGLE_EXT);
@@ -160,7 +160,7 @@ TEST_P(OtherPasses, AgreeWithinRounding) {
   int worst = 0;
   std::size_t different = 0, all = 0;
   for (int start = 1; start <= 30; ++start) {
-    const auto soft = drawn(kRendererSoft, start), mesa = drawn(kRendererMesa, start);
+    const auto soft = drawn(kBackendSoft, start), mesa = drawn(kBackendMesa, start);
     for (std::size_t i = 0; i < soft.size(); ++i) {
       const int difference = std::abs(soft[i] - mesa[i]);
       worst = std::max(worst, difference);
@@ -184,9 +184,9 @@ INSTANTIATE_TEST_SUITE_P(Passes, OtherPasses, ::testing::ValuesIn(otherPasses),
                          [](const auto &passes) { return std::string(passes.param.name); });
 
 /// Plain quads through random matrices, viewports and masks.
-std::vector<std::uint8_t> drawPlaces(std::int32_t renderer, int start) {
+std::vector<std::uint8_t> drawPlaces(std::int32_t backend, int start) {
   Random random(static_cast<unsigned>(start));
-  const Screen screen(48, 40, {false, nullptr, renderer});
+  const Screen screen(48, 40, {false, nullptr, backend});
   for (int i = 0; i < 8; ++i) {
     // Places in odd 64ths of a pixel from corner to corner: never on a centre.
     const auto edge = [&](int pixels) { return between(random, -20 * 32, (pixels + 20) * 32) / 32.0 + 1.0 / 64; };
@@ -198,7 +198,7 @@ std::vector<std::uint8_t> drawPlaces(std::int32_t renderer, int start) {
     glViewport(x, y, width, height);
     glMatrixMode(GL_PROJECTION);
     glLoadIdentity();
-    // Powers of two, so that both renderers' places come out exact: window pixels in the end, by two matrices in a row.
+    // Powers of two, so that both backends' places come out exact: window pixels in the end, by two matrices in a row.
     const double zoom = 1 << between(random, 0, 3);
     const bool mirrored = between(random, 0, 1) == 1;
     glOrtho(mirrored ? zoom : -zoom, mirrored ? -zoom : zoom, -zoom, zoom, -1, 1);
@@ -219,7 +219,7 @@ std::vector<std::uint8_t> drawPlaces(std::int32_t renderer, int start) {
 TEST_F(WithMesa, PlacesViewportsDepthsAndMasksAreTheSameToTheByte) {
   std::size_t lit = 0;
   for (int start = 1; start <= 200; ++start) {
-    const auto soft = drawPlaces(kRendererSoft, start), mesa = drawPlaces(kRendererMesa, start);
+    const auto soft = drawPlaces(kBackendSoft, start), mesa = drawPlaces(kBackendMesa, start);
     for (std::size_t i = 0; i < soft.size(); ++i) {
       ASSERT_EQ(soft[i], mesa[i]) << "start " << start << ", pixel " << i / 4 % 48 << "," << i / 4 / 48 << " channel "
                                   << i % 4;

@@ -18,13 +18,13 @@ namespace pyrelux::soft::testing {
 struct ScreenOptions {
   bool floats = false;
   CGLContextObj share = nullptr;
-  std::int32_t renderer = platform::kRendererSoft;
+  std::int32_t backend = platform::kBackendSoft;
 };
 
 inline CGLContextObj makeContext(const ScreenOptions &options) {
   std::vector<CGLPixelFormatAttribute> attributes{
       kCGLPFAColorSize, static_cast<CGLPixelFormatAttribute>(options.floats ? 64 : 32), kCGLPFARendererID,
-      static_cast<CGLPixelFormatAttribute>(options.renderer)};
+      static_cast<CGLPixelFormatAttribute>(options.backend)};
   if (options.floats) attributes.push_back(kCGLPFAColorFloat);
   attributes.push_back(static_cast<CGLPixelFormatAttribute>(0));
   CGLPixelFormatObj format = nullptr;

@@ -1,4 +1,4 @@
-// What every test of the software renderer runs in.
+// What every test of the soft backend runs in.
 
 #include <gtest/gtest.h>
 #include <malloc.h>

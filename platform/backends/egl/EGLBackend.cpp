@@ -8,7 +8,7 @@
 #include "EGLLibrary.h"
 
 // A pbuffer is backed by a framebuffer object with a rectangle texture as its storage, not by a pbuffer of EGL's: so
-// its image reaches the filter's texture by a copy on the renderer's side, floats come through unclamped, and freeing
+// its image reaches the filter's texture by a copy on the backend's side, floats come through unclamped, and freeing
 // it frees everything.
 
 namespace pyrelux::platform {

@@ -8,7 +8,7 @@
 
 namespace pyrelux::platform {
 
-/// libEGL's functions, found when first asked for: a machine without the library runs everything but the renderers that
+/// libEGL's functions, found when first asked for: a machine without the library runs everything but the backends that
 /// need it.
 struct EGLLibrary {
 // clang-format off

@@ -89,6 +89,6 @@ Backend &nullBackend() {
   return backend;
 }
 
-std::uint64_t nullRendererQuads() { return quads; }
+std::uint64_t nullBackendQuads() { return quads; }
 
 }  // namespace pyrelux::platform

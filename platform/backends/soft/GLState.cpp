@@ -61,7 +61,7 @@ bool *SoftContext::capability(GLenum name) {
 void SoftContext::Disable(GLenum name) {
   if (refusedInside()) return;
   switch (name) {
-    // What this renderer never has can always be turned off.
+    // What this backend never has can always be turned off.
     case GL_DEPTH_TEST:
     case GL_LIGHTING:
     case GL_POLYGON_SMOOTH:

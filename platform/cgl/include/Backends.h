@@ -10,24 +10,25 @@ namespace pyrelux::platform {
 
 #define PYRELUX_PLATFORM __attribute__((visibility("default")))
 
-/// Renderer ids for kCGLPFARendererID in a host's pixel format. A plug-in names none: its contexts draw with the
-/// renderer of the context they share with.
-enum RendererId : std::int32_t {
-  kRendererGPU = 0x50590001,        ///< OpenGL through EGL on a GPU
-  kRendererNull = 0x50590002,       ///< draws nothing; counts what it is asked to draw
-  kRendererRecording = 0x50590003,  ///< draws nothing; keeps the call stream as data
-  kRendererSoft = 0x50590004,       ///< our own, drawn by the processor
-  kRendererMesa = 0x50590005,       ///< OpenGL through EGL by Mesa's software renderer
+/// What a host gives as kCGLPFARendererID in its pixel format to choose a backend. A plug-in gives none: its contexts
+/// draw with the backend of the context that they share with.
+enum BackendId : std::int32_t {
+  kBackendGPU = 0x50590001,        ///< OpenGL through EGL on a GPU
+  kBackendNull = 0x50590002,       ///< draws nothing; counts what it is asked to draw
+  kBackendRecording = 0x50590003,  ///< draws nothing; keeps the call stream as data
+  kBackendSoft = 0x50590004,       ///< our own, drawn by the processor
+  kBackendMesa = 0x50590005,       ///< OpenGL through EGL by Mesa's software renderer
 };
 
-/// Empty when the renderer can draw on this machine; otherwise one sentence that says why not and what to do.
-PYRELUX_PLATFORM std::string rendererUnavailable(std::int32_t rendererId);
+/// Empty when the backend can draw on this machine; otherwise one sentence that says why not and what to do.
+PYRELUX_PLATFORM std::string backendUnavailable(std::int32_t backendId);
 
-/// Held by a host while it makes, uses or ends a filter or what draws for it, since filters draw for one at a time.
-/// Here, because this library is in a process once, and hosts may be in it several times.
-PYRELUX_PLATFORM std::mutex &filterTurn();
+/// Process-wide lock around creating, using and destroying filters and contexts, because a filter draws for one host at
+/// a time. Deliberate: the lock is here because a process may contain several copies of the host, but only one of this
+/// library.
+PYRELUX_PLATFORM std::mutex &filterMutex();
 
-/// Quads that the null renderer was asked to draw, in this process.
-PYRELUX_PLATFORM std::uint64_t nullRendererQuads();
+/// Quads that the null backend was asked to draw, in this process.
+PYRELUX_PLATFORM std::uint64_t nullBackendQuads();
 
 }  // namespace pyrelux::platform

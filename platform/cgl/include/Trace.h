@@ -22,7 +22,7 @@ struct TraceCall {
 };
 
 /// Records the calls of this thread from its construction to its destruction: CGL's, and GL's in contexts of the
-/// recording renderer and where no context is current. One at a time on a thread.
+/// recording backend and where no context is current. One at a time on a thread.
 class __attribute__((visibility("default"))) Trace {
  public:
   Trace();

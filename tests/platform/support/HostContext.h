@@ -10,8 +10,8 @@
 
 namespace pyrelux::test {
 
-/// A pixel format of the named renderer, or of any when it is 0. Null when there is none.
-inline CGLPixelFormatObj chooseFormat(std::int32_t rendererId, bool floatComponents = false) {
+/// A pixel format of the named backend, or of any when it is 0. Null when there is none.
+inline CGLPixelFormatObj chooseFormat(std::int32_t backendId, bool floatComponents = false) {
   std::vector<CGLPixelFormatAttribute> attributes;
   const auto add = [&attributes](std::int32_t value) {
     attributes.push_back(static_cast<CGLPixelFormatAttribute>(value));
@@ -19,9 +19,9 @@ inline CGLPixelFormatObj chooseFormat(std::int32_t rendererId, bool floatCompone
   add(kCGLPFAColorSize);
   add(floatComponents ? 64 : 32);
   if (floatComponents) add(kCGLPFAColorFloat);
-  if (rendererId != 0) {
+  if (backendId != 0) {
     add(kCGLPFARendererID);
-    add(rendererId);
+    add(backendId);
   }
   add(0);
   CGLPixelFormatObj format = nullptr;
@@ -31,18 +31,18 @@ inline CGLPixelFormatObj chooseFormat(std::int32_t rendererId, bool floatCompone
 }
 
 /// A context; null when it can't be made.
-inline CGLContextObj makeContext(std::int32_t rendererId, bool floatComponents = false, CGLContextObj share = nullptr) {
-  const CGLPixelFormatObj format = chooseFormat(rendererId, floatComponents);
+inline CGLContextObj makeContext(std::int32_t backendId, bool floatComponents = false, CGLContextObj share = nullptr) {
+  const CGLPixelFormatObj format = chooseFormat(backendId, floatComponents);
   CGLContextObj context = nullptr;
   EXPECT_EQ(CGLCreateContext(format, share, &context), kCGLNoError);
   CGLDestroyPixelFormat(format);
   return context;
 }
 
-/// A host's context of the recording renderer, current from its construction to its destruction.
+/// A host's context of the recording backend, current from its construction to its destruction.
 class HostContext {
  public:
-  explicit HostContext(std::int32_t rendererId = platform::kRendererRecording) : context_(makeContext(rendererId)) {
+  explicit HostContext(std::int32_t backendId = platform::kBackendRecording) : context_(makeContext(backendId)) {
     CGLSetCurrentContext(context_);
   }
   ~HostContext() {

@@ -15,7 +15,7 @@ using Calls = std::vector<platform::TraceCall>;
 
 inline std::string numberText(double number) {
   char text[32];
-  // Nine digits tell every single from the next; whole numbers such as renderer ids are written out.
+  // Nine digits tell every single from the next; whole numbers such as backend ids are written out.
   const bool whole = number == static_cast<double>(static_cast<std::int64_t>(number));
   std::snprintf(text, sizeof text, whole ? "%.0f" : "%.9g", number);
   return text;

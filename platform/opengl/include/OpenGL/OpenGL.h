@@ -43,13 +43,13 @@ enum CGLError : std::int32_t {
 PYRELUX_CGL const char *CGLErrorString(CGLError error);
 
 /// Turns a zero-terminated attribute list into a format. An attribute outside the list above is kCGLBadAttribute; a
-/// renderer that does not exist or cannot draw here gives no error, a null format and a count of 0, as CGL answers
+/// renderer id that does not exist or cannot draw here gives no error, a null format and a count of 0, as CGL answers
 /// when nothing matches.
 PYRELUX_CGL CGLError CGLChoosePixelFormat(const CGLPixelFormatAttribute *attributes, CGLPixelFormatObj *format,
                                           GLint *count);
 PYRELUX_CGL CGLError CGLDestroyPixelFormat(CGLPixelFormatObj format);
 
-/// Makes a context that shares objects with `share` (may be null). It draws with the renderer that `share` draws with,
+/// Makes a context that shares objects with `share` (may be null). It draws with the backend that `share` draws with,
 /// else with the one its format names, else with the process's default.
 PYRELUX_CGL CGLError CGLCreateContext(CGLPixelFormatObj format, CGLContextObj share, CGLContextObj *context);
 

@@ -1,4 +1,4 @@
-#include "Renderers.h"
+#include "BackendChoice.h"
 
 #include "Backends.h"
 #include "HostError.h"
@@ -9,24 +9,21 @@ namespace {
 
 struct Choice {
   const char *name;
-  std::vector<std::int32_t> rendererIds;  ///< best first
+  std::vector<std::int32_t> backendIds;  ///< best first
 };
 
 const std::vector<Choice> &choices() {
   using namespace platform;
   static const std::vector<Choice> all = {
-      {"auto", {kRendererGPU, kRendererSoft}},
-      {"gpu", {kRendererGPU}},
-      {"mesa", {kRendererMesa}},
-      {"soft", {kRendererSoft}},
-      {"egl", {kRendererGPU, kRendererMesa}},
+      {"auto", {kBackendGPU, kBackendSoft}}, {"gpu", {kBackendGPU}}, {"mesa", {kBackendMesa}}, {"soft", {kBackendSoft}},
+      {"egl", {kBackendGPU, kBackendMesa}},
   };
   return all;
 }
 
 }  // namespace
 
-const std::vector<std::string> &rendererNames() {
+const std::vector<std::string> &backendNames() {
   static const std::vector<std::string> names = [] {
     std::vector<std::string> all;
     for (const Choice &choice : choices()) all.push_back(choice.name);
@@ -35,12 +32,12 @@ const std::vector<std::string> &rendererNames() {
   return names;
 }
 
-std::int32_t chooseRenderer(const std::string &name) {
+std::int32_t chooseBackend(const std::string &name) {
   for (const Choice &choice : choices()) {
     if (name != choice.name) continue;
     std::string problems;
-    for (const std::int32_t id : choice.rendererIds) {
-      const std::string problem = platform::rendererUnavailable(id);
+    for (const std::int32_t id : choice.backendIds) {
+      const std::string problem = platform::backendUnavailable(id);
       if (problem.empty()) return id;
       problems += (problems.empty() ? "" : "; ") + problem;
     }
@@ -49,9 +46,9 @@ std::int32_t chooseRenderer(const std::string &name) {
   throw HostError("there is no backend '" + name + "'");
 }
 
-std::string rendererName(std::int32_t rendererId) {
+std::string backendName(std::int32_t backendId) {
   for (const Choice &choice : choices())
-    if (choice.rendererIds.size() == 1 && choice.rendererIds[0] == rendererId) return choice.name;
+    if (choice.backendIds.size() == 1 && choice.backendIds[0] == backendId) return choice.name;
   return "none";
 }
 

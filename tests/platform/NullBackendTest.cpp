@@ -16,21 +16,21 @@ void drawVertices(int count) {
   glEnd();
 }
 
-TEST(NullRenderer, IsThereEverywhere) { EXPECT_TRUE(rendererUnavailable(kRendererNull).empty()); }
+TEST(NullBackend, IsThereEverywhere) { EXPECT_TRUE(backendUnavailable(kBackendNull).empty()); }
 
-TEST(NullRenderer, CountsWholeQuads) {
-  const HostContext host(kRendererNull);
-  const std::uint64_t before = nullRendererQuads();
+TEST(NullBackend, CountsWholeQuads) {
+  const HostContext host(kBackendNull);
+  const std::uint64_t before = nullBackendQuads();
   drawVertices(8);
-  EXPECT_EQ(nullRendererQuads() - before, 2u);
+  EXPECT_EQ(nullBackendQuads() - before, 2u);
   drawVertices(7);
-  EXPECT_EQ(nullRendererQuads() - before, 3u);
+  EXPECT_EQ(nullBackendQuads() - before, 3u);
   drawVertices(0);
-  EXPECT_EQ(nullRendererQuads() - before, 3u);
+  EXPECT_EQ(nullBackendQuads() - before, 3u);
 }
 
-TEST(NullRenderer, GivesEachTextureANameOfItsOwn) {
-  const HostContext host(kRendererNull);
+TEST(NullBackend, GivesEachTextureANameOfItsOwn) {
+  const HostContext host(kBackendNull);
   GLuint names[3] = {};
   glGenTextures(3, names);
   EXPECT_NE(names[0], 0u);
@@ -38,8 +38,8 @@ TEST(NullRenderer, GivesEachTextureANameOfItsOwn) {
   EXPECT_NE(names[1], names[2]);
 }
 
-TEST(NullRenderer, ReadsBackNothing) {
-  const HostContext host(kRendererNull);
+TEST(NullBackend, ReadsBackNothing) {
+  const HostContext host(kBackendNull);
   unsigned char bytes[2 * 3 * 4 + 1];
   for (unsigned char &byte : bytes) byte = 9;
   glReadPixels(0, 0, 2, 3, GL_RGBA, GL_UNSIGNED_BYTE, bytes);
@@ -54,8 +54,8 @@ TEST(NullRenderer, ReadsBackNothing) {
   EXPECT_EQ(floats[4], 9.0f);
 }
 
-TEST(NullRenderer, AnswersWhatAHostHasToKnow) {
-  const HostContext host(kRendererNull);
+TEST(NullBackend, AnswersWhatAHostHasToKnow) {
+  const HostContext host(kBackendNull);
   GLint largest = 0;
   glGetIntegerv(GL_MAX_RECTANGLE_TEXTURE_SIZE_EXT, &largest);
   EXPECT_GE(largest, 4096);
