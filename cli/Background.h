@@ -10,7 +10,8 @@
 #include "FrameList.h"
 #include "FrameRate.h"
 #include "Image.h"
-#include "Media.h"
+#include "MediaErrors.h"
+#include "Reader.h"
 #include "RenderOptions.h"
 
 namespace pyrelux::cli {

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "Background.h"
-#include "Media.h"
+#include "Reader.h"
 
 namespace pyrelux::cli {
 

@@ -8,7 +8,7 @@
 #include <system_error>
 #include <vector>
 
-#include "Media.h"
+#include "MediaErrors.h"
 
 namespace pyrelux::cli {
 

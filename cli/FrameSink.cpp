@@ -1,6 +1,7 @@
 #include "FrameSink.h"
 
 #include "HostError.h"
+#include "MediaErrors.h"
 
 namespace pyrelux::cli {
 

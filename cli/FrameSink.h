@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "Media.h"
 #include "Pipeline.h"
 #include "Progress.h"
+#include "Writer.h"
 
 namespace pyrelux::cli {
 

@@ -11,7 +11,7 @@
 #include <thread>
 #include <utility>
 
-#include "Errors.h"
+#include "MediaErrors.h"
 
 namespace pyrelux::cli {
 

@@ -8,11 +8,10 @@
 #include <nlohmann/json.hpp>
 #include <system_error>
 
-#include "Errors.h"
 #include "Fingerprint.h"
 #include "FramePattern.h"
 #include "LockedFile.h"
-#include "OutputFile.h"
+#include "MediaErrors.h"
 
 namespace fs = std::filesystem;
 
@@ -153,8 +152,8 @@ Manifest::Manifest(const std::string &output, const std::string &settings)
       settings_(settings),
       settingsFingerprint_(Fingerprint().add(settings).text()) {
   // The folder is the same, and the output the name that was given.
-  media::OutputFile::requireWritable(output_);
-  media::OutputFile::requireWritable(path_);
+  media::Writer::requireWritable(output_);
+  media::Writer::requireWritable(path_);
   std::string cause;
   const Descriptor file = openRegular(path_, O_RDWR | O_NOFOLLOW, cause);
   if (file)

@@ -5,7 +5,8 @@
 #include <string>
 
 #include "Image.h"
-#include "Media.h"
+#include "MediaErrors.h"
+#include "Writer.h"
 
 namespace pyrelux::cli {
 

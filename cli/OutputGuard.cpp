@@ -10,9 +10,10 @@
 #include <utility>
 #include <vector>
 
-#include "Errors.h"
 #include "FramePattern.h"
+#include "MediaErrors.h"
 #include "UsageError.h"
+#include "Writer.h"
 
 namespace fs = std::filesystem;
 

@@ -3,7 +3,8 @@
 #include <string>
 
 #include "FrameList.h"
-#include "Media.h"
+#include "MediaErrors.h"
+#include "Reader.h"
 #include "RenderOptions.h"
 
 namespace pyrelux::cli {

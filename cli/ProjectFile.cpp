@@ -1,6 +1,6 @@
 #include "ProjectFile.h"
 
-#include "Errors.h"
+#include "MediaErrors.h"
 #include "PictureSize.h"
 #include "TextFile.h"
 

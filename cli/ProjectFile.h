@@ -2,9 +2,10 @@
 
 #include "FrameList.h"
 #include "FrameRate.h"
-#include "Media.h"
+#include "MediaErrors.h"
 #include "Parameters.h"
 #include "Project.h"
+#include "Reader.h"
 #include "RenderOptions.h"
 
 namespace pyrelux::cli {

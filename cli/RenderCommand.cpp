@@ -9,18 +9,19 @@
 #include "Interruption.h"
 #include "Look.h"
 #include "Manifest.h"
-#include "Media.h"
 #include "Message.h"
 #include "OutputGuard.h"
 #include "Pipeline.h"
 #include "Progress.h"
 #include "ProjectFile.h"
+#include "Reader.h"
 #include "RenderInput.h"
 #include "RenderOutput.h"
 #include "RenderRecord.h"
 #include "RunUpNotice.h"
 #include "Timeline.h"
 #include "UsageError.h"
+#include "Writer.h"
 
 namespace pyrelux::cli {
 

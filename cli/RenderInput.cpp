@@ -9,6 +9,7 @@
 #include "Message.h"
 #include "PictureSize.h"
 #include "UsageError.h"
+#include "Writer.h"
 
 namespace pyrelux::cli {
 

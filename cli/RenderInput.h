@@ -5,7 +5,8 @@
 #include "Background.h"
 #include "FrameList.h"
 #include "FrameRate.h"
-#include "Media.h"
+#include "MediaErrors.h"
+#include "Reader.h"
 #include "RenderOptions.h"
 
 namespace pyrelux::cli {

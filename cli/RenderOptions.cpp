@@ -4,10 +4,10 @@
 
 #include "BackendChoice.h"
 #include "Choices.h"
-#include "Media.h"
 #include "Presets.h"
 #include "Progress.h"
 #include "TestPattern.h"
+#include "Writer.h"
 
 namespace pyrelux::cli {
 

@@ -4,8 +4,10 @@
 
 #include "Background.h"
 #include "FrameList.h"
-#include "Media.h"
+#include "MediaErrors.h"
+#include "Reader.h"
 #include "RenderOptions.h"
+#include "Writer.h"
 
 namespace pyrelux::cli {
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "DrawnInput.h"
-#include "Media.h"
 #include "PictureSize.h"
 #include "UsageError.h"
 

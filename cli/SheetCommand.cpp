@@ -10,18 +10,19 @@
 #include "HostError.h"
 #include "Interruption.h"
 #include "Look.h"
-#include "Media.h"
 #include "Message.h"
 #include "OutputGuard.h"
 #include "PictureSize.h"
 #include "Presets.h"
 #include "ProjectFile.h"
+#include "Reader.h"
 #include "RenderInput.h"
 #include "RenderOutput.h"
 #include "RunUpNotice.h"
 #include "Sheet.h"
 #include "Timeline.h"
 #include "UsageError.h"
+#include "Writer.h"
 
 namespace pyrelux::cli {
 

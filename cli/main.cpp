@@ -19,7 +19,7 @@
 #include "HelpFormatter.h"
 #include "HostError.h"
 #include "ManPage.h"
-#include "Media.h"
+#include "MediaErrors.h"
 #include "Message.h"
 #include "ParameterList.h"
 #include "UsageError.h"

@@ -9,7 +9,8 @@
 #include <fstream>
 #include <string>
 
-#include "Media.h"
+#include "MediaErrors.h"
+#include "Reader.h"
 #include "Require.h"
 
 namespace {

@@ -9,7 +9,7 @@
 #include <new>
 #include <stdexcept>
 
-#include "Handles.h"
+#include "AvPtr.h"
 
 namespace pyrelux::media {
 

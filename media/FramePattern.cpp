@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "Media.h"
+#include "MediaErrors.h"
 
 namespace pyrelux::media {
 

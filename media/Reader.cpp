@@ -1,3 +1,5 @@
+#include "Reader.h"
+
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -5,7 +7,6 @@
 #include "FramePattern.h"
 #include "InputFile.h"
 #include "LibraryLog.h"
-#include "Media.h"
 #include "MovieReader.h"
 #include "SequenceReader.h"
 #include "StillDecoder.h"
@@ -58,10 +59,6 @@ std::unique_ptr<Reader> Reader::open(const std::string &path, const ReadOptions 
   const FramePattern pattern(path);
   if (pattern.isNumbered()) return std::make_unique<SequenceReader>(path, pattern, options.alpha);
   return openFile(pattern.path(0), options);
-}
-
-std::int64_t frameAtSameTime(std::int64_t index, const FrameRate &from, const FrameRate &to) {
-  return av_rescale_q_rnd(index, {from.denominator, from.numerator}, {to.denominator, to.numerator}, AV_ROUND_DOWN);
 }
 
 std::unique_ptr<Reader> Reader::of(Image image) { return std::make_unique<StillReader>(stillOf(std::move(image))); }

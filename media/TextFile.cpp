@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <memory>
 
-#include "Errors.h"
 #include "InputFile.h"
+#include "MediaErrors.h"
 #include "OutputFile.h"
 
 namespace pyrelux::media {

@@ -1,3 +1,5 @@
+#include "Writer.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <memory>
@@ -7,11 +9,11 @@
 
 #include "AudioCopy.h"
 #include "Encoder.h"
-#include "Errors.h"
 #include "FileFormat.h"
 #include "FramePattern.h"
+#include "LibraryCause.h"
 #include "LibraryLog.h"
-#include "Media.h"
+#include "MediaErrors.h"
 #include "OutputFile.h"
 
 namespace pyrelux::media {
@@ -186,6 +188,8 @@ std::unique_ptr<Writer> Writer::open(const std::string &path, const OutputFormat
   if (file.isMovie()) return std::make_unique<MovieWriter>(path, file, format);
   return std::make_unique<StillWriter>(path, file, format);
 }
+
+void Writer::requireWritable(const std::string &path) { OutputFile::requireWritable(path); }
 
 bool Writer::holdsManyFrames(const std::string &path) {
   return formatOf(path).isMovie() || FramePattern(path).isNumbered();

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "Media.h"
+#include "MediaErrors.h"
 
 namespace pyrelux::media {
 namespace {

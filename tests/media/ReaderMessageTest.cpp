@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <iterator>
 
-#include "Errors.h"
 #include "InputFile.h"
+#include "MediaErrors.h"
 #include "TestFiles.h"
 #include "Unprivileged.h"
 

@@ -6,8 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "Handles.h"
-#include "Media.h"
+#include "AvPtr.h"
+#include "MediaErrors.h"
+#include "Reader.h"
+#include "Writer.h"
 
 /// Pictures and files for the tests of media/.
 namespace pyrelux::media::test {

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "AvPtr.h"
+
+namespace pyrelux::media {
+
+/// Makes whole pictures of pairs of fields, one of each pair: libavfilter's bwdif, which looks at the pictures before
+/// and after. All pictures are taken for interlaced, whether they say so or not.
+class Deinterlacer {
+ public:
+  /// `order`: which field comes first in pictures that do not say it. `path` is for messages.
+  Deinterlacer(const std::string &path, AVFieldOrder order) : path_(path), order_(order) {}
+
+  /// The next picture, which it may change; null once after the last. Throws MediaError: too small, of another size or
+  /// layout than the first.
+  void send(AVFrame *frame);
+
+  /// The next whole picture, valid until the next call; null if it needs another or is at the end.
+  AVFrame *receive();
+
+ private:
+  void open(const AVFrame &frame);
+
+  std::string path_;
+  AVFieldOrder order_;
+  GraphPtr graph_;
+  AVFilterContext *source_ = nullptr;  // the graph's
+  AVFilterContext *sink_ = nullptr;    // the graph's
+  std::int64_t count_ = 0;
+  FramePtr frame_ = newFrame();
+};
+
+}  // namespace pyrelux::media

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <string>
+
+#include "AvPtr.h"
+
+namespace pyrelux::media {
+
+/// What a file's first bytes tell about it.
+struct Content {
+  const AVInputFormat *demuxer = nullptr;   ///< null for a still without a signature
+  AVCodecID stillCodec = AV_CODEC_ID_NONE;  ///< of a single picture; none for a movie
+};
+
+/// Throws InputError: no such file, a folder, or anything but a file: opening a pipe could wait for ever.
+void requireRegularFile(const std::string &path);
+
+/// A regular file open for reading. The libraries get its bytes only, never its name: they would read meaning into a
+/// name ("%", "http:", an extension), and would let one file send them to others.
+class InputFile {
+ public:
+  /// Throws MediaError: no such file, a folder, not a regular file, empty, not readable.
+  explicit InputFile(const std::string &path);
+
+  const std::string &path() const { return path_; }
+
+  /// Throws MediaError if the file is nothing that could be decoded.
+  Content identify();
+
+  /// The opened demuxer, which must not outlive this file. Throws MediaError: damaged.
+  DemuxerPtr demux(const AVInputFormat *demuxer);
+
+  /// The whole file.
+  PacketPtr readAll();
+
+ private:
+  std::string path_;
+  IoPtr io_;
+};
+
+}  // namespace pyrelux::media

@@ -1,0 +1,35 @@
+#include "StillDecoder.h"
+
+#include "Decoder.h"
+#include "MediaErrors.h"
+#include "PixelConversion.h"
+#include "StillStructure.h"
+#include "TiffFile.h"
+
+namespace pyrelux::media {
+
+Still decodeStill(InputFile &file, AVCodecID codec, InputAlpha alpha) {
+  const PacketPtr bytes = file.readAll();
+  Alpha own = alphaKindOf(codec);
+  if (codec == AV_CODEC_ID_TIFF) {
+    const TiffFile tiff(bytes->data, bytes->size, file.path());
+    own = tiff.alpha();
+    if (tiff.holdsFloats()) return tiff.readFloats(chooseAlpha(alpha, own));
+  }
+  try {
+    Decoder decoder(codec, file.path());
+    decoder.send(bytes.get());
+    decoder.send(nullptr);
+    const AVFrame *frame = decoder.receive();
+    if (!frame || !isWhole(codec, bytes->data, bytes->size)) failReading(file.path(), causeCutOff);
+    if (hasUnknownColours(codec, bytes->data, bytes->size))
+      failReading(file.path(), "it has four colour components and does not say which; convert it to RGB");
+    return {describe(*frame, alpha), toImage(*frame, chooseAlpha(alpha, own), file.path())};
+  } catch (const InputError &) {
+    // Whatever the decoder calls it, and only then: another may have learnt it.
+    if (const char *cause = unsupportedKind(codec, bytes->data, bytes->size)) failReading(file.path(), cause);
+    throw;
+  }
+}
+
+}  // namespace pyrelux::media

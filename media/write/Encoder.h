@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+
+#include "FileFormat.h"
+#include "Writer.h"
+
+namespace pyrelux::media {
+
+/// Turns pictures into packets.
+class Encoder {
+ public:
+  using Sink = std::function<void(AVPacket &)>;
+
+  /// A movie's packets belong into a container. `options` gives what the encoder does not know back. Throws MediaError:
+  /// a size or frame rate that is refused.
+  Encoder(const std::string &path, const Codec &codec, bool isMovie, const OutputFormat &format, Dictionary &options);
+
+  /// Encodes a picture as the next one, of that time and duration in units of context().time_base. `sink` gets the
+  /// packets that are ready. Throws MediaError.
+  void encode(const Image &image, std::int64_t time, std::int64_t duration, const Sink &sink);
+
+  /// Encodes what is held back, as the last call.
+  void flush(const Sink &sink) { send(nullptr, sink); }
+
+  const AVCodecContext &context() const { return *codec_; }
+  const Losses &losses() const { return losses_; }
+
+ private:
+  Image stored(const Image &image);
+  void send(const AVFrame *frame, const Sink &sink);
+
+  std::string path_;
+  OutputFormat format_;
+  Delivery delivery_;
+  CodecPtr codec_;
+  Losses losses_;
+  std::int64_t count_ = 0;
+  std::map<std::int64_t, std::int64_t> durations_;  // by time, of what the encoder holds back
+};
+
+}  // namespace pyrelux::media
