@@ -20,8 +20,8 @@ struct _CGLContextObject {
   std::unique_ptr<Context> context;
   std::shared_ptr<int> shareGroup;      ///< one for all contexts that share objects
   std::vector<CGLPBufferObj> pbuffers;  ///< those whose image lives in this context
-  /// Whether it is current on a thread; on its own, as a thread may end after the context.
-  std::shared_ptr<std::atomic<bool>> taken = std::make_shared<std::atomic<bool>>(false);
+  /// Whether it is current on a thread. Shared with the thread's claim, because a thread may outlive the context.
+  std::shared_ptr<std::atomic<bool>> isClaimed = std::make_shared<std::atomic<bool>>(false);
 };
 
 struct _CGLPBufferObject {
@@ -35,42 +35,43 @@ namespace {
 
 thread_local CGLContextObj currentContext = nullptr;
 
-/// Notes that the thread's current context is taken, until another becomes current or the thread ends.
-class Taking {
+/// The thread's claim on its current context, so that no other thread makes the same context current. It ends when
+/// another context becomes current or the thread ends.
+class ContextClaim {
  public:
-  ~Taking() {
-    if (taken_) backend_->releaseCurrent();
+  ~ContextClaim() {
+    if (isClaimed_) backend_->releaseCurrent();
     release();
   }
 
-  /// Makes the context its implementation's current one. False when another thread has it or the implementation
-  /// refuses; `before`, the thread's current context, may be null and stays what it was then.
-  bool take(CGLContextObj context, CGLContextObj before) {
-    if (taken_ == context->taken) return context->context->makeCurrent();
-    if (context->taken->exchange(true)) return false;
-    const bool isOfAnother = before && before->backend != context->backend;
-    // First: implementations may share what is current on a thread.
-    if (isOfAnother) before->backend->releaseCurrent();
+  /// Makes the context its backend's current one. False when another thread claims it or the backend refuses; then
+  /// `before`, the thread's current context (may be null), stays current.
+  bool claim(CGLContextObj context, CGLContextObj before) {
+    if (isClaimed_ == context->isClaimed) return context->context->makeCurrent();
+    if (context->isClaimed->exchange(true)) return false;
+    const bool changesBackend = before && before->backend != context->backend;
+    // First, because backends may share what is current on a thread.
+    if (changesBackend) before->backend->releaseCurrent();
     if (!context->context->makeCurrent()) {
-      *context->taken = false;
-      if (isOfAnother) before->context->makeCurrent();
+      *context->isClaimed = false;
+      if (changesBackend) before->context->makeCurrent();
       return false;
     }
     release();
-    taken_ = context->taken;
+    isClaimed_ = context->isClaimed;
     backend_ = context->backend;
     return true;
   }
   void release() {
-    if (taken_) *taken_ = false;
-    taken_.reset();
+    if (isClaimed_) *isClaimed_ = false;
+    isClaimed_.reset();
   }
 
  private:
-  std::shared_ptr<std::atomic<bool>> taken_;
+  std::shared_ptr<std::atomic<bool>> isClaimed_;  ///< the context's; null without one
   Backend *backend_ = nullptr;
 };
-thread_local Taking taking;
+thread_local ContextClaim contextClaim;
 
 /// The attribute list as numbers, its closing zero included.
 std::vector<double> attributeNumbers(const CGLPixelFormatAttribute *attributes) {
@@ -186,7 +187,7 @@ CGLError CGLDestroyContext(CGLContextObj context) {
   if (context == currentContext) {
     context->backend->releaseCurrent();
     currentContext = nullptr;
-    taking.release();
+    contextClaim.release();
     setCurrentDispatch(nullptr);
   }
   delete context;
@@ -201,10 +202,10 @@ CGLContextObj CGLGetCurrentContext() {
 CGLError CGLSetCurrentContext(CGLContextObj context) {
   trace("cgl", "CGLSetCurrentContext", context);
   if (context) {
-    if (!taking.take(context, currentContext)) return kCGLBadState;
+    if (!contextClaim.claim(context, currentContext)) return kCGLBadState;
   } else if (currentContext) {
     currentContext->backend->releaseCurrent();
-    taking.release();
+    contextClaim.release();
   }
   currentContext = context;
   setCurrentDispatch(context ? &context->context->dispatch() : nullptr);
