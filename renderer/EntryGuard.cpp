@@ -20,13 +20,13 @@ void waitBusily(std::clock_t (*processorClock)()) {
 }  // namespace
 
 EntryGuard::EntryGuard(std::clock_t (*processorClock)()) {
-  constexpr int mostWaits = 150;
+  constexpr int maxWaits = 150;
   // Volatile, because another thread's render clears the flag while this one waits.
   const volatile bool &active = functionActive;
   for (int attempts = 0; active;) {
     waitBusily(processorClock);
     // Counted before it is compared, so that a render waits 151 times at most: this is meant.
-    if (++attempts > mostWaits) return;
+    if (++attempts > maxWaits) return;
   }
   functionActive = true;
   entered_ = true;

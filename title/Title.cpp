@@ -197,8 +197,8 @@ Image coloured(const Title &title, cairo_surface_t &coverage) {
 }  // namespace
 
 DrawnTitle drawTitle(const Title &title) {
-  if (title.text.size() > longestTitle)
-    throw TitleError("the text is longer than " + std::to_string(longestTitle) + " bytes");
+  if (title.text.size() > maxTitleBytes)
+    throw TitleError("the text is longer than " + std::to_string(maxTitleBytes) + " bytes");
   if (!g_utf8_validate(title.text.data(), static_cast<gssize>(title.text.size()), nullptr))
     throw TitleError("the text is not UTF-8");
 

@@ -31,7 +31,7 @@ struct DrawnTitle {
 };
 
 /// The longest text, in bytes.
-constexpr std::size_t longestTitle = 2000;
+constexpr std::size_t maxTitleBytes = 2000;
 
 /// Draws the text with the middle of its ink in the middle of the picture; lines are centred below each other. A size
 /// in the font's description is the letters' em in pixels, and the text has to fit into the picture. Without one, the

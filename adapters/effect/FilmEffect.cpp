@@ -11,7 +11,7 @@ namespace {
 
 /// Hosts with several threads ask for frames nearly in order. With a few runs that are not equally far one of them is
 /// always close behind.
-constexpr std::size_t mostRuns = 8;
+constexpr std::size_t maxRuns = 8;
 
 }  // namespace
 
@@ -60,7 +60,7 @@ FilmEffect::Run &FilmEffect::runFor(std::int64_t frame) {
   for (auto run = runs_.begin(); run != runs_.end(); ++run)
     if ((*run)->next <= frame && (nearest == runs_.end() || (*run)->next > (*nearest)->next)) nearest = run;
   if (nearest == runs_.end()) {
-    if (runs_.size() < mostRuns) {
+    if (runs_.size() < maxRuns) {
       runs_.push_back(std::make_unique<Run>(filter_, renderer_, parameters_));
       return *runs_.back();
     }

@@ -22,17 +22,17 @@ void expectComposed(const std::string &over, const std::string &fire, const std:
     return static_cast<unsigned char>(picture[pixel * 4 + channel]) / 255.0;
   };
   std::size_t burning = 0;
-  double farthest = 0.0;
+  double maxDifference = 0.0;
   for (std::size_t pixel = 0; pixel < pixels; ++pixel) {
     burning += drawn(pixel, 0) > 0.1;
     for (std::size_t channel = 0; channel < 3; ++channel) {
       const double sum =
           drawn(pixel, channel) + byte(source, pixel, channel) * byte(source, pixel, 3) * (1.0 - drawn(pixel, 3));
       const double shown = byte(over, pixel, channel) * byte(over, pixel, 3);
-      farthest = std::max(farthest, 255.0 * std::abs(shown - std::min(sum, 1.0)));
+      maxDifference = std::max(maxDifference, 255.0 * std::abs(shown - std::min(sum, 1.0)));
     }
   }
-  EXPECT_LE(farthest, 1.0);
+  EXPECT_LE(maxDifference, 1.0);
   EXPECT_GT(burning, pixels / 50);
 }
 

@@ -33,7 +33,8 @@ class Compositor : public Melt {
   /// `bytes`, red, green and blue of each pixel: what a program made of the fire over a background.
   /// `mix`: what should be there, of light (limited to 1), alpha, the brightest channel or alpha, background.
   template <typename Mix>
-  void expectMixed(const std::string &bytes, const std::string &background, double farthest, const Mix &mix) const {
+  void expectMixed(const std::string &bytes, const std::string &background, double maxDifference,
+                   const Mix &mix) const {
     const std::vector<float> &behind = backgrounds.at(background);
     ASSERT_EQ(bytes.size() / 3 * 4, drawn.size());
     double largest = 0.0;
@@ -49,7 +50,7 @@ class Compositor : public Melt {
         sum += error;
       }
     }
-    EXPECT_LE(largest, farthest);
+    EXPECT_LE(largest, maxDifference);
     // Nothing is lost or added on the whole.
     EXPECT_LE(sum / static_cast<double>(drawn.size() / 4 * 3), 0.5);
   }
@@ -118,7 +119,7 @@ class Compositor : public Melt {
 struct Delivered {
   const char *file;
   const char *bits;
-  double farthest;  ///< of 8-bit levels: of the file, and of the program that rounds its own way
+  double maxDifference;  ///< of 8-bit levels: of the file, and of the program that rounds its own way
 };
 
 TEST_F(Compositor, FfmpegLaysStraightFilesOver) {
@@ -134,7 +135,7 @@ TEST_F(Compositor, FfmpegLaysStraightFilesOver) {
     render("title.png", row.file, look + Words{"--bits", row.bits});
     for (const auto &[background, samples] : backgrounds) {
       SCOPED_TRACE(std::string(row.file) + " " + row.bits + " over " + background);
-      expectMixed(byFfmpeg(background, row.file, "[b][f]overlay=format=gbrp"), background, row.farthest, over);
+      expectMixed(byFfmpeg(background, row.file, "[b][f]overlay=format=gbrp"), background, row.maxDifference, over);
     }
   }
 }
@@ -148,7 +149,7 @@ TEST_F(Compositor, FfmpegAddsPremultipliedFiles) {
     render("title.png", row.file, look + Words{"--bits", row.bits, "--alpha", "premultiplied"});
     for (const auto &[background, samples] : backgrounds) {
       SCOPED_TRACE(std::string(row.file) + " " + row.bits + " over " + background);
-      expectMixed(byFfmpeg(background, row.file, filters), background, row.farthest,
+      expectMixed(byFfmpeg(background, row.file, filters), background, row.maxDifference,
                   [](double light, double alpha, double, double behind) { return light + behind * (1.0 - alpha); });
     }
   }
@@ -161,7 +162,7 @@ TEST_F(Compositor, FfmpegScreensFilesWithoutAlpha) {
     for (const auto &[background, samples] : backgrounds) {
       SCOPED_TRACE(std::string(row.file) + " " + row.bits + " over " + background);
       expectMixed(byFfmpeg(background, row.file, "[f]format=gbrp[l];[b][l]blend=all_mode=screen"), background,
-                  row.farthest,
+                  row.maxDifference,
                   [](double light, double, double, double behind) { return 1.0 - (1.0 - light) * (1.0 - behind); });
     }
   }
@@ -174,7 +175,7 @@ TEST_F(Compositor, MeltLaysStraightFilesOver) {
     render("title.png", row.file, look + Words{"--bits", row.bits});
     for (const auto &[background, samples] : backgrounds) {
       SCOPED_TRACE(std::string(row.file) + " " + row.bits + " over " + background);
-      expectMixed(byMelt(background, row.file), background, row.farthest, over);
+      expectMixed(byMelt(background, row.file), background, row.maxDifference, over);
     }
   }
 }

@@ -54,17 +54,17 @@ TEST_F(Melt, BurnsATitleOverFootage) {
     const auto byte = [&](std::size_t channel) { return static_cast<unsigned char>(rgba[pixel * 4 + channel]); };
     return 16.0 + 219.0 / 255.0 * (0.2126 * byte(0) + 0.7152 * byte(1) + 0.0722 * byte(2));
   };
-  double farthest = 0.0;
+  double maxDifference = 0.0;
   std::size_t burning = 0;
   for (std::size_t pixel = 0; pixel < pixels * count; ++pixel) {
     const double alpha = static_cast<unsigned char>(fire[pixel * 4 + 3]) / 255.0;
     const double below = luma(footage, pixel);
     const double expected = alpha * luma(fire, pixel) + (1.0 - alpha) * below;
     const double shown = static_cast<unsigned char>(filmed[pixel / pixels * 2 * pixels + pixel % pixels]);
-    farthest = std::max(farthest, std::abs(shown - expected));
+    maxDifference = std::max(maxDifference, std::abs(shown - expected));
     burning += shown > below + 50.0;
   }
-  EXPECT_LE(farthest, 3.0);
+  EXPECT_LE(maxDifference, 3.0);
   EXPECT_GT(burning, 1000u);
 }
 

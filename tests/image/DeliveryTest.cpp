@@ -92,14 +92,14 @@ TEST(Delivery, OverBlackStraightIsThePremultipliedPictureLimitedToOne) {
     for (const float density : {0.0f, 0.5f, 1.0f}) {
       const Image image = delivered(drawn, {AlphaUse::Straight, density}, bits);
       const double level = 1.0 / ((1 << bits) - 1);
-      double farthest = 0.0;
+      double maxDifference = 0.0;
       for (std::size_t i = 0; i < drawn.sampleCount(); ++i)
         if (i % 4 != 3) {
           const double shown = stored(image, i, bits) * stored(image, i | 3, bits);
-          farthest = std::max(farthest, std::abs(shown - std::min(drawn.asFloats()[i], 1.0f)));
+          maxDifference = std::max(maxDifference, std::abs(shown - std::min(drawn.asFloats()[i], 1.0f)));
         }
-      EXPECT_LT(farthest, level) << bits << " bits, density " << density;
-      EXPECT_GT(farthest, 0.1 * level);
+      EXPECT_LT(maxDifference, level) << bits << " bits, density " << density;
+      EXPECT_GT(maxDifference, 0.1 * level);
     }
 }
 

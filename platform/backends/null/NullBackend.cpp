@@ -12,7 +12,7 @@ namespace pyrelux::platform {
 
 namespace {
 
-constexpr GLint largestTexture = 16384;
+constexpr GLint maxTextureSize = 16384;
 
 std::atomic<GLuint> lastTextureName{0};
 std::atomic<std::uint64_t> quads{0};
@@ -23,7 +23,7 @@ void genTextures(GLsizei count, GLuint *textures) {
 }
 
 void getIntegerv(GLenum name, GLint *values) {
-  if (name == GL_MAX_RECTANGLE_TEXTURE_SIZE_EXT) *values = largestTexture;
+  if (name == GL_MAX_RECTANGLE_TEXTURE_SIZE_EXT) *values = maxTextureSize;
 }
 
 const GLubyte *getString(GLenum) { return reinterpret_cast<const GLubyte *>("nothing drawn"); }
