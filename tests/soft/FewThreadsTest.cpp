@@ -16,14 +16,14 @@
 
 namespace {
 
-constexpr int mostThreads = 2;
+constexpr int maxThreads = 2;
 std::atomic<int> threads{0};
 
 }  // namespace
 
 extern "C" int pthread_create(pthread_t *thread, const pthread_attr_t *attributes, void *(*run)(void *),
                               void *argument) {
-  if (++threads > mostThreads) return EAGAIN;
+  if (++threads > maxThreads) return EAGAIN;
   using Create = int (*)(pthread_t *, const pthread_attr_t *, void *(*)(void *), void *);
   static const auto create = reinterpret_cast<Create>(dlsym(RTLD_NEXT, "pthread_create"));
   return create(thread, attributes, run, argument);
@@ -45,9 +45,9 @@ TEST(FewThreads, DoTheWorkOfAll) {
       workers.insert(std::this_thread::get_id());
     });
   EXPECT_EQ(threadCount(), 64);
-  EXPECT_GT(threads, mostThreads) << "none was refused";
+  EXPECT_GT(threads, maxThreads) << "none was refused";
   EXPECT_EQ(sum, 100 * 4950);
-  EXPECT_LE(workers.size(), mostThreads + 1u);
+  EXPECT_LE(workers.size(), maxThreads + 1u);
   EXPECT_THROW(parallelFor(10, [](int) { throw std::runtime_error("no"); }), std::runtime_error);
 }
 

@@ -50,7 +50,7 @@ void drawBoth(const std::vector<Pass> &passes, Pixels &reference, std::shared_pt
   for (const Pass &pass : passes) drawByReference(pass, reference);
   bool blank = false;
   draw(passes, fast, blank);
-  settle(fast, blank);
+  materialiseClear(fast, blank);
 }
 
 class RandomScenes : public ::testing::TestWithParam<int> {
@@ -200,7 +200,7 @@ TEST(Rasteriser, ABlankTargetIsBlackWhateverItHeld) {
   auto untouched = std::make_shared<Pixels>(held);
   draw({}, untouched, blank);
   EXPECT_TRUE(blank) << "nothing was drawn";
-  settle(untouched, blank);
+  materialiseClear(untouched, blank);
   EXPECT_EQ(firstDifference(black, *untouched, [](double) { return 0.0; }).x, -1);
 }
 
@@ -235,7 +235,7 @@ TEST(SharedPixels, ACopyOfATextureTakesNoPixelsOfItsOwnUntilItIsDrawnInto) {
     // A blank target that shares pixels does not wipe them.
     std::shared_ptr<Pixels> cleared = std::const_pointer_cast<Pixels>(texture);
     blank = true;
-    settle(cleared, blank);
+    materialiseClear(cleared, blank);
     EXPECT_EQ(firstDifference(Pixels(samples, 20, 10), *cleared, [](double) { return 0.0; }).x, -1);
     EXPECT_EQ(firstDifference(before, *texture, [](double) { return 0.0; }).x, -1) << "the texture was cleared";
   }

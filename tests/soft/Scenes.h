@@ -4,7 +4,7 @@
 #include <random>
 #include <utility>
 
-#include "Work.h"
+#include "Pass.h"
 
 // Random textures, targets and passes. The same start gives the same scene.
 

@@ -160,7 +160,7 @@ void SoftContext::GetIntegerv(GLenum name, GLint *values) {
   if (!values)
     fail(GL_INVALID_VALUE);
   else if (name == GL_MAX_RECTANGLE_TEXTURE_SIZE_EXT || name == GL_MAX_TEXTURE_SIZE)
-    *values = largestTexture;
+    *values = maxTextureSize;
   else
     fail(GL_INVALID_ENUM);
 }

@@ -36,7 +36,7 @@ void copyRow(const std::uint8_t *from, float *to, std::size_t count) {
 template <typename Work>
 void forRows(int count, std::size_t bytes, Work work) {
   constexpr std::size_t pieceBytes = std::size_t{512} << 10;
-  const int rows = static_cast<int>(std::clamp<std::size_t>(pieceBytes / bytes, 1, largestTexture));
+  const int rows = static_cast<int>(std::clamp<std::size_t>(pieceBytes / bytes, 1, maxTextureSize));
   parallelFor((count + rows - 1) / rows, [&](int piece) {
     for (int y = piece * rows; y < std::min((piece + 1) * rows, count); ++y) work(y);
   });
@@ -153,7 +153,7 @@ void SoftContext::TexImage2D(GLenum target, GLint level, GLint internalFormat, G
   const auto stored = static_cast<GLenum>(internalFormat);
   const bool bytes = stored == GL_RGBA || stored == GL_RGBA8;
   if (!bytes && stored != GL_RGBA16F_ARB && stored != GL_RGBA32F_ARB) return fail(GL_INVALID_VALUE);
-  if (level != 0 || border != 0 || width < 0 || height < 0 || width > largestTexture || height > largestTexture)
+  if (level != 0 || border != 0 || width < 0 || height < 0 || width > maxTextureSize || height > maxTextureSize)
     return fail(GL_INVALID_VALUE);
 
   std::shared_ptr<Pixels> image;

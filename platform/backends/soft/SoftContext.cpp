@@ -61,7 +61,7 @@ SoftContext *SoftContext::current() { return currentContext; }
 void SoftContext::releaseCurrent() { currentContext = nullptr; }
 
 std::unique_ptr<platform::Surface> SoftContext::createSurface(GLsizei width, GLsizei height) {
-  if (width > largestTexture || height > largestTexture) return nullptr;
+  if (width > maxTextureSize || height > maxTextureSize) return nullptr;
   try {
     return std::make_unique<SoftSurface>(*this, samples_, width, height);
   } catch (const std::bad_alloc &) {

@@ -10,11 +10,11 @@
 #include <set>
 
 #include "Backend.h"
+#include "Pass.h"
 #include "Rasteriser.h"
-#include "Work.h"
 
 // The OpenGL side of the soft backend: objects, state and errors, as OpenGL 1.x has them, for the calls in
-// GLFunctions.inc. What is to be drawn leaves here as Work.h's types.
+// GLFunctions.inc. What is to be drawn leaves here as Pass.h's types.
 //
 // One rule for everything that this backend does not do: the call has no effect and leaves GL_INVALID_ENUM (a name it
 // does not know), GL_INVALID_VALUE (a value it does not take) or GL_INVALID_OPERATION (quads that are not axis-aligned

@@ -3,6 +3,6 @@
 namespace pyrelux::soft {
 
 /// The largest texture and surface, in pixels along a side.
-constexpr int largestTexture = 16384;
+constexpr int maxTextureSize = 16384;
 
 }  // namespace pyrelux::soft

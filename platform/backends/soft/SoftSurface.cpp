@@ -59,7 +59,7 @@ void SoftSurface::resolve() {
 
 std::shared_ptr<const Pixels> SoftSurface::image() {
   resolve();
-  settle(pixels_, blank_);
+  materialiseClear(pixels_, blank_);
   return pixels_;
 }
 

@@ -44,7 +44,7 @@ void makeOwn(std::shared_ptr<Pixels> &target, bool blank) {
 
 void drawPass(const Pass &pass, std::shared_ptr<Pixels> &target, bool &blank) {
   if (referenceOnly) {
-    settle(target, blank);
+    materialiseClear(target, blank);
     makeOwn(target, blank);
     drawByReference(pass, *target);
     return;
@@ -68,7 +68,7 @@ void drawPass(const Pass &pass, std::shared_ptr<Pixels> &target, bool &blank) {
   if (isFlame(pass)) {
     addFlame(pass, *target, blank);
   } else {
-    settle(target, blank);
+    materialiseClear(target, blank);
     drawByReference(pass, *target);
   }
   blank = false;
@@ -78,7 +78,7 @@ void drawPass(const Pass &pass, std::shared_ptr<Pixels> &target, bool &blank) {
 
 void useReferenceOnly(bool only) { referenceOnly = only; }
 
-void settle(std::shared_ptr<Pixels> &target, bool &blank) {
+void materialiseClear(std::shared_ptr<Pixels> &target, bool &blank) {
   if (!blank) return;
   makeOwn(target, blank);
   // A quad that covers nothing, drawn onto a blank target, leaves it black.

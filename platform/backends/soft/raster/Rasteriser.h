@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "Work.h"
+#include "Pass.h"
 
 namespace pyrelux::soft {
 
@@ -19,7 +19,7 @@ namespace pyrelux::soft {
 void draw(const std::vector<Pass> &passes, std::shared_ptr<Pixels> &target, bool &blank);
 
 /// Makes a blank target hold transparent black, for somebody who looks at it.
-void settle(std::shared_ptr<Pixels> &target, bool &blank);
+void materialiseClear(std::shared_ptr<Pixels> &target, bool &blank);
 
 /// For tests: draws everything pixel by pixel from now on, or no longer, in the whole process.
 void useReferenceOnly(bool only);

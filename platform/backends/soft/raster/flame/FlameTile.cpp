@@ -16,12 +16,12 @@ void prefetch(const Value &value) {
 
 }  // namespace
 
-template <typename Kind>
-FlameTile<Kind>::FlameTile(const Flame<Kind> &flame, int x0, int y0, int x1, int y1)
+template <typename Traits>
+FlameTile<Traits>::FlameTile(const Flame<Traits> &flame, int x0, int y0, int x1, int y1)
     : flame_(flame), isFull_(flame.planes.occupancy().isFull()), x0_(x0), y0_(y0), x1_(x1), y1_(y1) {}
 
-template <typename Kind>
-void FlameTile<Kind>::addUp() {
+template <typename Traits>
+void FlameTile<Traits>::addUp() {
   findParts();
   addNotedConstants();
   if (parts_.empty()) return;
@@ -29,14 +29,14 @@ void FlameTile<Kind>::addUp() {
     for (const PlaneGroup &group : flame_.groups) addGroup(strip, group);
 }
 
-template <typename Kind>
-void FlameTile<Kind>::findParts() {
+template <typename Traits>
+void FlameTile<Traits>::findParts() {
   for (std::size_t i = 0; i < flame_.bounds.size(); ++i) {
     const auto &bounds = flame_.bounds[i];
     const int x0 = std::max(bounds.x0, x0_), x1 = std::min(bounds.x1, x1_);
     const int y0 = std::max(bounds.y0, y0_), y1 = std::min(bounds.y1, y1_);
     if (x0 >= x1 || y0 >= y1) continue;
-    const Copy<Kind> &copy = flame_.copies[i];
+    const Copy<Traits> &copy = flame_.copies[i];
     const TapRange rows = copy.rowRange(y0, y1 - 1);
     const Part part{&copy, x0, x1, y0, y1, flame_.planes.occupancy().band(rows.low, rows.high)};
     if (!isFull_ && part.isEmpty(x0, x1)) continue;
@@ -46,21 +46,21 @@ void FlameTile<Kind>::findParts() {
   }
 }
 
-template <typename Kind>
-void FlameTile<Kind>::noteConstants(const Part &part) {
+template <typename Traits>
+void FlameTile<Traits>::noteConstants(const Part &part) {
   const bool wholeTile = part.x0 == x0_ && part.x1 == x1_ && part.y0 == y0_ && part.y1 == y1_;
   for (int c = 0; c < 4; ++c) {
     const Sum constant = part.copy->constants[c];
     if (constant == Sum(0) || full_ & 1u << c) continue;
     if (wholeTile) {
-      constants_[c] = Kind::plus(constants_[c], constant);
-      if (Kind::isFull(constants_[c])) full_ |= 1u << c;
+      constants_[c] = Traits::plus(constants_[c], constant);
+      if (Traits::isFull(constants_[c])) full_ |= 1u << c;
       continue;
     }
     auto &corners = corners_[c];
     if (corners.empty()) corners.resize(cornerStride * (height + 1));
     const auto at = [&](int x, int y) ->
-        typename Kind::WideSum & { return corners[static_cast<std::size_t>((y - y0_) * cornerStride + x - x0_)]; };
+        typename Traits::WideSum & { return corners[static_cast<std::size_t>((y - y0_) * cornerStride + x - x0_)]; };
     at(part.x0, part.y0) += constant;
     at(part.x1, part.y0) -= constant;
     at(part.x0, part.y1) -= constant;
@@ -68,25 +68,25 @@ void FlameTile<Kind>::noteConstants(const Part &part) {
   }
 }
 
-template <typename Kind>
-void FlameTile<Kind>::addNotedConstants() {
+template <typename Traits>
+void FlameTile<Traits>::addNotedConstants() {
   for (int c = 0; c < 4; ++c) {
     if (corners_[c].empty() || full_ & 1u << c) continue;
-    typename Kind::WideSum above[width] = {};
+    typename Traits::WideSum above[width] = {};
     for (int y = 0; y < y1_ - y0_; ++y) {
-      typename Kind::WideSum left = 0;
+      typename Traits::WideSum left = 0;
       for (int x = 0; x < x1_ - x0_; ++x) {
         left += corners_[c][static_cast<std::size_t>(y * cornerStride + x)];
         above[x] += left;
         Sum &sum = sumsOf(c, x / stripWidth)[y * stripWidth + x % stripWidth];
-        sum = Kind::plus(sum, above[x]);
+        sum = Traits::plus(sum, above[x]);
       }
     }
   }
 }
 
-template <typename Kind>
-unsigned FlameTile<Kind>::halvesOf(const Part &part, int strip) const {
+template <typename Traits>
+unsigned FlameTile<Traits>::halvesOf(const Part &part, int strip) const {
   unsigned halves = 0;
   for (int half = 0; half < 2; ++half) {
     const int left = x0_ + strip * stripWidth + half * halfStrip;
@@ -96,8 +96,8 @@ unsigned FlameTile<Kind>::halvesOf(const Part &part, int strip) const {
   return halves;
 }
 
-template <typename Kind>
-void FlameTile<Kind>::addGroup(int strip, const PlaneGroup &group) {
+template <typename Traits>
+void FlameTile<Traits>::addGroup(int strip, const PlaneGroup &group) {
   const int left = x0_ + strip * stripWidth;
   int units = 0, scaled = 0;
   for (const Part &part : parts_) {
@@ -113,7 +113,7 @@ void FlameTile<Kind>::addGroup(int strip, const PlaneGroup &group) {
       units_[units++] = unitSource(strip, group, part, halves);
     else
       scaled_[scaled++] = scaledSource(strip, group, part);
-    if (units < mostAtOnce && scaled < mostAtOnce) continue;
+    if (units < maxAtOnce && scaled < maxAtOnce) continue;
     addSources(strip, group, units_, units);
     addSources(strip, group, scaled_, scaled);
     units = scaled = 0;
@@ -123,35 +123,35 @@ void FlameTile<Kind>::addGroup(int strip, const PlaneGroup &group) {
   addSources(strip, group, scaled_, scaled);
 }
 
-template <typename Kind>
+template <typename Traits>
 template <typename Source>
-void FlameTile<Kind>::addSources(int strip, const PlaneGroup &group, const Source *sources, int count) {
-  if (count > 0) Kind::add(sources, count, flame_.planes.stride(), targetOf(strip, group, y0_, y1_));
+void FlameTile<Traits>::addSources(int strip, const PlaneGroup &group, const Source *sources, int count) {
+  if (count > 0) Traits::add(sources, count, flame_.planes.stride(), targetOf(strip, group, y0_, y1_));
 }
 
-template <typename Kind>
-void FlameTile<Kind>::addAlone(int strip, const PlaneGroup &group, const Part &part, unsigned halves) {
+template <typename Traits>
+void FlameTile<Traits>::addAlone(int strip, const PlaneGroup &group, const Part &part, unsigned halves) {
   const int left = x0_ + strip * stripWidth;
   auto target = targetOf(strip, group, part.y0, part.y1);
   alignas(64) Sum mask[stripWidth];
   if (part.x0 > left || part.x1 < left + stripWidth) {
-    for (int i = 0; i < stripWidth; ++i) mask[i] = left + i >= part.x0 && left + i < part.x1 ? Kind::maskOn : Sum(0);
+    for (int i = 0; i < stripWidth; ++i) mask[i] = left + i >= part.x0 && left + i < part.x1 ? Traits::maskOn : Sum(0);
     target.mask = mask;
   }
-  const auto add = [&](const auto &source) { Kind::add(&source, 1, flame_.planes.stride(), target); };
+  const auto add = [&](const auto &source) { Traits::add(&source, 1, flame_.planes.stride(), target); };
   if (part.copy->isUnit)
     add(unitSource(strip, group, part, halves));
   else
     add(scaledSource(strip, group, part));
 }
 
-template <typename Kind>
-typename Kind::UnitCopy FlameTile<Kind>::unitSource(int strip, const PlaneGroup &group, const Part &part,
-                                                    unsigned halves) const {
-  const Copy<Kind> &copy = *part.copy;
-  typename Kind::UnitCopy source;
+template <typename Traits>
+typename Traits::UnitCopy FlameTile<Traits>::unitSource(int strip, const PlaneGroup &group, const Part &part,
+                                                        unsigned halves) const {
+  const Copy<Traits> &copy = *part.copy;
+  typename Traits::UnitCopy source;
   source.texels =
-      Kind::texels(flame_.planes, group.plane, x0_ + strip * stripWidth + copy.shiftX, part.y0 + copy.shiftY);
+      Traits::texels(flame_.planes, group.plane, x0_ + strip * stripWidth + copy.shiftX, part.y0 + copy.shiftY);
   source.halves = halves;
   source.fractionX = copy.fractionX;
   source.fractionY = copy.fractionY;
@@ -159,37 +159,38 @@ typename Kind::UnitCopy FlameTile<Kind>::unitSource(int strip, const PlaneGroup 
   return source;
 }
 
-template <typename Kind>
-typename Kind::ScaledCopy FlameTile<Kind>::scaledSource(int strip, const PlaneGroup &group, const Part &part) const {
-  const Copy<Kind> &copy = *part.copy;
-  typename Kind::ScaledCopy source;
+template <typename Traits>
+typename Traits::ScaledCopy FlameTile<Traits>::scaledSource(int strip, const PlaneGroup &group,
+                                                            const Part &part) const {
+  const Copy<Traits> &copy = *part.copy;
+  typename Traits::ScaledCopy source;
   source.columns = &copy.scaled.columns[static_cast<std::size_t>(x0_ / stripWidth + strip - firstStrip(copy.x))];
   prefetch(*source.columns);
-  source.texels = Kind::texels(flame_.planes, group.plane, *source.columns);
+  source.texels = Traits::texels(flame_.planes, group.plane, *source.columns);
   source.rowTaps = copy.scaled.rows.data() + (part.y0 - copy.y.first);
   source.rowFractions = copy.scaled.rowFractions.data() + (part.y0 - copy.y.first);
   for (int i = 0; i < group.count; ++i) source.tints[i] = copy.tints[group.channels[i]];
   return source;
 }
 
-template <typename Kind>
-bool FlameTile<Kind>::isSaturated(int strip, const PlaneGroup &group) const {
+template <typename Traits>
+bool FlameTile<Traits>::isSaturated(int strip, const PlaneGroup &group) const {
   for (int i = 0; i < group.count; ++i)
-    if (!Kind::isSaturated(sums_[group.channels[i]][strip], y1_ - y0_)) return false;
+    if (!Traits::isSaturated(sums_[group.channels[i]][strip], y1_ - y0_)) return false;
   return true;
 }
 
-template <typename Kind>
-typename Kind::Target FlameTile<Kind>::targetOf(int strip, const PlaneGroup &group, int y0, int y1) {
-  typename Kind::Target target;
+template <typename Traits>
+typename Traits::Target FlameTile<Traits>::targetOf(int strip, const PlaneGroup &group, int y0, int y1) {
+  typename Traits::Target target;
   target.channels = group.count;
   for (int i = 0; i < group.count; ++i) target.sums[i] = sumsOf(group.channels[i], strip) + (y0 - y0_) * stripWidth;
   target.rows = y1 - y0;
   return target;
 }
 
-template <typename Kind>
-typename Kind::Sum *FlameTile<Kind>::sumsOf(int channel, int strip) {
+template <typename Traits>
+typename Traits::Sum *FlameTile<Traits>::sumsOf(int channel, int strip) {
   const unsigned bit = 1u << channel;
   if (!(used_[strip] & bit)) {
     std::fill_n(sums_[channel][strip], stripSize, Sum(0));
@@ -198,8 +199,8 @@ typename Kind::Sum *FlameTile<Kind>::sumsOf(int channel, int strip) {
   return sums_[channel][strip];
 }
 
-template <typename Kind>
-void FlameTile<Kind>::writeTo(Pixels &target, bool blank) const {
+template <typename Traits>
+void FlameTile<Traits>::writeTo(Pixels &target, bool blank) const {
   // A channel without sums of its own reads a row of zeros.
   static constexpr Sum zeros[stripWidth] = {};
   const bool anyConstant = std::any_of(constants_, constants_ + 4, [](Sum constant) { return constant != Sum(0); });
@@ -211,15 +212,15 @@ void FlameTile<Kind>::writeTo(Pixels &target, bool blank) const {
       if (!any && !blank) continue;
       const Sum *rows[4];
       for (int c = 0; c < 4; ++c) rows[c] = used_[strip] >> c & 1 ? sums_[c][strip] + (y - y0_) * stripWidth : zeros;
-      auto *pixels = Kind::row(target, y) + 4 * x;
+      auto *pixels = Traits::row(target, y) + 4 * x;
       if (any)
-        Kind::put(rows, constants_, count, blank, pixels);
+        Traits::put(rows, constants_, count, blank, pixels);
       else
         std::fill_n(pixels, 4 * count, 0);
     }
 }
 
-template class FlameTile<LevelSums>;
-template class FlameTile<FloatSums>;
+template class FlameTile<ByteAccumulator>;
+template class FlameTile<FloatAccumulator>;
 
 }  // namespace pyrelux::soft

@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "SumKinds.h"
-#include "Work.h"
+#include "AccumulatorTraits.h"
+#include "Pass.h"
 
 // A flame's quads made ready to be added up.
 
@@ -19,44 +19,44 @@ struct TapRange {
 };
 
 /// Of pixels first .. last.
-template <typename Kind>
+template <typename Traits>
 TapRange tapRange(const Axis &axis, int first, int last) {
-  const int a = Kind::texel(axis.position(first));
-  const int b = Kind::texel(axis.position(last));
+  const int a = Traits::texel(axis.position(first));
+  const int b = Traits::texel(axis.position(last));
   return {std::min(a, b), std::max(a, b) + 1};
 }
 
 /// Where the pixels of a copy at another size sample: for each strip that it touches, and for each row.
-template <typename Kind>
+template <typename Traits>
 struct ScaledTaps {
-  std::vector<typename Kind::ColumnTable> columns;
+  std::vector<typename Traits::ColumnTable> columns;
   std::vector<int> rows;
-  std::vector<typename Kind::Fraction> rowFractions;
+  std::vector<typename Traits::Fraction> rowFractions;
 };
 
-template <typename Kind>
+template <typename Traits>
 struct Copy {
   Axis x;
   Axis y;
   bool isUnit;
   unsigned channels = 0;  ///< a bit for each channel that it adds more than a constant to
   bool hasConstants = false;
-  typename Kind::Tint tints[4] = {};
-  typename Kind::Sum constants[4] = {};
+  typename Traits::Tint tints[4] = {};
+  typename Traits::Sum constants[4] = {};
   /// Of a copy at its own size: from a pixel to the tap that it samples, and how far beyond that.
   int shiftX = 0;
   int shiftY = 0;
-  typename Kind::Fraction fractionX{};
-  typename Kind::Fraction fractionY{};
-  ScaledTaps<Kind> scaled;  ///< of a copy at another size
+  typename Traits::Fraction fractionX{};
+  typename Traits::Fraction fractionY{};
+  ScaledTaps<Traits> scaled;  ///< of a copy at another size
 
   TapRange columnRange(int first, int last) const {
     if (isUnit) return {first + shiftX, last + shiftX + 1};
-    return tapRange<Kind>(x, first, last);
+    return tapRange<Traits>(x, first, last);
   }
   TapRange rowRange(int first, int last) const {
     if (isUnit) return {first + shiftY, last + shiftY + 1};
-    return tapRange<Kind>(y, first, last);
+    return tapRange<Traits>(y, first, last);
   }
 };
 
@@ -69,7 +69,7 @@ struct PlaneGroup {
 };
 
 /// Copies to be added up together.
-template <typename Kind>
+template <typename Traits>
 struct Flame {
   struct Bounds {
     int x0, x1, y0, y1;
@@ -86,7 +86,7 @@ struct Flame {
   void clear();
 
   const TexturePlanes &planes;
-  std::vector<Copy<Kind>> copies;
+  std::vector<Copy<Traits>> copies;
   std::vector<Bounds> bounds;  ///< of the copies, side by side: every tile looks through them
   std::vector<PlaneGroup> groups;
   unsigned channels = 0;  ///< all that get anything

@@ -16,9 +16,9 @@ namespace {
 constexpr std::size_t scaledBatch = 512;
 
 /// Draws copies, and the quads that the planes do not reach.
-template <typename Kind>
-void drawCopies(const Flame<Kind> &flame, const Pass &rest, Pixels &target, bool blank) {
-  using Tile = FlameTile<Kind>;
+template <typename Traits>
+void drawCopies(const Flame<Traits> &flame, const Pass &rest, Pixels &target, bool blank) {
+  using Tile = FlameTile<Traits>;
   const int columns = (target.width() + Tile::width - 1) / Tile::width;
   const int rows = (target.height() + Tile::height - 1) / Tile::height;
   parallelFor(columns * rows, [&](int index) {
@@ -32,22 +32,22 @@ void drawCopies(const Flame<Kind> &flame, const Pass &rest, Pixels &target, bool
 }
 
 /// Draws what is better not drawn copy by copy, and returns the rest.
-template <typename Kind>
+template <typename Traits>
 std::vector<Quad> drawManyAtOnce(const Pass &pass, const TexturePlanes &planes, Pixels &target, bool &blank) {
-  if constexpr (std::is_same_v<Kind, FloatSums>)
+  if constexpr (std::is_same_v<Traits, FloatAccumulator>)
     return addByFft(pass, planes, target, blank);
   else
     return pass.quads;  // every copy is rounded and saturates on its own
 }
 
-template <typename Kind>
+template <typename Traits>
 void addFlameOf(const Pass &pass, Pixels &target, bool blank) {
-  const TexturePlanes planes(*pass.texture, Kind::planes);
-  const std::vector<Quad> quads = drawManyAtOnce<Kind>(pass, planes, target, blank);
+  const TexturePlanes planes(*pass.texture, Traits::planes);
+  const std::vector<Quad> quads = drawManyAtOnce<Traits>(pass, planes, target, blank);
 
   Pass rest = pass;
   rest.quads.clear();
-  Flame<Kind> flame(planes);
+  Flame<Traits> flame(planes);
   const auto drawSoFar = [&] {
     flame.prepare();
     drawCopies(flame, rest, target, blank);
@@ -71,9 +71,9 @@ bool isFlame(const Pass &pass) { return pass.texture && pass.filter == Filter::L
 
 void addFlame(const Pass &pass, Pixels &target, bool blank) {
   if (target.samples() == Samples::Byte)
-    addFlameOf<LevelSums>(pass, target, blank);
+    addFlameOf<ByteAccumulator>(pass, target, blank);
   else
-    addFlameOf<FloatSums>(pass, target, blank);
+    addFlameOf<FloatAccumulator>(pass, target, blank);
 }
 
 }  // namespace pyrelux::soft

@@ -11,11 +11,11 @@ namespace {
 
 constexpr std::size_t alignment = 64;
 /// Smaller blocks are the allocator's business.
-constexpr std::size_t smallestKept = std::size_t{256} << 10;
+constexpr std::size_t minKeptBytes = std::size_t{256} << 10;
 /// What is kept at most: the surfaces and planes of a float frame in 4K are larger, those of smaller frames are not.
-constexpr std::size_t mostKept = std::size_t{256} << 20;
+constexpr std::size_t maxKeptBytes = std::size_t{256} << 20;
 /// About what one frame takes; more would only be left over from frames of other sizes.
-constexpr std::size_t mostBlocks = 16;
+constexpr std::size_t maxKeptBlocks = 16;
 
 /// Aligned by hand: glibc before 2.38 does not use the memory of freed aligned blocks again, so that a process that
 /// asks it for some in every frame grows with every frame. Plain blocks are used again everywhere.
@@ -57,7 +57,7 @@ class Store {
     const std::lock_guard<std::mutex> lock(mutex_);
     blocks_.push_back({memory, bytes});
     kept_ += bytes;
-    while (kept_ > mostKept || blocks_.size() > mostBlocks) {
+    while (kept_ > maxKeptBytes || blocks_.size() > maxKeptBlocks) {
       kept_ -= blocks_.front().bytes;
       release(blocks_.front().memory);
       blocks_.erase(blocks_.begin());
@@ -78,14 +78,14 @@ Store &store() {
 }  // namespace
 
 void *takeMemory(std::size_t bytes) {
-  if (bytes >= smallestKept)
+  if (bytes >= minKeptBytes)
     if (void *memory = store().take(bytes)) return memory;
   return allocate(bytes);
 }
 
 void giveMemoryBack(void *memory, std::size_t bytes) noexcept {
   try {
-    if (bytes >= smallestKept) return store().give(memory, bytes);
+    if (bytes >= minKeptBytes) return store().give(memory, bytes);
   } catch (const std::bad_alloc &) {
     // No room to note the block: it goes back to the allocator.
   }

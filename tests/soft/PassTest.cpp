@@ -1,4 +1,4 @@
-#include "Work.h"
+#include "Pass.h"
 
 #include <gtest/gtest.h>
 

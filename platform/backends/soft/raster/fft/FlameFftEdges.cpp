@@ -1,4 +1,4 @@
-#include "FlameFftEnds.h"
+#include "FlameFftEdges.h"
 
 #include <algorithm>
 #include <cstring>
@@ -42,8 +42,8 @@ void addShifted(const float *line, const std::vector<Weighted> &shifts, float *s
 
 }  // namespace
 
-EndLines::EndLines(const std::vector<WholeCopy> &copies, const std::vector<ConvolvedChannel> &channels,
-                   const TexturePlanes &planes, const Spans &spans, const Pixels &target, Lines lines)
+EdgeCorrection::EdgeCorrection(const std::vector<WholeCopy> &copies, const std::vector<ConvolvedChannel> &channels,
+                               const TexturePlanes &planes, const Spans &spans, const Pixels &target, Lines lines)
     : copies_(copies), channels_(channels), direction_(lines) {
   const bool columns = lines == Lines::Columns;
   texels_ = columns ? planes.height() : planes.width();
@@ -60,7 +60,7 @@ EndLines::EndLines(const std::vector<WholeCopy> &copies, const std::vector<Convo
   }
   sortByLine(low_, &CopyAxis::low, lineCount);
   sortByLine(high_, &CopyAxis::high, lineCount);
-  const auto isUsed = [](const End &end, std::size_t line) {
+  const auto isUsed = [](const Edge &end, std::size_t line) {
     return end.firstOnLine[line] != end.firstOnLine[line + 1];
   };
   for (int line = 0; line < lineCount; ++line)
@@ -68,7 +68,7 @@ EndLines::EndLines(const std::vector<WholeCopy> &copies, const std::vector<Convo
       lines_.push_back(line);
 }
 
-std::vector<float> EndLines::paddedLine(const TexturePlanes &planes, int plane, int position) const {
+std::vector<float> EdgeCorrection::paddedLine(const TexturePlanes &planes, int plane, int position) const {
   // Pixel p of a copy at offset o takes texel p - o.
   const int before = firstOffset_ + offsetCount_ - 1;
   std::vector<float> padded(static_cast<std::size_t>(pixels_ + offsetCount_ - 1));
@@ -83,7 +83,7 @@ std::vector<float> EndLines::paddedLine(const TexturePlanes &planes, int plane, 
   return padded;
 }
 
-void EndLines::sortByLine(End &end, EndTap CopyAxis::*tap, int lineCount) const {
+void EdgeCorrection::sortByLine(Edge &end, EdgeTap CopyAxis::*tap, int lineCount) const {
   end.firstOnLine.assign(static_cast<std::size_t>(lineCount) + 1, 0);
   if (std::all_of(end.padded.begin(), end.padded.end(), [](const auto &line) { return line.empty(); })) return;
   const auto isOnLine = [&](const WholeCopy &copy) { return (across(copy).*tap).weight != 0.0f; };
@@ -98,12 +98,13 @@ void EndLines::sortByLine(End &end, EndTap CopyAxis::*tap, int lineCount) const 
     if (isOnLine(copies_[i])) end.onLine[next[lineOf(copies_[i])]++] = static_cast<int>(i);
 }
 
-void EndLines::add(int line, int index, bool corners, float *sums) const {
-  addEnd(low_, &CopyAxis::low, line, index, corners, sums);
-  addEnd(high_, &CopyAxis::high, line, index, corners, sums);
+void EdgeCorrection::add(int line, int index, bool corners, float *sums) const {
+  addEdge(low_, &CopyAxis::low, line, index, corners, sums);
+  addEdge(high_, &CopyAxis::high, line, index, corners, sums);
 }
 
-void EndLines::addEnd(const End &end, EndTap CopyAxis::*tap, int line, int index, bool corners, float *sums) const {
+void EdgeCorrection::addEdge(const Edge &end, EdgeTap CopyAxis::*tap, int line, int index, bool corners,
+                             float *sums) const {
   const ConvolvedChannel &channel = channels_[static_cast<std::size_t>(index)];
   const std::vector<float> &padded = end.padded[static_cast<std::size_t>(channel.plane)];
   const std::size_t first = end.firstOnLine[static_cast<std::size_t>(line)];

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "FlameFftCopies.h"
-#include "FlameFftEnds.h"
+#include "FlameFftEdges.h"
 #include "FlameFftPlans.h"
 #include "RecycledArray.h"
 

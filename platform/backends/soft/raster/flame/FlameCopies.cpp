@@ -44,8 +44,8 @@ void fillTable(const Axis &axis, int strip, LevelColumnTable &table) {
 void fillTable(const Axis &axis, int strip, FloatColumnTable &table) {
   for (int i = 0; i < stripWidth; ++i) {
     const std::int64_t position = positionInside(axis, strip * stripWidth + i);
-    table.taps[i] = FloatSums::texel(position);
-    table.fractions[i] = FloatSums::fraction(position);
+    table.taps[i] = FloatAccumulator::texel(position);
+    table.fractions[i] = FloatAccumulator::fraction(position);
   }
   const auto spanOf = [&](int first, int count) {
     const auto [low, high] = std::minmax_element(table.taps + first, table.taps + first + count);
@@ -59,43 +59,43 @@ void fillTable(const Axis &axis, int strip, FloatColumnTable &table) {
   for (int i = 0; i < stripWidth; i += 16) table.narrow = table.narrow && spanOf(i, 16) < 32;
 }
 
-template <typename Kind>
-void findTaps(Copy<Kind> &copy) {
-  ScaledTaps<Kind> &taps = copy.scaled;
+template <typename Traits>
+void findTaps(Copy<Traits> &copy) {
+  ScaledTaps<Traits> &taps = copy.scaled;
   taps.columns.resize(static_cast<std::size_t>(stripCount(copy.x)));
   int strip = firstStrip(copy.x);
   for (auto &table : taps.columns) fillTable(copy.x, strip++, table);
   for (int y = copy.y.first; y < copy.y.end; ++y) {
-    taps.rows.push_back(Kind::texel(copy.y.position(y)));
-    taps.rowFractions.push_back(Kind::fraction(copy.y.position(y)));
+    taps.rows.push_back(Traits::texel(copy.y.position(y)));
+    taps.rowFractions.push_back(Traits::fraction(copy.y.position(y)));
   }
 }
 
 }  // namespace
 
-template <typename Kind>
-bool Flame<Kind>::reaches(const Quad &quad) const {
+template <typename Traits>
+bool Flame<Traits>::reaches(const Quad &quad) const {
   // Strips reach up to stripWidth - 1 pixels past a copy's ends.
   constexpr int reach = TexturePlanes::marginX - stripWidth;
-  const TapRange s = tapRange<Kind>(quad.x, quad.x.first, quad.x.end - 1);
-  const TapRange t = tapRange<Kind>(quad.y, quad.y.first, quad.y.end - 1);
+  const TapRange s = tapRange<Traits>(quad.x, quad.x.first, quad.x.end - 1);
+  const TapRange t = tapRange<Traits>(quad.y, quad.y.first, quad.y.end - 1);
   return s.low >= -reach && s.high < planes.width() + reach && t.low >= -TexturePlanes::marginY &&
          t.high < planes.height() + TexturePlanes::marginY;
 }
 
-template <typename Kind>
-void Flame<Kind>::add(const Quad &quad, const std::array<bool, 4> &mask) {
-  Copy<Kind> copy;
+template <typename Traits>
+void Flame<Traits>::add(const Quad &quad, const std::array<bool, 4> &mask) {
+  Copy<Traits> copy;
   copy.x = quad.x;
   copy.y = quad.y;
   copy.isUnit = quad.x.isUnit() && quad.y.isUnit();
   for (int c = 0; c < 4; ++c) {
     const auto channel = static_cast<std::size_t>(c);
     const int plane = planes.planeOf(c);
-    const auto tint = Kind::tint(quad.colour[channel]);
-    if (!mask[channel] || Kind::vanishes(planes, plane, tint)) continue;
+    const auto tint = Traits::tint(quad.colour[channel]);
+    if (!mask[channel] || Traits::vanishes(planes, plane, tint)) continue;
     if (planes.isUniform(plane)) {
-      copy.constants[c] = Kind::constant(planes, plane, tint);
+      copy.constants[c] = Traits::constant(planes, plane, tint);
       copy.hasConstants = true;
     } else {
       copy.tints[c] = tint;
@@ -105,10 +105,10 @@ void Flame<Kind>::add(const Quad &quad, const std::array<bool, 4> &mask) {
   }
   if (!copy.hasConstants && copy.channels == 0) return;
   if (copy.isUnit) {
-    copy.shiftX = Kind::texel(quad.x.start) - quad.x.first;
-    copy.shiftY = Kind::texel(quad.y.start) - quad.y.first;
-    copy.fractionX = Kind::fraction(quad.x.start);
-    copy.fractionY = Kind::fraction(quad.y.start);
+    copy.shiftX = Traits::texel(quad.x.start) - quad.x.first;
+    copy.shiftY = Traits::texel(quad.y.start) - quad.y.first;
+    copy.fractionX = Traits::fraction(quad.x.start);
+    copy.fractionY = Traits::fraction(quad.y.start);
   } else if (copy.channels != 0) {
     ++scaledCount;
   }
@@ -116,10 +116,10 @@ void Flame<Kind>::add(const Quad &quad, const std::array<bool, 4> &mask) {
   copies.push_back(std::move(copy));
 }
 
-template <typename Kind>
-void Flame<Kind>::prepare() {
+template <typename Traits>
+void Flame<Traits>::prepare() {
   unsigned used = 0;
-  for (const Copy<Kind> &copy : copies) used |= copy.channels;
+  for (const Copy<Traits> &copy : copies) used |= copy.channels;
   for (int c = 0; c < 4; ++c) {
     if (!(used & 1u << c)) continue;
     const int plane = planes.planeOf(c);
@@ -138,8 +138,8 @@ void Flame<Kind>::prepare() {
   });
 }
 
-template <typename Kind>
-void Flame<Kind>::clear() {
+template <typename Traits>
+void Flame<Traits>::clear() {
   copies.clear();
   bounds.clear();
   groups.clear();
@@ -147,7 +147,7 @@ void Flame<Kind>::clear() {
   scaledCount = 0;
 }
 
-template struct Flame<LevelSums>;
-template struct Flame<FloatSums>;
+template struct Flame<ByteAccumulator>;
+template struct Flame<FloatAccumulator>;
 
 }  // namespace pyrelux::soft

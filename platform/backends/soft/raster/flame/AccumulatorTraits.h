@@ -11,7 +11,7 @@
 
 namespace pyrelux::soft {
 
-struct LevelSums {
+struct ByteAccumulator {
   using Sum = std::uint16_t;
   using WideSum = std::int64_t;  ///< holds sums of any number of constants, and differences, exactly
   using Tint = std::int16_t;
@@ -57,7 +57,7 @@ struct LevelSums {
   static std::uint8_t *row(Pixels &target, int y) { return target.byteRow(y); }
 };
 
-struct FloatSums {
+struct FloatAccumulator {
   using Sum = float;
   using WideSum = double;
   using Tint = float;

@@ -1,4 +1,4 @@
-#include "Work.h"
+#include "Pass.h"
 
 #include <algorithm>
 #include <cmath>
@@ -25,9 +25,9 @@ Axis makeAxis(double from, double to, double textureFrom, double textureTo, int 
   }
   Axis axis;
   // Also refuses NaN, and edges so far off that their pixels can't be numbered.
-  constexpr double farthest = 1 << 24;
-  if (!(from < to) || !(from > -farthest) || !(to < farthest)) return axis;
-  if (!(std::abs(textureFrom) < farthest) || !(std::abs(textureTo) < farthest)) return axis;
+  constexpr double maxCoordinate = 1 << 24;
+  if (!(from < to) || !(from > -maxCoordinate) || !(to < maxCoordinate)) return axis;
+  if (!(std::abs(textureFrom) < maxCoordinate) || !(std::abs(textureTo) < maxCoordinate)) return axis;
   axis.first = static_cast<int>(std::clamp<std::int64_t>(firstAbove(from), 0, size));
   axis.end = static_cast<int>(std::clamp<std::int64_t>(firstAbove(to), 0, size));
   if (axis.first >= axis.end) return axis;
@@ -38,12 +38,12 @@ Axis makeAxis(double from, double to, double textureFrom, double textureTo, int 
   constexpr double smallestShift = 1.0 / 512;
   const int pixels = axis.end - axis.first;
   if (std::abs(scale - 1.0) * pixels < smallestShift) scale = 1.0;
-  constexpr double largestScale = 1 << 20;
-  scale = std::clamp(scale, -largestScale, largestScale);
+  constexpr double maxScale = 1 << 20;
+  scale = std::clamp(scale, -maxScale, maxScale);
   const double position = textureFrom + (axis.first + 0.5 - from) * scale - 0.5;
   axis.step = std::llround(scale * static_cast<double>(Axis::one));
   // Far outside the texture only its edge is seen, wherever exactly.
-  axis.start = std::llround(std::clamp(position, -farthest, farthest) * static_cast<double>(Axis::one));
+  axis.start = std::llround(std::clamp(position, -maxCoordinate, maxCoordinate) * static_cast<double>(Axis::one));
   return axis;
 }
 

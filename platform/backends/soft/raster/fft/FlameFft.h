@@ -2,8 +2,8 @@
 
 #include <vector>
 
+#include "Pass.h"
 #include "TexturePlanes.h"
-#include "Work.h"
 
 // Very many copies at their own size, drawn at once: their sum is the texture convolved with all copies' taps, and by
 // fast Fourier transforms that takes the same time however many there are.

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "Work.h"
+#include "Pass.h"
 
 namespace pyrelux::soft {
 

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdint>
 
-#include "Work.h"
+#include "Pass.h"
 
 // The arithmetic of 8-bit surfaces, in the form that every kernel reproduces bit by bit. Values are levels, 0 .. 255.
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Work.h"
+#include "Pass.h"
 
 namespace pyrelux::soft {
 

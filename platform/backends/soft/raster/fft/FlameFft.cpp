@@ -8,7 +8,7 @@
 
 #include "FlameFftConvolution.h"
 #include "FlameFftCopies.h"
-#include "FlameFftEnds.h"
+#include "FlameFftEdges.h"
 #include "FlameFftRectangles.h"
 #include "FlameTile.h"
 #include "Kernels.h"
@@ -20,7 +20,7 @@ namespace pyrelux::soft {
 namespace {
 
 /// In which sums are added up copy by copy.
-using Tile = FlameTile<FloatSums>;
+using Tile = FlameTile<FloatAccumulator>;
 
 constexpr int rowsAtOnce = 16;
 /// Columns whose ends are summed up together.
@@ -113,10 +113,10 @@ FlameCost costOf(const std::vector<Quad> &copies, const Channels &channels, cons
 }
 
 /// The ends of the copies' rows: columns of the target that get something, side by side in rows.
-class EndColumns {
+class EdgeColumns {
  public:
   /// Thread: uses the pool.
-  EndColumns(const EndLines &lines, int channelCount, int height)
+  EdgeColumns(const EdgeCorrection &lines, int channelCount, int height)
       : columns_(lines.lines()), height_(height), stride_(static_cast<int>(columns_.size())) {
     for (int index = 0; index < channelCount; ++index)
       sums_.emplace_back(static_cast<std::size_t>(roundUp(stride_)) * static_cast<std::size_t>(height));
@@ -136,7 +136,7 @@ class EndColumns {
   /// From frame to frame the flame changes a little; the memory is to be the same.
   static int roundUp(int columns) { return (columns + 255) / 256 * 256; }
 
-  void fill(const EndLines &lines, int index, int first, int end) {
+  void fill(const EdgeCorrection &lines, int index, int first, int end) {
     std::vector<float> column(static_cast<std::size_t>(height_) * columnsAtOnce);
     for (int i = first; i < end; ++i)
       lines.add(columns_[static_cast<std::size_t>(i)], index, true, column.data() + (i - first) * height_);
@@ -172,9 +172,9 @@ class FftSum {
     if (channels_.convolved.empty()) return;
     const int count = static_cast<int>(channels_.convolved.size());
     convolution_.emplace(copies_, channels_.convolved, planes, spans_);
-    columnEnds_.emplace(copies_, channels_.convolved, planes, spans_, target, EndLines::Lines::Columns);
-    rowEnds_.emplace(copies_, channels_.convolved, planes, spans_, target, EndLines::Lines::Rows);
-    endColumns_.emplace(*columnEnds_, count, target.height());
+    columnEdges_.emplace(copies_, channels_.convolved, planes, spans_, target, EdgeCorrection::Lines::Columns);
+    rowEdges_.emplace(copies_, channels_.convolved, planes, spans_, target, EdgeCorrection::Lines::Rows);
+    edgeColumns_.emplace(*columnEdges_, count, target.height());
   }
 
   void addTo(Pixels &target, bool blank) {
@@ -196,8 +196,8 @@ class FftSum {
         std::fill(sums.begin(), sums.end(), 0.0f);
         const int index = static_cast<int>(i);
         convolution_->addRow(index, y, buffer, sums.data());
-        rowEnds_->add(y, index, false, sums.data());
-        endColumns_->addRow(index, y, sums.data());
+        rowEdges_->add(y, index, false, sums.data());
+        edgeColumns_->addRow(index, y, sums.data());
         addToRow(sums.data(), channels_.convolved[i].channel, width_, row);
       }
       for (std::size_t i = 0; i < constants.size(); ++i) {
@@ -214,9 +214,9 @@ class FftSum {
   int width_;
   std::vector<std::vector<RectangleRows::Rectangle>> rectangles_;  ///< of each uniform channel
   std::optional<Convolution> convolution_;
-  std::optional<EndLines> columnEnds_;
-  std::optional<EndLines> rowEnds_;
-  std::optional<EndColumns> endColumns_;
+  std::optional<EdgeCorrection> columnEdges_;
+  std::optional<EdgeCorrection> rowEdges_;
+  std::optional<EdgeColumns> edgeColumns_;
 };
 
 std::vector<Quad> add(const Pass &pass, const TexturePlanes &planes, Pixels &target, bool &blank, bool anyway) {
@@ -243,9 +243,9 @@ bool fftIsFaster(const FlameCost &cost) {
   const double transforms = perPoint * cost.points + 4.0 * cost.pixels + 1000.0 * cost.copies + 2e5;
   constexpr double doubt = 1.5;
   // Larger surfaces than 8K leave little room for more.
-  constexpr double mostMemory = 1 << 30;
+  constexpr double maxMemory = 1 << 30;
   const double memory = sizeof(float) * cost.points * (cost.channels + 1);
-  return oneByOne > doubt * transforms && memory <= mostMemory;
+  return oneByOne > doubt * transforms && memory <= maxMemory;
 }
 
 std::vector<Quad> addByFft(const Pass &pass, const TexturePlanes &planes, Pixels &target, bool &blank) {

@@ -14,13 +14,13 @@ namespace pyrelux::soft {
 
 namespace {
 
-constexpr int mostThreads = 256;
+constexpr int maxThreads = 256;
 
 int readThreadCount() {
   const char *wanted = std::getenv("PYRELUX_THREADS");
   const long threads = wanted ? std::strtol(wanted, nullptr, 10) : 0;
-  if (threads > 0) return static_cast<int>(std::min<long>(threads, mostThreads));
-  return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, mostThreads);
+  if (threads > 0) return static_cast<int>(std::min<long>(threads, maxThreads));
+  return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, maxThreads);
 }
 
 class Pool {

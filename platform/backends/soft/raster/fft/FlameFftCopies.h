@@ -2,8 +2,8 @@
 
 #include <vector>
 
+#include "Pass.h"
 #include "TexturePlanes.h"
-#include "Work.h"
 
 // Copies of a whole texture at its own size, as a convolution sees them.
 //
@@ -16,7 +16,7 @@
 namespace pyrelux::soft {
 
 /// A pixel that gets a multiple of an end texel; none if the weight is 0.
-struct EndTap {
+struct EdgeTap {
   int pixel = 0;
   float weight = 0.0f;
 };
@@ -24,8 +24,8 @@ struct EndTap {
 struct CopyAxis {
   int offset;
   float fraction;
-  EndTap low;   ///< of texel 0
-  EndTap high;  ///< of the last texel
+  EdgeTap low;   ///< of texel 0
+  EdgeTap high;  ///< of the last texel
 };
 
 struct WholeCopy {

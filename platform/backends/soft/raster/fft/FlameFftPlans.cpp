@@ -14,7 +14,7 @@ namespace {
 std::mutex plannerMutex;
 
 /// A picture and its stencil, drawn in turn at a size or two.
-constexpr std::size_t mostPlansKept = 8;
+constexpr std::size_t maxPlansKept = 8;
 
 fftwf_complex *plain(TransformPlans::Complex *values) { return reinterpret_cast<fftwf_complex *>(values); }
 
@@ -42,8 +42,8 @@ int fastTransformSize(int atLeast) {
 
 TransformPlans::TransformPlans(int width, int height) {
   RecycledArray<float> row(static_cast<std::size_t>(width));
-  const auto longest = static_cast<std::size_t>(std::max(width / 2 + 1, height));
-  RecycledArray<Complex> from(longest), to(longest);
+  const auto maxLength = static_cast<std::size_t>(std::max(width / 2 + 1, height));
+  RecycledArray<Complex> from(maxLength), to(maxLength);
   const std::lock_guard<std::mutex> lock(plannerMutex);
   // Measuring would take longer than many a film's worth of frames saves.
   forwardRow_ = fftwf_plan_dft_r2c_1d(width, row.data(), plain(to.data()), FFTW_ESTIMATE);
@@ -80,7 +80,7 @@ std::shared_ptr<const TransformPlans> transformPlans(int width, int height) {
   if (found != kept.end()) {
     std::rotate(found, found + 1, kept.end());
   } else {
-    if (kept.size() == mostPlansKept) kept.erase(kept.begin());
+    if (kept.size() == maxPlansKept) kept.erase(kept.begin());
     kept.push_back({width, height, std::make_shared<const TransformPlans>(width, height)});
   }
   return kept.back().plans;
