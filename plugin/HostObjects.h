@@ -7,7 +7,7 @@
 
 namespace pyrelux {
 
-/// The parameter values of the host behind an API manager, for the length of one render.
+/// The parameter values of the host behind an API manager. Lives for one render; retains nothing.
 class HostParameters : public ParameterSource {
  public:
   explicit HostParameters(id<PROAPIAccessing> apiManager) : apiManager_(apiManager) {}
@@ -22,7 +22,7 @@ class HostParameters : public ParameterSource {
   id<FxParameterRetrievalAPI> api_ = nil;
 };
 
-/// An image of the host's, for the length of one render.
+/// An image of the host. Lives for one render; retains nothing.
 class HostImage : public FrameImage {
  public:
   explicit HostImage(FxImage *image) : image_(static_cast<FxTexture *>(image)) {}
@@ -37,7 +37,7 @@ class HostImage : public FrameImage {
   void disable() override;
 
  private:
-  FxTexture *image_;  ///< only asked what a texture alone can answer after imageType() has said that it is one
+  FxTexture *image_;  ///< a texture only if imageType() says so; callers ask that before any texture's method
 };
 
 }  // namespace pyrelux

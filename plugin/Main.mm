@@ -9,13 +9,13 @@
 
 namespace {
 
-// Functions, since the class has no methods in the runtime but the hosts' and dealloc.
+// Functions and not methods: the class has no methods beyond the hosts' and dealloc.
 
 NSString *localized(NSBundle *bundle, const char *key) {
   return [bundle localizedStringForKey:[NSString stringWithUTF8String:key] value:nil table:nil];
 }
 
-/// `entries` are a popup's.
+/// Declares a row to the host. `entries` are a popup's; other rows ignore them.
 void declareRow(const pyrelux::ParameterRow &row, NSString *name, NSArray *entries, id<FxParameterCreationAPI> api) {
   const UInt32 parmId = row.id;
   switch (row.kind) {
@@ -91,7 +91,7 @@ void declareRow(const pyrelux::ParameterRow &row, NSString *name, NSArray *entri
   return self;
 }
 
-// For what addParameters retains.
+// Releases what addParameters retained.
 - (void)dealloc {
   [popupmenu1 release];
   [popup1 release];
@@ -118,7 +118,7 @@ void declareRow(const pyrelux::ParameterRow &row, NSString *name, NSArray *entri
   id<FxParameterCreationAPI> api = [_apiManager apiForProtocol:@protocol(FxParameterCreationAPI)];
   if (!api) return NO;
   for (const pyrelux::ParameterRow &row : pyrelux::kParameterTable) {
-    // A popup's entries are looked up before its own name.
+    // A popup's entries come from the string table before its own name does.
     if (row.kind == pyrelux::RowKind::Popup) {
       [popup1 release];
       popup1 = [localized(_bundle, row.entries[0]) retain];
@@ -182,7 +182,7 @@ void declareRow(const pyrelux::ParameterRow &row, NSString *name, NSArray *entri
   if (parmId != pyrelux::kHeader) return nil;
   NSString *path = [_bundle pathForResource:@"Morvane" ofType:@"png"];
   NSImage *logo = path ? [[[NSImage alloc] initWithContentsOfFile:path] autorelease] : nil;
-  // Without a logo the button is there all the same, without a size; a message to nil would not give that everywhere.
+  // Without a logo there is still a button, of size 0. Not every runtime returns a zero NSSize for a message to nil.
   const NSSize size = logo ? [logo size] : NSMakeSize(0.0, 0.0);
   NSButton *button = [[[NSButton alloc] initWithFrame:NSMakeRect(0.0, 0.0, size.width, size.height)] autorelease];
   [button setBezelStyle:NSRegularSquareBezelStyle];

@@ -3,12 +3,12 @@
 #include "NumericHelpers.h"
 #include "ParameterIds.h"
 
-// The whole parameter set, in the order of the inspector's rows. Everything else in the product that needs a name, a
-// range or a default asks the filter for it.
+// All parameters, in the order of the inspector's rows. Nothing else repeats a name, a range or a default: hosts and
+// the command ask the filter.
 
 namespace pyrelux {
 
-/// What users see of the maker.
+/// The maker's name and web address, as users see them.
 constexpr char kMakerDomain[] = "www.morvane.example";
 constexpr char kMakerAddress[] = "https://www.morvane.example";
 
@@ -17,11 +17,12 @@ enum class RowKind { Header, IntSlider, FloatSlider, AngleSlider, Colour, Point,
 struct ParameterRow {
   ParameterId id;
   RowKind kind;
-  const char *key;          ///< looked up in the bundle's string table; the header's name is shown as it is
-  double defaults[3] = {};  ///< one value; red, green, blue; x, y; or an entry's index. Angles in degrees
-  double minimum = 0.0;     ///< of values and of the slider's travel alike. Angles in radians
+  const char *key;          ///< of the name in the bundle's string table; the header's is the name itself
+  double defaults[3] = {};  ///< one value; red, green, blue (0 .. 1); x, y (normalised); or an entry's index. Angles
+                            ///< are in degrees
+  double minimum = 0.0;     ///< of the value and of the slider; angles are in radians
   double maximum = 0.0;
-  double delta = 0.0;
+  double delta = 0.0;           ///< the slider's step
   const char *entries[2] = {};  ///< keys of a popup's entries, by index
 };
 
@@ -33,12 +34,12 @@ constexpr ParameterRow kParameterTable[] = {
     {kTurbulenceWavelength, RowKind::FloatSlider, "Pyrelux::Turbulence: Wavelength", {75.0}, 0.0, 100.0, 1.0},
     {kTurbulenceSpeed, RowKind::FloatSlider, "Pyrelux::Turbulence: Speed", {20.0}, 0.0, 100.0, 1.0},
     {kWiggleAmount, RowKind::FloatSlider, "Pyrelux::Wiggle: Amount", {20.0}, 0.0, 100.0, 1.0},
-    // The only float slider that can't reach 0: this is meant.
+    // Deliberate: the only float slider that can't reach 0.
     {kWiggleTurbulence, RowKind::FloatSlider, "Pyrelux::Wiggle: Turbulence", {15.0}, 1.0, 100.0, 1.0},
     {kGlow, RowKind::FloatSlider, "Pyrelux::Glow", {20.0}, -100.0, 100.0, 1.0},
-    // The whole part of 1000 pi as a bound is meant.
+    // Deliberate: the bounds are the whole part of 1000 pi.
     {kDirection, RowKind::AngleSlider, "Pyrelux::Direction", {0.0}, -3141.0, 3141.0},
-    // A default above the maximum as the numbers stand is meant: hosts take it in degrees and the bounds in radians.
+    // Deliberate: the default exceeds the maximum, because hosts take defaults in degrees and bounds in radians.
     {kSpread, RowKind::AngleSlider, "Pyrelux::Spread (Degrees)", {30.0}, 0.0, pi},
     {kSteps, RowKind::IntSlider, "Pyrelux::Steps", {40}, 10, maximumSteps, 1},
     {kWeight, RowKind::FloatSlider, "Pyrelux::Weight Inner<>Outer", {0.0}, -100.0, 100.0, 1.0},
@@ -47,7 +48,7 @@ constexpr ParameterRow kParameterTable[] = {
     {kColorOuter, RowKind::Colour, "Pyrelux::Color Outer", {1.0, 0.0, 0.0}},
     {kAttractRepel, RowKind::FloatSlider, "Pyrelux::Attract <> Repel", {0.0}, -100.0, 100.0, 1.0},
     {kPoint, RowKind::Point, "Pyrelux::Point (Attract <> Repel)", {0.5, 0.5}},
-    // Only the fire is seen by default; this is meant.
+    // Deliberate: by default only the fire is visible.
     {kSourceOpacity, RowKind::FloatSlider, "Pyrelux::Source: Opacity", {0.0}, 0.0, 1.0, 0.01},
     {kSourceMode, RowKind::Popup, "Pyrelux::Source: Mode", {0}, 0, 0, 0, {"Pyrelux::Cover", "Pyrelux::Mix"}},
     {kCropLeft, RowKind::FloatSlider, "Pyrelux::Crop: Left", {0.0}, 0.0, 1.0, 0.01},

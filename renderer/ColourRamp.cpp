@@ -6,7 +6,8 @@
 
 namespace pyrelux {
 
-// Throughout the renderer, a literal such as 1.01f held in a double is meant: the value is the single-precision one.
+// Deliberate: a literal such as 1.01f in a double expression, here and elsewhere in renderer/. The value is the
+// single-precision one.
 
 double biased(double u, double bias) {
   const double e1 = double{0.1736f} / (std::pow(bias, 2.8) + double{0.03f});
@@ -74,7 +75,7 @@ Colour ColourRamp::evaluate(double p) const {
   for (std::int32_t s = 0; s < stopCount_; ++s) {
     const double u = (p - start_[s]) / (end_[s] - start_[s]);
     double shape = 0.0;
-    // A stop without extent makes u NaN or infinite, which fails this test too.
+    // A stop with start == end makes u NaN or infinite. Such a u fails this test, so the stop contributes nothing.
     if (0.0 <= u && u <= 1.0) shape = curveShape(curveType_[s], biased(u, bias_[s]));
     sum.red = sum.red + (colour_[s].red * shape) * gain_[s].red;
     sum.green = sum.green + (colour_[s].green * shape) * gain_[s].green;
@@ -86,7 +87,7 @@ Colour ColourRamp::evaluate(double p) const {
 ColourRamp makeFlameRamp(const Colour &inner, const Colour &centre, const Colour &outer) {
   const auto gain = [](float value) { return Colour{value, value, value}; };
   ColourRamp ramp;
-  // Gains slightly above 1, and different for each stop, are meant.
+  // Deliberate: the gains are slightly above 1 and differ from stop to stop.
   ramp.addStop(8, 0.0, 1.0, 0.5, inner, gain(1.01f));
   ramp.addStop(12, 0.0, 1.0, 0.5, centre, gain(1.033f));
   ramp.addStop(4, 0.0, 1.0, 0.5, outer, gain(1.009f));

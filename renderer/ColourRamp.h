@@ -6,18 +6,21 @@
 
 namespace pyrelux {
 
-/// The tint of a copy from its place along the tongue: the sum of up to ten stops, each a colour faded in and out over
-/// a range of positions by one of 17 curves. Lives on the stack; nothing is allocated.
+/// The colour of a copy as a function of its position along the tongue (0 on the source .. 1 at the far end): the sum
+/// of up to ten stops. Each stop is a colour that one of 17 curves fades in and out over a range of positions. The ramp
+/// allocates no memory. Thread: any; a ramp that no one changes may be read by several.
 class ColourRamp {
  public:
   static constexpr int capacity = 10;
 
-  /// Adds a stop; at most `capacity` of them. It acts where start <= p <= end. `bias` (0 .. 1) bends the position
-  /// inside the range: 0.5 hardly, less pushes it up, more pushes it down. `curveType` is 0 .. 16; any other
-  /// contributes nothing.
+  /// Adds a stop. The caller adds at most `capacity` stops; nothing checks it. The stop acts where start <= p <= end.
+  /// `curveType` is 0 .. 16; any other contributes nothing. `bias` (0 .. 1) bends the position inside the range: a bias
+  /// of 0.5 hardly changes it, a smaller one raises it, a larger one lowers it. `colour` is the stop's colour, usually
+  /// 0 .. 1. `gain` multiplies the stop's contribution, channel by channel: 1 leaves it as it is.
   void addStop(std::int32_t curveType, double start, double end, double bias, const Colour &colour, const Colour &gain);
 
-  /// The colour at position p. Not clamped: overlapping stops may exceed 1.
+  /// The colour at position p: over all stops, the sum of colour * curve * gain. Not clamped: overlapping stops may
+  /// exceed 1.
   Colour evaluate(double p) const;
 
  private:
@@ -30,13 +33,14 @@ class ColourRamp {
   Colour gain_[capacity];
 };
 
-/// The flame's ramp: `inner` on the source, `centre` halfway along the tongue, `outer` at its far end.
+/// The flame's ramp: `inner` on the source, `centre` halfway along the tongue, `outer` at its far end. Colours are
+/// 0 .. 1.
 ColourRamp makeFlameRamp(const Colour &inner, const Colour &centre, const Colour &outer);
 
-/// Bends u (0 .. 1) by a stop's bias; the ends stay where they are.
+/// Bends u (0 .. 1) by a stop's bias (0 .. 1); 0 stays 0 and 1 stays 1.
 double biased(double u, double bias);
 
-/// The weight that curve gives at u (0 .. 1); 0 for a curve outside 0 .. 16.
+/// The weight (0 .. 1) that a curve gives at u (0 .. 1); 0 for a curve outside 0 .. 16.
 double curveShape(std::int32_t curveType, double u);
 
 }  // namespace pyrelux

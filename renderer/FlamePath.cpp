@@ -11,8 +11,8 @@ namespace {
 
 static_assert(maximumSteps + 1 <= CommonSteps::capacity, "a tongue must hold the largest number of steps");
 
-/// The products are cut where the plain order of evaluation lets them be cut, so that the results are the same to the
-/// bit.
+/// Computes here, once for all tongues, the factors that do not depend on the tongue. Each factor is a prefix of the
+/// whole product in evaluation order, so the results keep every bit.
 void fill(CommonSteps &common, const Snapshot &s, double turbulencePhase) {
   for (double j = 0.0; j <= s.steps; j += 1.0) {
     const int entry = common.count;
@@ -38,7 +38,7 @@ FlamePath::FlamePath(const Snapshot &snapshot, double time, const PhaseAccumulat
   const double elapsed = time - phases.oldFrame;
   phases.currentFrame_for_wiggleTurbulence = phases.currentFrame_for_wiggleTurbulence + elapsed * s_.wiggleTurbulence;
   if (s_.tongues > 0.0) {
-    // Deliberate: one phase at tongue 0's speed serves every tongue. Without tongues it stays, and so does oldFrame.
+    // Deliberate: one phase, at tongue 0's speed, serves every tongue. Without tongues neither it nor oldFrame changes.
     phases.currentFrame_for_turbulenceSpeed =
         phases.currentFrame_for_turbulenceSpeed + elapsed * drawn(0.0).tongueSpeed * s_.turbSpeed;
     phases.oldFrame = time;
@@ -47,14 +47,14 @@ FlamePath::FlamePath(const Snapshot &snapshot, double time, const PhaseAccumulat
   fill(common_, s_, phases.currentFrame_for_turbulenceSpeed);
 }
 
-/// The tongue's three draws, from a generator that starts at its index; one for each step is to follow.
+/// Seeds the generator with the tongue's index and draws the tongue's three values; one draw for each step follows.
 Tongue FlamePath::drawn(double index) const {
   Tongue tongue;
   seedGenerator(static_cast<std::int32_t>(index));
   tongue.index = index;
   tongue.tongueTurbulence = rnd(0.2, 4.0);
   tongue.tongueSpeed = rnd(0.25, 1.0);
-  // One noise for all: the spread of every tongue swells and shrinks together.
+  // One noise value serves all tongues, so their spreads swell and shrink together.
   tongue.tongueSpread = rnd(-s_.spread, s_.spread) * spreadNoise_;
   return tongue;
 }
@@ -66,9 +66,9 @@ Tongue FlamePath::tongue(double index) const {
   const double spreads = index == 0.0 ? 0.0 : 1.0;
   for (int entry = 0; entry < common_.count; ++entry) {
     const double t = common_.stepPos[entry];
-    // Deliberate: negative where the turbulence is strong; the copy then lies on the other side.
+    // Deliberate: strong turbulence makes the distance negative; the copy then lies on the opposite side.
     const double distance = common_.reach[entry] * (1.0 + turbulence * common_.turbulence[entry]);
-    // Deliberate: always t; called to consume one random value per step.
+    // Deliberate: always t; called only to consume one random value per step.
     const double r = rnd(t, t);
     const double wiggle = noise(wigglePhase_ + (index * 300.0 - t * 20.0) * s_.wiggleTurbulence, 10.0, -t, t);
     const double angle = s_.direction + tongue.tongueSpread * r * spreads + wiggle * s_.wiggleAmount;

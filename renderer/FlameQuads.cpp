@@ -12,7 +12,7 @@ double FlameQuads::glowFactor() const {
 }
 
 double FlameQuads::tongueAlpha() const {
-  // Deliberate: the division is in single precision, the rest in double. Copies without weight count, too.
+  // Deliberate: the division is in single precision, the rest in double; copies without weight count as well.
   const double share = 1.0f / static_cast<float>(common_.count);
   return (share / snapshot_.tongues) * glowFactor() + 0.00390625;
 }
@@ -44,7 +44,7 @@ void FlameQuads::draw(const Tongue &tongue) const {
     if (common_.stepWeight[i] <= 0.0) continue;
     const double ox = tongue.stepOffsetX[i];
     const double oy = tongue.stepOffsetY[i];
-    // The crop takes the same part from the quad and from the texture, so what is left keeps its place and size.
+    // The crop cuts the same part off the quad and off the texture, so the rest keeps its place and size.
     const double x0 = (0.0 + ox) + s.cropLeft;
     const double x1 = (1.0 + ox) - s.cropRight;
     const double y0 = (0.0 + oy) + s.cropBottom;
@@ -56,7 +56,7 @@ void FlameQuads::draw(const Tongue &tongue) const {
     for (int k = 0; k < 4; ++k) {
       double x = (cornerX[k] - s.point.x) * common_.stepScaleX[i] + s.point.x;
       double y = (cornerY[k] - s.point.y) * common_.stepScaleY[i] + s.point.y;
-      // Deliberate: turned although the rotation is always 0.
+      // Deliberate: the point is rotated although the rotation is always 0.
       rotate2DPoint(&x, &y, common_.stepRotation[i], s.point.x, s.point.y, g.aspect);
       glTexCoord2f(static_cast<float>(cornerS[k] * g.inW), static_cast<float>(cornerT[k] * g.inH));
       glVertex2f(static_cast<float>(x * g.outW), static_cast<float>(y * g.outH));

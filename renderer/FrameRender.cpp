@@ -50,7 +50,7 @@ void outputPass(const FrameGeometry &geometry) {
   initOpenGl();
   glColor4f(1.0f, 1.0f, 1.0f, 1.0f);
   glBlendFunc(GL_ONE, GL_ONE);
-  // Another first corner for an upside-down output is meant; it mirrors nothing.
+  // Deliberate: an upside-down output begins at another corner, which mirrors nothing.
   const bool topLeft = geometry.origin == static_cast<double>(FrameImage::kOriginTopLeft);
   drawOverOutput(topLeft ? fromLowerRight : fromUpperRight, geometry.outW, geometry.outH, geometry);
 }

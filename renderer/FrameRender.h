@@ -5,16 +5,19 @@
 
 namespace pyrelux {
 
-/// Incremented by every render call, before anything else; nothing reads it.
+/// Counts the render calls. Deliberate: every call increments it first, although nothing reads it.
 extern std::int32_t renderCounter;
 
-/// Draws one frame: the flame of `input` at the frame time into `output`, and the source over it or added to it.
+/// Draws one frame into `output`: the flame of `input` at `timeFrames` (the host's frame time; may have a fraction),
+/// then the source over the flame or added to it.
 ///
-/// Thread: one render at a time in a process (see EntryGuard). GL state: a context is current that draws into the
-/// output, with the rectangle (-width/2, -height/2) .. (width/2, height/2) mapped onto it; its fixed-function state is
-/// left as initOpenGl() leaves it, the surface's texture bound and enabled. Colour: premultiplied on both sides.
-/// Errors: false, with nothing drawn, when the guard gives up, the host offers no parameter values, or the output is
-/// not a texture; a surface that can't be made goes unnoticed.
+/// Thread: one render at a time in a process (see EntryGuard).
+/// GL state: expects a current context that draws into the output and maps the rectangle (-width/2, -height/2) ..
+/// (width/2, height/2) onto it. Leaves the fixed-function state as initOpenGl() does, with the surface's texture bound
+/// and enabled.
+/// Colour: input and output are premultiplied.
+/// Errors: returns false and draws nothing when the guard gives up, the host offers no parameter values, or the output
+/// is not a texture. A surface that can't be made is not reported.
 bool renderFrame(ParameterSource &parameters, FrameImage &output, FrameImage &input, double timeFrames,
                  const PhaseAccumulators &phases);
 

@@ -2,11 +2,12 @@
 
 #include <cstdint>
 
-// What a render asks of its host, without the host's object model. The plug-in's shell implements both by sending the
-// matching messages; each call here is one message there, in the same order.
+// What a render asks its host for, without the host's object model. The plug-in implements both interfaces: each call
+// here sends the one matching message to the host, in the same order.
 
 namespace pyrelux {
 
+/// 0 .. 1 for each channel, unless a function says otherwise.
 struct Colour {
   double red = 0.0;
   double green = 0.0;
@@ -18,12 +19,13 @@ struct Point {
   double y = 0.0;
 };
 
-/// The host's parameter values.
+/// The host's parameter values at a frame time. Times are in frames and may have a fraction.
 class ParameterSource {
  public:
   virtual ~ParameterSource() = default;
 
-  /// Asks the host for the values' interface; false when it offers none. Called once, before any getter.
+  /// Asks the host for the interface to the values; false when it offers none. The render calls it once, before any
+  /// getter.
   virtual bool open() = 0;
 
   virtual int intValue(std::uint32_t id, double timeFrames) = 0;

@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::int32_t startInPlaceOfZero = 123459876;
 
-// Per thread, so that neither another render nor the host's own use of the C library's generator disturbs a tongue.
+// Per thread, and not the C library's generator: neither another render nor the host disturbs a tongue's draws.
 thread_local std::int32_t generator = startInPlaceOfZero;
 
 }  // namespace
@@ -34,7 +34,7 @@ std::int32_t nextGeneratorValue() {
 }
 
 double rnd(double lo, double hi) {
-  // 71539 as modulus and divisor alike is meant, and so is the slight bias of the plain remainder.
+  // Deliberate: 71539 is both modulus and divisor; the modulo bias is accepted.
   constexpr std::int32_t steps = 71539;
   const double u = (nextGeneratorValue() % steps) / static_cast<double>(steps);
   return u * (hi - lo) + lo;

@@ -4,7 +4,7 @@
 
 namespace pyrelux {
 
-/// The ids under which hosts store parameter values. They never change: a saved project refers to them.
+/// The ids under which hosts store parameter values. They never change, because saved projects contain them.
 enum ParameterId : std::uint32_t {
   kSourceOpacity = 1,
   kDirection = 2,
@@ -33,7 +33,7 @@ enum ParameterId : std::uint32_t {
   kHeader = 25,
 };
 
-/// The largest value of "Pyrelux::Steps"; the renderer's per-step arrays are made for it.
+/// The maximum of "Pyrelux::Steps"; CommonSteps::capacity is large enough for it.
 constexpr int maximumSteps = 300;
 
 }  // namespace pyrelux

@@ -28,7 +28,7 @@ Snapshot readSnapshot(ParameterSource &parameters, double time) {
   s.opacity = parameters.floatValue(kSourceOpacity, time);
   s.mode = parameters.intValue(kSourceMode, time);
   s.weight = parameters.floatValue(kWeight, time);
-  // The floor of an integer is meant: it stays as it was when the value was a float.
+  // Deliberate: takes the floor of an integer, which changes nothing; the value was once a float.
   s.steps = std::floor(static_cast<double>(parameters.intValue(kSteps, time)));
   s.cropLeft = parameters.floatValue(kCropLeft, time);
   s.cropRight = parameters.floatValue(kCropRight, time);
