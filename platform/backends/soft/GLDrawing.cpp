@@ -10,7 +10,7 @@ namespace {
 
 Colour clamped(GLfloat red, GLfloat green, GLfloat blue, GLfloat alpha) {
   Colour colour{red, green, blue, alpha};
-  // Written so that NaN becomes 0.
+  // The comparison turns NaN into 0.
   for (float &channel : colour) channel = channel > 0.0f ? std::min(channel, 1.0f) : 0.0f;
   return colour;
 }
@@ -37,7 +37,7 @@ void SoftContext::Begin(GLenum mode) {
   badQuads_ = false;
   cornerCount_ = 0;
   pass_ = Pass{};
-  // Another context may refill or drop the texture while quads come in.
+  // Another context may change or delete the texture between glBegin and glEnd.
   const std::lock_guard<std::mutex> lock(group_->mutex);
   const TextureObject *texture = activeTexture();
   textured_ = texture != nullptr;
@@ -58,7 +58,7 @@ void SoftContext::TexCoord2f(GLfloat s, GLfloat t) {
 }
 
 void SoftContext::Vertex2f(GLfloat x, GLfloat y) {
-  // GL leaves open what a vertex does outside a primitive; here it is nothing.
+  // GL does not define a vertex outside a primitive; here it does nothing.
   if (!insideBegin_) return;
   corners_[cornerCount_++] = {x, y, s_, t_, colour_};
   if (cornerCount_ < 4) return;
@@ -67,7 +67,7 @@ void SoftContext::Vertex2f(GLfloat x, GLfloat y) {
 }
 
 TextureObject *SoftContext::activeTexture() {
-  // A texture without a complete image is as good as texturing turned off (OpenGL 1.4, section 3.8.10).
+  // A texture without a complete image counts as disabled (OpenGL 1.4, section 3.8.10).
   if (rectangleEnabled_ && isComplete(*boundRectangle_)) return boundRectangle_.get();
   if (!rectangleEnabled_ && texture2DEnabled_ && isComplete(*bound2D_)) return bound2D_.get();
   return nullptr;
@@ -78,64 +78,65 @@ bool SoftContext::isComplete(const TextureObject &texture) {
   return plain && (texture.image || texture.surface);
 }
 
+bool SoftContext::isUpright() const {
+  // Two neighbouring corners share x, the others share y, all the way round, and a texture follows.
+  const auto isUprightFrom = [&](std::size_t first) {
+    const Vertex &a = corners_[first], &b = corners_[first + 1], &c = corners_[first + 2],
+                 &d = corners_[(first + 3) % 4];
+    const bool isRectangle = a.x == b.x && c.x == d.x && b.y == c.y && d.y == a.y;
+    return isRectangle && (!textured_ || (a.s == b.s && c.s == d.s && b.t == c.t && d.t == a.t));
+  };
+  return isUprightFrom(0) || isUprightFrom(1);
+}
+
+bool SoftContext::hasOneColour() const {
+  // The last corner gives a flat quad its colour (OpenGL 1.4, table 2.9).
+  if (shadeModel_ == GL_FLAT) return true;
+  return std::all_of(corners_, corners_ + 3, [&](const Vertex &corner) { return corner.colour == corners_[3].colour; });
+}
+
+double SoftContext::windowAt(std::size_t axis, double value) const {
+  const double clip = projection_.apply(axis, modelview_.apply(axis, value));
+  return (clip + 1.0) / 2.0 * viewport_[2 + axis] + viewport_[axis];
+}
+
+Axis SoftContext::makeWindowAxis(std::size_t axis, double from, double to, double textureFrom, double textureTo,
+                                 int size) const {
+  // Without a texture the coordinates may be anything.
+  if (!textured_) textureFrom = textureTo = 0.0;
+  Axis made = makeAxis(windowAt(axis, from), windowAt(axis, to), textureFrom, textureTo, size);
+  const int first = std::max(made.first, viewport_[axis]);
+  made.end = static_cast<int>(std::min<std::int64_t>(made.end, std::int64_t{viewport_[axis]} + viewport_[2 + axis]));
+  // An empty axis stays where it is: positions far beyond the quad could overflow.
+  if (first >= made.end) {
+    made.end = made.first;
+    return made;
+  }
+  made.start = made.position(first);
+  made.first = first;
+  return made;
+}
+
 void SoftContext::addQuad() {
   if (!surface_) return;
-  const Vertex(&v)[4] = corners_;
-  // Upright: two neighbouring corners share x, the others share y, all the way round, and a texture follows.
-  const auto upright = [&](int a, int b, int c, int d) {
-    const bool rectangle = v[a].x == v[b].x && v[c].x == v[d].x && v[b].y == v[c].y && v[d].y == v[a].y;
-    return rectangle && (!textured_ || (v[a].s == v[b].s && v[c].s == v[d].s && v[b].t == v[c].t && v[d].t == v[a].t));
-  };
-  const bool columnsFirst = upright(0, 1, 2, 3);
-  if (!columnsFirst && !upright(1, 2, 3, 0)) {
+  if (!isUpright()) {
     badQuads_ = true;
     return;
   }
-  // The last corner gives a flat quad its colour (OpenGL 1.4, table 2.9).
-  if (shadeModel_ != GL_FLAT)
-    for (int i = 0; i < 3; ++i)
-      if (v[i].colour != v[3].colour) badQuads_ = true;
-
-  // Corner 2 lies across from corner 0.
-  const Vertex &from = v[0];
-  const Vertex &to = v[2];
-  const auto windowAt = [&](int axis, double value) {
-    const double clip = projection_.apply(axis, modelview_.apply(axis, value));
-    const auto a = static_cast<std::size_t>(axis);
-    return (clip + 1.0) / 2.0 * viewport_[2 + a] + viewport_[a];
-  };
+  if (!hasOneColour()) badQuads_ = true;
   const double depth = projection_.apply(2, modelview_.apply(2, 0.0));
   if (!(depth >= -1.0 && depth <= 1.0)) return;
-
-  const int width = surface_->width();
-  const int height = surface_->height();
-  Quad quad;
-  // Without a texture the coordinates may be anything.
-  const auto coordinate = [&](float value, double scale) { return textured_ ? value * scale : 0.0; };
-  quad.x = makeAxis(windowAt(0, from.x), windowAt(0, to.x), coordinate(from.s, perS_), coordinate(to.s, perS_), width);
-  quad.y = makeAxis(windowAt(1, from.y), windowAt(1, to.y), coordinate(from.t, perT_), coordinate(to.t, perT_), height);
-  quad.colour = v[3].colour;
-  // The viewport clips as well.
-  const auto clip = [](Axis &axis, int low, int size) {
-    const int first = std::max(axis.first, low);
-    axis.end = static_cast<int>(std::min<std::int64_t>(axis.end, std::int64_t{low} + size));
-    // Positions far beyond the quad are none that can be reckoned with.
-    if (first >= axis.end) {
-      axis.end = axis.first;
-      return;
-    }
-    axis.start = axis.position(first);
-    axis.first = first;
-  };
-  clip(quad.x, viewport_[0], viewport_[2]);
-  clip(quad.y, viewport_[1], viewport_[3]);
-  if (quad.x.first < quad.x.end && quad.y.first < quad.y.end) pass_.quads.push_back(quad);
+  // Corner 2 lies across from corner 0.
+  const Vertex &from = corners_[0], &to = corners_[2];
+  const Axis x = makeWindowAxis(0, from.x, to.x, from.s * perS_, to.s * perS_, surface_->width());
+  const Axis y = makeWindowAxis(1, from.y, to.y, from.t * perT_, to.t * perT_, surface_->height());
+  if (x.first < x.end && y.first < y.end) pass_.quads.push_back({x, y, corners_[3].colour});
 }
 
 void SoftContext::End() {
   if (!insideBegin_) return fail(GL_INVALID_OPERATION);
   insideBegin_ = false;
-  // Corners of a quad that was not finished are dropped, as GL has it.
+  // The corners of an unfinished quad are dropped, as in GL.
   if (badQuads_) fail(GL_INVALID_OPERATION);
   if (surface_ && !badQuads_ && !pass_.quads.empty()) emitPass();
   pass_ = Pass{};
@@ -156,7 +157,7 @@ void SoftContext::emitPass() {
   }
   const bool live = texture && texture->surface;
   surface_->add(std::move(pass_));
-  // What another surface shows may change, so it is drawn now.
+  // The texture's surface may change later, so the pass is drawn now.
   if (live) surface_->resolve();
 }
 

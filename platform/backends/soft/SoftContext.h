@@ -13,45 +13,47 @@
 #include "Pass.h"
 #include "Rasteriser.h"
 
-// The OpenGL side of the soft backend: objects, state and errors, as OpenGL 1.x has them, for the calls in
-// GLFunctions.inc. What is to be drawn leaves here as Pass.h's types.
+// The OpenGL side of the soft backend: objects, state and errors as in OpenGL 1.x, for the calls in GLFunctions.inc. It
+// hands the drawing to the rasteriser as passes (Pass.h).
 //
-// One rule for everything that this backend does not do: the call has no effect and leaves GL_INVALID_ENUM (a name it
-// does not know), GL_INVALID_VALUE (a value it does not take) or GL_INVALID_OPERATION (quads that are not axis-aligned
-// rectangles with a texture upright on them). Nothing is drawn approximately.
+// A call that this backend does not support has no effect and sets GL_INVALID_ENUM (an unknown name), GL_INVALID_VALUE
+// (an unsupported value) or GL_INVALID_OPERATION (quads that are not axis-aligned rectangles with a texture upright on
+// them). The backend never draws an approximation.
 
 namespace pyrelux::soft {
 
 class SoftContext;
 struct TextureObject;
 
-/// What contexts that share objects share. The lock covers the objects in it and the surfaces drawn through its
+/// The objects that a group of contexts shares. The mutex protects these objects and the surfaces of the group's
 /// contexts.
 struct ShareGroup {
   std::mutex mutex;
   GLuint lastName = 0;
-  std::map<GLuint, std::shared_ptr<TextureObject>> textures;  ///< with target 0 while a name was only generated
+  std::map<GLuint, std::shared_ptr<TextureObject>> textures;  ///< by name
 };
 
-/// A surface's image with the drawing that it still waits for.
+/// A surface: its image and the passes that are still to be drawn into it. The caller holds the group's mutex, except
+/// for constructor and destructor.
 class SoftSurface : public platform::Surface {
  public:
   SoftSurface(SoftContext &owner, Samples samples, int width, int height);
-  /// Textures that were given the image lose it, and the context that draws into it has no surface.
+  /// Textures that show the image lose it, and the context that draws into the surface has none afterwards.
   ~SoftSurface() override;
 
-  /// Remembers the pass; it is drawn when somebody looks.
+  /// Queues the pass; resolve() draws it.
   void add(Pass pass);
+  /// Queues a clear of the channels in `mask` (red, green, blue, alpha).
   void clear(const Colour &colour, const std::array<bool, 4> &mask);
-  /// Draws what waits.
+  /// Draws the queued passes.
   void resolve();
 
   int width() const { return pixels_->width(); }
   int height() const { return pixels_->height(); }
-  /// The image, with all that waited drawn.
+  /// The image, after all queued passes are drawn.
   std::shared_ptr<const Pixels> image();
 
-  /// The textures whose image this is.
+  /// The textures that show this surface's image.
   std::set<TextureObject *> attached;
 
  private:
@@ -59,33 +61,30 @@ class SoftSurface : public platform::Surface {
   std::shared_ptr<ShareGroup> group_;
   std::shared_ptr<Pixels> pixels_;
   std::vector<Pass> waiting_;
-  bool blank_ = true;  ///< transparent black, whatever the pixels hold
+  bool blank_ = true;  ///< the image is transparent black, whatever the pixels contain
 };
 
 struct TextureObject {
-  GLenum target = 0;  ///< 0 until it is first bound
+  GLenum target = 0;  ///< 0 until the texture is first bound
   GLenum minFilter = 0;
   GLenum magFilter = GL_LINEAR;
   GLenum wrapS = 0;
   GLenum wrapT = 0;
-  std::shared_ptr<const Pixels> image;  ///< of its own; null without one
-  SoftSurface *surface = nullptr;       ///< whose image it shows instead
+  std::shared_ptr<const Pixels> image;  ///< its own image; null without one
+  SoftSurface *surface = nullptr;       ///< the surface whose image it shows instead of its own; not owned
 
   ~TextureObject() { detach(); }
   void bindTo(GLenum newTarget);
   void detach();
 };
 
-/// A matrix stack's top. Only identities and orthographic projections are ever multiplied, so it is a scale and an
-/// offset along each axis.
+/// The top of a matrix stack. It is a scale and an offset along each axis, because GL's calls here multiply only
+/// identities and orthographic projections.
 struct AxisTransform {
   std::array<double, 3> scale{1.0, 1.0, 1.0};
   std::array<double, 3> offset{0.0, 0.0, 0.0};
 
-  double apply(int axis, double value) const {
-    const auto a = static_cast<std::size_t>(axis);
-    return value * scale[a] + offset[a];
-  }
+  double apply(std::size_t axis, double value) const { return value * scale[axis] + offset[axis]; }
 };
 
 class SoftContext : public platform::Context {
@@ -98,12 +97,12 @@ class SoftContext : public platform::Context {
   std::unique_ptr<platform::Surface> createSurface(GLsizei width, GLsizei height) override;
   bool drawInto(platform::Surface &surface) override;
   bool attachToBoundTexture(platform::Surface &surface) override;
-  /// The surface is going away.
+  /// Stops drawing into the surface, which is about to be destroyed.
   void forget(const SoftSurface &surface);
 
   const std::shared_ptr<ShareGroup> &group() const { return group_; }
 
-  /// The thread's.
+  /// The thread's current context, or null.
   static SoftContext *current();
   static void releaseCurrent();
 
@@ -121,16 +120,25 @@ class SoftContext : public platform::Context {
     Colour colour;
   };
 
-  /// Keeps the first error; later ones are lost until it is asked for.
+  /// Sets the error, unless one is set already.
   void fail(GLenum error);
-  /// Between glBegin and glEnd most calls are errors; true when this one is.
+  /// Fails and returns true between glBegin and glEnd, where most calls are errors.
   bool refusedInside();
+  /// The flag that glEnable sets for `name`, or null.
   bool *capability(GLenum name);
   TextureObject *boundTexture(GLenum target);
-  /// The texture that quads are drawn with, or null; rectangles go before 2-D textures.
+  /// The texture that quads are drawn with, or null. Rectangle textures take precedence over 2-D ones.
   TextureObject *activeTexture();
   static bool isComplete(const TextureObject &texture);
-  /// Turns four corners into a quad of the pass.
+  /// Whether the four corners form an axis-aligned rectangle with the texture, if any, upright on it.
+  bool isUpright() const;
+  bool hasOneColour() const;
+  /// The window coordinate (pixels from the surface's lower left) of an object coordinate along an axis.
+  double windowAt(std::size_t axis, double value) const;
+  /// One direction of a quad, clipped to the surface's `size` pixels and to the viewport. The object coordinates `from`
+  /// and `to` have the texture coordinates `textureFrom` and `textureTo`, in texels.
+  Axis makeWindowAxis(std::size_t axis, double from, double to, double textureFrom, double textureTo, int size) const;
+  /// Adds the quad with the four corners to the pass.
   void addQuad();
   /// Hands the pass to the surface.
   void emitPass();
@@ -167,7 +175,7 @@ class SoftContext : public platform::Context {
   bool insideBegin_ = false;
   bool badQuads_ = false;
   bool textured_ = false;  ///< whether the primitive's quads have a texture
-  double perS_ = 1.0;      ///< texels of its texture coordinates' unit
+  double perS_ = 1.0;      ///< texels for each unit of the texture coordinates
   double perT_ = 1.0;
   Vertex corners_[4];
   int cornerCount_ = 0;
