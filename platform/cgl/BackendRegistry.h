@@ -8,7 +8,7 @@ namespace pyrelux::platform {
 /// The backend with this id, or null.
 Backend *findBackend(std::int32_t backendId);
 
-/// The backend of a context that shares with none and names no backend.
+/// The backend for a context that shares with no other and names no backend: gpu where it can draw, else soft.
 Backend *defaultBackend();
 
 }  // namespace pyrelux::platform

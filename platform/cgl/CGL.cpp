@@ -18,8 +18,8 @@ struct _CGLPixelFormatObject {
 struct _CGLContextObject {
   Backend *backend;
   std::unique_ptr<Context> context;
-  std::shared_ptr<int> shareGroup;      ///< one for all contexts that share objects
-  std::vector<CGLPBufferObj> pbuffers;  ///< those whose image lives in this context
+  std::shared_ptr<int> shareGroup;      ///< the same for all contexts that share objects
+  std::vector<CGLPBufferObj> pbuffers;  ///< those that this context owns
   /// Whether it is current on a thread. Shared with the thread's claim, because a thread may outlive the context.
   std::shared_ptr<std::atomic<bool>> isClaimed = std::make_shared<std::atomic<bool>>(false);
 };
@@ -27,7 +27,7 @@ struct _CGLContextObject {
 struct _CGLPBufferObject {
   GLsizei width;
   GLsizei height;
-  CGLContextObj owner = nullptr;  ///< the context that first drew into it
+  CGLContextObj owner = nullptr;  ///< the context that first drew into it; null before
   std::unique_ptr<Surface> surface;
 };
 
@@ -73,7 +73,7 @@ class ContextClaim {
 };
 thread_local ContextClaim contextClaim;
 
-/// The attribute list as numbers, its closing zero included.
+/// The attribute list as numbers, including its final zero.
 std::vector<double> attributeNumbers(const CGLPixelFormatAttribute *attributes) {
   std::vector<double> numbers;
   for (; *attributes; ++attributes) numbers.push_back(*attributes);
@@ -84,8 +84,8 @@ std::vector<double> attributeNumbers(const CGLPixelFormatAttribute *attributes) 
 CGLError readAttributes(const CGLPixelFormatAttribute *attributes, PixelFormat &format) {
   while (*attributes) {
     switch (*attributes++) {
-      // "Accelerated" is accepted from any backend: a plug-in that insists on it must still draw where the only
-      // backend draws with the processor.
+      // Deliberate: any backend accepts "accelerated", so that a plug-in that insists on it still draws where only the
+      // processor can draw.
       case kCGLPFAAccelerated:
       case kCGLPFAWindow:
       case kCGLPFAPBuffer:

@@ -7,7 +7,7 @@ namespace pyrelux::platform {
 
 namespace {
 
-/// A function of any signature that does nothing.
+/// A function of any signature that does nothing and returns zero.
 template <typename Function>
 struct Inert;
 template <typename Result, typename... Parameters>

@@ -4,11 +4,11 @@
 
 namespace pyrelux::platform {
 
-/// Sends the thread's GL calls to a context's table, or, with null, to where calls without a context go: nowhere, or
-/// to the thread's recorder.
+/// Sends the thread's GL calls to a context's table. With null they do nothing, or go to the thread's recorder if there
+/// is one.
 void setCurrentDispatch(const PyreluxGLDispatch *dispatch);
 
-/// The functions that do nothing and answer zero.
+/// The functions that do nothing and return zero.
 const PyreluxGLDispatch &inertDispatch();
 
 }  // namespace pyrelux::platform

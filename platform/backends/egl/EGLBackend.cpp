@@ -7,9 +7,9 @@
 
 #include "EGLLibrary.h"
 
-// A pbuffer is backed by a framebuffer object with a rectangle texture as its storage, not by a pbuffer of EGL's: so
-// its image reaches the filter's texture by a copy on the backend's side, floats come through unclamped, and freeing
-// it frees everything.
+// The storage of a pbuffer is a framebuffer object with a rectangle texture, and not one of EGL's pbuffers. Therefore
+// its image reaches the filter's texture by a copy inside the driver, floats are not clamped, and freeing it frees
+// everything.
 
 namespace pyrelux::platform {
 
@@ -20,7 +20,7 @@ constexpr GLenum GL_FRAMEBUFFER = 0x8D40;
 constexpr GLenum GL_COLOR_ATTACHMENT0 = 0x8CE0;
 constexpr GLenum GL_FRAMEBUFFER_COMPLETE = 0x8CD5;
 
-/// OpenGL's functions: the product's, and those that the backend needs for itself.
+/// OpenGL's functions: those of the dispatch table, and those that the backend itself needs.
 struct Functions {
   PyreluxGLDispatch dispatch;
   void (*BindFramebuffer)(GLenum target, GLuint framebuffer);
@@ -64,22 +64,22 @@ const Functions &gl() {
   return functions;
 }
 
-/// A context with the display that it is on.
+/// A context and its display.
 struct DisplayContext {
   EGLDisplay display;
   EGLContext context;
 };
 
 bool makeEGLCurrent(const DisplayContext &wanted) {
-  // The bound API is a property of the thread, and OpenGL ES at its start.
+  // The bound API belongs to the thread, and is OpenGL ES when the thread starts.
   return egl().BindAPI(EGL_OPENGL_API) &&
          egl().MakeCurrent(wanted.display, EGL_NO_SURFACE, EGL_NO_SURFACE, wanted.context);
 }
 
-/// Makes a context current for a block, and the one that was current again afterwards.
+/// Makes a context current for a block, then restores the one that was current before.
 class CurrentFor {
  public:
-  /// Both are on one display: whoever is current shares with `wanted`, or nobody is.
+  /// The current context, if any, shares with `wanted`, so both have the same display.
   explicit CurrentFor(const DisplayContext &wanted)
       : previous_{wanted.display, egl().GetCurrentContext()}, switched_(previous_.context != wanted.context) {
     if (switched_) makeEGLCurrent(wanted);
@@ -121,13 +121,13 @@ class EGLSurfaceStorage : public Surface {
 
   ~EGLSurfaceStorage() override {
     const CurrentFor current(context_);
-    // The framebuffer first: it would keep the storage of the textures that it refers to.
+    // The framebuffer goes first, because it would keep the storage of its textures.
     gl().DeleteFramebuffers(1, &framebuffer_);
     if (attached_.empty()) {
       gl().dispatch.DeleteTextures(1, &image_);
       return;
     }
-    // Whoever asked for the image may never delete the texture, so its storage is given back without it.
+    // The owner of the texture may never delete it, so this frees the texture's storage but not its name.
     const GLuint bound = boundRectangle();
     for (const GLuint texture : attached_) {
       if (!gl().IsTexture(texture)) continue;
@@ -140,13 +140,14 @@ class EGLSurfaceStorage : public Surface {
   GLsizei width() const { return width_; }
   GLsizei height() const { return height_; }
 
-  /// The context that made it is current.
+  /// Makes it the framebuffer to draw into; false when it is not complete. The context that made it is current.
   bool bind() const {
     gl().BindFramebuffer(GL_FRAMEBUFFER, framebuffer_);
     return gl().CheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
   }
 
-  /// Moves the image into the rectangle texture bound in the current context and draws there from now on.
+  /// Moves the image into the rectangle texture that is bound in the current context, and draws there from now on.
+  /// False when none is bound.
   bool moveIntoBoundTexture() {
     const GLuint texture = boundRectangle();
     if (texture == 0) return false;
@@ -175,8 +176,8 @@ class EGLSurfaceStorage : public Surface {
   GLsizei width_;
   GLsizei height_;
   GLuint framebuffer_ = 0;
-  GLuint image_ = 0;              ///< the texture drawn into: our own, later the last attached one
-  std::vector<GLuint> attached_;  ///< others' texture names that were given the image
+  GLuint image_ = 0;              ///< the texture to draw into: our own, later the last attached one
+  std::vector<GLuint> attached_;  ///< names of others' textures that show the image
 };
 
 class EGLContextHandle : public Context {
@@ -197,7 +198,7 @@ class EGLContextHandle : public Context {
     auto &storage = static_cast<EGLSurfaceStorage &>(surface);
     if (!storage.bind()) return false;
     if (!hadSurface_) {
-      // A context that began without a surface has an empty viewport and scissor box.
+      // A context that was first current without a surface has an empty viewport and scissor box.
       gl().dispatch.Viewport(0, 0, storage.width(), storage.height());
       gl().Scissor(0, 0, storage.width(), storage.height());
       hadSurface_ = true;

@@ -2,14 +2,14 @@
 
 #include "Backend.h"
 
-// OpenGL through EGL, without a window system.
+// Backends that draw with OpenGL through EGL, without a window system. Each lives as long as the process.
 
 namespace pyrelux::platform {
 
-/// On a GPU.
+/// Draws on a GPU.
 Backend &gpuBackend();
 
-/// By Mesa's software renderer.
+/// Draws on the processor, by Mesa.
 Backend &mesaBackend();
 
 }  // namespace pyrelux::platform

@@ -11,7 +11,7 @@ namespace {
 
 EGLLibrary load() {
   EGLLibrary library;
-  // Never closed: drivers do not all survive that.
+  // Deliberate: the library is never closed, because some drivers crash then.
   void *handle = dlopen("libEGL.so.1", RTLD_NOW | RTLD_LOCAL);
   if (!handle) return library;
   library.loaded = true;
@@ -25,7 +25,7 @@ EGLLibrary load() {
 
 bool contains(const char *extensions, const char *name) { return extensions && std::strstr(extensions, name); }
 
-/// Whether the display makes contexts of the desktop's OpenGL that need no surface.
+/// Whether the display can create contexts of desktop OpenGL that need no surface.
 bool isUsable(EGLDisplay display) {
   if (display == EGL_NO_DISPLAY || !egl().Initialize(display, nullptr, nullptr)) return false;
   const char *extensions = egl().QueryString(display, EGL_EXTENSIONS);

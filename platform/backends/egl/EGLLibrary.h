@@ -8,8 +8,7 @@
 
 namespace pyrelux::platform {
 
-/// libEGL's functions, found when first asked for: a machine without the library runs everything but the backends that
-/// need it.
+/// The functions of libEGL, loaded at their first use. On a machine without the library everything else still runs.
 struct EGLLibrary {
 // clang-format off
 #define PYRELUX_EGL_FUNCTIONS(X) \
@@ -19,23 +18,25 @@ struct EGLLibrary {
 #define PYRELUX_DECLARE(name) decltype(&::egl##name) name = nullptr;
   PYRELUX_EGL_FUNCTIONS(PYRELUX_DECLARE)
 #undef PYRELUX_DECLARE
-  bool loaded = false;
+  bool loaded = false;  ///< whether all functions were found
 };
 
+/// The library, loaded by the first call. Thread: any.
 const EGLLibrary &egl();
 
-/// Which of the machine's displays.
+/// Which of the machine's displays to use.
 enum class EGLKind {
-  Hardware,  ///< the first GPU that gives one
-  Software,  ///< Mesa's software renderer
+  Hardware,  ///< the first usable GPU's
+  Software,  ///< Mesa's on the processor
 };
 
-/// A display that contexts are made on, chosen once in a process.
+/// A display for contexts.
 struct ChosenDisplay {
   EGLDisplay display = EGL_NO_DISPLAY;
   std::string problem;  ///< why there is none, and what to do; empty when there is one
 };
 
+/// The display of that kind; the first call in a process chooses it. Thread: any.
 const ChosenDisplay &chosenDisplay(EGLKind kind);
 
 }  // namespace pyrelux::platform

@@ -1,4 +1,4 @@
-// In place of EGLBackend.cpp where EGL's headers were not there to build it.
+// Replaces EGLBackend.cpp in builds without EGL's headers.
 
 #include "EGLBackend.h"
 

@@ -4,14 +4,15 @@
 
 namespace pyrelux::platform {
 
-/// Draws nothing. Texture names are handed out, questions answered and quads counted, so that a filter can be run for
-/// what it leaves behind, and its own work measured.
+/// Draws nothing, but generates texture names, answers queries and counts quads. A host runs a filter with it to
+/// advance the filter's state, a benchmark to measure the filter's own work.
 Backend &nullBackend();
 
-/// The functions of its contexts.
+/// The functions of the null backend's contexts.
 const PyreluxGLDispatch &nullDispatch();
 
-/// A context and surface without an implementation behind them, for backends that draw nothing.
+/// A context that calls `dispatch` and whose surfaces have no storage, for backends that draw nothing. Keeps a
+/// reference.
 std::unique_ptr<Context> makeHollowContext(const PyreluxGLDispatch &dispatch);
 
 }  // namespace pyrelux::platform

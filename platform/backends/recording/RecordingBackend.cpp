@@ -7,7 +7,7 @@ namespace pyrelux::platform {
 
 namespace {
 
-/// Collects a call's arguments, so that the generated functions can pass their parenthesised lists on.
+/// Called with a function's arguments, adds the call to the trace: generated functions have only a parenthesised list.
 struct Recorded {
   const char *name;
   template <typename... Arguments>

@@ -4,10 +4,10 @@
 
 namespace pyrelux::platform {
 
-/// Draws nothing and hands every call to the thread's Trace, then answers as the null backend does.
+/// Draws nothing. Adds every call to the thread's Trace, then answers as the null backend does.
 Backend &recordingBackend();
 
-/// The functions of its contexts.
+/// The functions of the recording backend's contexts.
 const PyreluxGLDispatch &recordingDispatch();
 
 }  // namespace pyrelux::platform

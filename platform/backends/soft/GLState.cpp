@@ -1,4 +1,4 @@
-// State, matrices, and asking.
+// State, matrices and queries.
 
 #include <utility>
 
@@ -17,7 +17,7 @@ constexpr GLenum GL_ZERO = 0;
 
 void SoftContext::ActiveTexture(GLenum unit) {
   if (refusedInside()) return;
-  // There is one unit.
+  // Only one texture unit exists.
   if (unit != GL_TEXTURE0) fail(GL_INVALID_ENUM);
 }
 
@@ -61,7 +61,7 @@ bool *SoftContext::capability(GLenum name) {
 void SoftContext::Disable(GLenum name) {
   if (refusedInside()) return;
   switch (name) {
-    // What this backend never has can always be turned off.
+    // Capabilities that this backend lacks are always off.
     case GL_DEPTH_TEST:
     case GL_LIGHTING:
     case GL_POLYGON_SMOOTH:
@@ -122,7 +122,7 @@ void SoftContext::Ortho(GLdouble left, GLdouble right, GLdouble bottom, GLdouble
   }
   AxisTransform &matrix = matrixMode_ == GL_MODELVIEW ? modelview_ : projection_;
   for (std::size_t axis = 0; axis < 3; ++axis) {
-    // The z axis points the other way.
+    // glOrtho mirrors the z axis.
     const double direction = axis == 2 ? -1.0 : 1.0;
     const double offset = -(high[axis] + low[axis]) / (high[axis] - low[axis]);
     matrix.offset[axis] += matrix.scale[axis] * offset;

@@ -1,4 +1,4 @@
-// Texture objects, uploads and reading back.
+// Texture objects, uploads and readback.
 
 #include <algorithm>
 #include <cstring>
@@ -32,7 +32,7 @@ void copyRow(const std::uint8_t *from, float *to, std::size_t count) {
   std::transform(from, from + count, to, [](std::uint8_t level) { return static_cast<float>(level) / 255.0f; });
 }
 
-/// Calls work(y) for rows 0 .. count of `bytes` each, on all threads when there is enough to do.
+/// Calls work(y) for rows 0 .. count - 1 of `bytes` each. Many bytes are shared among all threads.
 template <typename Work>
 void forRows(int count, std::size_t bytes, Work work) {
   constexpr std::size_t pieceBytes = std::size_t{512} << 10;
@@ -96,7 +96,7 @@ void SoftContext::BindTexture(GLenum target, GLuint name) {
   if (refusedInside()) return;
   if (!isTarget(target)) return fail(GL_INVALID_ENUM);
   auto &bound = target == GL_TEXTURE_2D ? bound2D_ : boundRectangle_;
-  // Also for what is let go: the last to hold a texture that shows a surface takes it off that.
+  // The lock also covers the texture that is unbound here: its destructor may detach it from a surface.
   const std::lock_guard<std::mutex> lock(group_->mutex);
   if (name == 0) {
     bound = target == GL_TEXTURE_2D ? default2D_ : defaultRectangle_;
@@ -137,7 +137,7 @@ void SoftContext::TexParameteri(GLenum target, GLenum name, GLint value) {
 }
 
 void SoftContext::TexParameterf(GLenum target, GLenum name, GLfloat value) {
-  // Also keeps what no integer holds from being converted to one.
+  // This also excludes values that no integer can represent.
   if (!(value >= 0.0f && value <= 65535.0f)) {
     if (!refusedInside()) fail(GL_INVALID_ENUM);
     return;
@@ -186,14 +186,14 @@ void SoftContext::ReadPixels(GLint x, GLint y, GLsizei width, GLsizei height, GL
                              GLvoid *data) {
   if (refusedInside()) return;
   if (format != GL_RGBA || (type != GL_UNSIGNED_BYTE && type != GL_FLOAT)) return fail(GL_INVALID_ENUM);
-  // Nowhere is a fine place for no pixels.
+  // A null pointer is valid when there are no pixels to read.
   const bool isEmpty = width == 0 || height == 0;
   if (width < 0 || height < 0 || (!data && !isEmpty)) return fail(GL_INVALID_VALUE);
   if (!surface_) return fail(GL_INVALID_OPERATION);
   const std::lock_guard<std::mutex> lock(group_->mutex);
   const std::shared_ptr<const Pixels> image = surface_->image();
   const Pixels &pixels = *image;
-  // What lies outside the surface is left as it was.
+  // Pixels outside the surface leave the caller's memory as it was.
   const auto x0 = static_cast<int>(std::max<std::int64_t>(x, 0));
   const auto x1 = static_cast<int>(std::min<std::int64_t>(std::int64_t{x} + width, pixels.width()));
   const auto y0 = static_cast<int>(std::max<std::int64_t>(y, 0));

@@ -4,7 +4,7 @@
 
 namespace pyrelux::platform {
 
-/// Our own OpenGL, drawn by the processor: what flames need of it, built for what flames do.
+/// Our own OpenGL, drawn by the processor: the part of it that flames need. Lives as long as the process.
 Backend &softBackend();
 
 }  // namespace pyrelux::platform

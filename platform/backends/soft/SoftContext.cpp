@@ -10,7 +10,7 @@ namespace {
 
 thread_local SoftContext *currentContext = nullptr;
 
-/// A function of a dispatch table that calls the member of the thread's context.
+/// A function of the dispatch table: calls the member function of the thread's current context.
 template <auto member>
 struct Forward;
 template <typename Result, typename... Parameters, Result (SoftContext::*member)(Parameters...)>
@@ -71,7 +71,7 @@ std::unique_ptr<platform::Surface> SoftContext::createSurface(GLsizei width, GLs
 
 bool SoftContext::drawInto(platform::Surface &surface) {
   surface_ = static_cast<SoftSurface *>(&surface);
-  // Quads of a primitive that is not ended were placed on another surface, which may have been larger.
+  // Quads of an open primitive were clipped to the previous surface, which may have been larger.
   pass_.quads.clear();
   if (!hadSurface_) viewport_ = {0, 0, surface_->width(), surface_->height()};
   hadSurface_ = true;
@@ -83,7 +83,7 @@ bool SoftContext::attachToBoundTexture(platform::Surface &surface) {
   if (boundRectangle_ == defaultRectangle_) return false;
   boundRectangle_->detach();
   boundRectangle_->image.reset();
-  // The surface has to know of the texture whenever the texture knows of the surface, even if there is no memory.
+  // The insertion comes first because it may throw: a texture must never refer to a surface that does not know it.
   SoftSurface &shown = static_cast<SoftSurface &>(surface);
   shown.attached.insert(boundRectangle_.get());
   boundRectangle_->surface = &shown;

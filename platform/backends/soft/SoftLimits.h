@@ -2,7 +2,7 @@
 
 namespace pyrelux::soft {
 
-/// The largest texture and surface, in pixels along a side.
+/// The maximum width and height of textures and surfaces, in pixels.
 constexpr int maxTextureSize = 16384;
 
 }  // namespace pyrelux::soft

@@ -6,7 +6,7 @@ namespace pyrelux::soft {
 
 void TextureObject::bindTo(GLenum newTarget) {
   target = newTarget;
-  // Rectangle textures have no mipmaps and begin clamped; 2-D ones begin with both mipmaps and repetition.
+  // Initially, rectangle textures clamp and use no mipmaps; 2-D textures repeat and use mipmaps.
   const bool rectangle = target == GL_TEXTURE_RECTANGLE_EXT;
   constexpr GLenum repeat = 0x2901;
   constexpr GLenum nearestMipmapLinear = 0x2702;
@@ -31,7 +31,7 @@ SoftSurface::~SoftSurface() {
 }
 
 void SoftSurface::add(Pass pass) {
-  // A flame comes tongue by tongue. Together its copies are added up in one go over the surface.
+  // A flame arrives tongue by tongue. As one pass, its copies are added in one sweep over the surface.
   if (!waiting_.empty() && drawsAlike(waiting_.back(), pass)) {
     auto &quads = waiting_.back().quads;
     quads.insert(quads.end(), pass.quads.begin(), pass.quads.end());

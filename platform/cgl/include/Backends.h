@@ -4,7 +4,7 @@
 #include <mutex>
 #include <string>
 
-// Choosing among the OpenGL implementations that the platform layer has, and finding out about them.
+// The backends, which are the platform layer's implementations of OpenGL: how to choose one and ask about it.
 
 namespace pyrelux::platform {
 
@@ -14,13 +14,14 @@ namespace pyrelux::platform {
 /// draw with the backend of the context that they share with.
 enum BackendId : std::int32_t {
   kBackendGPU = 0x50590001,        ///< OpenGL through EGL on a GPU
-  kBackendNull = 0x50590002,       ///< draws nothing; counts what it is asked to draw
-  kBackendRecording = 0x50590003,  ///< draws nothing; keeps the call stream as data
-  kBackendSoft = 0x50590004,       ///< our own, drawn by the processor
-  kBackendMesa = 0x50590005,       ///< OpenGL through EGL by Mesa's software renderer
+  kBackendNull = 0x50590002,       ///< draws nothing; counts the quads
+  kBackendRecording = 0x50590003,  ///< draws nothing; records the calls
+  kBackendSoft = 0x50590004,       ///< our own, on the processor
+  kBackendMesa = 0x50590005,       ///< OpenGL through EGL on the processor, by Mesa
 };
 
-/// Empty when the backend can draw on this machine; otherwise one sentence that says why not and what to do.
+/// Empty when the backend can draw on this machine; otherwise one sentence that says why not and what to do. Thread:
+/// any.
 PYRELUX_PLATFORM std::string backendUnavailable(std::int32_t backendId);
 
 /// Process-wide lock around creating, using and destroying filters and contexts, because a filter draws for one host at
@@ -28,7 +29,7 @@ PYRELUX_PLATFORM std::string backendUnavailable(std::int32_t backendId);
 /// library.
 PYRELUX_PLATFORM std::mutex &filterMutex();
 
-/// Quads that the null backend was asked to draw, in this process.
+/// The number of quads that this process has drawn with the null backend. Thread: any.
 PYRELUX_PLATFORM std::uint64_t nullBackendQuads();
 
 }  // namespace pyrelux::platform

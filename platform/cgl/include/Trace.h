@@ -8,21 +8,21 @@
 #include <variant>
 #include <vector>
 
-// The call stream of OpenGL and CGL as data, for tests.
+// Records the calls of OpenGL and CGL as data, for tests.
 
 namespace pyrelux::platform {
 
-/// One argument: a number (GL's integers, enums, booleans and floats alike), a list of numbers, a handle, or a word.
+/// One argument: a number (any of GL's integers, enums, booleans and floats), a list of numbers, a handle, or a string.
 using TraceArgument = std::variant<double, std::vector<double>, const void *, std::string>;
 
 struct TraceCall {
-  std::string layer;  ///< "gl", "cgl", or what a test's own objects say, such as "host"
-  std::string name;   ///< with its prefix: "glBegin"
+  std::string layer;  ///< "gl", "cgl", or a name that a test's own objects use, such as "host"
+  std::string name;   ///< with its prefix, such as "glBegin"
   std::vector<TraceArgument> arguments;
 };
 
-/// Records the calls of this thread from its construction to its destruction: CGL's, and GL's in contexts of the
-/// recording backend and where no context is current. One at a time on a thread.
+/// Records the calls of this thread from its construction to its destruction: all CGL calls, and GL calls in contexts
+/// of the recording backend or without a current context. A thread has at most one recorder at a time.
 class __attribute__((visibility("default"))) Trace {
  public:
   Trace();

@@ -29,13 +29,13 @@ bool isClearing(const Pass &pass, const Pixels &target) {
 /// Whether the pass leaves the target as a copy of its texture.
 bool isCopying(const Pass &pass, const Pixels &target, bool blank) {
   if (!pass.texture || pass.quads.size() != 1) return false;
-  // A quad as large as both has nowhere else to begin than at the first texel.
+  // A row quad as large as texture and target begins at the first texel.
   const Quad &quad = pass.quads[0];
   return pass.texture->width() == target.width() && pass.texture->height() == target.height() &&
          coversAll(quad, target) && isRowQuad(pass, quad, target) && isPlainCopy(pass, quad, target, blank);
 }
 
-/// Drawing must not show in what others look at.
+/// Gives the target pixels that no one else owns.
 void makeOwn(std::shared_ptr<Pixels> &target, bool blank) {
   if (target.use_count() == 1) return;
   target = blank ? std::make_shared<Pixels>(Pixels::Undefined(), target->samples(), target->width(), target->height())
@@ -55,7 +55,7 @@ void drawPass(const Pass &pass, std::shared_ptr<Pixels> &target, bool &blank) {
     return;
   }
   makeOwn(target, blank);
-  // Few copies are not worth taking a texture apart, nor is it where texels fall on pixels.
+  // Where texels fall on pixels, drawing rows is faster than splitting the texture into planes.
   const bool rows = std::all_of(pass.quads.begin(), pass.quads.end(),
                                 [&](const Quad &quad) { return isRowQuad(pass, quad, *target); });
   if (rows) {
@@ -81,7 +81,7 @@ void useReferenceOnly(bool only) { referenceOnly = only; }
 void materialiseClear(std::shared_ptr<Pixels> &target, bool &blank) {
   if (!blank) return;
   makeOwn(target, blank);
-  // A quad that covers nothing, drawn onto a blank target, leaves it black.
+  // An empty quad on a blank target writes black everywhere.
   drawRows(Pass{}, Quad{}, *target, true);
   blank = false;
 }

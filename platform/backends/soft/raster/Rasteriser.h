@@ -8,23 +8,24 @@
 
 namespace pyrelux::soft {
 
-/// Draws passes in order, as drawByReference() does: byte for byte on 8-bit surfaces; on float surfaces copies are
-/// summed in another order. Thread: any, one target at a time; uses the process's pool.
+/// Draws passes in order. On 8-bit surfaces the result is drawByReference()'s, byte for byte; on float surfaces it may
+/// differ by the order of additions. Thread: any, one at a time for each target; uses the process's thread pool.
 ///
-/// `blank` says that the target is transparent black, whatever it holds; it is false afterwards unless nothing was
-/// drawn.
+/// `blank` says that the target counts as transparent black, whatever it contains. Afterwards it is false unless
+/// nothing was drawn.
 ///
-/// Pixels may have several owners, who only look at them. A target that becomes a copy of a texture shares the
-/// texture's pixels from then on, and one that is drawn into gets pixels of its own first.
+/// Ownership: pixels may have several owners, none of which changes them. A target that becomes a copy of a texture
+/// shares the texture's pixels; a target with shared pixels gets pixels of its own before anything else is drawn into
+/// it.
 void draw(const std::vector<Pass> &passes, std::shared_ptr<Pixels> &target, bool &blank);
 
-/// Makes a blank target hold transparent black, for somebody who looks at it.
+/// Fills a blank target with transparent black, so that its pixels can be read. Does nothing when `blank` is false.
 void materialiseClear(std::shared_ptr<Pixels> &target, bool &blank);
 
-/// For tests: draws everything pixel by pixel from now on, or no longer, in the whole process.
+/// For tests: whether the whole process draws everything by the reference from now on.
 void useReferenceOnly(bool only);
 
-/// What draws, for people: the instructions it uses and how many threads.
+/// A description for users: the instruction set and the number of threads.
 const std::string &rasteriserDescription();
 
 }  // namespace pyrelux::soft

@@ -3,7 +3,7 @@
 #import <FxPlug/FxImage.h>
 #import <FxPlug/FxTypes.h>
 
-/// What every effect answers.
+/// What every effect implements.
 @protocol FxBaseEffect <NSObject>
 - (BOOL)addParameters;
 - (BOOL)parameterChanged:(UInt32)parmId;

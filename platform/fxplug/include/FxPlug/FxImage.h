@@ -16,7 +16,7 @@
 - (double)pixelAspect;
 @end
 
-/// An image in memory, rows of `rowBytes` bytes. The memory stays its maker's.
+/// An image in memory, in rows of `rowBytes` bytes. The object does not own the memory.
 @interface FxBitmap : FxImage {
  @private
   void *_data;
@@ -27,8 +27,8 @@
 - (NSUInteger)rowBytes;
 @end
 
-/// An image in a rectangle texture, addressed in texels. The texture name stays its maker's. The methods that reach GL
-/// act on the current context.
+/// An image in a rectangle texture, addressed in texels. The object does not own the texture. Methods that call GL act
+/// on the current context.
 @interface FxTexture : FxImage {
  @private
   GLuint _name;

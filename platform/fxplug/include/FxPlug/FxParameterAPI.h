@@ -2,7 +2,7 @@
 
 #import <FxPlug/FxTypes.h>
 
-/// Declares parameters to the host. Names are shown as they are given. Angle defaults are in degrees, angle bounds in
+/// Declares parameters to the host, which shows the names as given. Angle defaults are in degrees, angle bounds in
 /// radians.
 @protocol FxParameterCreationAPI <NSObject>
 - (BOOL)addFloatSliderWithName:(NSString *)name
@@ -51,7 +51,8 @@
                          parmFlags:(UInt32)parmFlags;
 @end
 
-/// Hands out parameter values at a frame time. Angles are in radians, points in normalised image coordinates.
+/// Reads parameter values at a frame time, in frames. Angles are in radians, points in normalised image coordinates,
+/// colours 0 .. 1.
 @protocol FxParameterRetrievalAPI <NSObject>
 - (BOOL)getFloatValue:(double *)value fromParm:(UInt32)parmId atTime:(double)time;
 - (BOOL)getIntValue:(int *)value fromParm:(UInt32)parmId atTime:(double)time;

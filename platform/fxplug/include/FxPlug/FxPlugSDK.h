@@ -1,6 +1,6 @@
 #pragma once
 
-// The plug-in interface of the video applications, as far as the product speaks it, for platforms without its SDK.
+// The part of the FxPlug SDK that the filter and its hosts use, for platforms without that SDK.
 
 #import <AppKit/AppKit.h>
 #import <Foundation/Foundation.h>

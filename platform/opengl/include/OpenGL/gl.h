@@ -1,10 +1,11 @@
 #pragma once
 
-// The part of the OpenGL framework's <OpenGL/gl.h> that the product uses, for platforms without that framework.
+// The part of the OpenGL framework's <OpenGL/gl.h> that the filter and its hosts use, for platforms without that
+// framework.
 //
-// Each function is inline and calls through the dispatch table of the thread's current context, as CGL does it. So one
-// process can draw with several implementations, and nothing named glSomething is exported that could take the place
-// of another library's functions in a host program. With no context current every call does nothing.
+// Each function is inline and calls through the dispatch table of the thread's current context, as in CGL. Therefore
+// one process can draw with several backends, and no exported symbol named gl… can replace another library's functions
+// in a host program. Without a current context every call does nothing and returns 0.
 
 #include <cstdint>
 
@@ -20,7 +21,7 @@ using GLclampf = float;
 using GLdouble = double;
 using GLvoid = void;
 
-/// One implementation's functions. A table is filled completely; it is never asked for a function it lacks.
+/// The functions of one backend. No entry is null.
 struct PyreluxGLDispatch {
 #define PYRELUX_GL(result, name, parameters, arguments) result(*name) parameters;
 #include <OpenGL/GLFunctions.inc>

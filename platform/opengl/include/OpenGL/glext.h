@@ -1,6 +1,6 @@
 #pragma once
 
-// Constants of the OpenGL extensions that the product uses.
+// Constants of the OpenGL extensions that the filter and its hosts use.
 
 #include <OpenGL/gl.h>
 

@@ -19,14 +19,14 @@ namespace pyrelux::soft {
 
 namespace {
 
-/// In which sums are added up copy by copy.
+/// The tiles of the direct way, which adds up copy by copy.
 using Tile = FlameTile<FloatAccumulator>;
 
 constexpr int rowsAtOnce = 16;
-/// Columns whose ends are summed up together.
+/// Columns in one piece of work.
 constexpr int columnsAtOnce = 8;
 
-/// The copies that can be convolved, and those that can't.
+/// The copies that can be convolved, and the others.
 struct Split {
   std::vector<Quad> whole;
   std::vector<Quad> rest;
@@ -45,8 +45,8 @@ Split split(const Pass &pass, const TexturePlanes &planes, const Pixels &target)
   return result;
 }
 
-/// Whether no texel is negative, infinite or not a number: transforms would spread those all over the target, and what
-/// they leave of nothing could not be told from something.
+/// Whether no texel is negative, infinite or NaN. Transforms would spread infinities and NaN all over the target, and
+/// addToRow() relies on sums that are not negative.
 bool isPlain(const Pixels &texture) {
   if (texture.samples() == Samples::Byte) return true;
   std::vector<char> plain(static_cast<std::size_t>(texture.height()));
@@ -60,7 +60,7 @@ bool isPlain(const Pixels &texture) {
 
 struct Channels {
   std::vector<ConvolvedChannel> convolved;
-  std::vector<int> uniform;  ///< channels whose plane is the same everywhere
+  std::vector<int> uniform;  ///< channels with a uniform plane, drawn as rectangles
 };
 
 Channels channelsOf(const std::vector<Quad> &copies, const std::array<bool, 4> &mask, const TexturePlanes &planes) {
@@ -78,7 +78,7 @@ Channels channelsOf(const std::vector<Quad> &copies, const std::array<bool, 4> &
   return channels;
 }
 
-/// How much of the texture the direct path does not skip: strips of tiles with nothing in them cost it little.
+/// The share of the texture that the direct way does not skip: empty strips cost it little.
 double shareNotEmpty(const TexturePlanes &planes) {
   int looked = 0, found = 0;
   for (int y = 0; y < planes.height(); y += stripWidth)
@@ -112,10 +112,10 @@ FlameCost costOf(const std::vector<Quad> &copies, const Channels &channels, cons
   return cost;
 }
 
-/// The ends of the copies' rows: columns of the target that get something, side by side in rows.
+/// The columns of an EdgeCorrection, transposed, so that they can be added row by row.
 class EdgeColumns {
  public:
-  /// Thread: uses the pool.
+  /// Keeps a reference to the correction's list of lines. Thread: uses the pool.
   EdgeColumns(const EdgeCorrection &lines, int channelCount, int height)
       : columns_(lines.lines()), height_(height), stride_(static_cast<int>(columns_.size())) {
     for (int index = 0; index < channelCount; ++index)
@@ -133,7 +133,7 @@ class EdgeColumns {
   }
 
  private:
-  /// From frame to frame the flame changes a little; the memory is to be the same.
+  /// The number of columns changes a little from frame to frame; rounding it up lets the next frame recycle the memory.
   static int roundUp(int columns) { return (columns + 255) / 256 * 256; }
 
   void fill(const EdgeCorrection &lines, int index, int first, int end) {
@@ -151,12 +151,12 @@ class EdgeColumns {
   std::vector<RecycledArray<float>> sums_;  ///< of each channel
 };
 
-/// Adds a channel's sums to a row of the target. What rounding leaves below zero is cut: there is nothing to subtract.
+/// Adds a channel's sums to a row of the target. No sum is negative but for rounding, so negative sums count as 0.
 void addToRow(const float *sums, int channel, int width, float *row) {
   for (int x = 0; x < width; ++x) row[4 * x + channel] += std::max(sums[x], 0.0f);
 }
 
-/// Copies made ready to be added up by rows.
+/// The sum of all copies, which is then added to the target row by row.
 class FftSum {
  public:
   FftSum(const std::vector<Quad> &quads, std::vector<WholeCopy> copies, Channels channels, const TexturePlanes &planes,
@@ -236,13 +236,13 @@ std::vector<Quad> add(const Pass &pass, const TexturePlanes &planes, Pixels &tar
 }  // namespace
 
 bool fftIsFaster(const FlameCost &cost) {
-  // Nanoseconds of one core, measured from 320 x 180 to 1920 x 1080. The first are a fifth below what the fastest
-  // kernels take, the others what transforms take.
+  // Nanoseconds on one core, measured from 320 x 180 to 1920 x 1080. Those of oneByOne are a fifth below the time of
+  // the fastest kernels.
   const double oneByOne = 0.12 * cost.samples + 0.04 * cost.sums + 25.0 * cost.tiles;
   const double perPoint = std::log2(std::max(cost.points, 2.0)) * (0.1 * cost.planes + 0.19 * cost.channels);
   const double transforms = perPoint * cost.points + 4.0 * cost.pixels + 1000.0 * cost.copies + 2e5;
   constexpr double doubt = 1.5;
-  // Larger surfaces than 8K leave little room for more.
+  // In bytes. Surfaces larger than 8K leave little memory for transforms.
   constexpr double maxMemory = 1 << 30;
   const double memory = sizeof(float) * cost.points * (cost.channels + 1);
   return oneByOne > doubt * transforms && memory <= maxMemory;

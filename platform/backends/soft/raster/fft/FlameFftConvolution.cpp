@@ -8,11 +8,11 @@ namespace pyrelux::soft {
 
 namespace {
 
-/// Rows or blocks of columns that one piece of work transforms.
+/// Rows, or blocks of columns, in one piece of work.
 constexpr int rowsAtOnce = 16;
 constexpr int blocksAtOnce = 8;
 
-/// Calls work(first, end) for pieces of 0 .. count, on all threads.
+/// Calls work(first, end) for consecutive pieces of 0 .. count - 1, each of at most `size`, on all threads.
 template <typename Work>
 void inPieces(int count, int size, Work work) {
   parallelFor((count + size - 1) / size, [&](int piece) { work(piece * size, std::min((piece + 1) * size, count)); });
@@ -22,7 +22,7 @@ std::size_t product(std::ptrdiff_t a, int b) { return static_cast<std::size_t>(a
 
 }  // namespace
 
-/// Columns in a row each, `height` apart.
+/// Some columns, each stored contiguously, `height` values apart.
 struct Convolution::Block {
   explicit Block(int height)
       : values(product(blockColumns, height)),
@@ -38,7 +38,7 @@ Convolution::Convolution(const std::vector<WholeCopy> &copies, const std::vector
                          const TexturePlanes &planes, const Spans &spans)
     : channels_(channels), spans_(spans), plans_(transformPlans(spans.x.size, spans.y.size)) {
   stride_ = (columns() + blockColumns - 1) / blockColumns * blockColumns;
-  // No part has more rows than the transform; one size for all fits the next frame's needs, too.
+  // The full height, although some parts have fewer rows: with one size the next frame can recycle the memory.
   const std::size_t size = product(stride_, spans.y.size);
   for (std::size_t i = 0; i < channels.size(); ++i) channelRows_.emplace_back(size);
   texture_ = RecycledArray<Complex>(size);
@@ -54,7 +54,7 @@ Convolution::Convolution(const std::vector<WholeCopy> &copies, const std::vector
 
 void Convolution::forwardRow(float *values, Complex *to) const {
   plans_->forwardRow(values, to);
-  // The last block of columns takes these along.
+  // The last block of columns also has these.
   std::fill(to + columns(), to + stride_, Complex());
 }
 
@@ -83,7 +83,7 @@ void Convolution::transformKernelRows(const std::vector<WholeCopy> &copies) {
   inPieces(spans_.y.kernelSize, rowsAtOnce, [&](int first, int end) {
     RecycledArray<float> values = rowBuffer();
     std::vector<double> taps(static_cast<std::size_t>(spans_.x.kernelSize));
-    // Transforms there and back multiply by this.
+    // Undoes the factor of the forward and backward transforms.
     const double scale = 1.0 / (static_cast<double>(spans_.x.size) * spans_.y.size);
     for (std::size_t i = 0; i < channels_.size(); ++i) {
       for (int y = first; y < end; ++y) {
@@ -154,7 +154,7 @@ void Convolution::transformBlock(int plane, int firstColumn, Block &block) {
       const Complex *texture = block.texture.data() + c * height;
       Complex *spectrum = block.spectrum.data();
       plans_->forwardColumn(values, spectrum);
-      // Complex's own product would look for infinities.
+      // Written out, because std::complex's product checks for infinities.
       for (int y = 0; y < height; ++y) {
         const float re = spectrum[y].real() * texture[y].real() - spectrum[y].imag() * texture[y].imag();
         const float im = spectrum[y].real() * texture[y].imag() + spectrum[y].imag() * texture[y].real();

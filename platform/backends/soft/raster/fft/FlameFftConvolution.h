@@ -10,23 +10,24 @@
 
 namespace pyrelux::soft {
 
-/// The convolution of a texture with nothing outside it and the taps of all copies. Rows of the result are had one by
-/// one, each once.
+/// The convolution of a texture, with zeros outside it, and the taps of all copies. addRow() gives the rows of the
+/// result, each once.
 class Convolution {
  public:
-  /// Thread: uses the pool.
+  /// Transforms and multiplies everything; only the rows remain to be transformed back. Keeps a reference to the
+  /// channels. Thread: uses the pool.
   Convolution(const std::vector<WholeCopy> &copies, const std::vector<ConvolvedChannel> &channels,
               const TexturePlanes &planes, const Spans &spans);
 
-  /// What addRow() needs to work in.
+  /// The working memory that addRow() needs, one for each thread.
   RecycledArray<float> rowBuffer() const { return RecycledArray<float>(static_cast<std::size_t>(spans_.x.size)); }
 
-  /// Adds row y of channels[index] to a row of the target's width.
+  /// Adds row y of channels[index] to `sums`, a row of the target's width. Thread: any, each row on one thread.
   void addRow(int index, int y, RecycledArray<float> &buffer, float *sums);
 
  private:
   using Complex = TransformPlans::Complex;
-  /// Columns that are transformed together: their values in a row fill a cache line.
+  /// The number of columns that are transformed together: their values in one row fill a cache line.
   static constexpr int blockColumns = 8;
 
   struct Block;
@@ -35,7 +36,7 @@ class Convolution {
   Complex *row(RecycledArray<Complex> &spectrum, int y) const { return spectrum.data() + y * stride_; }
   void forwardRow(float *values, Complex *to) const;
   void clearRow(RecycledArray<Complex> &spectrum, int y) const;
-  /// Whether copies have taps in a row of the kernel.
+  /// Whether any copy has a tap in a row of the kernel.
   bool hasTaps(int row) const;
   void sortByRow(const std::vector<WholeCopy> &copies);
   void transformKernelRows(const std::vector<WholeCopy> &copies);
@@ -50,10 +51,10 @@ class Convolution {
   Spans spans_;
   std::shared_ptr<const TransformPlans> plans_;
   std::ptrdiff_t stride_;
-  std::vector<std::size_t> firstInRow_;              ///< into inRow_, for each row of the kernel's offsets and one more
-  std::vector<int> inRow_;                           ///< copies, by offset
-  RecycledArray<Complex> texture_;                   ///< rows transformed
-  std::vector<RecycledArray<Complex>> channelRows_;  ///< of each channel: the kernel's rows, then the result's
+  std::vector<std::size_t> firstInRow_;              ///< index into inRow_, for each row of the kernel and one more
+  std::vector<int> inRow_;                           ///< indices of copies, sorted by vertical offset
+  RecycledArray<Complex> texture_;                   ///< the transformed rows of one plane
+  std::vector<RecycledArray<Complex>> channelRows_;  ///< for each channel: the kernel's rows, then the result's
 };
 
 }  // namespace pyrelux::soft

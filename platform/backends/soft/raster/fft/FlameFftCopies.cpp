@@ -8,13 +8,14 @@ namespace pyrelux::soft {
 
 namespace {
 
-/// The texel that is the left one of pixel 0's two.
+/// The left one of the two texels that pixel 0 samples.
 int texelAtPixel0(const Axis &axis) { return static_cast<int>((axis.start - axis.first * Axis::one) >> 32); }
 
-/// Whether the axis covers every pixel between the middles of the end texels, and at most one more at either end.
+/// Whether the axis covers every pixel between the centres of the end texels, and at most one more at either end.
 bool showsAll(const Axis &axis, int texels, int pixels) {
   if (!axis.isUnit() || axis.first >= axis.end) return false;
-  // Half in, half out: here the right one of the two texels is the first, or the left one the last.
+  // The pixels that lie half inside: at `low` the right one of the two texels is the first, at `high` the left one is
+  // the last.
   const int low = -1 - texelAtPixel0(axis);
   const int high = low + texels;
   const auto isAt = [&](int pixel, int end) { return pixel == std::clamp(end, 0, pixels); };
@@ -41,7 +42,8 @@ void includeOffset(Span &span, int offset) {
   span.kernelSize = end - span.kernelFirst;
 }
 
-/// Trims a span's box by whole cells for as long as `anything` finds nothing between two texels.
+/// Trims empty cells off both ends of a span's box. `anything(first, last)` tells whether texels may be other than
+/// zero.
 template <typename Anything>
 void trimBox(Span &span, int texels, int cell, Anything anything) {
   int first = 0, end = texels;
@@ -55,7 +57,7 @@ void fitTransform(Span &span, int pixels) {
   const int length = span.boxSize + span.kernelSize - 1;
   span.outFirst = std::clamp(span.origin(), 0, pixels);
   span.outEnd = std::clamp(span.origin() + length, span.outFirst, pixels);
-  // Results repeat after `size` pixels: what lies off the target may fall together, but not with what lies on it.
+  // Results wrap around after `size` pixels. Those outside the target may overlap each other, but none on the target.
   const int first = span.outFirst - span.origin();
   const int end = span.outEnd - span.origin();
   span.size = fastTransformSize(std::max({length - first, end, span.boxSize, span.kernelSize}));

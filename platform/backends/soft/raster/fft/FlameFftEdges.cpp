@@ -7,14 +7,14 @@ namespace pyrelux::soft {
 
 namespace {
 
-/// Four values side by side: what every processor at hand has instructions for.
+/// Four floats: a vector type that all supported processors have instructions for.
 using Four = float __attribute__((vector_size(16)));
 
 constexpr int blockVectors = 8;
 constexpr int blockSize = 4 * blockVectors;
 
 struct Weighted {
-  std::size_t at;  ///< where a shifted line starts
+  std::size_t at;  ///< the place in the padded line that pixel 0 takes
   float weight;
 };
 
@@ -24,7 +24,7 @@ Four loadFour(const float *from) {
   return four;
 }
 
-/// sums[i] += weight * line[at + i] for all of `shifts`. The sums of a block stay in registers meanwhile.
+/// Computes sums[i] += weight * line[at + i] for all of `shifts`. The sums of a block stay in registers.
 void addShifted(const float *line, const std::vector<Weighted> &shifts, float *sums, int count) {
   int i = 0;
   for (; i + blockSize <= count; i += blockSize) {
@@ -69,7 +69,7 @@ EdgeCorrection::EdgeCorrection(const std::vector<WholeCopy> &copies, const std::
 }
 
 std::vector<float> EdgeCorrection::paddedLine(const TexturePlanes &planes, int plane, int position) const {
-  // Pixel p of a copy at offset o takes texel p - o.
+  // Pixel p of a copy at offset o shows texel p - o.
   const int before = firstOffset_ + offsetCount_ - 1;
   std::vector<float> padded(static_cast<std::size_t>(pixels_ + offsetCount_ - 1));
   bool any = false;

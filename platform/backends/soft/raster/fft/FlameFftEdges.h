@@ -5,6 +5,14 @@
 
 #include "FlameFftCopies.h"
 
+// How the transforms draw copies, and why their edges need a correction.
+//
+// A transform turns a convolution into a product: transform texture and kernel, multiply point by point, transform
+// back. The kernel has two taps in each direction for every copy (FlameFftCopies.h). The product treats everything
+// outside the texture as zero, whereas a copy clamps to the texture's edge and ends at its quad's edge. The two differ
+// only at the pixels half inside a copy, one line at each of its four edges. There EdgeCorrection adds or subtracts a
+// multiple of the texture's first or last row or column, so that the result is the copy's.
+
 namespace pyrelux::soft {
 
 /// A channel that is convolved, and the plane that holds it.
@@ -13,30 +21,30 @@ struct ConvolvedChannel {
   int plane;
 };
 
-/// What the end taps along one direction add up to: on each line of the target across it (a column for the taps along
-/// x), the texture's first and last line, interpolated along the line and weighted, once for every copy whose end lies
-/// there.
+/// The sum of all copies' edge taps along one direction. On each line of the target across that direction (a column for
+/// taps along x) it adds, for every copy with an edge there, the texture's first or last line, interpolated along the
+/// line and weighted.
 class EdgeCorrection {
  public:
   enum class Lines { Columns, Rows };
 
-  /// Keeps a reference to the copies.
+  /// Keeps references to the copies and the channels.
   EdgeCorrection(const std::vector<WholeCopy> &copies, const std::vector<ConvolvedChannel> &channels,
                  const TexturePlanes &planes, const Spans &spans, const Pixels &target, Lines lines);
 
-  /// Lines that get something, ascending.
+  /// The lines with a correction, ascending.
   const std::vector<int> &lines() const { return lines_; }
 
-  /// Adds a line's part of channels[index] to `sums`. With `corners`, what both ends of a copy's own axis make of it
-  /// too.
+  /// Adds a line's correction of channels[index] to `sums`. With `corners` it includes the pixels where edges of both
+  /// directions meet; exactly one of the two directions does that.
   void add(int line, int index, bool corners, float *sums) const;
 
  private:
-  /// The texture's first or last line, with nothing around it.
+  /// The texture's first or last line, padded with zeros.
   struct Edge {
-    std::array<std::vector<float>, 4> padded;  ///< of each plane; empty when the line is
-    std::vector<std::size_t> firstOnLine;      ///< into `onLine`, for each line and one more
-    std::vector<int> onLine;                   ///< copies, by line
+    std::array<std::vector<float>, 4> padded;  ///< for each plane; empty when the line is all zero
+    std::vector<std::size_t> firstOnLine;      ///< index into `onLine`, for each line of the target and one more
+    std::vector<int> onLine;                   ///< indices of copies, sorted by line
   };
 
   const CopyAxis &across(const WholeCopy &copy) const { return direction_ == Lines::Columns ? copy.x : copy.y; }
@@ -48,10 +56,10 @@ class EdgeCorrection {
   const std::vector<WholeCopy> &copies_;
   const std::vector<ConvolvedChannel> &channels_;
   Lines direction_;
-  int texels_;  ///< along the lines
-  int pixels_;
-  int firstOffset_;  ///< of the copies along the lines
-  int offsetCount_;
+  int texels_;       ///< of the texture along a line
+  int pixels_;       ///< of the target along a line
+  int firstOffset_;  ///< the copies' lowest offset along the lines
+  int offsetCount_;  ///< the number of taps' places from there on
   Edge low_;
   Edge high_;
   std::vector<int> lines_;

@@ -10,10 +10,10 @@ namespace pyrelux::soft {
 
 namespace {
 
-/// FFTW's planner is not thread safe; only the transforms are.
+/// Held while FFTW plans, because only its transforms are thread safe.
 std::mutex plannerMutex;
 
-/// A picture and its stencil, drawn in turn at a size or two.
+/// Enough for a few pictures that are drawn in turn, each at a size or two.
 constexpr std::size_t maxPlansKept = 8;
 
 fftwf_complex *plain(TransformPlans::Complex *values) { return reinterpret_cast<fftwf_complex *>(values); }
@@ -33,7 +33,8 @@ struct KeptPlans {
 }  // namespace
 
 int fastTransformSize(int atLeast) {
-  // FFTW has no vector code for odd sizes; few factors of 2 make a transform up to three times as slow as a larger one.
+  // FFTW has no vector code for odd sizes; with few factors of 2 a transform takes up to three times as long as a
+  // larger one.
   constexpr int unit = 16;
   int units = std::max(1, (atLeast + unit - 1) / unit);
   while (!isSmooth(units)) ++units;
@@ -45,7 +46,7 @@ TransformPlans::TransformPlans(int width, int height) {
   const auto maxLength = static_cast<std::size_t>(std::max(width / 2 + 1, height));
   RecycledArray<Complex> from(maxLength), to(maxLength);
   const std::lock_guard<std::mutex> lock(plannerMutex);
-  // Measuring would take longer than many a film's worth of frames saves.
+  // FFTW_ESTIMATE, because measuring takes longer than a faster plan saves in many films.
   forwardRow_ = fftwf_plan_dft_r2c_1d(width, row.data(), plain(to.data()), FFTW_ESTIMATE);
   backwardRow_ = fftwf_plan_dft_c2r_1d(width, plain(from.data()), row.data(), FFTW_ESTIMATE | FFTW_DESTROY_INPUT);
   forwardColumn_ = fftwf_plan_dft_1d(height, plain(from.data()), plain(to.data()), FFTW_FORWARD, FFTW_ESTIMATE);
@@ -73,7 +74,7 @@ void TransformPlans::backwardColumn(Complex *from, Complex *to) const {
 
 std::shared_ptr<const TransformPlans> transformPlans(int width, int height) {
   static std::mutex mutex;
-  static std::vector<KeptPlans> kept;  // the one used last comes last
+  static std::vector<KeptPlans> kept;  // ordered by last use
   const std::lock_guard<std::mutex> lock(mutex);
   const auto found = std::find_if(
       kept.begin(), kept.end(), [&](const KeptPlans &entry) { return entry.width == width && entry.height == height; });

@@ -7,12 +7,12 @@
 
 namespace pyrelux::soft {
 
-/// The smallest size that is not below `atLeast` and whose transforms are fast.
+/// The smallest size of at least `atLeast` whose transforms are fast.
 int fastTransformSize(int atLeast);
 
-/// One-dimensional transforms for the rows and columns of a width x height transform. May be used by several threads at
-/// once. All arrays are RecycledArrays or start at multiples of 64 bytes in one; a forward transform followed by a
-/// backward one multiplies by the size.
+/// One-dimensional transforms for the rows and columns of a width x height transform. Thread: any, also several at
+/// once. All arrays start at multiples of 64 bytes, as RecycledArrays do. A forward transform followed by a backward
+/// one multiplies by the size.
 class TransformPlans {
  public:
   using Complex = std::complex<float>;
@@ -22,10 +22,11 @@ class TransformPlans {
   TransformPlans(const TransformPlans &) = delete;
   TransformPlans &operator=(const TransformPlans &) = delete;
 
-  /// width values to width / 2 + 1.
+  /// Transforms `width` real values to width / 2 + 1 complex ones.
   void forwardRow(float *from, Complex *to) const;
-  /// And back; `from` is overwritten.
+  /// Transforms back; overwrites `from`.
   void backwardRow(Complex *from, float *to) const;
+  /// Transforms `height` complex values.
   void forwardColumn(Complex *from, Complex *to) const;
   void backwardColumn(Complex *from, Complex *to) const;
 
@@ -36,7 +37,7 @@ class TransformPlans {
   fftwf_plan backwardColumn_;
 };
 
-/// Plans of that size, kept for the next call. Only the sizes used last are kept.
+/// Plans of that size. Those used last are kept for later calls. Thread: any.
 std::shared_ptr<const TransformPlans> transformPlans(int width, int height);
 
 }  // namespace pyrelux::soft

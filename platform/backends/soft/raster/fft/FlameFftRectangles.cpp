@@ -25,7 +25,7 @@ void RectangleRows::addRow(float *sums) {
   for (; next_ < steps_.size() && steps_[next_].row == row_; ++next_)
     apply(rectangles_[static_cast<std::size_t>(steps_[next_].rectangle)], steps_[next_].begins ? 1.0 : -1.0);
   ++row_;
-  // Exactly enough in double precision: what a rectangle leaves behind is far below single precision.
+  // Double precision: the rounding error that a rectangle leaves behind is far below single precision.
   double sum = 0.0;
   for (std::size_t x = 0; x + 1 < differences_.size(); ++x) {
     sum += differences_[x];

@@ -6,19 +6,19 @@
 
 namespace pyrelux::soft {
 
-/// The sum of rectangles of one value each, row after row: what copies of a uniform plane add up to.
+/// The sum of rectangles, each of one value, row by row: the sum of copies of a uniform plane.
 class RectangleRows {
  public:
   struct Rectangle {
-    int left, right;  ///< of the pixels; one past the last
+    int left, right;  ///< first pixel, and one past the last
     int bottom, top;
     double value;
   };
 
-  /// Begins at a row. Keeps a reference to the rectangles.
+  /// Begins at firstRow. Keeps a reference to the rectangles.
   RectangleRows(const std::vector<Rectangle> &rectangles, int width, int firstRow, int endRow);
 
-  /// Adds the next row to `sums`.
+  /// Adds the next row, `width` pixels, to `sums`.
   void addRow(float *sums);
 
  private:
@@ -31,8 +31,8 @@ class RectangleRows {
   void apply(const Rectangle &rectangle, double sign);
 
   const std::vector<Rectangle> &rectangles_;
-  std::vector<double> differences_;  ///< from each pixel of the row to the next
-  std::vector<Step> steps_;          ///< where a rectangle begins or ends within the rows; ascending
+  std::vector<double> differences_;  ///< between each pixel of the row and the one before
+  std::vector<Step> steps_;          ///< the rows where rectangles begin or end; ascending
   std::size_t next_ = 0;
   int row_;
 };

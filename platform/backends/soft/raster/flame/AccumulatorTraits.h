@@ -7,13 +7,15 @@
 #include "Kernels.h"
 #include "TexturePlanes.h"
 
-// What differs between adding copies up on 8-bit and on float surfaces.
+// The types and functions in which adding up copies differs between 8-bit and float surfaces. FlameCopies and FlameTile
+// are templates over one of these traits.
 
 namespace pyrelux::soft {
 
+/// For 8-bit surfaces: sums of levels that saturate.
 struct ByteAccumulator {
   using Sum = std::uint16_t;
-  using WideSum = std::int64_t;  ///< holds sums of any number of constants, and differences, exactly
+  using WideSum = std::int64_t;  ///< exact for sums and differences of any number of constants
   using Tint = std::int16_t;
   using Fraction = std::int16_t;  ///< in 1/32768
   using Target = LevelTarget;
@@ -24,15 +26,16 @@ struct ByteAccumulator {
   static constexpr Sum maskOn = 0xFFFF;
 
   static Tint tint(float colour) { return static_cast<Tint>(tintOf(colour)); }
-  /// A uniform plane's part.
+  /// What a copy adds to each pixel from a uniform plane.
   static Sum constant(const TexturePlanes &from, int plane, Tint tint) {
     return static_cast<Sum>(modulate(from.largestLevel(plane), tint));
   }
+  /// Whether a copy adds nothing from the plane.
   static bool vanishes(const TexturePlanes &from, int plane, Tint tint) {
     return modulate(from.largestLevel(plane), tint) == 0;
   }
   static Sum plus(Sum a, WideSum b) { return static_cast<Sum>(std::min<WideSum>(a + b, 0xFFFF)); }
-  /// Whether more makes no difference.
+  /// Whether adding more does not change the pixel.
   static bool isFull(Sum sum) { return sum >= 255; }
 
   static int texel(std::int64_t position) { return tapAt(position).texel; }
@@ -57,6 +60,7 @@ struct ByteAccumulator {
   static std::uint8_t *row(Pixels &target, int y) { return target.byteRow(y); }
 };
 
+/// For float surfaces: sums that do not saturate.
 struct FloatAccumulator {
   using Sum = float;
   using WideSum = double;

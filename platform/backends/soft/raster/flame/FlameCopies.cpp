@@ -10,7 +10,8 @@ namespace {
 
 int stripCount(const Axis &axis) { return (axis.end - 1) / stripWidth - firstStrip(axis) + 1; }
 
-/// Pixels beside the copy are masked; they sample what its ends sample.
+/// The position of a pixel in the copy. Strips also have pixels beside the copy; those are masked, and take the
+/// position of the nearest pixel in it.
 std::int64_t positionInside(const Axis &axis, int pixel) {
   return axis.position(std::clamp(pixel, axis.first, axis.end - 1));
 }
@@ -34,7 +35,7 @@ void fillTable(const Axis &axis, int strip, LevelColumnTable &table) {
     const int inWindow = table.taps[i] - table.windows[i / 8];
     const int fraction = table.fractions[i];
     table.pairs[2 * i] = static_cast<std::uint8_t>(inWindow);
-    // A weight of 256 does not fit a byte: where there is no fraction, one texel is taken twice.
+    // A weight of 256 does not fit a byte, so a fraction of 0 takes the same texel twice.
     table.pairs[2 * i + 1] = static_cast<std::uint8_t>(fraction ? inWindow + 1 : inWindow);
     table.weights[2 * i] = static_cast<std::uint8_t>(fraction ? 256 - fraction : 255);
     table.weights[2 * i + 1] = static_cast<std::uint8_t>(fraction ? fraction : 1);
@@ -75,7 +76,7 @@ void findTaps(Copy<Traits> &copy) {
 
 template <typename Traits>
 bool Flame<Traits>::reaches(const Quad &quad) const {
-  // Strips reach up to stripWidth - 1 pixels past a copy's ends.
+  // A strip extends up to stripWidth - 1 pixels beyond a copy's ends.
   constexpr int reach = TexturePlanes::marginX - stripWidth;
   const TapRange s = tapRange<Traits>(quad.x, quad.x.first, quad.x.end - 1);
   const TapRange t = tapRange<Traits>(quad.y, quad.y.first, quad.y.end - 1);

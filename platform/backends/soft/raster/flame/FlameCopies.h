@@ -8,17 +8,17 @@
 #include "AccumulatorTraits.h"
 #include "Pass.h"
 
-// A flame's quads made ready to be added up.
+// A flame's quads, prepared for adding up.
 
 namespace pyrelux::soft {
 
-/// The first tap along an axis and the right neighbour of the last.
+/// The lowest and the highest texel that a range of pixels samples along an axis.
 struct TapRange {
   int low;
   int high;
 };
 
-/// Of pixels first .. last.
+/// The texels that pixels first .. last sample.
 template <typename Traits>
 TapRange tapRange(const Axis &axis, int first, int last) {
   const int a = Traits::texel(axis.position(first));
@@ -26,7 +26,7 @@ TapRange tapRange(const Axis &axis, int first, int last) {
   return {std::min(a, b), std::max(a, b) + 1};
 }
 
-/// Where the pixels of a copy at another size sample: for each strip that it touches, and for each row.
+/// The places where a copy at another size samples: for each strip that it touches, and for each of its rows.
 template <typename Traits>
 struct ScaledTaps {
   std::vector<typename Traits::ColumnTable> columns;
@@ -34,21 +34,22 @@ struct ScaledTaps {
   std::vector<typename Traits::Fraction> rowFractions;
 };
 
+/// A quad, prepared for adding up.
 template <typename Traits>
 struct Copy {
   Axis x;
   Axis y;
   bool isUnit;
-  unsigned channels = 0;  ///< a bit for each channel that it adds more than a constant to
+  unsigned channels = 0;  ///< a bit for each channel to which it adds more than a constant
   bool hasConstants = false;
   typename Traits::Tint tints[4] = {};
   typename Traits::Sum constants[4] = {};
-  /// Of a copy at its own size: from a pixel to the tap that it samples, and how far beyond that.
+  /// For a copy at its own size: pixel + shift is the lower left tap, and the fraction is the same for all pixels.
   int shiftX = 0;
   int shiftY = 0;
   typename Traits::Fraction fractionX{};
   typename Traits::Fraction fractionY{};
-  ScaledTaps<Traits> scaled;  ///< of a copy at another size
+  ScaledTaps<Traits> scaled;  ///< for a copy at another size
 
   TapRange columnRange(int first, int last) const {
     if (isUnit) return {first + shiftX, last + shiftX + 1};
@@ -60,7 +61,7 @@ struct Copy {
   }
 };
 
-/// A plane, and the channels that get something from it.
+/// A plane and the channels that copies draw from it.
 struct PlaneGroup {
   int plane;
   int count = 0;
@@ -68,7 +69,7 @@ struct PlaneGroup {
   unsigned bits = 0;
 };
 
-/// Copies to be added up together.
+/// The copies that are added up together.
 template <typename Traits>
 struct Flame {
   struct Bounds {
@@ -77,20 +78,21 @@ struct Flame {
 
   explicit Flame(const TexturePlanes &texturePlanes) : planes(texturePlanes) {}
 
-  /// Whether the kernels can draw the quad: that no tap lies outside the planes' margins.
+  /// Whether the kernels can draw the quad: no tap lies outside the planes' margins.
   bool reaches(const Quad &quad) const;
-  /// Nothing happens when the quad adds nothing.
+  /// Adds a copy for the quad, unless it would change nothing. `mask` has the channels that are written.
   void add(const Quad &quad, const std::array<bool, 4> &mask);
-  /// To be called when all copies are there. Thread: uses the pool.
+  /// Completes the copies after the last add(). Thread: uses the pool.
   void prepare();
+  /// Removes all copies.
   void clear();
 
   const TexturePlanes &planes;
   std::vector<Copy<Traits>> copies;
-  std::vector<Bounds> bounds;  ///< of the copies, side by side: every tile looks through them
+  std::vector<Bounds> bounds;  ///< of the copies; contiguous, because every tile searches them
   std::vector<PlaneGroup> groups;
-  unsigned channels = 0;  ///< all that get anything
-  std::size_t scaledCount = 0;
+  unsigned channels = 0;        ///< a bit for each channel that any copy changes
+  std::size_t scaledCount = 0;  ///< copies at another size than their own
 };
 
 inline int firstStrip(const Axis &axis) { return axis.first / stripWidth; }

@@ -12,10 +12,10 @@ namespace pyrelux::soft {
 
 namespace {
 
-/// How many scaled copies are drawn before the sums are written out: their column tables take memory.
+/// The maximum number of scaled copies that are prepared at once, because their column tables take memory.
 constexpr std::size_t scaledBatch = 512;
 
-/// Draws copies, and the quads that the planes do not reach.
+/// Draws the copies, and by the reference the quads of `rest`.
 template <typename Traits>
 void drawCopies(const Flame<Traits> &flame, const Pass &rest, Pixels &target, bool blank) {
   using Tile = FlameTile<Traits>;
@@ -31,13 +31,13 @@ void drawCopies(const Flame<Traits> &flame, const Pass &rest, Pixels &target, bo
   });
 }
 
-/// Draws what is better not drawn copy by copy, and returns the rest.
+/// Draws the copies for which transforms are faster, and returns the others.
 template <typename Traits>
 std::vector<Quad> drawManyAtOnce(const Pass &pass, const TexturePlanes &planes, Pixels &target, bool &blank) {
   if constexpr (std::is_same_v<Traits, FloatAccumulator>)
     return addByFft(pass, planes, target, blank);
   else
-    return pass.quads;  // every copy is rounded and saturates on its own
+    return pass.quads;  // on 8-bit surfaces every copy is rounded by itself
 }
 
 template <typename Traits>

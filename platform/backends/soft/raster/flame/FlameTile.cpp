@@ -6,7 +6,7 @@ namespace pyrelux::soft {
 
 namespace {
 
-/// Fetches what a kernel will soon read from far memory.
+/// Loads the value, which a kernel is about to read, into the cache.
 template <typename Value>
 void prefetch(const Value &value) {
   constexpr std::size_t cacheLine = 64;
@@ -201,7 +201,7 @@ typename Traits::Sum *FlameTile<Traits>::sumsOf(int channel, int strip) {
 
 template <typename Traits>
 void FlameTile<Traits>::writeTo(Pixels &target, bool blank) const {
-  // A channel without sums of its own reads a row of zeros.
+  // Channels whose sums are not initialised use a row of zeros.
   static constexpr Sum zeros[stripWidth] = {};
   const bool anyConstant = std::any_of(constants_, constants_ + 4, [](Sum constant) { return constant != Sum(0); });
   for (int y = y0_; y < y1_; ++y)

@@ -4,18 +4,20 @@
 
 namespace pyrelux::soft {
 
-/// A tile of the target, small enough for its sums to stay in the cache, where a flame is added up strip by strip.
+/// A tile of the target, in which a flame is added up strip by strip. Its sums fit in the cache.
 template <typename Traits>
 class FlameTile {
  public:
   static constexpr int width = 128;
   static constexpr int height = 32;
 
-  /// Pixels x0 <= x < x1, y0 <= y < y1: no more than width and height, x0 a multiple of stripWidth.
+  /// The tile has the pixels x0 <= x < x1, y0 <= y < y1, at most width x height of them; x0 is a multiple of
+  /// stripWidth. Keeps a reference to the flame.
   FlameTile(const Flame<Traits> &flame, int x0, int y0, int x1, int y1);
 
+  /// Adds up the flame's copies in the tile.
   void addUp();
-  /// Adds the sums to the target's pixels, or, when that is blank, puts them there.
+  /// Adds the sums to the target's pixels; if the target is blank, they replace the pixels.
   void writeTo(Pixels &target, bool blank) const;
 
  private:
@@ -23,10 +25,10 @@ class FlameTile {
   static constexpr int strips = width / stripWidth;
   static constexpr int stripSize = stripWidth * height;
   static constexpr int cornerStride = width + 1;
-  /// Copies that a kernel takes at once: as many as share texels in the cache.
+  /// The maximum number of copies in one call of a kernel: as many as share texels in the cache.
   static constexpr int maxAtOnce = 8;
 
-  /// The part of a copy that lies in the tile, and the rows of the texture that it shows.
+  /// The part of a copy that lies in the tile, and the texture rows that it samples.
   struct Part {
     const Copy<Traits> *copy;
     int x0, x1, y0, y1;
@@ -39,12 +41,12 @@ class FlameTile {
   };
 
   void findParts();
-  /// A bit for each half of a strip in which something of a part is to be seen.
+  /// A bit for each half of a strip in which a part may have anything.
   unsigned halvesOf(const Part &part, int strip) const;
   void noteConstants(const Part &part);
   void addNotedConstants();
   void addGroup(int strip, const PlaneGroup &group);
-  /// The part of a copy that does not fill the strip.
+  /// Adds a part that does not fill the strip.
   void addAlone(int strip, const PlaneGroup &group, const Part &part, unsigned halves);
   template <typename Source>
   void addSources(int strip, const PlaneGroup &group, const Source *sources, int count);
@@ -55,16 +57,17 @@ class FlameTile {
   Sum *sumsOf(int channel, int strip);
 
   const Flame<Traits> &flame_;
-  bool isFull_;  ///< whether there is nothing in the texture to be left out
+  bool isFull_;  ///< whether the texture has no empty cells, so that no part can be skipped
   int x0_, y0_, x1_, y1_;
   std::vector<Part> parts_;
   typename Traits::UnitCopy units_[maxAtOnce];
   typename Traits::ScaledCopy scaled_[maxAtOnce];
-  unsigned used_[strips] = {};  ///< a bit for each channel whose sums are there
-  unsigned full_ = 0;           ///< a bit for each channel to which more makes no difference anywhere
-  Sum constants_[4] = {};       ///< of the whole tile
-  /// Of parts of it: added at a rectangle's first corner and the one across, taken off at the other two, so that sums
-  /// along both directions give every pixel what covers it. Empty without.
+  unsigned used_[strips] = {};  ///< a bit for each channel whose sums_ are initialised
+  unsigned full_ = 0;           ///< a bit for each channel that is saturated in the whole tile
+  Sum constants_[4] = {};       ///< constants of copies that cover the whole tile
+  /// Constants of copies that cover a rectangle of the tile, as differences: added at the rectangle's first corner and
+  /// at the opposite one, subtracted at the other two. Prefix sums along both directions give each pixel's constant.
+  /// Empty when there are none.
   std::vector<typename Traits::WideSum> corners_[4];
   alignas(64) Sum sums_[4][strips][stripSize];
 };

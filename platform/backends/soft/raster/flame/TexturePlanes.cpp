@@ -10,7 +10,7 @@ namespace pyrelux::soft {
 
 namespace {
 
-/// Rows that one piece of work takes apart; a multiple of the cells' height, so that no two pieces mark one cell.
+/// Rows in one piece of work: a multiple of the cells' height, so that two pieces never mark the same cell.
 constexpr int rowsAtOnce = 4 * Occupancy::cellHeight;
 
 float asFloat(std::uint8_t level) { return static_cast<float>(level) / 255.0f; }
@@ -18,7 +18,7 @@ float asFloat(float value) { return value; }
 std::uint8_t asLevel(std::uint8_t level) { return level; }
 std::uint8_t asLevel(float value) { return toLevel(value); }
 
-/// What a look at the whole texture tells.
+/// The facts about a texture, from one reading of all its samples.
 template <typename Sample>
 struct Survey {
   Sample smallest[4];
@@ -30,7 +30,7 @@ struct Survey {
   }
 
   void look(const Sample *row, int width) {
-    // Blocks of samples at once, for the compiler to make vectors of.
+    // Whole blocks of samples suit the compiler's vectoriser.
     constexpr int block = 64;
     Sample low[block], high[block];
     for (int i = 0; i < block; ++i) {
@@ -71,7 +71,7 @@ struct Survey {
       std::memcpy(&pixel, row + 4 * x, sizeof pixel);
       different |= pixel ^ (pixel << 8);
     }
-    // Channels lie in memory order; the product runs on machines whose lowest byte comes first.
+    // The lowest byte is channel 0: all supported processors are little-endian.
     for (int c = 1; c < 4; ++c) alike[c] = alike[c] && (different >> (8 * c) & 255) == 0;
   }
   void compare(const float *row, int width) {
@@ -115,7 +115,7 @@ std::uint8_t channelOf(const std::uint8_t *row, int x, int channel) {
 }
 float channelOf(const float *row, int x, int channel) { return row[4 * x + channel]; }
 
-/// Spreads one channel of a row into a plane's row, and its ends into the margins.
+/// Copies one channel of a row into a plane's row, and its end texels into the margins.
 template <typename Sample, typename Value, typename Convert>
 void spread(const Sample *row, int width, int channel, Value *to, std::ptrdiff_t marginRight, Convert convert) {
   for (int x = 0; x < width; ++x) to[x] = convert(channelOf(row, x, channel));
@@ -123,8 +123,8 @@ void spread(const Sample *row, int width, int channel, Value *to, std::ptrdiff_t
   std::fill_n(to + width, marginRight, to[width - 1]);
 }
 
-/// An odd number of cache lines: at 4096 bytes from row to row, which pictures 1920 wide would have, all rows of a
-/// strip would compete for the same few lines of the cache.
+/// The stride is an odd multiple of 32 texels. With a power of two, such as the 4096 bytes that pictures 1920 wide
+/// would have, all rows of a strip would compete for the same few cache lines.
 std::ptrdiff_t strideFor(int width) {
   const int units = (width + 2 * TexturePlanes::marginX + 31) / 32;
   return (units | 1) * 32;
@@ -205,7 +205,7 @@ void TexturePlanes::fillRows(const Pixels &texture, unsigned wanted, int first, 
   };
   const auto fill = [&](const auto *row, int y) {
     fillRow(row, y);
-    // The first and last row are repeated outside.
+    // The margins repeat the first and the last row.
     if (y == 0) fillRow(row, -1);
     if (y == height_ - 1) fillRow(row, height_);
     for (int x0 = 0; x0 < width_; x0 += Occupancy::cellWidth) {

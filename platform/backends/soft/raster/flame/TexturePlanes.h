@@ -9,24 +9,25 @@
 
 namespace pyrelux::soft {
 
-/// Which texels have anything in them, counted in cells of 8 x 8 so that any rectangle can be asked about at once.
+/// Tells which parts of a texture are empty, that is all zero. It keeps prefix sums over cells of 8 x 8 texels, so a
+/// query about any rectangle takes constant time.
 class Occupancy {
  public:
   static constexpr int cellWidth = 8;
   static constexpr int cellHeight = 8;
 
   void resize(int width, int height);
-  /// Marks the cell of a texel.
+  /// Marks the cell of a texel as not empty.
   void mark(int x, int y) { cells_[index(x / cellWidth, y / cellHeight)] = 1; }
-  /// Turns the marks into sums; nothing is marked afterwards.
+  /// Turns the marks into prefix sums. Call it once, after the last mark().
   void finish();
-  /// Whether every cell has something in it.
+  /// Whether no cell is empty.
   bool isFull() const { return full_; }
 
-  /// Some rows of the texture, for those who ask about many parts of them.
+  /// Some rows of the texture, for callers that query many parts of them.
   class Band {
    public:
-    /// Whether texels x0 .. x1 (both included; clamped to the texture) may have anything in them.
+    /// Whether texels x0 .. x1 (both included; clamped to the texture) may be other than zero.
     bool any(int x0, int x1) const {
       const int left = std::clamp(x0, 0, lastTexel_) / cellWidth;
       const int right = std::clamp(x1, 0, lastTexel_) / cellWidth + 1;
@@ -35,14 +36,14 @@ class Occupancy {
 
    private:
     friend class Occupancy;
-    const std::int32_t *before_;  ///< sums of the cells above the band
-    const std::int32_t *last_;    ///< and of those together with the band's
+    const std::int32_t *before_;  ///< prefix sums of the cells before the band
+    const std::int32_t *last_;    ///< prefix sums of those and of the band's cells
     int lastTexel_;
   };
   /// Rows y0 .. y1 (both included; clamped to the texture).
   Band band(int y0, int y1) const;
 
-  /// Whether texels x0 .. x1, y0 .. y1 (both included; clamped to the texture) may have anything in them.
+  /// Whether texels x0 .. x1, y0 .. y1 (both included; clamped to the texture) may be other than zero.
   bool any(int x0, int y0, int x1, int y1) const { return band(y0, y1).any(x0, x1); }
 
  private:
@@ -54,46 +55,47 @@ class Occupancy {
   int columns_ = 0;
   int rows_ = 0;
   bool full_ = false;
-  std::vector<std::int32_t> cells_;  ///< with a row and a column of zeros before the first
+  std::vector<std::int32_t> cells_;  ///< preceded by a row and a column of zeros
 };
 
-/// A texture taken apart for the kernels: a plane for each channel, its edges repeated all round, so that taps near
-/// them need no clamping. Channels that are alike share a plane.
+/// A texture in the form that the kernels read: one plane for each channel, with the edge texels repeated in margins
+/// all round, so that taps near the edges need no clamping. Equal channels share a plane.
 class TexturePlanes {
  public:
-  /// How far taps may lie outside the texture.
+  /// The widths of the margins, in texels: taps may lie this far outside the texture.
   static constexpr int marginX = 64;
   static constexpr int marginY = 1;
-  /// What a kernel may read past the last row.
+  /// The number of texels after the last row that a kernel may read.
   static constexpr int stripSlack = 64;
 
   enum Wanted : unsigned {
-    Levels = 1,  ///< less 128, as signed bytes
+    Levels = 1,  ///< levels - 128, as signed bytes
     Floats = 2,
   };
 
-  /// Thread: uses the pool.
+  /// `wanted` is a combination of Wanted: the kinds of planes to make. Thread: uses the pool.
   TexturePlanes(const Pixels &texture, unsigned wanted);
 
   int width() const { return width_; }
   int height() const { return height_; }
   const Occupancy &occupancy() const { return occupancy_; }
 
-  /// The plane that holds a channel.
+  /// The index of the plane that holds a channel.
   int planeOf(int channel) const { return planeOf_[static_cast<std::size_t>(channel)]; }
 
-  /// Of a plane: its largest level or value, and whether it is the same everywhere.
+  /// A plane's maximum as a level or as a float, and whether all its texels are equal.
   int largestLevel(int plane) const { return facts_[static_cast<std::size_t>(plane)].largestLevel; }
   float largestFloat(int plane) const { return facts_[static_cast<std::size_t>(plane)].largest; }
   bool isUniform(int plane) const { return facts_[static_cast<std::size_t>(plane)].uniform; }
 
-  /// The texel at x, y; the margins count as texels.
+  /// The texel at (x, y), which may lie in the margins. The planes of that kind were wanted.
   const std::int8_t *levels(int plane, int x, int y) const {
     return levels_[static_cast<std::size_t>(plane)].data() + at(x, y);
   }
   const float *floats(int plane, int x, int y) const {
     return floats_[static_cast<std::size_t>(plane)].data() + at(x, y);
   }
+  /// Texels from one row to the next.
   std::ptrdiff_t stride() const { return stride_; }
 
  private:

@@ -1,19 +1,23 @@
-// The loops of the kernels, over a vector type that each instruction set supplies. Included once by each Kernels*.cpp,
-// inside a namespace of its own: code built for one instruction set must never be merged with another's. Nothing here
-// may use a library function.
+// The loops of the kernels, for the vector types that each instruction set supplies. Each Kernels*.cpp includes this
+// file once, in an unnamed namespace, so that the linker never merges code for one instruction set with another's. For
+// the same reason nothing here may call a library function.
 //
-// Each set supplies Words, with wordLanes lanes of 16 bits, and Floats, with floatLanes of single precision:
-//  - loadTexels (signed bytes, made wide), loadWords, storeWords, broadcastWords, + - &, addSaturated (unsigned),
+// Each set supplies Words, a vector of wordLanes 16-bit lanes, and Floats, a vector of floatLanes single-precision
+// lanes:
+//  - for Words: loadTexels (widens signed bytes), loadWords, storeWords, broadcastWords, + - &, addSaturated
+//  (unsigned),
 //    multiplyRounded: (a * b + 2^14) >> 15
-//  - loadTexels (kept in a register, as compilers would rather load twice what crosses two lines of the cache),
-//    loadFloats, storeFloats, broadcastFloats, - *, multiplyAdd(a, b, c): a * b + c, gatherFloats(row, taps)
-//  - for both, sampleNarrow(row, columns, x): what a narrow table gives for the lanes from pixel x on
+//  - for Floats: loadTexels (forces the load into a register: compilers would load a second time what crosses two lines
+//  of
+//    the cache), loadFloats, storeFloats, broadcastFloats, - *, multiplyAdd(a, b, c): a * b + c, gatherFloats(row,
+//    taps)
+//  - for both: sampleNarrow(row, columns, x), the samples of a narrow table for the lanes from pixel x on
 
-/// a towards b by a fraction of 1/128 of 1/256: a + ((f * (b - a) + 128) >> 8).
+/// Blends from a towards b. With f = fraction / 128: a + ((f * (b - a) + 128) >> 8).
 inline Words lerp(Words a, Words b, Words fraction) { return a + multiplyRounded(b - a, fraction); }
 inline Floats lerp(Floats a, Floats b, Floats fraction) { return multiplyAdd(b - a, fraction, a); }
 
-/// One pixel at a time, for tables that are not narrow.
+/// Samples pixel by pixel, for tables that are not narrow.
 inline Words sampleWide(const std::int8_t *row, const LevelColumnTable &columns, int x) {
   alignas(64) std::uint16_t levels[wordLanes];
   for (int i = 0; i < wordLanes; ++i) {
@@ -28,7 +32,7 @@ inline Floats sampleWide(const float *row, const FloatColumnTable &columns, int 
               loadFloats(columns.fractions + x));
 }
 
-/// What differs between levels and floats.
+/// The operations in which levels and floats differ.
 struct LevelLanes {
   using Vector = Words;
   using Texel = std::int8_t;
@@ -39,7 +43,7 @@ struct LevelLanes {
   static void store(std::uint16_t *to, Words words) { storeWords(to, words); }
   static Words broadcast(std::int16_t value) { return broadcastWords(value); }
   static Words texels(const std::int8_t *from) { return loadTexels(from); }
-  /// Texels are levels less 128.
+  /// Adds the 128 that texels lack.
   static Words complete(Words value) { return value + broadcastWords(128); }
   static Words masked(Words value, Words mask) { return value & mask; }
   static Words plus(Words sum, Words value, Words tint) { return addSaturated(sum, multiplyRounded(value, tint)); }
@@ -59,7 +63,7 @@ struct FloatLanes {
   static Floats plus(Floats sum, Floats value, Floats tint) { return multiplyAdd(value, tint, sum); }
 };
 
-/// The rows of a copy at its own size, from pixel x, y on.
+/// The rows of a copy at its own size, from pixel (x, y) of the strip on.
 template <typename Lanes>
 struct UnitRows {
   using Vector = typename Lanes::Vector;
@@ -72,7 +76,7 @@ struct UnitRows {
         fractionY(Lanes::broadcast(copy.fractionY)),
         lower(sample()) {}
 
-  /// Vectors that are short enough may leave out half a strip.
+  /// Whether the vector at x lies in a half of the strip where the copy has nothing.
   template <typename Copy>
   static bool isEmpty(const Copy &copy, int x) {
     return Lanes::lanes <= halfStrip && !(copy.halves >> (x / halfStrip) & 1);
@@ -95,7 +99,7 @@ struct UnitRows {
   Vector lower;
 };
 
-/// The same of a copy at another size.
+/// The rows of a copy at another size, from pixel (x, y) of the strip on.
 template <typename Lanes, typename Copy>
 struct ScaledRows {
   using Vector = typename Lanes::Vector;
@@ -106,7 +110,7 @@ struct ScaledRows {
   static bool isEmpty(const Copy &, int) { return false; }
 
   Vector next(int y) {
-    // Rows that are not new are kept; magnified copies have few new ones.
+    // Reuses the rows of texels that the previous pixel row sampled; a magnified copy needs few new ones.
     const int wanted = copy.rowTaps[y];
     if (wanted != tap) {
       lower = wanted == tap + 1 ? upper : sample(wanted);
@@ -129,7 +133,7 @@ struct ScaledRows {
   Vector upper;
 };
 
-/// Rows whose sums stay in registers while several copies are added to them.
+/// The number of rows whose sums stay in registers while the kernel adds several copies to them.
 constexpr int blockRows(int channels) {
   if (vectorRegisters >= 32) return channels < 4 ? 8 : 4;
   return channels == 1 ? 8 : channels < 4 ? 4 : 2;
@@ -204,7 +208,7 @@ void add(const Copy *copies, int count, std::ptrdiff_t stride, const typename La
   }
 }
 
-// The rest is written for the compiler to make vectors of.
+// The loops below suit the compiler's vectoriser.
 
 inline bool isSaturated(const std::uint16_t *sums, int rows) {
   std::uint16_t smallest = 255;
@@ -220,7 +224,7 @@ inline void putLevelsLoop(const std::uint16_t *red, const std::uint16_t *green, 
     std::uint32_t held = 0;
     if (!blank) __builtin_memcpy(&held, pixels + 4 * x, 4);
     const auto cut = [](std::uint32_t sum) { return sum < 255 ? sum : 255; };
-    // Red comes first in memory; this runs on machines whose lowest byte does.
+    // Red comes first in memory, so it is the lowest byte: all supported processors are little-endian.
     held = cut(red[x] + r + (held & 255)) | cut(green[x] + g + (held >> 8 & 255)) << 8 |
            cut(blue[x] + b + (held >> 16 & 255)) << 16 | cut(alpha[x] + a + (held >> 24)) << 24;
     __builtin_memcpy(pixels + 4 * x, &held, 4);
@@ -255,7 +259,7 @@ inline void putFloats(const float *const sums[4], const float constants[4], int 
     putFloatsLoop<false>(sums[0], sums[1], sums[2], sums[3], constants, width, pixels);
 }
 
-/// The set under its name.
+/// The instruction set's kernels under its name.
 constexpr Kernels kernelsNamed(const char *name) {
   return {name,
           add<LevelLanes, UnitRows<LevelLanes>>,

@@ -3,32 +3,33 @@
 #include <cstddef>
 #include <cstdint>
 
-// The inner loops, once for each instruction set. Every set computes Arithmetic.h's results bit by bit on levels.
+// The inner loops that add copies up, once for each instruction set. On levels, every set gives the results of
+// Arithmetic.h bit by bit.
 
 namespace pyrelux::soft {
 
-/// Pixels that a kernel handles side by side.
+/// The number of neighbouring pixels that a kernel handles together: a strip.
 constexpr int stripWidth = 32;
 constexpr int halfStrip = stripWidth / 2;
 
-/// Sums of a strip, and what of it is added to: rows of stripWidth sums, one plane of 16-bit levels (they saturate far
-/// above 255) or of floats for each channel that takes part.
+/// The sums of a strip: for each channel that takes part, rows of stripWidth sums. Sums are 16-bit levels, which
+/// saturate far above 255, or floats.
 template <typename Sum>
 struct StripTarget {
-  int channels = 0;
+  int channels = 0;  ///< the number of entries in use of `sums`
   Sum *sums[4];
   int rows = 0;
-  const Sum *mask = nullptr;  ///< a strip of all ones (or 1.0f) and zeros; null takes every pixel
+  const Sum *mask = nullptr;  ///< for each pixel of a row all ones (or 1.0f) or zero; null adds to every pixel
 };
 using LevelTarget = StripTarget<std::uint16_t>;
 using FloatTarget = StripTarget<float>;
 
-/// A copy at its own size: neighbouring pixels sample neighbouring texels, all with the same fractions. Reads rows + 1
-/// rows of stripWidth + 1 texels.
+/// A copy at its own size: neighbouring pixels sample neighbouring texels, all with the same fractions. A kernel reads
+/// rows + 1 rows of stripWidth + 1 texels.
 struct UnitLevels {
-  const std::int8_t *texels;  ///< levels - 128; lower left tap of the strip's first pixel
-  unsigned halves;            ///< a bit for each half of the strip: whether the copy shows anything there
-  std::int16_t fractionX;     ///< in 1/32768, of which only 1/256 count
+  const std::int8_t *texels;  ///< levels - 128, from the lower left tap of the strip's first pixel on
+  unsigned halves;            ///< a bit for each half of the strip: whether the copy may have anything there
+  std::int16_t fractionX;     ///< in 1/32768; a multiple of 1/256
   std::int16_t fractionY;
   std::int16_t tints[4];
 };
@@ -40,13 +41,15 @@ struct UnitFloats {
   float tints[4];
 };
 
-/// Where a strip of a copy at another size samples along a row. Taps count from the lowest one, which is texel `base`.
+/// The places along a row where a strip of a copy at another size samples. Taps count from the lowest one, texel
+/// `base`.
 struct LevelColumnTable {
   int base;
   std::uint16_t taps[stripWidth];
   std::uint8_t fractions[stripWidth];
-  /// The same for eight pixels at a time, when their texels lie within 16 of each other: where those 16 begin, which of
-  /// them each pixel takes, and how much of each (the two weights of a pixel sum to 256).
+  /// The table is narrow when the texels of each group of eight pixels lie within a window of 16. Then, for each group,
+  /// `windows` has the window's start; for each pixel, `pairs` has its two texels in the window and `weights` their
+  /// weights, which sum to 256.
   bool narrow;
   std::uint16_t windows[stripWidth / 8];
   std::uint8_t pairs[stripWidth * 2];
@@ -57,15 +60,15 @@ struct LevelColumnTable {
 struct FloatColumnTable {
   std::int32_t taps[stripWidth];
   float fractions[stripWidth];
-  /// Of eight pixels at a time, when their texels lie within 16 of each other and those of sixteen within 32: the
-  /// lowest.
+  /// The table is narrow when the texels of each group of eight pixels lie within a window of 16, and those of each
+  /// sixteen within 32. Then `windows` has the lowest texel of each group of eight.
   bool narrow;
   std::int32_t windows[stripWidth / 8];
 };
 
-/// A copy at another size: every column and row has a tap and a fraction of its own.
+/// A copy at another size: every column and every row has its own tap and fraction.
 struct ScaledLevels {
-  const std::int8_t *texels;  ///< levels - 128; of the lowest column tap in row 0
+  const std::int8_t *texels;  ///< levels - 128, from texel `columns->base` of row 0 on
   const LevelColumnTable *columns;
   const int *rowTaps;                ///< for each row of the target
   const std::int16_t *rowFractions;  ///< in 1/32768
@@ -80,25 +83,26 @@ struct ScaledFloats {
 };
 
 struct Kernels {
-  const char *name;  ///< as PYRELUX_SIMD takes it
-  /// Adds `count` copies whose texels' rows are `stride` apart. Several at once cost less than one by one.
+  const char *name;  ///< its value of PYRELUX_SIMD
+  /// Add `count` copies, whose rows of texels are `stride` texels apart. One call with several copies is faster than
+  /// several calls.
   void (*unitLevels)(const UnitLevels *, int count, std::ptrdiff_t stride, const LevelTarget &);
   void (*scaledLevels)(const ScaledLevels *, int count, std::ptrdiff_t stride, const LevelTarget &);
   void (*unitFloats)(const UnitFloats *, int count, std::ptrdiff_t stride, const FloatTarget &);
   void (*scaledFloats)(const ScaledFloats *, int count, std::ptrdiff_t stride, const FloatTarget &);
-  /// Whether all levels of a strip's rows have reached 255.
+  /// Whether all sums of a strip's rows have reached 255.
   bool (*isSaturated)(const std::uint16_t *sums, int rows);
-  /// Writes or, when `blank` is not set, adds rows of sums and a constant for each channel to pixels.
+  /// Add a row of sums and a constant for each channel to `width` pixels; with `blank` they replace the pixels.
   void (*putLevels)(const std::uint16_t *const sums[4], const std::uint16_t constants[4], int width, bool blank,
                     std::uint8_t *pixels);
   void (*putFloats)(const float *const sums[4], const float constants[4], int width, bool blank, float *pixels);
 };
 
-/// The kernels in use: the best that the processor has, or what PYRELUX_SIMD names (scalar, sse2, avx2, avx512, neon);
-/// a name that can't be had here is passed over.
+/// The kernels in use: those that PYRELUX_SIMD names (scalar, sse2, avx2, avx512, neon) if the processor runs them,
+/// else the best that it runs. The first call chooses. Thread: any.
 const Kernels &kernels();
 
-/// All that this processor runs, scalar first.
+/// All kernels that this processor runs, scalar first.
 const Kernels *const *availableKernels(int &count);
 
 }  // namespace pyrelux::soft

@@ -40,7 +40,7 @@ inline Words sampleNarrow(const std::int8_t *row, const LevelColumnTable &column
   const __m256i texels = _mm256_inserti128_si256(_mm256_castsi128_si256(window(0)), window(1), 1);
   const __m256i pairs = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(columns.pairs + 2 * x));
   const __m256i weights = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(columns.weights + 2 * x));
-  // Levels less 128 times 256 fit 16 signed bits; the 128 comes back with the rounding.
+  // (level - 128) * 256 fits 16 signed bits; 0x8080 adds the 128 again and rounds.
   const __m256i sums = _mm256_maddubs_epi16(weights, _mm256_shuffle_epi8(texels, pairs));
   return {_mm256_srli_epi16(_mm256_add_epi16(sums, _mm256_set1_epi16(static_cast<short>(0x8080))), 8)};
 }
@@ -63,7 +63,7 @@ inline Floats gatherFloats(const float *row, const std::int32_t *taps) {
 inline Floats sampleNarrow(const float *row, const FloatColumnTable &columns, int x) {
   const std::int32_t first = columns.windows[x / 8];
   const __m256 low = _mm256_loadu_ps(row + first), high = _mm256_loadu_ps(row + first + 8);
-  // Which of both it is comes from bit 3, which goes where blending looks: into the sign.
+  // Bit 3 tells low from high; it is shifted into the sign, which selects in blendv.
   const auto pick = [&](__m256i at) {
     return _mm256_blendv_ps(_mm256_permutevar8x32_ps(low, at), _mm256_permutevar8x32_ps(high, at),
                             _mm256_castsi256_ps(_mm256_slli_epi32(at, 28)));

@@ -39,7 +39,7 @@ inline Words sampleNarrow(const std::int8_t *row, const LevelColumnTable &column
   texels = _mm512_inserti32x4(texels, window(3), 3);
   const __m512i pairs = _mm512_loadu_si512(columns.pairs);
   const __m512i weights = _mm512_loadu_si512(columns.weights);
-  // Levels less 128 times 256 fit 16 signed bits; the 128 comes back with the rounding.
+  // (level - 128) * 256 fits 16 signed bits; 0x8080 adds the 128 again and rounds.
   const __m512i sums = _mm512_maddubs_epi16(weights, _mm512_shuffle_epi8(texels, pairs));
   return {_mm512_srli_epi16(_mm512_add_epi16(sums, _mm512_set1_epi16(static_cast<short>(0x8080))), 8)};
 }
@@ -56,7 +56,7 @@ inline Floats operator-(Floats a, Floats b) { return {_mm512_sub_ps(a.v, b.v)}; 
 inline Floats operator*(Floats a, Floats b) { return {_mm512_mul_ps(a.v, b.v)}; }
 inline Floats multiplyAdd(Floats a, Floats b, Floats c) { return {_mm512_fmadd_ps(a.v, b.v, c.v)}; }
 inline Floats gatherFloats(const float *row, const std::int32_t *taps) {
-  // The unmasked form makes g++ 12 warn about its own header.
+  // Masked, because the unmasked form makes g++ 12 warn about its own header.
   return {_mm512_mask_i32gather_ps(_mm512_setzero_ps(), 0xFFFF, _mm512_loadu_si512(taps), row, 4)};
 }
 

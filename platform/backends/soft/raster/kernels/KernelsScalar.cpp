@@ -1,4 +1,4 @@
-// One lane: for processors without a set of their own, and to check the others by.
+// One lane: for processors without kernels of their own, and to check the others.
 
 #include "KernelSets.h"
 

@@ -19,7 +19,7 @@ constexpr int vectorRegisters = 16;
 
 inline Words loadTexels(const std::int8_t *from) {
   const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i *>(from));
-  // Each byte into the upper half of a word, and down from there with its sign.
+  // Each byte goes into the upper half of a word; the shift extends its sign.
   return {_mm_srai_epi16(_mm_unpacklo_epi8(bytes, bytes), 8)};
 }
 inline Words loadWords(const std::uint16_t *from) { return {_mm_loadu_si128(reinterpret_cast<const __m128i *>(from))}; }
@@ -30,7 +30,7 @@ inline Words operator-(Words a, Words b) { return {_mm_sub_epi16(a.v, b.v)}; }
 inline Words operator&(Words a, Words b) { return {_mm_and_si128(a.v, b.v)}; }
 inline Words addSaturated(Words a, Words b) { return {_mm_adds_epu16(a.v, b.v)}; }
 inline Words multiplyRounded(Words a, Words b) {
-  // The product's upper half doubled, and what its lower half carries into it.
+  // The upper half of the product, doubled, plus the rounded carry from its lower half.
   const __m128i upper = _mm_slli_epi16(_mm_mulhi_epi16(a.v, b.v), 1);
   const __m128i lower = _mm_srli_epi16(_mm_mullo_epi16(a.v, b.v), 14);
   return {_mm_add_epi16(upper, _mm_srli_epi16(_mm_add_epi16(lower, _mm_set1_epi16(1)), 1))};
@@ -53,7 +53,7 @@ inline Floats gatherFloats(const float *row, const std::int32_t *taps) {
 
 Words sampleWide(const std::int8_t *row, const LevelColumnTable &columns, int x);
 inline Words sampleNarrow(const std::int8_t *row, const LevelColumnTable &columns, int x) {
-  return sampleWide(row, columns, x);  // no byte shuffle here
+  return sampleWide(row, columns, x);  // SSE2 has no byte shuffle
 }
 
 Floats sampleWide(const float *row, const FloatColumnTable &columns, int x);

@@ -10,18 +10,18 @@ namespace pyrelux::soft {
 namespace {
 
 constexpr std::size_t alignment = 64;
-/// Smaller blocks are the allocator's business.
+/// Smaller blocks go back to the allocator.
 constexpr std::size_t minKeptBytes = std::size_t{256} << 10;
-/// What is kept at most: the surfaces and planes of a float frame in 4K are larger, those of smaller frames are not.
+/// Enough for the surfaces and planes of any float frame smaller than 4K.
 constexpr std::size_t maxKeptBytes = std::size_t{256} << 20;
-/// About what one frame takes; more would only be left over from frames of other sizes.
+/// About the number of blocks that one frame takes; more would be left over from frames of other sizes.
 constexpr std::size_t maxKeptBlocks = 16;
 
-/// Aligned by hand: glibc before 2.38 does not use the memory of freed aligned blocks again, so that a process that
-/// asks it for some in every frame grows with every frame. Plain blocks are used again everywhere.
+/// Deliberate: aligns plain blocks by hand. glibc before 2.38 does not reuse the memory of freed aligned blocks, so a
+/// process that allocates some in every frame would grow with every frame.
 void *allocate(std::size_t bytes) {
   auto *block = static_cast<std::byte *>(::operator new(bytes + alignment));
-  // Plain blocks are aligned for pointers, so that there is room for one before the aligned address.
+  // A plain block is aligned for pointers, so a pointer fits before the aligned address.
   std::byte *aligned = block + (alignment - reinterpret_cast<std::uintptr_t>(block) % alignment);
   reinterpret_cast<void **>(aligned)[-1] = block;
   return aligned;
@@ -52,7 +52,7 @@ class Store {
     return nullptr;
   }
 
-  /// The oldest go when there are too many.
+  /// Frees the oldest blocks while there are too many.
   void give(void *memory, std::size_t bytes) {
     const std::lock_guard<std::mutex> lock(mutex_);
     blocks_.push_back({memory, bytes});
@@ -87,7 +87,7 @@ void giveMemoryBack(void *memory, std::size_t bytes) noexcept {
   try {
     if (bytes >= minKeptBytes) return store().give(memory, bytes);
   } catch (const std::bad_alloc &) {
-    // No room to note the block: it goes back to the allocator.
+    // No memory to note the block: it goes back to the allocator.
   }
   release(memory);
 }

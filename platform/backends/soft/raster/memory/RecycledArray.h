@@ -5,12 +5,14 @@
 
 namespace pyrelux::soft {
 
-/// Memory of at least `bytes`, aligned to 64, its contents undefined. Large blocks come from those that were given
-/// back: fresh ones cost a page fault for every 4 KB, more than drawing into them. Throws std::bad_alloc. Thread: any.
+/// Returns at least `bytes` bytes, aligned to 64, with undefined contents. Large blocks are recycled from those given
+/// back, because a fresh block costs a page fault for every 4 KB, which takes longer than drawing into it. The caller
+/// gives the memory back. Throws std::bad_alloc. Thread: any.
 void *takeMemory(std::size_t bytes);
+/// Takes back memory from takeMemory(), which was asked for the same number of bytes. Thread: any.
 void giveMemoryBack(void *memory, std::size_t bytes) noexcept;
 
-/// An array of numbers whose values are undefined until they are written.
+/// An array of numbers, which owns its memory. Values are undefined until they are written.
 template <typename Number>
 class RecycledArray {
  public:

@@ -6,11 +6,11 @@
 
 #include "Pass.h"
 
-// The arithmetic of 8-bit surfaces, in the form that every kernel reproduces bit by bit. Values are levels, 0 .. 255.
+// The arithmetic of 8-bit surfaces. Every kernel reproduces it bit by bit. Values are levels, 0 .. 255.
 
 namespace pyrelux::soft {
 
-/// A texture position cut to the 1/256 texel that 8-bit filtering knows, rounded to nearest: whole texel and fraction.
+/// A texture position rounded to the nearest 1/256 texel, the resolution of 8-bit filtering: whole texel and fraction.
 struct Tap {
   int texel;
   int fraction;  ///< 0 .. 255
@@ -21,10 +21,10 @@ inline Tap tapAt(std::int64_t position) {
   return {static_cast<int>(fixed >> 8), static_cast<int>(fixed & 255)};
 }
 
-/// a at fraction 0, towards b; rounded to a whole level.
+/// Blends from a (fraction 0) towards b (fraction 256), rounded to a whole level.
 inline int lerp(int a, int b, int fraction) { return a + ((fraction * (b - a) + 128) >> 8); }
 
-/// A colour channel with 15 fractional bits.
+/// A colour channel (0 .. 1) with 15 fractional bits: 0 .. 32767.
 inline int tintOf(float colour) {
   return std::clamp(static_cast<int>(std::lround(static_cast<double>(colour) * 32768.0)), 0, 32767);
 }
@@ -56,7 +56,7 @@ inline int blend(Blend blend, int source, int sourceAlpha, int destination) {
   return source;
 }
 
-/// The same for float surfaces: nothing is rounded or clamped but by single precision.
+/// The same for float surfaces, without rounding or clamping beyond single precision.
 inline float blend(Blend blend, float source, float sourceAlpha, float destination) {
   switch (blend) {
     case Blend::Replace:
@@ -69,7 +69,7 @@ inline float blend(Blend blend, float source, float sourceAlpha, float destinati
   return source;
 }
 
-/// A float's 8-bit level; NaN is 0.
+/// The level of a float (0 .. 1, clamped); NaN gives 0.
 inline std::uint8_t toLevel(float value) {
   if (!(value > 0.0f)) return 0;
   return static_cast<std::uint8_t>(std::lround(std::min(value, 1.0f) * 255.0f));

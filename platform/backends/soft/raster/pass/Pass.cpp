@@ -10,7 +10,7 @@ namespace {
 
 constexpr double gridPerPixel = 256.0;
 
-/// The first pixel whose centre is not below the edge.
+/// The first pixel whose centre lies on or above the edge.
 std::int64_t firstAbove(double edge) {
   const double grid = std::floor(edge * gridPerPixel + 0.5);
   return static_cast<std::int64_t>(std::ceil((grid - gridPerPixel / 2) / gridPerPixel));
@@ -24,7 +24,7 @@ Axis makeAxis(double from, double to, double textureFrom, double textureTo, int 
     std::swap(textureFrom, textureTo);
   }
   Axis axis;
-  // Also refuses NaN, and edges so far off that their pixels can't be numbered.
+  // The comparisons also refuse NaN and infinity.
   constexpr double maxCoordinate = 1 << 24;
   if (!(from < to) || !(from > -maxCoordinate) || !(to < maxCoordinate)) return axis;
   if (!(std::abs(textureFrom) < maxCoordinate) || !(std::abs(textureTo) < maxCoordinate)) return axis;
@@ -33,8 +33,8 @@ Axis makeAxis(double from, double to, double textureFrom, double textureTo, int 
   if (axis.first >= axis.end) return axis;
 
   double scale = (textureTo - textureFrom) / (to - from);
-  // Vertices come in single precision, so a copy at its own size is a little off; over its whole width that must not
-  // reach the grid of the texture positions.
+  // Vertices are in single precision, so the scale of a copy at its own size is not quite 1. It counts as 1 if the
+  // error over the copy's whole extent stays below the rounding of texture positions.
   constexpr double smallestShift = 1.0 / 512;
   const int pixels = axis.end - axis.first;
   if (std::abs(scale - 1.0) * pixels < smallestShift) scale = 1.0;
@@ -42,7 +42,7 @@ Axis makeAxis(double from, double to, double textureFrom, double textureTo, int 
   scale = std::clamp(scale, -maxScale, maxScale);
   const double position = textureFrom + (axis.first + 0.5 - from) * scale - 0.5;
   axis.step = std::llround(scale * static_cast<double>(Axis::one));
-  // Far outside the texture only its edge is seen, wherever exactly.
+  // Any position far outside the texture samples the texture's edge.
   axis.start = std::llround(std::clamp(position, -maxCoordinate, maxCoordinate) * static_cast<double>(Axis::one));
   return axis;
 }

@@ -7,17 +7,19 @@
 
 #include "Pixels.h"
 
-// What is to be drawn, as data. Nothing here knows where it comes from.
+// What the rasteriser draws, as data: passes of quads. They are independent of OpenGL.
+//
+// Pixel (0, 0) is the target's lower left one. Colours and textures are premultiplied.
 
 namespace pyrelux::soft {
 
-/// One direction of an axis-aligned quad: the pixels whose centres it covers, and where in the texture each of them
-/// samples. Positions are in texels with 32 fractional bits; texel i lies at i, not at i + 1/2.
+/// One direction of an axis-aligned quad: the pixels whose centres it covers, and the texture position that each of
+/// them samples. Positions are in texels with 32 fractional bits; the centre of texel i is at i, not at i + 1/2.
 struct Axis {
   int first = 0;           ///< first pixel covered
-  int end = 0;             ///< one past the last; nothing is covered when it is not above first
+  int end = 0;             ///< one past the last pixel covered; none is covered unless end > first
   std::int64_t start = 0;  ///< texture position at `first`
-  std::int64_t step = 0;   ///< from one pixel to the next
+  std::int64_t step = 0;   ///< position difference from one pixel to the next
 
   static constexpr std::int64_t one = std::int64_t{1} << 32;
 
@@ -25,10 +27,10 @@ struct Axis {
   bool isUnit() const { return step == one; }
 };
 
-/// The axis of a quad's edges `from` and `to` (pixels; any order) with texture coordinates `textureFrom` and
-/// `textureTo` (texels, edges at whole numbers). Edges are placed on a grid of 1/256 pixel; a pixel belongs to the quad
-/// when its centre lies on or above the lower edge and below the upper one. A scale within rounding of 1 is exactly 1.
-/// Pixels outside 0 .. size are left out.
+/// The axis of a quad with the edges `from` and `to` (pixels, in any order) and their texture coordinates `textureFrom`
+/// and `textureTo` (texels; the texture's edges are whole numbers). Edges are rounded to a grid of 1/256 pixel. A pixel
+/// belongs to the quad when its centre lies on or above the lower edge and below the upper edge. A scale that differs
+/// from 1 only by rounding becomes 1. Pixels outside 0 .. size - 1 are left out.
 Axis makeAxis(double from, double to, double textureFrom, double textureTo, int size);
 
 using Colour = std::array<float, 4>;  ///< red, green, blue, alpha in 0 .. 1
@@ -47,7 +49,8 @@ enum class Blend {
   Over,     ///< source + destination * (1 - source alpha)
 };
 
-/// Quads that share everything but place and colour, in order. Without a texture the colour alone is drawn.
+/// Quads, in drawing order, that share everything except place and colour. Without a texture they draw their colour
+/// alone.
 struct Pass {
   std::shared_ptr<const Pixels> texture;  ///< addressed in texels, clamped to its edges
   Filter filter = Filter::Linear;
@@ -56,7 +59,7 @@ struct Pass {
   std::vector<Quad> quads;
 };
 
-/// Whether the quads of both could be in one pass.
+/// Whether one pass could hold the quads of both.
 bool drawsAlike(const Pass &a, const Pass &b);
 
 }  // namespace pyrelux::soft

@@ -10,16 +10,17 @@
 namespace pyrelux::soft {
 
 enum class Samples {
-  Byte,   ///< 0 .. 255 for 0 .. 1: rounds and saturates whenever something is stored
+  Byte,   ///< 0 .. 255 for 0 .. 1; every store rounds and saturates
   Float,  ///< single precision; keeps values outside 0 .. 1
 };
 
-/// Red, green, blue and alpha of a surface or texture, interleaved, rows from the bottom.
+/// The pixels of a surface or texture: red, green, blue and alpha interleaved, premultiplied, rows from the bottom up.
+/// Thread: any may read; nobody reads while one writes.
 class Pixels {
  public:
   struct Undefined {};
 
-  /// For whoever writes every sample before reading any.
+  /// Undefined samples, for a caller that writes every sample before it reads any.
   Pixels(Undefined, Samples samples, int width, int height) : width_(width), height_(height) {
     const std::size_t count = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4;
     if (samples == Samples::Byte)
@@ -43,7 +44,7 @@ class Pixels {
   int height() const { return height_; }
   Samples samples() const { return values_.index() == 0 ? Samples::Byte : Samples::Float; }
 
-  /// The first sample of a row. Asking for the other kind of samples is a bug (throws std::bad_variant_access).
+  /// The first sample of a row. Asking for the other kind of samples throws std::bad_variant_access.
   std::uint8_t *byteRow(int y) { return std::get<0>(values_).data() + offset(y); }
   const std::uint8_t *byteRow(int y) const { return std::get<0>(values_).data() + offset(y); }
   float *floatRow(int y) { return std::get<1>(values_).data() + offset(y); }

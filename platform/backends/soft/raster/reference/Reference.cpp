@@ -10,7 +10,7 @@ namespace {
 
 int clampTo(std::int64_t texel, int size) { return static_cast<int>(std::clamp<std::int64_t>(texel, 0, size - 1)); }
 
-/// A texture whose texels are read as levels: floats are cut to 8 bits, as an 8-bit surface would show them.
+/// Reads a texture's texels as levels. Floats are rounded to 8 bits, as an 8-bit surface shows them.
 class LevelTexture {
  public:
   explicit LevelTexture(const Pixels &pixels) : pixels_(pixels) {}

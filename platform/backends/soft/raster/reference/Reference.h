@@ -4,8 +4,8 @@
 
 namespace pyrelux::soft {
 
-/// Draws a pass pixel by pixel, quad by quad. It states what the fast rasteriser has to give, byte for byte on 8-bit
-/// surfaces; it is slow and used where nothing faster fits.
+/// Draws a pass pixel by pixel, quad by quad. It defines the result that the faster ways must give, byte for byte on
+/// 8-bit surfaces. It is slow, and draws what no faster way can draw.
 void drawByReference(const Pass &pass, Pixels &target);
 
 /// The same for one rectangle of the target, `x0` <= x < `x1` and `y0` <= y < `y1`.

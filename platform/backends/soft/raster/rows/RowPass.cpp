@@ -19,7 +19,7 @@ bool isOneForOne(const Axis &axis, int size) {
   return axis.start % Axis::one == 0 && tap.texel >= 0 && tap.texel + (axis.end - axis.first) <= size;
 }
 
-/// Levels of a row, `count` of them: the texels, tinted and blended. Written for the compiler to make vectors of.
+/// Tints and blends `count` levels of a row. The loops suit the compiler's vectoriser.
 template <Blend how, bool tinted>
 void blendLevels(const std::uint8_t *texels, std::uint8_t *pixels, int count, const int (&tints)[4]) {
   for (int i = 0; i < count; i += 4) {
@@ -81,7 +81,7 @@ void drawRow(Blend how, const Texel *texels, float *pixels, int count, const Col
   }
 }
 
-/// The same pixel over and over.
+/// Fills a row with one pixel's samples.
 template <typename Sample>
 void fillRow(Sample *pixels, int count, const Sample (&pixel)[4]) {
   for (int i = 0; i < count; i += 4)
@@ -93,13 +93,13 @@ void clearRow(Sample *row, int from, int to) {
   std::fill(row + 4 * from, row + 4 * to, Sample(0));
 }
 
-/// `targetRow(y)` and `textureRow(y)` give rows of samples.
+/// Draws the quad on all threads. `targetRow(y)` and `textureRow(y)` return rows of samples.
 template <typename TargetRow, typename TextureRow>
 void drawAllRows(const Pass &pass, const Quad &quad, int width, int height, bool blank, TargetRow targetRow,
                  TextureRow textureRow) {
   using Sample = std::remove_pointer_t<decltype(targetRow(0))>;
   const int x0 = quad.x.first, x1 = quad.x.end;
-  // Onto transparent black, all three ways of blending give the source.
+  // On transparent black, every blend gives the source.
   const Blend how = blank ? Blend::Replace : pass.blend;
   Sample colour[4];
   for (std::size_t c = 0; c < 4; ++c) {

@@ -4,15 +4,15 @@
 
 namespace pyrelux::soft {
 
-/// Whether drawRows() may draw the quad: all of a colour in place of what was there, or texels that fall on pixels one
-/// for one, unless texels are floats and pixels bytes.
+/// Whether drawRows() can draw the quad: a plain colour that replaces the target's, or texels that fall on pixels one
+/// for one, unless the texels are floats and the pixels bytes.
 bool isRowQuad(const Pass &pass, const Quad &quad, const Pixels &target);
 
-/// Whether drawing such a quad is no more than copying texels.
+/// Whether drawing such a quad only copies texels.
 bool isPlainCopy(const Pass &pass, const Quad &quad, const Pixels &target, bool blank);
 
-/// Draws such a quad row by row on all threads, as the reference does. `blank` says that the target is transparent
-/// black whatever it holds; then every pixel of it is written.
+/// Draws such a quad row by row on all threads, with the reference's result. `blank` says that the target counts as
+/// transparent black, whatever it contains; then this writes every pixel of it.
 void drawRows(const Pass &pass, const Quad &quad, Pixels &target, bool blank);
 
 }  // namespace pyrelux::soft

@@ -25,13 +25,13 @@ int readThreadCount() {
 
 class Pool {
  public:
-  /// A process may be limited in threads or in memory: then there are fewer.
+  /// Starts the threads; fewer where the system limits threads or memory.
   Pool() {
     threads_.reserve(static_cast<std::size_t>(threadCount()));
     try {
       for (int i = 1; i < threadCount(); ++i) threads_.emplace_back([this] { serve(); });
     } catch (const std::exception &) {
-      // Those that were started, and the caller, do the work.
+      // The threads that did start, and the caller, do the work.
     }
   }
 
@@ -44,7 +44,7 @@ class Pool {
     for (std::thread &thread : threads_) thread.join();
   }
 
-  /// False when another caller's work is under way.
+  /// Returns false, without a call, when another caller's work is under way.
   bool run(int count, const std::function<void(int)> &work) {
     const std::unique_lock<std::mutex> turn(turn_, std::try_to_lock);
     if (!turn) return false;
@@ -66,7 +66,7 @@ class Pool {
   }
 
  private:
-  /// What is thrown is kept for the caller, and the rest left undone.
+  /// Makes calls until none are left. Keeps an exception for run(), and skips the remaining calls then.
   void take(int count, const std::function<void(int)> &work) {
     try {
       for (int i = next_++; i < count; i = next_++) work(i);

@@ -4,13 +4,15 @@
 
 namespace pyrelux::soft {
 
-/// How many threads draw: PYRELUX_THREADS, else one for each core; read once.
+/// The number of threads that draw, the calling one included: PYRELUX_THREADS (1 .. 256), else one for each core. The
+/// first call reads it.
 int threadCount();
 
-/// Calls work(0) … work(count - 1), each once, on the process's pool and on the calling thread, and returns when all
-/// are done. A caller that finds the pool busy with another's work does its own alone. Threads are started at the first
-/// call, as many of them as the system gives, and joined when the library is unloaded. What one of the calls throws is
-/// thrown here in the end; others may not have been made then.
+/// Calls work(0) … work(count - 1), each once, on the process's pool and on the calling thread. Returns when all calls
+/// have returned. Thread: any; a caller that finds the pool busy with another caller's work makes its calls alone.
+///
+/// The first call starts the threads, fewer if the system refuses some; unloading the library joins them. If a call
+/// throws, parallelFor() skips the calls that have not begun, waits for the others, and throws the same exception.
 void parallelFor(int count, const std::function<void(int)> &work);
 
 }  // namespace pyrelux::soft
