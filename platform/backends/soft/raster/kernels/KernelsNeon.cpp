@@ -29,11 +29,6 @@ inline Words multiplyRounded(Words a, Words b) {
   return {vreinterpretq_u16_s16(vqrdmulhq_s16(vreinterpretq_s16_u16(a.v), vreinterpretq_s16_u16(b.v)))};
 }
 
-Words sampleWide(const std::int8_t *row, const LevelColumnTable &columns, int x);
-inline Words sampleNarrow(const std::int8_t *row, const LevelColumnTable &columns, int x) {
-  return sampleWide(row, columns, x);
-}
-
 inline Floats loadFloats(const float *from) { return {vld1q_f32(from)}; }
 inline Floats loadTexels(const float *from) {
   Floats floats = loadFloats(from);
@@ -50,10 +45,7 @@ inline Floats gatherFloats(const float *row, const std::int32_t *taps) {
   return {vld1q_f32(values)};
 }
 
-Floats sampleWide(const float *row, const FloatColumnTable &columns, int x);
-inline Floats sampleNarrow(const float *row, const FloatColumnTable &columns, int x) {
-  return sampleWide(row, columns, x);
-}
+#include "NarrowAsWide.h"
 
 #include "KernelLoops.h"
 

@@ -33,15 +33,7 @@ inline float broadcastFloats(float value) { return value; }
 inline float multiplyAdd(float a, float b, float c) { return a * b + c; }
 inline float gatherFloats(const float *row, const std::int32_t *taps) { return row[*taps]; }
 
-Words sampleWide(const std::int8_t *row, const LevelColumnTable &columns, int x);
-inline Words sampleNarrow(const std::int8_t *row, const LevelColumnTable &columns, int x) {
-  return sampleWide(row, columns, x);
-}
-
-Floats sampleWide(const float *row, const FloatColumnTable &columns, int x);
-inline Floats sampleNarrow(const float *row, const FloatColumnTable &columns, int x) {
-  return sampleWide(row, columns, x);
-}
+#include "NarrowAsWide.h"
 
 #include "KernelLoops.h"
 

@@ -51,15 +51,7 @@ inline Floats gatherFloats(const float *row, const std::int32_t *taps) {
   return {_mm_setr_ps(row[taps[0]], row[taps[1]], row[taps[2]], row[taps[3]])};
 }
 
-Words sampleWide(const std::int8_t *row, const LevelColumnTable &columns, int x);
-inline Words sampleNarrow(const std::int8_t *row, const LevelColumnTable &columns, int x) {
-  return sampleWide(row, columns, x);  // SSE2 has no byte shuffle
-}
-
-Floats sampleWide(const float *row, const FloatColumnTable &columns, int x);
-inline Floats sampleNarrow(const float *row, const FloatColumnTable &columns, int x) {
-  return sampleWide(row, columns, x);
-}
+#include "NarrowAsWide.h"
 
 #include "KernelLoops.h"
 
