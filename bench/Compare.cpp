@@ -21,6 +21,7 @@
 #include "FrameRenderer.h"
 #include "NumericHelpers.h"
 #include "Pictures.h"
+#include "Snapshots.h"
 
 namespace {
 
@@ -49,21 +50,9 @@ struct Scene {
 };
 
 Snapshot snapshotOf(const Scene &scene) {
-  Snapshot s{};
+  Snapshot s = bench::defaultSnapshot();
   s.tongues = scene.tongues;
-  s.turbAmount = 0.12;
-  s.turbWavelength = 0.375;
-  s.turbSpeed = 0.1;
-  s.wiggleAmount = 0.5;
-  s.wiggleTurbulence = 0.075;
-  s.glow = 40.6;
-  s.spread = pi / 6;
-  s.length = 0.3;
-  s.inner = {1, 1, 0};
-  s.centre = {1, 0.5, 0};
-  s.outer = {1, 0, 0};
   s.attract = scene.attract;
-  s.point = {0.5, 0.5};
   s.steps = scene.steps;
   return s;
 }

@@ -7,35 +7,16 @@
 #include "Contexts.h"
 #include "FlamePath.h"
 #include "FlameQuads.h"
-#include "NumericHelpers.h"
+#include "Snapshots.h"
 
 namespace {
 
 using namespace pyrelux;
 
-Snapshot defaults() {
-  Snapshot s{};
-  s.tongues = 6;
-  s.turbAmount = 0.12;
-  s.turbWavelength = 0.375;
-  s.turbSpeed = 0.1;
-  s.wiggleAmount = 0.5;
-  s.wiggleTurbulence = 0.075;
-  s.glow = 40.6;
-  s.spread = pi / 6;
-  s.length = 0.3;
-  s.inner = {1, 1, 0};
-  s.centre = {1, 0.5, 0};
-  s.outer = {1, 0, 0};
-  s.point = {0.5, 0.5};
-  s.steps = 40;
-  return s;
-}
-
 /// Arguments: tongues, steps.
 void flameWithoutGL(benchmark::State &state) {
   const bench::BenchContext context(platform::kBackendNull);
-  Snapshot snapshot = defaults();
+  Snapshot snapshot = bench::defaultSnapshot();
   snapshot.tongues = static_cast<double>(state.range(0));
   snapshot.steps = static_cast<double>(state.range(1));
   const FrameGeometry geometry{1920, 1080, 1920, 1080, 1920, 1080, 1920, 1080, 0, 1920.0 / 1080.0};

@@ -114,14 +114,25 @@ TEST_P(ImageOf, IsAttachedToTheNameInEveryContext) {
   EXPECT_EQ(shownOn(other), red);
 }
 
-TEST_P(ImageOf, GivesWayToAnotherSurface) {
-  const Screen second(4, 4, {GetParam(), target.context()});
-  fillWith(second, green);
-  fillWith(source, red);
-  target.use();
-  bindNewTexture();
-  attach(target, source);
-  attach(target, second);
+/// A texture to which the image of `source`, red, and then that of `second`, green, was attached.
+class ImageOfTwo : public ImageOf {
+ protected:
+  void SetUp() override {
+    fillWith(second, green);
+    fillWith(source, red);
+    target.use();
+    bindNewTexture();
+    attach(target, source);
+    attach(target, second);
+  }
+
+  const Screen second{4, 4, {GetParam(), target.context()}};
+};
+
+INSTANTIATE_TEST_SUITE_P(Surface, ImageOfTwo, ::testing::Values(false, true),
+                         [](const auto &floats) { return std::string(floats.param ? "OfFloats" : "OfBytes"); });
+
+TEST_P(ImageOfTwo, ShowsTheLastAttached) {
   EXPECT_EQ(shownOn(target), green);
   source.destroyPBuffer();
   EXPECT_EQ(shownOn(target), green) << "the first surface has nothing to do with it any more";
@@ -129,14 +140,7 @@ TEST_P(ImageOf, GivesWayToAnotherSurface) {
   EXPECT_EQ(shownOn(target), red);
 }
 
-TEST_P(ImageOf, ComesBackWhenAttachedAgain) {
-  const Screen second(4, 4, {GetParam(), target.context()});
-  fillWith(second, green);
-  fillWith(source, red);
-  target.use();
-  bindNewTexture();
-  attach(target, source);
-  attach(target, second);
+TEST_P(ImageOfTwo, ShowsTheFirstAttachedAgain) {
   attach(target, source);
   EXPECT_EQ(attach(target, source), kCGLNoError) << "once more";
   EXPECT_EQ(shownOn(target), red);
