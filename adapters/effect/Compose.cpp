@@ -6,7 +6,7 @@
 #include <cstring>
 #include <type_traits>
 
-#include "Effect.h"
+#include "Canvas.h"
 #include "StraightBlock.h"
 
 namespace pyrelux::adapters {
@@ -15,7 +15,7 @@ namespace {
 
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "red is taken for the lowest byte");
 
-/// A channel of a block's pixel, red the first, 0 .. 1 or more.
+/// A channel (0 is red) of a pixel in a block, 0 .. 1 or more.
 float channelOf(const OfBlock<std::uint32_t> &pixels, std::size_t i, std::size_t channel) {
   return static_cast<float>(static_cast<std::int32_t>((pixels[i] >> (8 * channel)) & 255)) * (1.0f / 255.0f);
 }
@@ -23,8 +23,8 @@ float channelOf(const std::array<float, 4 * blockPixels> &pixels, std::size_t i,
   return pixels[4 * i + channel];
 }
 
-/// The fire over a source with straight alpha; in `dark` all bits where nothing burns, none elsewhere. It is all in one
-/// loop, since the compiler unrolls short ones before it looks for vectors.
+/// Composes the fire over a source with straight alpha. `dark` gets all bits of a pixel that does not burn, and none of
+/// one that burns. One loop does everything, because the compiler unrolls short loops before it vectorises.
 template <typename Pixels>
 PixelBlock lay(const Pixels &fire, const OfBlock<std::uint32_t> &source, OfBlock<std::uint32_t> &dark) {
   PixelBlock laid;
@@ -45,7 +45,7 @@ PixelBlock lay(const Pixels &fire, const OfBlock<std::uint32_t> &source, OfBlock
   return laid;
 }
 
-/// `Pixels`: a block of the fire's, bytes or floats.
+/// `Pixels` is a block of the fire's pixels, bytes or floats.
 template <typename Pixels>
 void composePicture(const void *fire, const std::uint8_t *source, std::uint8_t *output, int width, int height,
                     bool dithers) {
@@ -54,17 +54,17 @@ void composePicture(const void *fire, const std::uint8_t *source, std::uint8_t *
   Pixels over{};
   OfBlock<std::uint32_t> under{};
   OfBlock<std::uint32_t> composed{};
-  // `pixels`: of a block, or what is left of the row; known to the compiler for all blocks but the last.
+  // `pixels` is the number of pixels in the block; the compiler knows it, except for the last block of a row.
   const auto composeAt = [&](int x, int y, auto pixels) {
     const std::size_t at = static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x);
     std::memcpy(&over, static_cast<const std::byte *>(fire) + at * pixelBytes, pixels * pixelBytes);
     if (source) std::memcpy(under.data(), source + 4 * at, 4 * pixels);
-    // Most of a picture does not burn, and keeps its bytes.
+    // Most of a picture does not burn and keeps its bytes.
     const bool burns = std::memcmp(&over, &nothing, pixels * pixelBytes) != 0;
     if (burns) {
       OfBlock<std::uint32_t> dark;
       composed = deliverStraight(lay(over, under, dark), x, y, dithers);
-      // So do single pixels that do not burn: under alpha 0 a program may keep something.
+      // So does each pixel that does not burn: a program may keep colour under alpha 0.
       for (std::size_t i = 0; i < blockPixels; ++i) composed[i] = (under[i] & dark[i]) | (composed[i] & ~dark[i]);
     }
     std::memcpy(output + 4 * at, burns ? composed.data() : under.data(), 4 * pixels);

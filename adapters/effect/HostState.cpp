@@ -11,7 +11,7 @@ HostState::HostState() {
 
 HostState::~HostState() {
   sigaction(SIGPIPE, &onBrokenPipe_, nullptr);
-  // Only what was changed: other threads may be reading it.
+  // Only if it changed, because other threads may be reading it.
   const char *now = std::setlocale(LC_CTYPE, nullptr);
   if (now && characters_ != now) std::setlocale(LC_CTYPE, characters_.c_str());
 }

@@ -6,8 +6,8 @@
 
 namespace pyrelux::adapters {
 
-/// Puts back, at its end, what Foundation changes of a process when it is first used: it ignores SIGPIPE, and sets
-/// LC_CTYPE to the user's. Both are the host's business. Around whatever may be the first use.
+/// Restores, in its destructor, the process state that the first use of Foundation changes: it ignores SIGPIPE, and
+/// sets LC_CTYPE to the user's. Both belong to the host. Create one around any code that may use Foundation first.
 class HostState {
  public:
   HostState();

@@ -19,20 +19,20 @@ struct Asking {
   ~Asking() { isAsking = false; }
 };
 
-/// How AVFrame begins in every version.
+/// The first members of AVFrame, the same in every version.
 struct FrameStart {
   std::uint8_t *data[8];
   int linesize[8];
 };
 
-/// The few functions of libavfilter and libavutil that are needed, of the libraries that the process has. They are
-/// looked up, so that the plug-in needs neither, and has none of another version.
+/// Functions of the libavfilter and libavutil that the process has loaded. They are looked up at run time, so the
+/// plug-in links to neither library and never mixes versions.
 class FFmpegFunctions {
  public:
   FFmpegFunctions() {
     std::string path;
     dl_iterate_phdr(noteFilterLibrary, &path);
-    // Not loaded anew: it is there. A program that was linked without libraries may still show its functions.
+    // RTLD_NOLOAD: the library is loaded already. A program that is linked statically may still export the functions.
     library_.reset(path.empty() ? nullptr : dlopen(path.c_str(), RTLD_LAZY | RTLD_NOLOAD));
     find(allocGraph, "avfilter_graph_alloc");
     find(freeGraph, "avfilter_graph_free");
@@ -75,7 +75,7 @@ class FFmpegFunctions {
   bool areThere_ = true;
 };
 
-/// The name that FFmpeg finds this library by.
+/// The name under which FFmpeg finds this library.
 std::string ownName() {
   Dl_info library = {};
   if (!dladdr(reinterpret_cast<const void *>(&rowPixelsOfFFmpeg), &library)) return {};
@@ -114,7 +114,7 @@ int rowPixelsOfFFmpeg(int width) {
   if (width < 1) return 0;
   const int bytes = askForRowBytes(width);
   if (bytes > 0 && bytes % 4 == 0 && bytes / 4 >= width) return bytes / 4;
-  // Where both ways to round give the same there is nothing to find out.
+  // Unknown, unless both ways of rounding agree.
   return roundedUp(width, 4) == roundedUp(width, 16) ? roundedUp(width, 4) : 0;
 }
 

@@ -2,13 +2,13 @@
 
 namespace pyrelux::adapters {
 
-/// Pixels from one row to the next in the pictures that FFmpeg's frei0r filter hands over, of that width; 0 when it
-/// can't be found out. A plug-in is not told. Versions round the width up to multiples of 4 pixels or of 16, and who
-/// takes the wrong one shears the picture or writes beyond its end. So FFmpeg is asked: a small graph of its own is run
-/// with this plug-in in it, and the rows of what comes out are looked at. Thread: any.
+/// The pixels from one row to the next in pictures of that width from FFmpeg's frei0r filter; 0 when unknown. FFmpeg
+/// does not tell a plug-in. Its versions round the width up to a multiple of 4 or of 16 pixels, and with the wrong one
+/// a plug-in shears the picture or writes beyond its end. Therefore this runs a small graph in FFmpeg, with this
+/// plug-in in it, and reads the row length of its output. Thread: any.
 int rowPixelsOfFFmpeg(int width);
 
-/// Whether this thread is in rowPixelsOfFFmpeg(): the plug-in has nothing to draw then.
+/// Whether this thread is inside rowPixelsOfFFmpeg(). The plug-in draws nothing then.
 bool isAskingForRows();
 
 }  // namespace pyrelux::adapters

@@ -12,7 +12,7 @@ namespace {
 using host::ParameterDeclaration;
 using host::ParameterKind;
 
-/// The declared range; a point's place in the image and a popup's entries have one, too.
+/// A range of values: the declared one, a popup's indices, or 0 .. 1 for a point's coordinate.
 struct Range {
   double minimum;
   double maximum;
@@ -45,7 +45,7 @@ int Frei0rParameter::type() const {
 
 std::vector<Frei0rParameter> frei0rParameters(const std::vector<ParameterDeclaration> &declarations) {
   using Kind = Frei0rParameter::Kind;
-  // The plug-in's own come first, as some hosts take values in order alone.
+  // The plug-in's own come first, because some hosts take values only in order.
   std::vector<Frei0rParameter> parameters = {
       {Kind::FrameRate, "Frame rate", "Frames per second: 25, 23.976 or 30000/1001", 0, 0},
       {Kind::Output, "Output", "over (the fire over the source) or fire (the fire alone)", 0, 0},
@@ -71,7 +71,7 @@ std::vector<Frei0rParameter> frei0rParameters(const std::vector<ParameterDeclara
 
 double fromUnit(const ParameterDeclaration &declaration, double unit) {
   const Range range = rangeOf(declaration);
-  // Not a number is as good as nothing.
+  // NaN counts as 0.
   const double part = unit > 0.0 ? std::min(unit, 1.0) : 0.0;
   const double value = std::clamp(range.minimum + part * (range.maximum - range.minimum), range.minimum, range.maximum);
   const bool isWhole = declaration.kind == ParameterKind::Integer || declaration.kind == ParameterKind::Popup;

@@ -8,39 +8,40 @@ extern "C" {
 #include <string>
 #include <vector>
 
-#include "Effect.h"
+#include "Canvas.h"
+#include "Parameters.h"
 
 namespace pyrelux::adapters {
 
-/// How a host counts the time that it gives. None tells; each program has its own way.
+/// The unit of a host's times. Hosts do not tell it, and programs differ. Auto: milliseconds for FFmpeg, else seconds.
 enum class TimeUnit { Auto, Seconds, Milliseconds };
 
-/// What an instance is set to besides the filter's own parameters.
+/// An instance's settings, besides the filter's parameters.
 struct Frei0rSettings {
   double framesPerSecond = 25.0;
   TimeUnit timeUnit = TimeUnit::Auto;
   Composition composition = Composition::OverSource;
 };
 
-/// One of a plug-in's parameters as frei0r has them: numbers in 0..1 over the declared range, popups too; colours;
-/// texts.
+/// A parameter of the plug-in. frei0r has numbers in 0 .. 1, here over the declared range or a popup's entries;
+/// colours; and texts.
 struct Frei0rParameter {
   enum class Kind { Number, Colour, FrameRate, TimeUnit, Output };
   Kind kind = Kind::Number;
   std::string name;
   std::string explanation;
-  std::uint32_t id = 0;       ///< of the filter's parameter, of numbers and colours
-  std::size_t component = 0;  ///< of the value: 0, and 1 for a point's y
+  std::uint32_t id = 0;       ///< of the filter's parameter; for numbers and colours
+  std::size_t component = 0;  ///< of the filter's value: 1 for a point's y, else 0
 
-  /// F0R_PARAM_DOUBLE and so on.
+  /// frei0r's constant for the kind: F0R_PARAM_DOUBLE, F0R_PARAM_COLOR or F0R_PARAM_STRING.
   int type() const;
 };
 
-/// All of them: the plug-in's own, then the filter's in the inspector's order, a point as two numbers. What can't be
-/// set is left out.
+/// All parameters: the plug-in's own, then the filter's in the inspector's order. A point gives two numbers; a
+/// parameter without a value gives none.
 std::vector<Frei0rParameter> frei0rParameters(const std::vector<host::ParameterDeclaration> &declarations);
 
-/// A number in 0..1 as the parameter's value, and back. Outside of 0..1 it counts as the nearer end.
+/// Convert a number in 0 .. 1 to a parameter's value, and back. A number outside is clamped first.
 double fromUnit(const host::ParameterDeclaration &declaration, double unit);
 double toUnit(const host::ParameterDeclaration &declaration, double value);
 

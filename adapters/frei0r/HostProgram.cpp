@@ -12,7 +12,7 @@ bool isFFmpeg(const std::string &program, const std::vector<std::string> &librar
   const auto hasLibrary = [&](const char *with) {
     return std::any_of(libraries.begin(), libraries.end(), [&](const auto &name) { return begins(name, with); });
   };
-  // MLT and GStreamer may have FFmpeg's filters, too, and ffmpeg may have been linked without libraries.
+  // MLT and GStreamer may load FFmpeg's libraries, too, and a static ffmpeg loads none.
   if (hasLibrary("libmlt") || hasLibrary("libgstreamer-")) return false;
   return hasLibrary("libavfilter.") || begins(program, "ffmpeg") || begins(program, "ffplay");
 }

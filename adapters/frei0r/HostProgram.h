@@ -5,13 +5,13 @@
 
 namespace pyrelux::adapters {
 
-// What frei0r.h asks of hosts, and FFmpeg's filters do otherwise: time is in milliseconds instead of seconds, some
-// frames come without one, and rows may have padding (see FFmpegRows.h).
+// FFmpeg's filters deviate from frei0r.h: times are in milliseconds instead of seconds, some frames have no time, and
+// rows may have padding (see FFmpegRows.h).
 
-/// Whether FFmpeg's filters are what calls this library, by the program's name and the libraries that it has.
+/// Whether FFmpeg's filters call this library, judged by the program's name and its loaded libraries.
 bool isCalledByFFmpeg();
 
-/// The same for a program of that name with libraries of those names, all without folders.
+/// The same for a program with this name and libraries with these names, all without folders.
 bool isFFmpeg(const std::string &program, const std::vector<std::string> &libraries);
 
 }  // namespace pyrelux::adapters

@@ -1,5 +1,5 @@
-// Writes what programs read about the MLT filter, from the filter's own declarations: `yaml` MLT's metadata, `kdenlive`
-// Kdenlive's description of the effect.
+// Writes the MLT filter's descriptions, from the filter's own declarations: `yaml` writes MLT's metadata, `kdenlive`
+// writes Kdenlive's description of the effect.
 
 #include <algorithm>
 #include <cstdio>
@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "Bundles.h"
-#include "Effect.h"
 #include "MltParameters.h"
 #include "ParameterText.h"
+#include "StaticEffect.h"
 
 namespace pyrelux::adapters {
 
@@ -26,16 +26,16 @@ using host::ParameterKind;
 constexpr char effectText[] = "Sets titles, logos and mattes on fire";
 constexpr char pointTakes[] =
     "a place: the middle of a rectangle, X Y or X Y WIDTH HEIGHT, from the upper left, in the profile's pixels or, "
-    "with "
-    "a % behind each number, in percent of the picture";
+    "with a % behind each number, in percent of the picture";
 
 constexpr char colourTakes[] = "a colour, #rrggbb or 0xrrggbbaa";
 constexpr char outputTakes[] = "over: the fire over the source; fire: the fire alone";
 
-/// The adapter's own, which no filter declares, has no id.
+/// Whether the parameter is the adapter's own; only such parameters have no id.
 bool isOwn(const ParameterDeclaration &declaration) { return declaration.id == 0; }
 
-/// What the MLT filter's properties stand for: the filter's parameters that have a value, and the adapter's own.
+/// The declarations behind the MLT filter's properties: the filter's parameters that have a value, and the adapter's
+/// own.
 std::vector<ParameterDeclaration> declarationsOfProperties(const host::ParameterSet &parameters) {
   std::vector<ParameterDeclaration> result;
   for (const ParameterDeclaration &declaration : parameters.declarations())
@@ -48,7 +48,7 @@ std::vector<ParameterDeclaration> declarationsOfProperties(const host::Parameter
   return result;
 }
 
-/// As MLT's properties have it: shares in percent.
+/// Range and default of a number in the units of MLT's properties: shares are in percent.
 struct Numbers {
   explicit Numbers(const ParameterDeclaration &declaration)
       : Numbers(declaration, isShare(declaration) ? 100.0 : 1.0) {}
@@ -66,7 +66,7 @@ std::string unitOf(const ParameterDeclaration &declaration) {
   return isShare(declaration) ? "%" : declaration.kind == ParameterKind::Angle ? "°" : "";
 }
 
-/// What the parameter takes, in the words of the declarations.
+/// Describes the parameter's possible values.
 std::string explanation(const ParameterDeclaration &declaration) {
   if (isOwn(declaration)) return outputTakes;
   if (declaration.kind == ParameterKind::Point) return pointTakes;
@@ -77,7 +77,7 @@ std::string explanation(const ParameterDeclaration &declaration) {
   return host::formatTakes(inPercent) + (isShare(declaration) ? " percent" : "");
 }
 
-/// "#ff8000": MLT's colours have 8 bits.
+/// A colour in MLT's notation, such as "#ff8000".
 std::string colourText(const host::ParameterValue &colour) {
   char text[8];
   const auto byte = [](double channel) { return static_cast<unsigned>(channel * 255.0 + 0.5) & 0xffu; };
@@ -85,7 +85,8 @@ std::string colourText(const host::ParameterValue &colour) {
   return text;
 }
 
-/// "45% 45% 10% 10%" for the middle: a rectangle to take hold of, as wide and high as `size` percent of the picture.
+/// A point as a rectangle around it, `size` percent of the picture wide and high, that a user can grab: "45% 45% 10%
+/// 10%" for the picture's middle. With a size of 0, only the point.
 std::string pointOf(const host::ParameterValue &point, double size) {
   const auto percent = [](double number) { return formatNumber(number) + "%"; };
   const std::string corner =
@@ -95,7 +96,7 @@ std::string pointOf(const host::ParameterValue &point, double size) {
 
 // YAML
 
-/// In double quotes.
+/// The text in double quotes, escaped for YAML.
 std::string quoted(const std::string &text) {
   std::string result = "\"";
   for (const char c : text) result += (c == '"' || c == '\\') ? std::string{'\\', c} : std::string(1, c);
@@ -158,14 +159,14 @@ std::string escaped(const std::string &text) {
   return result;
 }
 
-/// "Turbulence" of "Turbulence: Amount"; empty when the label names no group.
+/// The group in a label, such as "Turbulence" in "Turbulence: Amount"; empty when there is none.
 std::string groupOf(const ParameterDeclaration &declaration) {
   const std::size_t colon = declaration.label.find(": ");
   return colon == std::string::npos ? std::string() : declaration.label.substr(0, colon);
 }
 
-/// In the declared order, but what is of one group beside each other, where the first of them stands: Kdenlive shows
-/// controls as they follow and has no headings.
+/// The declarations in order, except that those of a group follow its first one: Kdenlive shows controls in the given
+/// order and has no headings.
 std::vector<ParameterDeclaration> grouped(const std::vector<ParameterDeclaration> &declarations) {
   std::vector<ParameterDeclaration> result;
   for (const ParameterDeclaration &declaration : declarations) {
@@ -181,7 +182,7 @@ void writeKdenliveParameter(std::ostream &out, const ParameterDeclaration &decla
   const auto attribute = [&out](const char *name, const std::string &value) {
     out << ' ' << name << "=\"" << escaped(value) << '"';
   };
-  // A turn each way is as far as a slider can be used; keyframes that go farther are for melt.
+  // A slider with more than a turn each way is hard to use. melt accepts keyframes beyond that.
   constexpr double turn = 360.0;
   const bool isAngle = declaration.kind == ParameterKind::Angle;
   std::string titles;

@@ -1,10 +1,9 @@
-// The module for MLT: what its repository calls, and the filter's two functions. No exception leaves them, and whatever
-// goes wrong, the frame stays as it came.
+// The module for MLT: the functions that MLT calls. No exception leaves them. When anything fails, the frame stays as
+// it was.
 
 #include <dlfcn.h>
 #include <framework/mlt.h>
 
-#include <cstring>
 #include <exception>
 #include <filesystem>
 #include <memory>
@@ -13,25 +12,26 @@
 #include <string>
 
 #include "Bundles.h"
-#include "FilmEffect.h"
+#include "Complaint.h"
 #include "HostState.h"
+#include "KeyframedEffect.h"
 #include "MltParameters.h"
 
 namespace pyrelux::adapters {
 
 namespace {
 
-/// What belongs to one filter of MLT's. Frames come from several threads, and wait for each other.
+/// The data of one MLT filter. Thread: any; frames take turns.
 class MltFilter {
  public:
-  /// Draws into `image`, `width` * `height` pixels of mlt_image_rgba.
+  /// Draws into `image`, width x height pixels of mlt_image_rgba.
   void render(mlt_filter filter, mlt_frame frame, std::uint8_t *image, int width, int height) {
     const std::lock_guard<std::mutex> lock(mutex_);
     try {
       if (!effect_) {
         if (hasComplained_) return;
         const HostState kept;
-        effect_ = std::make_unique<FilmEffect>(host::findFilter(host::defaultSearchPath()));
+        effect_ = std::make_unique<KeyframedEffect>(host::findFilter(host::defaultSearchPath()));
       }
       updateParameters(filter, frame);
       effect_->render(image, image, width, height, mlt_filter_get_position(filter, frame), pixelAspect(filter, frame),
@@ -39,12 +39,12 @@ class MltFilter {
     } catch (const std::exception &error) {
       tell(reasonOf(error));
     } catch (...) {
-      tell("something unknown went wrong");
+      tell(unknownReason);
     }
   }
 
  private:
-  /// With the lock that whoever sets several properties at once may hold.
+  /// Reads the properties that have changed. Holds the service's lock, as a program does that sets several at once.
   void updateParameters(mlt_filter filter, mlt_frame frame) {
     struct Lock {
       explicit Lock(mlt_service locked) : service(locked) { mlt_service_lock(service); }
@@ -54,7 +54,7 @@ class MltFilter {
     const mlt_service service = mlt_filter_service(filter);
     const mlt_profile profile = mlt_service_profile(service);
     const Lock lock(service);
-    // Put back when all went well; otherwise everything is read anew.
+    // Returned to the member on success; otherwise the next frame reads everything again.
     std::unique_ptr<MltParameters> parameters = std::move(parameters_);
     const bool isNew = !parameters;
     if (isNew) parameters = std::make_unique<MltParameters>(effect_->defaults());
@@ -71,20 +71,20 @@ class MltFilter {
 
   Composition compositionOf(mlt_properties properties) {
     const char *output = mlt_properties_get(properties, "output");
-    if (!output || std::strcmp(output, "over") == 0) return Composition::OverSource;
-    if (std::strcmp(output, "fire") == 0) return Composition::FireAlone;
-    tell(("output is over or fire, not '" + std::string(output) + "'").c_str());
-    return Composition::OverSource;
+    if (!output) return Composition::OverSource;
+    const auto composition = readComposition(output);
+    if (!composition) tell(("output is over or fire, not '" + std::string(output) + "'").c_str());
+    return composition.value_or(Composition::OverSource);
   }
 
-  /// Once, since every frame would have the same to say.
+  /// Complains at the first call only, because every frame would have the same message.
   void tell(const char *message) noexcept {
     if (!hasComplained_) complain(message);
     hasComplained_ = true;
   }
 
   std::mutex mutex_;
-  std::unique_ptr<FilmEffect> effect_;
+  std::unique_ptr<KeyframedEffect> effect_;
   std::unique_ptr<MltParameters> parameters_;
   bool hasComplained_ = false;
 };
@@ -128,14 +128,14 @@ void *create(mlt_profile, mlt_service_type, const char *, const void *) {
 
 constexpr char metadataFile[] = "pyrelux/filter_pyrelux.yml";
 
-/// The data's folder that belongs to this module's, wherever both were installed; this is what links lead to.
+/// The data folder that was installed with this module, found from the module's own place after links are resolved.
 std::filesystem::path ownData() {
   Dl_info module = {};
   if (!dladdr(metadataFile, &module)) return {};
   return std::filesystem::canonical(module.dli_fname).parent_path() / PYRELUX_MLT_MODULES_TO_DATA;
 }
 
-/// Beside the other modules' descriptions, or with this module.
+/// Reads the metadata from MLT's data folder or from this module's own.
 mlt_properties describe(mlt_service_type, const char *, void *) {
   try {
     const char *dataOfMlt = mlt_environment("MLT_DATA");

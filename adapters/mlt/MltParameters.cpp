@@ -6,7 +6,7 @@
 #include <new>
 #include <vector>
 
-#include "Effect.h"
+#include "Complaint.h"
 #include "HostError.h"
 #include "ParameterText.h"
 
@@ -19,8 +19,8 @@ using host::ParameterDeclaration;
 using host::ParameterKind;
 using host::ParameterValue;
 
-/// One parameter's text as MLT understands it. It is looked at by itself, away from the filter's properties: MLT parses
-/// keyframes where they stand and writes them anew, while another thread may read or set them.
+/// One parameter's text, interpreted by MLT. It is a copy in a property list of its own, because MLT parses keyframes
+/// in place and rewrites them, and another thread may use the filter's properties meanwhile.
 class Property {
  public:
   Property(mlt_properties ofFilter, const ParameterDeclaration &declaration, std::string text, const Clip &clip)
@@ -30,7 +30,7 @@ class Property {
         isInPercent_(text_.find('%') != std::string::npos),
         properties_(mlt_properties_new(), mlt_properties_close) {
     if (!properties_) throw std::bad_alloc();
-    // What MLT has to know for decimal commas and for times of keyframes.
+    // MLT needs the locale for decimal commas, and the profile for the times of keyframes.
     if (const char *locale = mlt_properties_get_lcnumeric(ofFilter))
       mlt_properties_set_lcnumeric(properties_.get(), locale);
     void *profile = mlt_properties_get_data(ofFilter, "_profile", nullptr);
@@ -38,10 +38,10 @@ class Property {
     mlt_properties_set(properties_.get(), name, text_.c_str());
   }
 
-  /// Gives the parameter what the text says.
+  /// Sets the parameter to the value or keyframes of the text.
   static void apply(std::shared_ptr<const Property> property, host::ParameterSet &parameters) {
     const Property &its = *property;
-    // Asking for a number is what makes MLT look for keyframes; asking for a text makes it forget them.
+    // Getting a number makes MLT parse keyframes; getting a text would make it forget them.
     mlt_properties_anim_get_double(its.properties_.get(), name, 0, its.clip_.length);
     const mlt_animation animation = mlt_properties_get_animation(its.properties_.get(), name);
     const int keys = animation ? mlt_animation_key_count(animation) : 0;
@@ -59,7 +59,7 @@ class Property {
  private:
   static constexpr char name[] = "value";
 
-  /// A popup holds its entry until the next keyframe, whichever way that is marked.
+  /// A popup's keyframes. Each holds its entry until the next, whatever interpolation it asks for.
   std::vector<Keyframe> held(mlt_animation animation, int keys) const {
     const std::unique_ptr<mlt_property_s, decltype(&mlt_property_close)> entry(mlt_property_init(), mlt_property_close);
     std::vector<Keyframe> keyframes;
@@ -98,14 +98,14 @@ class Property {
         return {colour.r / 255.0, colour.g / 255.0, colour.b / 255.0};
       }
       case ParameterKind::Point: {
-        // What is missing of a rectangle is as good as 0.
+        // Missing numbers of a rectangle count as 0.
         const mlt_rect place = mlt_properties_anim_get_rect(properties_.get(), name, frame, clip_.length);
         const double x = place.x + place.w / 2.0;
         const double y = place.y + place.h / 2.0;
         return isInPercent_ ? ParameterValue{x, 1.0 - y} : ParameterValue{x / clip_.width, 1.0 - y / clip_.height};
       }
       default: {
-        // MLT takes 40% as 0.4.
+        // MLT reads 40% as 0.4.
         const double number = mlt_properties_anim_get_double(properties_.get(), name, frame, clip_.length);
         return {isShare(declaration_) && !isInPercent_ ? number / 100.0 : number};
       }
@@ -115,7 +115,7 @@ class Property {
   ParameterDeclaration declaration_;
   std::string text_;
   Clip clip_;
-  bool isInPercent_;  ///< of the picture, or of the whole; else in pixels, or in hundredths
+  bool isInPercent_;  ///< whether the text has a %; without one, points are in pixels and shares 0 .. 100
   std::unique_ptr<mlt_properties_s, decltype(&mlt_properties_close)> properties_;
 };
 

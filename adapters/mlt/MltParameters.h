@@ -9,13 +9,13 @@
 
 namespace pyrelux::adapters {
 
-/// Whether people think of it in percent: a number from 0 to 1. MLT gets those as 0 .. 100.
+/// Whether the parameter is a share: a number from 0 to 1, which MLT shows in percent, 0 .. 100.
 bool isShare(const host::ParameterDeclaration &declaration);
 
-/// What a filter's properties mean depends on these.
+/// The properties of a clip that the meaning of a filter's properties depends on.
 struct Clip {
-  int length = 0;  ///< in frames; 0: it is not known
-  int width = 0;   ///< of the profile, in pixels; whatever size a preview has
+  int length = 0;  ///< in frames; 0 when unknown
+  int width = 0;   ///< of the profile, in pixels, whatever size a preview has
   int height = 0;
 
   bool operator==(const Clip &other) const {
@@ -23,18 +23,17 @@ struct Clip {
   }
 };
 
-/// A filter's parameters as MLT's properties give them: by the declarations' slugs, numbers in a person's units, shares
-/// in percent, colours as MLT writes them, popups by an entry's name or index, points as rectangles, of which they are
-/// the middle. What is animated is asked of MLT frame by frame, so that all of MLT's ways from keyframe to keyframe are
-/// right, and no number of frames takes memory. Thread: one at a time, also whoever asks parameters() or copies of
-/// them.
+/// A filter's parameters, read from MLT's properties. The names are the declarations' slugs. Numbers are in users'
+/// units, shares in percent, colours in MLT's notation, popups an entry's name or index; a point is the middle of a
+/// rectangle. Animated values come from MLT frame by frame, so all of MLT's interpolations apply, and memory does not
+/// depend on the number of frames. Thread: one at a time, including callers that use parameters() or copies of it.
 class MltParameters {
  public:
-  /// `parameters`: the declarations, and the values of properties that are not there.
+  /// `parameters` has the declarations, and the values for missing properties.
   explicit MltParameters(host::ParameterSet parameters) : defaults_(parameters), parameters_(std::move(parameters)) {}
 
-  /// Reads what has changed since the last time; true when something has. Values out of range become the nearest that
-  /// is not; texts that are nothing for their popup are told on standard error and leave the default.
+  /// Reads the properties that have changed since the last call; returns whether any has. A value out of range becomes
+  /// the nearest one in range. A text that names no entry of its popup gives the default, with a complaint.
   bool read(mlt_properties properties, const Clip &clip);
 
   const host::ParameterSet &parameters() const { return parameters_; }
@@ -42,7 +41,7 @@ class MltParameters {
  private:
   host::ParameterSet defaults_;
   host::ParameterSet parameters_;
-  std::map<std::uint32_t, std::string> texts_;  ///< what was read, by id
+  std::map<std::uint32_t, std::string> texts_;  ///< the texts last read, by parameter id
   Clip clip_;
 };
 

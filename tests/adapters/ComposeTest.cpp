@@ -6,9 +6,9 @@
 #include <random>
 #include <vector>
 
+#include "Canvas.h"
 #include "Delivery.h"
 #include "Dither.h"
-#include "Effect.h"
 
 namespace pyrelux::adapters::test {
 namespace {

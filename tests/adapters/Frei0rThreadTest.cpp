@@ -10,8 +10,8 @@
 
 #include "Backends.h"
 #include "Bundles.h"
-#include "Effect.h"
 #include "Frei0rLibrary.h"
+#include "StaticEffect.h"
 
 namespace pyrelux::adapters::test {
 namespace {
@@ -50,7 +50,7 @@ TEST_F(Frei0rThreads, ManyGiveWhatOneGives) {
 TEST_F(Frei0rThreads, TheFilterHasOneTurnForAllOfAProcess) {
   const Frame expected = Instance(library).update(0.4);
   std::thread other([] {
-    Effect effect(host::findFilter(host::defaultSearchPath()));
+    StaticEffect effect(host::findFilter(host::defaultSearchPath()));
     const Frame input = title();
     Frame output(input.size());
     for (int frame = 0; frame < 20; ++frame)

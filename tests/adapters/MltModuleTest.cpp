@@ -21,9 +21,8 @@
 #include <vector>
 
 #include "Bundles.h"
-#include "Effect.h"
 #include "FailingMemory.h"
-#include "FilmEffect.h"
+#include "KeyframedEffect.h"
 #include "MltParameters.h"
 #include "ParameterText.h"
 #include "TitleFrame.h"
@@ -170,7 +169,7 @@ class Reference {
   }
 
  private:
-  FilmEffect effect_;
+  KeyframedEffect effect_;
   host::ParameterSet parameters_;
 };
 

@@ -11,11 +11,12 @@
 #include "BackendChoice.h"
 #include "Backends.h"
 #include "Bundles.h"
-#include "FilmEffect.h"
 #include "Filter.h"
 #include "Foundation.h"
 #include "FrameRenderer.h"
 #include "HostError.h"
+#include "KeyframedEffect.h"
+#include "StaticEffect.h"
 #include "Timeline.h"
 
 @interface NSObject (ProbeMessages)
@@ -267,12 +268,12 @@ TEST_F(Contract, InitialValuesAreNoEdits) {
 TEST_F(Contract, AdaptersTellTheFilterOfEdits) {
   std::vector<std::uint8_t> pixels(3 * 2 * 4, 255);
   {
-    adapters::Effect effect(probe("Probe"));
+    adapters::StaticEffect effect(probe("Probe"));
     messages();
     effect.edit(effect.parameters().named("amount"), {0.25});
     EXPECT_THAT(messages(), ElementsAre("parameterChanged:2"));
   }
-  adapters::FilmEffect effect(probe("Probe"));
+  adapters::KeyframedEffect effect(probe("Probe"));
   const auto render = [&](std::int64_t frame) {
     effect.render(pixels.data(), pixels.data(), 3, 2, frame, 1.0, adapters::Composition::FireAlone);
   };

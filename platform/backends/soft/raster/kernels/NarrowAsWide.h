@@ -1,5 +1,5 @@
-// For instruction sets without a shuffle of bytes: samples narrow tables pixel by pixel, like the others. Such a set includes
-// this file once, before KernelLoops.h.
+// For instruction sets without a shuffle of bytes: samples narrow tables pixel by pixel, like the others. Such a set
+// includes this file once, before KernelLoops.h.
 
 Words sampleWide(const std::int8_t *row, const LevelColumnTable &columns, int x);
 inline Words sampleNarrow(const std::int8_t *row, const LevelColumnTable &columns, int x) {

@@ -1,22 +1,23 @@
-#include "FilmEffect.h"
+#include "KeyframedEffect.h"
 
 #include <algorithm>
 
 #include "BackendChoice.h"
 #include "ColorDepth.h"
+#include "StaticEffect.h"
 
 namespace pyrelux::adapters {
 
 namespace {
 
-/// Hosts with several threads ask for frames nearly in order. With a few runs that are not equally far one of them is
-/// always close behind.
+/// Hosts with several threads render frames nearly in order. With a few runs at different frames, one is always close
+/// behind.
 constexpr std::size_t maxRuns = 8;
 
 }  // namespace
 
-/// A filter object on its way through the frames.
-struct FilmEffect::Run {
+/// A filter object that advances through the frames.
+struct KeyframedEffect::Run {
   Run(const host::FilterInfo &info, host::FrameRenderer &renderer, const host::ParameterSet &parameters)
       : filter(info), timeline(filter, renderer, 0) {
     filter.parameters() = parameters;
@@ -24,18 +25,18 @@ struct FilmEffect::Run {
 
   host::Filter filter;
   host::Timeline timeline;
-  std::int64_t next = 0;  ///< the frame that costs no run-up
+  std::int64_t next = 0;  ///< the frame that needs no run-up
 };
 
-FilmEffect::FilmEffect(const host::FilterInfo &filter)
+KeyframedEffect::KeyframedEffect(const host::FilterInfo &filter)
     : filter_(filter),
       renderer_(host::chooseBackend("auto")),
       defaults_(parametersOf(filter)),
       parameters_(defaults_) {}
 
-FilmEffect::~FilmEffect() = default;
+KeyframedEffect::~KeyframedEffect() = default;
 
-void FilmEffect::setParameters(const host::ParameterSet &parameters) {
+void KeyframedEffect::setParameters(const host::ParameterSet &parameters) {
   parameters_ = parameters;
   for (const std::unique_ptr<Run> &run : runs_) {
     run->filter.edit(parameters);
@@ -43,8 +44,8 @@ void FilmEffect::setParameters(const host::ParameterSet &parameters) {
   }
 }
 
-void FilmEffect::render(const std::uint8_t *input, std::uint8_t *output, int width, int height, std::int64_t frame,
-                        double pixelAspect, Composition composition) {
+void KeyframedEffect::render(const std::uint8_t *input, std::uint8_t *output, int width, int height, std::int64_t frame,
+                             double pixelAspect, Composition composition) {
   host::FrameSettings settings;
   settings.pixelAspect = pixelAspect;
   settings.floatOutput = host::isDeep(parameters_, static_cast<double>(frame));
@@ -55,7 +56,7 @@ void FilmEffect::render(const std::uint8_t *input, std::uint8_t *output, int wid
   });
 }
 
-FilmEffect::Run &FilmEffect::runFor(std::int64_t frame) {
+KeyframedEffect::Run &KeyframedEffect::runFor(std::int64_t frame) {
   auto nearest = runs_.end();
   for (auto run = runs_.begin(); run != runs_.end(); ++run)
     if ((*run)->next <= frame && (nearest == runs_.end() || (*run)->next > (*nearest)->next)) nearest = run;
