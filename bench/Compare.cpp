@@ -1,5 +1,5 @@
-// Our software renderer against Mesa's: the flame pass alone and whole frames, both by turns in one run, as a table and
-// as JSON.
+// Compares the soft backend with Mesa: the flame pass alone and whole frames, by turns in one run. Prints a table or
+// JSON.
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -38,7 +38,7 @@ struct Scene {
   int steps = 40;
   double attract = 0;
   bool wholeFrame = false;
-  /// How many tongues Mesa draws of them; its time is scaled up. 0: all.
+  /// The number of tongues that Mesa draws; its time is scaled up. 0: all.
   int mesaTongues = 0;
 
   std::string name() const {
@@ -61,7 +61,7 @@ double milliseconds(std::chrono::steady_clock::time_point start) {
   return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 
-/// Draws one scene with one backend, and says how long that took.
+/// Draws one scene with one backend and measures the time.
 class Drawer {
  public:
   virtual ~Drawer() = default;
@@ -140,7 +140,7 @@ double median(std::vector<double> values) {
   return values[values.size() / 2];
 }
 
-/// Both backends by turns: Mesa once, ours a few times, as it is so much faster.
+/// Runs both backends by turns: Mesa once, ours a few times, because it is much faster.
 Json measure(const Scene &scene, int rounds) {
   constexpr int oursInARound = 5;
   const auto mesa = makeDrawer(scene, platform::kBackendMesa, scene.mesaTongues);
@@ -197,7 +197,7 @@ std::string processorName() {
 }  // namespace
 
 int main(int argc, char **argv) {
-  CLI::App app("Our software renderer against Mesa's, by turns in one run.");
+  CLI::App app("The soft backend against Mesa, by turns in one run.");
   int rounds = 3;
   bool quick = false;
   bool append = false;

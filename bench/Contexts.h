@@ -11,7 +11,7 @@
 
 namespace pyrelux::bench {
 
-/// A context of a backend, current while this exists, drawing into a surface of its own when it is given a size.
+/// A context of a backend, current while this object exists. With a size, it draws into a surface of its own.
 class BenchContext {
  public:
   explicit BenchContext(std::int32_t backendId, bool floats = false, int width = 0, int height = 0) {
@@ -43,7 +43,7 @@ class BenchContext {
   BenchContext(const BenchContext &) = delete;
   BenchContext &operator=(const BenchContext &) = delete;
 
-  /// Makes the picture the bound and enabled rectangle texture.
+  /// Uploads the picture, which has bytes, as the bound and enabled rectangle texture.
   void upload(const Image &image) const {
     GLuint name = 0;
     glGenTextures(1, &name);

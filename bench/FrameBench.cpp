@@ -1,4 +1,4 @@
-// A whole frame, from the picture in memory to the picture in memory, on a real renderer.
+// Measures a whole frame, from the input in memory to the output in memory, on a backend that draws.
 
 #include <benchmark/benchmark.h>
 

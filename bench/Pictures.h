@@ -7,7 +7,7 @@
 
 #include "Image.h"
 
-// The pictures that benchmarks burn, made here so that every machine has the same.
+// The inputs of benchmarks, generated so that every machine has the same.
 
 namespace pyrelux::bench {
 
@@ -17,8 +17,8 @@ inline const char *pictureName(Picture picture) {
   return picture == Picture::Opaque ? "opaque" : picture == Picture::Random ? "random" : "title";
 }
 
-/// Premultiplied bytes: a plasma without holes; four channels of noise under their alpha; or white bars like letters
-/// over about 6 % of the picture, the rest empty.
+/// A picture of premultiplied bytes. Opaque is a plasma; Random is noise in all channels, with colour up to alpha;
+/// Title has white bars like letters on about 6 % of the picture.
 inline Image makePicture(Picture picture, int width, int height) {
   Image image = Image::bytes(width, height, Alpha::Premultiplied);
   std::mt19937 random(1);

@@ -1,4 +1,4 @@
-// The filter's own work: path, ramp and quads, drawn by a backend that draws nothing.
+// Measures the filter's own work: path, ramp and quads, with the backend that draws nothing.
 
 #include <benchmark/benchmark.h>
 

@@ -10,18 +10,18 @@ namespace pyrelux {
 
 namespace {
 
-/// 0 for NaN.
+/// Limits a value to 0 .. 1; NaN gives 0.
 float limited(float value) { return std::min(value > 0.0f ? value : 0.0f, 1.0f); }
 
 float brightestOf(const float *pixel) { return limited(std::max({pixel[0], pixel[1], pixel[2]})); }
 
-/// Whole levels of a depth, or none for floats.
+/// Rounds to the levels of a depth; floats are not rounded.
 class Levels {
  public:
   Levels(int bits, bool dithers)
       : largest_(bits < 32 ? static_cast<float>((1 << bits) - 1) : 0.0f), dithers_(dithers && bits <= 8) {}
 
-  /// The level at a place that stands for a value in 0 .. 1, as a fraction of the largest.
+  /// A value in 0 .. 1 rounded to a level, as a fraction of the largest level. Dithering depends on the pixel.
   float nearest(float value, int x, int y) const {
     if (largest_ == 0.0f) return value;
     return std::floor(value * largest_ + (dithers_ ? ditherThreshold(x, y) : 0.5f)) / largest_;
@@ -32,7 +32,7 @@ class Levels {
   bool dithers_;
 };
 
-/// A pixel of a drawn picture with alpha that is rounded, and colour that is not.
+/// Converts a pixel: its alpha is rounded, its colour is not.
 std::array<float, 4> deliver(const float *pixel, const Delivery &delivery, const Levels &levels, int x, int y) {
   if (delivery.alpha == AlphaUse::None) return {pixel[0], pixel[1], pixel[2], 1.0f};
   const float exact = deliveredAlpha(pixel[0], pixel[1], pixel[2], pixel[3], delivery);

@@ -12,12 +12,12 @@ namespace {
 float fromByte(std::uint8_t value) { return static_cast<float>(value) / 255.0f; }
 
 std::uint8_t toByte(float value) {
-  // Written so that NaN fails the comparison and becomes 0.
+  // The comparison turns NaN into 0.
   if (!(value > 0.0f)) return 0;
   return static_cast<std::uint8_t>(std::lround(std::min(value, 1.0f) * 255.0f));
 }
 
-/// Applies `convert(colour, alpha) -> colour` to the three colour channels of every pixel, keeping the sample kind.
+/// Applies `convert(colour, alpha) -> colour` to the three colour channels of every pixel. Keeps the kind of samples.
 template <typename Convert>
 Image convertColour(const Image &image, Alpha alpha, Convert convert) {
   const bool isFloat = image.isFloat();
@@ -91,8 +91,8 @@ void makeOpaque(Image &image) {
 }
 
 void premultiply(const std::uint8_t *straight, std::uint8_t *premultiplied, std::size_t pixels) {
-  // In whole numbers, two channels at once, as colour * alpha / 255 never lies halfway between two levels. With t the
-  // product plus 128, (t + t / 256) / 256 rounds it.
+  // Two channels at once, in whole numbers: with t = colour * alpha + 128, (t + t / 256) / 256 is colour * alpha / 255
+  // rounded to nearest. The quotient never lies halfway between two levels.
   static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "alpha is taken for the highest byte");
   constexpr std::uint32_t lanes = 0x00FF00FF;
   const auto scaled = [](std::uint32_t pair, std::uint32_t alpha) {
@@ -103,7 +103,7 @@ void premultiply(const std::uint8_t *straight, std::uint8_t *premultiplied, std:
     std::uint32_t pixel;
     std::memcpy(&pixel, straight + 4 * i, sizeof pixel);
     const std::uint32_t alpha = pixel >> 24;
-    // Alpha is scaled with green as if it were 255, which leaves it as it is.
+    // Alpha is scaled together with green; 255 takes its place, so the product is alpha itself.
     pixel = scaled(pixel & lanes, alpha) | scaled(((pixel >> 8) & lanes) | 0x00FF0000, alpha) << 8;
     std::memcpy(premultiplied + 4 * i, &pixel, sizeof pixel);
   }

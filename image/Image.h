@@ -7,14 +7,15 @@
 
 namespace pyrelux {
 
-/// What the colour channels of an image mean where it is not opaque.
+/// The meaning of an image's colour where it is not opaque.
 enum class Alpha {
-  Straight,       ///< colour as if opaque; alpha says how much of it counts
-  Premultiplied,  ///< colour already multiplied by alpha; may exceed alpha, which is how a glow is held
+  Straight,       ///< colour is not multiplied by alpha
+  Premultiplied,  ///< colour is multiplied by alpha; light without alpha, such as a glow, exceeds alpha
 };
 
-/// A picture in memory: four interleaved channels (red, green, blue, alpha), either 8-bit (0 .. 255) or float
-/// (nominally 0 .. 1; values outside are kept). Rows run from the top, without padding.
+/// A picture in memory, which it owns: four interleaved channels (red, green, blue, alpha), either 8-bit (0 .. 255) or
+/// float (nominally 0 .. 1; other values are allowed). Rows run from the top, without padding. Thread: any may read;
+/// nobody reads while one writes.
 class Image {
  public:
   using Bytes = std::vector<std::uint8_t>;
@@ -25,7 +26,7 @@ class Image {
   static Image bytes(int width, int height, Alpha alpha);
   static Image floats(int width, int height, Alpha alpha);
 
-  /// Makes it a picture of that kind, keeping its memory where it fits; what the samples hold then is not defined.
+  /// Changes size and kind, and keeps the memory where it fits. The samples are undefined afterwards.
   void reshape(int width, int height, Alpha alpha, bool isFloat);
 
   int width() const { return width_; }
@@ -34,8 +35,7 @@ class Image {
   bool isFloat() const { return std::holds_alternative<Floats>(samples_); }
   std::size_t sampleCount() const { return static_cast<std::size_t>(width_) * height_ * 4; }
 
-  /// The samples, width * height * 4 of them. Asking for the other kind than isFloat() tells is a bug (throws
-  /// std::bad_variant_access).
+  /// The samples, width * height * 4 of them. Asking for the kind that isFloat() denies throws std::bad_variant_access.
   Bytes &asBytes() { return std::get<Bytes>(samples_); }
   const Bytes &asBytes() const { return std::get<Bytes>(samples_); }
   Floats &asFloats() { return std::get<Floats>(samples_); }
@@ -50,28 +50,29 @@ class Image {
   std::variant<Bytes, Floats> samples_;
 };
 
-/// The conversions below work in float and round to the nearest 8-bit level once, at the end.
+// The conversions below compute in float and round once, at the end, to the nearest 8-bit level.
 
-/// The same picture with float samples (8-bit value v becomes v / 255).
+/// The same picture with float samples; an 8-bit value v becomes v / 255.
 Image toFloat(const Image &image);
 
-/// The same picture with 8-bit samples; values outside 0 .. 1 clip, NaN becomes 0.
+/// The same picture with 8-bit samples. Values outside 0 .. 1 are clipped; NaN becomes 0.
 Image toBytes(const Image &image);
 
-/// Turns a picture upside down.
+/// Reverses the order of the rows.
 void flipRows(Image &image);
 
-/// Sets alpha to 1 everywhere and leaves colour as it stands.
+/// Sets alpha to 1 everywhere; does not change colour.
 void makeOpaque(Image &image);
 
-/// Pixels of four bytes with colour multiplied by alpha, rounded to the nearest level. Both may be the same.
+/// Multiplies the colour of four-byte pixels by alpha and rounds it to the nearest level. Both pointers may be the
+/// same.
 void premultiply(const std::uint8_t *straight, std::uint8_t *premultiplied, std::size_t pixels);
 
-/// The same picture with colour multiplied by alpha; unchanged when it already is.
+/// The same picture with premultiplied alpha; a copy if it is premultiplied already.
 Image premultiplied(const Image &image);
 
-/// The same picture with colour divided by alpha; unchanged when it already is. Colour above alpha (a glow) ends up
-/// above 1 and clips at 8 bit; where alpha is 0 there is nothing to divide by and the colour is kept as it stands.
+/// The same picture with straight alpha; a copy if it is straight already. Colour above alpha (a glow) exceeds 1
+/// afterwards, which 8 bits clip. Where alpha is 0, colour does not change.
 Image straightened(const Image &image);
 
 }  // namespace pyrelux

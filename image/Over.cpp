@@ -6,7 +6,7 @@ namespace pyrelux {
 
 namespace {
 
-/// `back(pixel)` points to the three samples behind a pixel, which is counted in samples.
+/// `back(sample)` returns the three colour samples behind the pixel that begins at that sample's index.
 template <typename Back>
 Image overEach(const Image &front, float density, Back back) {
   const Delivery kept{AlphaUse::Premultiplied, density};

@@ -6,14 +6,14 @@
 
 namespace pyrelux {
 
-/// A premultiplied picture laid over another one, which is premultiplied, of floats, of the same size and taken for
-/// opaque: front + back (1 - A), with the front's alpha A limited to 0 .. 1. Light is added and may exceed 1; alpha is
-/// exactly 1. Added up in float and not rounded, also when the picture in front has bytes.
+/// Composes `front` over `back`: front + back (1 - A), where A is the front's alpha, limited to 0 .. 1. Both are
+/// premultiplied and of the same size; `back` has float samples and counts as opaque. The result has float samples,
+/// which are not rounded. Its light may exceed 1; its alpha is 1.
 ///
-/// `density`, 0 .. 1, raises A as Delivery::density does.
+/// `density` (0 .. 1) raises A as Delivery::density does.
 Image over(const Image &front, const Image &back, float density = 0.0f);
 
-/// The same over one opaque colour: red, green, blue in 0 .. 1.
+/// The same over an opaque colour: red, green, blue in 0 .. 1.
 Image over(const Image &front, const std::array<double, 3> &colour, float density = 0.0f);
 
 }  // namespace pyrelux

@@ -17,7 +17,7 @@ OfBlock<std::uint32_t> deliverStraight(const PixelBlock &premultiplied, int x, i
     const float blue = std::max(premultiplied[2][i], 0.0f);
     const float brightest = std::max(std::max(red, green), std::max(blue, std::max(premultiplied[3][i], 0.0f)));
     const auto level = static_cast<std::int32_t>(std::min(brightest, 1.0f) * 255.0f + threshold[i]);
-    // Where alpha is 0 no colour of an alpha below a level is left either.
+    // An alpha that rounds to 0 makes colour 0 as well.
     const float scale = (level > 0 ? 255.0f * 255.0f : 0.0f) / static_cast<float>(std::max(level, 1));
     const auto colour = [scale, rounding = threshold[i]](float value) {
       return static_cast<std::uint32_t>(static_cast<std::int32_t>(std::min(value * scale, 255.0f) + rounding));

@@ -19,7 +19,7 @@ struct Size {
 };
 
 Pixel bars(const Size &size, int x, int) {
-  // Counted down, the bits of the bar's number are green, red and blue: brightest first.
+  // Counted down from 7, the bits of the bar's number are green, red and blue, so the brightest bar comes first.
   const int bar = 7 - x * 8 / size.width;
   const auto bit = [bar](int place) { return static_cast<float>(bar >> place & 1); };
   return {bit(1), bit(2), bit(0), 1.0f};
@@ -52,7 +52,7 @@ Pixel title(const Size &size, int x, int y) {
       "#       #   #   # ##### #####  ###  #   #",  //
   };
   constexpr int columns = 41;
-  // Dots of whole pixels; a picture too small for the word has its middle.
+  // Dots are whole pixels. A picture that is too small for the word shows its middle.
   const int dot = std::max(std::min(size.width * 9 / 10 / columns, size.height / 2 / rows), 1);
   const int left = (size.width - columns * dot) / 2;
   const int top = (size.height - rows * dot) / 2;

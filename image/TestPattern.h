@@ -15,8 +15,8 @@ namespace pyrelux {
 ///   title    the word PYRELUX in white block letters, which need no font, in the middle
 const std::vector<std::string> &testPatternNames();
 
-/// The pattern of that name, which has to be one of the above, premultiplied, with float samples or bytes. The same
-/// arguments give the same picture everywhere.
+/// The pattern of that name, which must be one of the above: width x height pixels, premultiplied, with float samples
+/// or bytes. The same arguments give the same picture on every machine.
 Image testPattern(const std::string &name, int width, int height, bool isFloat);
 
 }  // namespace pyrelux

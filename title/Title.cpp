@@ -13,8 +13,8 @@ namespace pyrelux {
 
 namespace {
 
-/// The em at which text is laid out, in pixels. It is drawn scaled from there, so that the longest title stays far
-/// within Pango's numbers whatever size is asked for.
+/// The em, in pixels, at which text is laid out. Drawing scales the layout, so even the longest title at the largest
+/// size stays within the range of Pango's numbers.
 constexpr int layoutEm = 64;
 
 constexpr double automaticEm = 0.15;     // of the picture's height
@@ -41,7 +41,7 @@ using FontOptionsPtr = std::unique_ptr<cairo_font_options_t, Destroy<cairo_font_
 using SurfacePtr = std::unique_ptr<cairo_surface_t, Destroy<cairo_surface_destroy>>;
 using CairoPtr = std::unique_ptr<cairo_t, Destroy<cairo_destroy>>;
 
-/// In pixels; nothing to begin with.
+/// A rectangle, in pixels; initially empty.
 struct Box {
   double left = std::numeric_limits<double>::infinity();
   double top = std::numeric_limits<double>::infinity();
@@ -52,12 +52,12 @@ struct Box {
   double height() const { return bottom - top; }
 };
 
-/// A font map of its own, since the one that Pango shares is never given back.
+/// A laid-out text. It has its own font map, because Pango never frees the shared one.
 class TitleLayout {
  public:
   TitleLayout(const std::string &text, const PangoFontDescription &font)
       : fonts_(pango_cairo_font_map_new()), context_(pango_font_map_create_context(fonts_.get())) {
-    // Outlines as they are, the same at every scale and on every machine.
+    // No hinting: the outlines are the same at every scale and on every machine.
     const FontOptionsPtr options(cairo_font_options_create());
     cairo_font_options_set_antialias(options.get(), CAIRO_ANTIALIAS_GRAY);
     cairo_font_options_set_hint_style(options.get(), CAIRO_HINT_STYLE_NONE);
@@ -77,7 +77,7 @@ class TitleLayout {
     pango_layout_set_text(layout_.get(), text.data(), static_cast<int>(text.size()));
   }
 
-  /// Around everything that shows; Pango's own goes around blanks, too, when they are lines or runs of their own.
+  /// The box around everything visible. Pango's own ink box also includes blank lines and runs.
   Box ink() const {
     Box box;
     const IterPtr iter(pango_layout_get_iter(layout_.get()));
@@ -97,13 +97,13 @@ class TitleLayout {
 
   int unknownCharacters() const { return pango_layout_get_unknown_glyphs_count(layout_.get()); }
 
-  /// The family that is drawn with.
+  /// The family of the font in use.
   std::string family() const {
     const DescriptionPtr description(pango_font_describe(font_.get()));
     return pango_font_description_get_family(description.get());
   }
 
-  /// Whether one of the families, parted by commas, is there, or is a name for one that is ("Sans").
+  /// Whether one of the families (separated by commas) is installed, or is an alias of one, such as "Sans".
   bool knows(const std::string &names) const {
     PangoFontFamily **families = nullptr;
     int count = 0;
@@ -131,7 +131,7 @@ std::string sizeText(double width, double height) {
   return std::to_string(std::lround(width)) + "x" + std::to_string(std::lround(height)) + " pixels";
 }
 
-/// How much larger than laid out the text is drawn.
+/// The scale from the layout to the picture.
 double scaleFor(const Title &title, const PangoFontDescription &font, const Box &ink) {
   const double fitting = std::min(title.width / ink.width(), title.height / ink.height());
   if (!(pango_font_description_get_set_fields(&font) & PANGO_FONT_MASK_SIZE)) {
@@ -150,7 +150,7 @@ double scaleFor(const Title &title, const PangoFontDescription &font, const Box 
   return scale;
 }
 
-/// How much of each pixel the text covers, from 0 to 255.
+/// The text's coverage of each pixel, 0 .. 255.
 SurfacePtr drawCoverage(const Title &title, const TitleLayout &layout, const Box &ink, double scale) {
   SurfacePtr surface(cairo_image_surface_create(CAIRO_FORMAT_A8, title.width, title.height));
   const CairoPtr cairo(cairo_create(surface.get()));
@@ -163,7 +163,7 @@ SurfacePtr drawCoverage(const Title &title, const TitleLayout &layout, const Box
   return surface;
 }
 
-/// Calls put(sample, colour * coverage) for every sample of the picture, in 0 .. 1.
+/// Calls put(index, colour * coverage) for every sample that the text covers; values are 0 .. 1.
 template <typename Put>
 void colourCoverage(const Title &title, cairo_surface_t &coverage, Put put) {
   const unsigned char *row = cairo_image_surface_get_data(&coverage);
@@ -171,7 +171,7 @@ void colourCoverage(const Title &title, cairo_surface_t &coverage, Put put) {
   std::size_t sample = 0;
   for (int y = 0; y < title.height; ++y, row += stride)
     for (int x = 0; x < title.width; ++x, sample += 4) {
-      // Pictures begin transparent, and most of one stays it.
+      // The picture is transparent already, and most of it stays so.
       if (row[x] == 0) continue;
       const double alpha = row[x] / 255.0;
       for (std::size_t channel = 0; channel < 3; ++channel) put(sample + channel, title.colour[channel] * alpha);

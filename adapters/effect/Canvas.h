@@ -18,7 +18,8 @@ enum class Composition {
 /// The composition that a user's text names, "over" or "fire"; nothing for any other text.
 std::optional<Composition> readComposition(const std::string &text);
 
-/// Converts between a host's frames, 8-bit with straight alpha, and the filter's. Thread: one at a time for each object.
+/// Converts between a host's frames, 8-bit with straight alpha, and the filter's. Thread: one at a time for each
+/// object.
 class Canvas {
  public:
   /// Premultiplies `input`, calls `draw`, and composes the result into `output`. `draw` makes its second image,
@@ -33,10 +34,10 @@ class Canvas {
   Image fire_;
 };
 
-/// Composes the fire (premultiplied, bytes or floats) over a source with straight alpha, or over nothing when `source` is
-/// null. The result has straight alpha that loses no light (AlphaUse::Straight). `source` and `output` have four bytes for
-/// each pixel, in rows without padding, and may be the same. The arithmetic is in float; the result is rounded once, and
-/// dithered if the fire is in floats. Pixels that do not burn keep the source's bytes. Thread: any.
+/// Composes the fire (premultiplied, bytes or floats) over a source with straight alpha, or over nothing when `source`
+/// is null. The result has straight alpha that loses no light (AlphaUse::Straight). `source` and `output` have four
+/// bytes for each pixel, in rows without padding, and may be the same. The arithmetic is in float; the result is
+/// rounded once, and dithered if the fire is in floats. Pixels that do not burn keep the source's bytes. Thread: any.
 void compose(const Image &fire, const std::uint8_t *source, std::uint8_t *output);
 
 }  // namespace pyrelux::adapters
