@@ -73,7 +73,7 @@ TEST(Compose, OverBlackItIsWhatAddingGives) {
     for (int channel = 0; channel < 3; ++channel) {
       const double expected =
           std::min(255.0, fire[channel] + source[channel] * (source[3] / 255.0) * (1.0 - fire[3] / 255.0));
-      // Straight samples are rounded before they are multiplied by an alpha that is rounded, too.
+      // Straight samples are rounded, and then multiplied by a rounded alpha.
       EXPECT_NEAR(output[channel] * (output[3] / 255.0), expected, 1.0) << trial;
     }
   }
@@ -107,7 +107,7 @@ TEST(Compose, MayWriteOverItsInput) {
 }
 
 TEST(Compose, DeepFiresAreLimitedAndDithered) {
-  // Alpha beyond 1 hides what is behind, and darkens nothing.
+  // Alpha above 1 hides the background and darkens nothing.
   std::vector<std::uint8_t> output{10, 200, 30, 255};
   compose(floats({0.8f, 0.4f, 0.0f, 6.7f}, 1), output.data(), output.data());
   EXPECT_EQ(output, (std::vector<std::uint8_t>{204, 102, 0, 255}));

@@ -1,4 +1,4 @@
-// What is delivered, laid over something by the programs that people use, against what was drawn.
+// Composes delivered pictures over a background with ffmpeg and melt, and compares the results with the drawn picture.
 
 #include <algorithm>
 #include <cmath>
@@ -30,8 +30,8 @@ class Compositor : public Melt {
     drawn = samplesOf("fire.exr");
   }
 
-  /// `bytes`, red, green and blue of each pixel: what a program made of the fire over a background.
-  /// `mix`: what should be there, of light (limited to 1), alpha, the brightest channel or alpha, background.
+  /// `bytes` is a program's result of the fire over a background, red, green and blue for each pixel. `mix` gives the
+  /// expected value from light (limited to 1), alpha, the brightest of both, and background.
   template <typename Mix>
   void expectMixed(const std::string &bytes, const std::string &background, double maxDifference,
                    const Mix &mix) const {
@@ -51,16 +51,16 @@ class Compositor : public Melt {
       }
     }
     EXPECT_LE(largest, maxDifference);
-    // Nothing is lost or added on the whole.
+    // On average nothing is lost or added.
     EXPECT_LE(sum / static_cast<double>(drawn.size() / 4 * 3), 0.5);
   }
 
-  /// Of straight alpha that keeps all light.
+  /// The mix of straight alpha that loses no light.
   static double over(double light, double /*alpha*/, double brightest, double behind) {
     return light + behind * (1.0 - brightest);
   }
 
-  /// What ffmpeg makes of the background, [b], and the file, [f].
+  /// ffmpeg's result of the background, [b], and the file, [f].
   std::string byFfmpeg(const std::string &background, const std::string &file, const std::string &filters) const {
     // The usual conversion from YUV is rough.
     const std::string convert = fs::path(file).extension() == ".mov" ? "zscale," : "";
@@ -72,7 +72,7 @@ class Compositor : public Melt {
     return result.out;
   }
 
-  /// What melt makes of both as two tracks, as Kdenlive lays them.
+  /// melt's result of both as two tracks, in Kdenlive's way.
   std::string byMelt(const std::string &background, const std::string &file) const {
     const Words arguments{"-profile",
                           "small",
@@ -95,7 +95,7 @@ class Compositor : public Melt {
                           "mlt_image_format=rgb",
                           "an=1",
                           "real_time=-1"};
-    // Qt draws without a screen, but MLT wants one to be named.
+    // Qt draws without a screen, but MLT requires the name of one.
     const Result result =
         meltInto("frames", arguments,
                  {{"QT_QPA_PLATFORM", "offscreen"}, {"DISPLAY", ":none"}, {"XDG_RUNTIME_DIR", path("").string()}});
@@ -104,7 +104,7 @@ class Compositor : public Melt {
   }
 
   std::map<std::string, std::vector<float>> backgrounds;
-  /// Premultiplied, as it was drawn.
+  /// The mix of premultiplied alpha.
   std::vector<float> drawn;
 
  private:

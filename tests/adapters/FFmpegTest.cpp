@@ -1,4 +1,4 @@
-// The frei0r plug-in in the program that most people have.
+// Tests the frei0r plug-in in ffmpeg.
 
 #include "ProgramTest.h"
 

@@ -4,10 +4,10 @@
 
 namespace pyrelux::adapters::test {
 
-/// While it lives, C++ allocations fail, in the libraries too.
+/// C++ allocations fail while the object lives, in libraries too.
 class FailingMemory {
  public:
-  /// Those of so many bytes and more, after the first `spared` of them.
+  /// Allocations of at least that many bytes fail, after the first `spared` of them.
   explicit FailingMemory(std::size_t fromBytes, int spared = 0);
   ~FailingMemory();
   FailingMemory(const FailingMemory &) = delete;

@@ -1,4 +1,4 @@
-// Whatever goes wrong, the host gets its own picture back, and one line tells why.
+// Tests failures: the host gets its own picture back, and one line tells the reason.
 
 #include <gmock/gmock.h>
 #include <signal.h>
@@ -62,7 +62,7 @@ TEST(Frei0rFailure, PicturesWithoutPixelsAreHarmless) {
 }
 
 TEST(Frei0rFailure, TheHostKeepsItsSignalsAndCharacters) {
-  // The program's own use of the filter, in other tests, may have changed both.
+  // Other tests in this program use the filter and may have changed both.
   setenv("LC_ALL", "C.UTF-8", 1);
   signal(SIGPIPE, SIG_DFL);
   setlocale(LC_CTYPE, "C");
@@ -96,7 +96,7 @@ TEST(Frei0rFailure, NullsForValuesAreHarmless) {
   EXPECT_EQ(instance.text("Output"), "over");
 }
 
-/// Bytes of address space that the process may have beyond what it has.
+/// Limits the process's address space to this many bytes more than it has.
 void leave(std::size_t bytes) {
   std::size_t pages = 0;
   std::ifstream("/proc/self/statm") >> pages;
@@ -106,7 +106,7 @@ void leave(std::size_t bytes) {
   setrlimit(RLIMIT_AS, &limit);
 }
 
-/// With ever more memory: first all frames stay as they are, in the end one is drawn. Ends the process with 0 if so.
+/// Allows more and more memory: the first frames stay as they are, the last one is drawn. Ends the process with 0 then.
 [[noreturn]] void drawWithLittleMemory() {
   constexpr int large = 2048;
   Library library;

@@ -12,11 +12,11 @@ extern "C" {
 #include <frei0r.h>
 }
 
-// The plug-in as a host sees it: a library with C functions.
+// The plug-in's C functions, loaded as a host does.
 
 namespace pyrelux::adapters::test {
 
-/// The library, loaded and initialised for as long as it lives.
+/// Loads and initialises the library while the object lives.
 class Library {
  public:
   Library() : handle_(dlopen(PYRELUX_FREI0R_MODULE, RTLD_NOW | RTLD_LOCAL)) {
@@ -80,7 +80,7 @@ class Instance {
       : library_(library),
         instance_(library.construct(static_cast<unsigned>(pictureWidth), static_cast<unsigned>(pictureHeight))) {
     setText("Time unit", "seconds");
-    // As few copies as there can be keep this quick; without a bundle there is no such parameter.
+    // The fewest copies keep this fast. Without a bundle the parameter does not exist.
     if (library.info().num_params > 3) setNumber("Steps", 0.0);
   }
   ~Instance() { library_.destruct(instance_); }

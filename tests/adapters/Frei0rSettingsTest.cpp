@@ -1,4 +1,4 @@
-// Whatever a host sets, every pixel is drawn, and nothing else is written to.
+// Tests random settings: every pixel is written, and nothing else.
 
 #include <algorithm>
 #include <cmath>
@@ -20,7 +20,7 @@ constexpr double infinity = std::numeric_limits<double>::infinity();
 
 class Frei0rSettings : public testing::Test {
  protected:
-  /// Draws twice into what holds different bytes, with more of them on both sides.
+  /// Draws twice, into memory with different contents and guard bytes on both sides.
   void expectValidPixels(Instance &instance, double time, const Frame &input) {
     constexpr std::size_t margin = 64;
     const Frame before = input;
@@ -47,7 +47,7 @@ class Frei0rSettings : public testing::Test {
     return info;
   }
 
-  /// Sets a number or each channel of a colour to what `draw` gives; leaves texts.
+  /// Sets a number, or each channel of a colour, to a result of `draw`; does not set texts.
   template <typename Draw>
   void set(Instance &instance, int index, Draw draw) const {
     double number = draw();
@@ -108,7 +108,7 @@ TEST_F(Frei0rSettings, FramesWithoutATimeFollowOneAnother) {
   // What ffmpeg makes of a frame without a time is far below nothing, how far depends on its unit.
   const double none[] = {-9.2e18, -9.2e9, std::nan(""), -infinity, -1e300};
   for (int frame = 0; frame < 5; ++frame) EXPECT_EQ(untimed.update(none[frame]), timed.update(frame / 25.0)) << frame;
-  // On from a frame that has one.
+  // Continues from a frame that has a time.
   EXPECT_EQ(untimed.update(1.0), timed.update(1.0));
   EXPECT_EQ(untimed.update(none[0]), timed.update(26 / 25.0));
 }

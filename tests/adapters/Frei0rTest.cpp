@@ -1,4 +1,4 @@
-// The plug-in as a host sees it: a library with C functions.
+// Tests the plug-in's C functions as a host calls them.
 
 #include <gmock/gmock.h>
 
@@ -67,7 +67,7 @@ TEST_F(Frei0r, WhatIsSetIsRead) {
 }
 
 TEST_F(Frei0r, DrawsWhatTheFilterDrawsOverTheSource) {
-  // The same frame by the filter alone, composed here.
+  // The same frame, drawn by the filter and composed here.
   host::Filter filter(host::findFilter(host::defaultSearchPath()));
   host::FrameRenderer renderer(host::chooseBackend("auto"));
   filter.parameters().set(filter.parameters().named("steps"), {10.0});
@@ -163,7 +163,7 @@ TEST_F(Frei0r, IsThereUntilTheLastOneIsDone) {
   library.paramInfo(&still, 0);
   EXPECT_EQ(still.name, first.name);
   EXPECT_STREQ(first.name, "Frame rate");
-  // More often than it was begun.
+  // More calls than of f0r_init().
   library.deinit();
   library.deinit();
   EXPECT_EQ(library.init(), 1);

@@ -1,4 +1,4 @@
-// Hosts call from several threads, some of them one instance.
+// Tests calls from several threads, also of one instance.
 
 #include <pthread.h>
 #include <time.h>
@@ -78,7 +78,7 @@ TEST_F(Frei0rThreads, WaitAsleep) {
     clock_gettime(itsClock, &itsTime);
   }
   EXPECT_EQ(waiting.get(), expected);
-  // Of processor time; the busy way takes all there is.
+  // Processor time: a busy wait would take as much as the elapsed time.
   EXPECT_LT(static_cast<double>(itsTime.tv_sec) + static_cast<double>(itsTime.tv_nsec) * 1e-9, 0.1);
 }
 

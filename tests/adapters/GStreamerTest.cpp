@@ -1,4 +1,4 @@
-// The frei0r plug-in in GStreamer.
+// Tests the frei0r plug-in in GStreamer.
 
 #include "ProgramTest.h"
 

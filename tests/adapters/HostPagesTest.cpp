@@ -1,4 +1,4 @@
-// What the pages about other programs tell to type does what they say.
+// Tests the commands in the pages about other programs: they do what the pages say.
 
 #include <sstream>
 
@@ -35,7 +35,7 @@ class HostPages : public ProgramTest {
     return commands;
   }
 
-  /// Runs them all, in order, and gives what they were.
+  /// Runs all of them in order and returns them.
   Words run(const std::string &page) const {
     const Words commands = commandsOf(page);
     for (const std::string &command : commands) {
@@ -73,7 +73,7 @@ TEST_F(HostPages, Ffmpeg) {
   EXPECT_NE(frameOf("burning.mp4", 20), frameOf("street.mp4", 20));
   expectMovie("smooth.mov", "png", "rgba", 200);
   EXPECT_EQ(frameOf("smooth.mov", 20), byFfmpeg(20));
-  // What was sought is what a run from the beginning has there.
+  // The frame after a seek is that of a run from the beginning.
   expectMovie("part.mov", "png", "rgba", 25);
   EXPECT_EQ(frameOf("part.mov", 3), byFfmpeg(53));
 }

@@ -23,7 +23,7 @@ TEST(HostProgram, MayHaveBeenLinkedWithoutLibraries) {
 
 TEST(HostProgram, IsNotFFmpegHere) { EXPECT_FALSE(isCalledByFFmpeg()); }
 
-// There is nobody to ask here.
+// This program has no FFmpeg.
 TEST(FFmpegRows, AreUnknownWhereVersionsDiffer) {
   EXPECT_EQ(rowPixelsOfFFmpeg(64), 64);
   EXPECT_EQ(rowPixelsOfFFmpeg(61), 64);

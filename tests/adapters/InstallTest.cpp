@@ -1,4 +1,4 @@
-// An installation, wherever it is: programs find the plug-in there, and the plug-in finds the rest.
+// Tests an installation in any folder: programs find the plug-in, and the plug-in finds everything else.
 
 #include "ProgramTest.h"
 
@@ -62,7 +62,7 @@ TEST_F(Install, UsesNothingOfTheBuildTree) {
   EXPECT_THAT(result.err, testing::HasSubstr("no filter bundle in " + fs::weakly_canonical(bundles).string()));
 }
 
-/// Where a program or library looks for its libraries first; empty for other files.
+/// The run path of a program or library; empty for other files.
 std::string runPathsOf(const fs::path &file) {
   if (cli::test::load(file).rfind("\177ELF", 0) != 0) return {};
   cli::test::Command command;

@@ -1,4 +1,4 @@
-// The MLT filter in melt: many frames, in several orders, and a cut film.
+// Tests the MLT filter in melt: many frames, in several orders, and a film with cuts.
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-// What docs/mlt.md and README.md tell people to type, and what is installed.
+// Tests the commands in docs/mlt.md and README.md, and the installed files.
 
 #include <algorithm>
 #include <map>

@@ -37,7 +37,7 @@ void Melt::saveProfile(const std::string &name, int width, int height, const std
 
 Result Melt::melt(const Words &arguments, const Environment &environment) const {
   Command command;
-  // Some that wait for what is over already are ended.
+  // Ends runs of melt that wait although everything is written.
   command.words = Words{"timeout", "30", PYRELUX_MELT, "-quiet"} + arguments;
   command.folder = path("").string();
   command.environment = environment;

@@ -1,4 +1,4 @@
-// The MLT filter in melt: single frames against what the command draws, and what melt tells of it.
+// Tests the MLT filter in melt: compares single frames with the command's, and checks melt's description of the filter.
 
 #include <cmath>
 
@@ -9,7 +9,7 @@ namespace pyrelux::cli::test {
 namespace {
 
 TEST_F(Melt, PassesTheTitleThroughAsItIs) {
-  // What all the others rest on.
+  // All other tests rely on this.
   EXPECT_EQ(frames("small", {"title.png", "out=0"}), decoded("title.png", "rgba"));
 }
 

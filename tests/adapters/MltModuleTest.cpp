@@ -1,4 +1,4 @@
-// The module in MLT's library, in this process: what a program does that is built with it.
+// Tests the module in this process, with MLT's library, like a program that is linked with MLT.
 
 #include <framework/mlt.h>
 #include <gmock/gmock.h>
@@ -34,7 +34,7 @@ namespace fs = std::filesystem;
 
 constexpr int length = 25;
 
-/// A folder of modules with ours alone.
+/// A folder of modules that has only ours.
 class Repository {
  public:
   Repository() {
@@ -58,7 +58,7 @@ const Repository &repository() {
   return only;
 }
 
-/// MLT, with its modules loaded for as long as this lives.
+/// Loads MLT's modules while the object lives.
 class Mlt {
  public:
   Mlt() {
@@ -91,7 +91,7 @@ class Mlt {
 
 using Settings = std::vector<std::pair<std::string, std::string>>;
 
-/// A filter of MLT's on a clip of `length` frames.
+/// An MLT filter on a clip of `length` frames.
 class Burner {
  public:
   explicit Burner(const Mlt &mlt, const Settings &settings = {})
@@ -147,7 +147,7 @@ class MltModule : public testing::Test {
   Mlt mlt;
 };
 
-/// The same by the filter itself, composed; ten steps unless they are set.
+/// Draws the same frame with the filter itself, and composes it; with ten steps unless they are set.
 class Reference {
  public:
   Reference() : effect_(host::findFilter(host::defaultSearchPath())), parameters_(effect_.defaults()) {
@@ -317,7 +317,7 @@ class MltSettings : public MltModule {
     burner.set(declaration.slug(), text);
   }
 
-  /// Draws, without a word, what the filter draws, and takes no alpha from the source.
+  /// Draws what the filter draws, without output, and never lowers the source's alpha.
   void expectSame(int position, const std::string &what) {
     const Frame input = title(smallWidth, smallHeight);
     const Frame burnt = burner.burn(position, input, smallWidth, smallHeight);
@@ -362,7 +362,7 @@ TEST_F(MltSettings, AThousandAtRandom) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-/// What goes wrong: the pictures stay as they are, and one line tells why.
+/// Tests failures: the pictures stay as they are, and one line tells the reason.
 class MltTrouble : public testing::Test {
  protected:
   static void expectToldOnce(const std::string &why, const Frame &input = title(), int pictureWidth = width,

@@ -1,4 +1,4 @@
-// What MLT's properties come to. They are MLT's own; no module is loaded for this.
+// Tests the reading of MLT's properties. No module is needed for this.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -145,7 +145,7 @@ TEST_F(MltParametersTest, AKeyframeFarAwayTakesNoMemory) {
   EXPECT_EQ(number("glow", -5.0), 0.0);
   EXPECT_EQ(parameters().keyframes(parameters().named("glow")).size(), 1u);
   EXPECT_TRUE(parameters().isSet(parameters().named("glow").id));
-  // A copy asks on when the text has changed already.
+  // A copy still evaluates its curve after the text has changed.
   const host::ParameterSet copy = parameters();
   set("glow", "7");
   EXPECT_TRUE(read());

@@ -9,7 +9,7 @@ struct Size {
   int height;
 };
 
-/// Real programs with the plug-in, in a fresh folder with "title.png" in it.
+/// Runs real programs with the plug-in, in a fresh folder with "title.png" in it.
 class ProgramTest : public cli::test::CliTest {
  protected:
   explicit ProgramTest(Size size = {cli::test::testWidth, cli::test::testHeight});

@@ -6,13 +6,13 @@
 
 namespace pyrelux::adapters::test {
 
-/// Pixels as hosts hand them over: straight alpha, rows from the top, 4 bytes each.
+/// Pixels in the form that hosts use: straight alpha, rows from the top, 4 bytes each.
 using Frame = std::vector<std::uint8_t>;
 
 constexpr int width = 64;
 constexpr int height = 36;
 
-/// White, with soft edges, in the middle of nothing.
+/// A white rectangle with soft edges in the middle of a transparent picture.
 inline Frame title(int pictureWidth = width, int pictureHeight = height) {
   Frame frame(static_cast<std::size_t>(pictureWidth) * pictureHeight * 4, 0);
   for (int y = pictureHeight / 2; y < pictureHeight * 3 / 4; ++y)

@@ -163,7 +163,7 @@ TEST_P(EveryBackend, TakesAContextOnOneThreadAtATime) {
   EXPECT_EQ(CGLGetCurrentContext(), context);
   EXPECT_EQ(CGLSetCurrentContext(context), kCGLNoError) << "again";
 
-  // Free again when another becomes current, when none does, and when its thread has ended.
+  // A context is free again when another one or none becomes current, and when its thread ends.
   EXPECT_EQ(CGLSetCurrentContext(other), kCGLNoError);
   EXPECT_EQ(elsewhere(context, nullptr), std::pair(kCGLNoError, context));
   EXPECT_EQ(elsewhere(context, nullptr), std::pair(kCGLNoError, context));

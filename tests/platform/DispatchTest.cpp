@@ -13,7 +13,7 @@ namespace {
 
 using test::HostContext;
 
-/// Every slot of the thread's table, by name.
+/// Every entry of the thread's table, by name.
 std::vector<std::pair<const char *, bool>> slots() {
   const PyreluxGLDispatch &table = *pyreluxCurrentGL();
   return {
@@ -38,7 +38,7 @@ TEST(Dispatch, EveryTableIsComplete) {
 }
 
 TEST(Dispatch, EachFunctionCallsItsOwnSlot) {
-  // Recorded under the name of the function that was called, for all that take no pointer.
+  // Each function without pointer parameters is recorded under its own name.
   const HostContext host;
   Trace trace;
   glActiveTexture(GL_TEXTURE0);

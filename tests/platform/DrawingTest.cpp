@@ -40,14 +40,15 @@ void PrintTo(const NamedBackend &backend, std::ostream *out) { *out << backend.n
 
 const NamedBackend kBackends[] = {{"soft", kBackendSoft}, {"mesa", kBackendMesa}, {"gpu", kBackendGPU}};
 
-/// Whether the environment insists on a backend: by its name, or by "egl" on the one of EGL's that needs no GPU.
+/// Whether the environment requires a backend, by its name; "egl" requires mesa, which needs no GPU.
 bool isRequired(const NamedBackend &backend) {
   const char *value = std::getenv("REQUIRE_BACKEND");
   const std::string required = value ? value : "";
   return backend.id == kBackendSoft || required == backend.name || (required == "egl" && backend.id == kBackendMesa);
 }
 
-/// A host's context, current. Where a backend can't draw, its tests are skipped aloud, or fail if it is required.
+/// A host's current context. Where a backend can't draw, its tests are skipped with a message, or fail if it is
+/// required.
 class BackendTest : public ::testing::Test {
  protected:
   void start(const NamedBackend &backend) {
@@ -77,7 +78,7 @@ class DrawingTest : public BackendTest, public ::testing::WithParamInterface<Nam
 INSTANTIATE_TEST_SUITE_P(Backend, DrawingTest, ::testing::ValuesIn(kBackends),
                          [](const auto &backend) { return backend.param.name; });
 
-/// With surfaces of bytes and of floats.
+/// For surfaces of bytes and of floats.
 class TexImageTest : public BackendTest, public ::testing::WithParamInterface<std::tuple<NamedBackend, bool>> {
  protected:
   void SetUp() override { start(std::get<NamedBackend>(GetParam())); }
@@ -90,7 +91,7 @@ INSTANTIATE_TEST_SUITE_P(Backend, TexImageTest, ::testing::Combine(::testing::Va
                                   (std::get<bool>(chosen.param) ? "Floats" : "Bytes");
                          });
 
-/// What holds where contexts are a driver's.
+/// For backends whose contexts are a driver's.
 class EGLTest : public DrawingTest {};
 
 INSTANTIATE_TEST_SUITE_P(Backend, EGLTest, ::testing::Values(kBackends[1], kBackends[2]),
@@ -124,7 +125,7 @@ class Surface {
     glClear(GL_COLOR_BUFFER_BIT);
   }
 
-  /// Frees the context before the pbuffer, as an untidy caller would.
+  /// Destroys the context before the pbuffer, in the wrong order.
   void destroyContext() { CGLDestroyContext(std::exchange(context_, nullptr)); }
 
   CGLContextObj context() const { return context_; }
@@ -285,7 +286,7 @@ TEST_P(DrawingTest, AFloatSurfaceKeepsWhatEightBitsLose) {
   surface.clear(0, 0, 0, 0);
   glEnable(GL_BLEND);
   glBlendFunc(GL_ONE, GL_ONE);
-  // 1/1024 is a quarter of a level; half floats hold it, and 3, exactly.
+  // 1/1024 is a quarter of a level. Half floats represent it, and 3, exactly.
   const Pixel faint = {1.0f / 1024.0f, 1.0f, 0.25f, 1.0f};
   for (int i = 0; i < 3; ++i) fill(0, 0, width, height, faint);
   const auto floats = readFloats();
@@ -321,7 +322,7 @@ TEST_P(TexImageTest, GivesTheImageToASharingContext) {
   EXPECT_EQ(CGLTexImagePBuffer(target.context(), surface.pbuffer(), GL_FRONT_LEFT), kCGLNoError);
   EXPECT_EQ(CGLGetCurrentContext(), target.context());
   drawBoundTexture();
-  // Bytes as halves are off by half a level in 2048 at most, and come back exactly.
+  // Bytes as half floats have an error of at most half a level in 2048, and convert back exactly.
   EXPECT_EQ(readBytes(), patternBytes());
   EXPECT_EQ(glGetError(), GL_NO_ERROR);
   glDeleteTextures(1, &texture);
@@ -419,7 +420,7 @@ TEST_P(DrawingTest, APBufferMayGoWhileItIsDrawnInto) {
   CGLSetPBuffer(context, pbuffer, 0, 0, 0);
   EXPECT_EQ(CGLDestroyPBuffer(pbuffer), kCGLNoError);
   EXPECT_EQ(CGLGetCurrentContext(), context);
-  // Drawing without a surface goes nowhere; an address sanitizer sees if it goes to the one that is gone.
+  // Drawing without a surface does nothing; an address sanitizer notices if it uses the destroyed one.
   fill(-1, -1, 2, 2, {1, 1, 1, 1});
   glFlush();
   CGLCreatePBuffer(width, height, GL_TEXTURE_RECTANGLE_EXT, GL_RGBA, 0, &pbuffer);

@@ -1,4 +1,4 @@
-// What CGL does when an implementation refuses. CGL alone, over implementations of the test's own.
+// What CGL does when a backend refuses. CGL runs alone, over backends of the test's own.
 
 #include <OpenGL/OpenGL.h>
 #include <gtest/gtest.h>
@@ -13,7 +13,7 @@ namespace {
 
 enum : std::int32_t { kFirst = 1, kSecond = 2 };
 
-/// Has a current context for all of a process, as one thread at a time uses it here.
+/// A backend with one current context for the whole process: only one thread at a time uses it here.
 class TestBackend : public Backend {
  public:
   const char *name() const override { return "test"; }
@@ -62,7 +62,7 @@ CGLError setOnAnotherThread(CGLContextObj context) {
   return error;
 }
 
-/// A context of one implementation is current, and one of the same or another implementation refuses to become it.
+/// A context of one backend is current; one of the same or another backend refuses to become current.
 class Refusal : public ::testing::TestWithParam<std::int32_t> {
  protected:
   Refusal() {
@@ -97,7 +97,7 @@ TEST_P(Refusal, LeavesTheRefusedContextToAnybody) { EXPECT_EQ(setOnAnotherThread
 
 }  // namespace
 
-// Instead of the platform's own.
+// Replaces the platform's own function.
 Backend *findBackend(std::int32_t backendId) {
   return backendId == kFirst ? &first : backendId == kSecond ? &second : nullptr;
 }

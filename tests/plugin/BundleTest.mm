@@ -8,7 +8,7 @@
 #include "HostContext.h"
 #include "TraceText.h"
 
-// The built bundle as a host loads it.
+// Tests the built bundle, loaded as a host does.
 
 namespace pyrelux::test {
 namespace {

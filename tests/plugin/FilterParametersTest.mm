@@ -5,7 +5,7 @@
 
 #include "TraceText.h"
 
-// The class is linked into this program, whose bundle has no string table: every key shows as itself.
+// The class is linked into this program. Its bundle has no string table, so every key is its own text.
 
 namespace pyrelux::test {
 namespace {
@@ -139,7 +139,7 @@ TEST_F(FilterParametersTest, DeclaringTwiceIsHarmless) {
   EXPECT_EQ(textOf(fieldOf<NSString *>(filter, "popup1")), "Pyrelux::8 Bit");
 }
 
-/// What the filter asks its bundle's string table for.
+/// The filter's requests to its bundle's string table.
 struct Lookups {
   std::vector<std::string> keys;
   bool plain = true;  ///< without a default value and a table's name

@@ -100,7 +100,7 @@ json RowWriter::argumentsOf(const platform::TraceCall &call) {
   } else if (call.name == "CGLSetPBuffer") {
     list[0] = contextName(handle(0));
     list[1] = pbufferName(handle(1));
-    // CGLGetVirtualScreen answers 0, the only screen there is.
+    // CGLGetVirtualScreen gives 0, the only screen.
     if (list[4] == 0.0) list[4] = "screen";
   } else if (call.name == "CGLTexImagePBuffer") {
     list[0] = contextName(handle(0));
@@ -121,7 +121,7 @@ FrameRows RowWriter::write(const Calls &calls) {
   bool inSurface = false;
   bool inTongue = false;
   for (const auto &call : calls) {
-    // Tongues are all that is drawn while the surface's context is current.
+    // Only tongues are drawn while the surface's context is current.
     if (call.name == "CGLSetCurrentContext")
       inSurface = contextName(std::get<const void *>(call.arguments.at(0))) == "ctx:surface";
     if (inSurface && call.name == "glBegin") {

@@ -11,10 +11,10 @@
 
 namespace pyrelux::test {
 
-/// One frame's calls as the rows of the file.
+/// One frame's calls in the form of the file's rows.
 struct FrameRows {
   json rows = json::array();   ///< [layer, name, arguments], each tongue folded into ["oracle", "tongue", [i]]
-  std::vector<Calls> tongues;  ///< what was folded, glBegin and glEnd included
+  std::vector<Calls> tongues;  ///< the folded calls, including glBegin and glEnd
 
   /// The quads drawn over the output: from glColor4f to glFlush, each.
   std::vector<json> overlays() const;
@@ -24,8 +24,8 @@ struct FrameRows {
 /// glTexCoord2f, V glVertex2f, E glEnd) and, but for glBegin and glEnd, its arguments as singles, little-endian.
 std::string flameHash(const std::vector<Calls> &tongues);
 
-/// Turns recorded calls into rows. Handles get their names from the calls that make them, so one of these has to see
-/// all frames of a filter's life, in order.
+/// Turns recorded calls into rows. Handles get their names from the calls that create them, so one object converts all
+/// frames of a filter's life, in order.
 class RowWriter {
  public:
   explicit RowWriter(CGLContextObj host) : host_(host) {}

@@ -8,7 +8,7 @@ extern "C" BOOL initialize_gnustep_backend(void);
 
 namespace pyrelux::test {
 
-/// Makes buttons possible, without a display.
+/// Makes buttons work without a display.
 inline void prepareViews() {
   unsetenv("DISPLAY");
   static const BOOL ready = initialize_gnustep_backend();
@@ -22,7 +22,7 @@ inline NSButton *headerButton(id<FxCustomParameterViewHost> filter) {
   return static_cast<NSButton *>(view);
 }
 
-/// What is the same with and without a logo.
+/// Checks what does not depend on the logo.
 inline void expectHeaderButton(NSButton *button, id target) {
   EXPECT_EQ([button frame].origin.x, 0.0);
   EXPECT_EQ([button frame].origin.y, 0.0);
@@ -31,7 +31,7 @@ inline void expectHeaderButton(NSButton *button, id target) {
   EXPECT_EQ([button bezelStyle], 2u);
   EXPECT_EQ([button isBordered], NO);
   EXPECT_EQ([button isTransparent], NO);
-  // The two that a momentary push-in button is known by.
+  // The two properties that identify a momentary push-in button.
   EXPECT_EQ([[button cell] highlightsBy], 6);
   EXPECT_EQ([[button cell] showsStateBy], 0);
   EXPECT_EQ([button target], target);

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-// Of the class as it is linked here, whose bundle has no logo.
+// Tests the class that is linked into this program, whose bundle has no logo.
 
 namespace pyrelux::test {
 namespace {
@@ -37,7 +37,7 @@ BOOL keepURL(id, SEL, NSURL *url) {
   return NO;
 }
 
-/// One that starts none of the desktop's services, as the true one would.
+/// A workspace that starts no desktop service.
 id bareWorkspace(id, SEL) {
   static const id workspace = class_createInstance([NSWorkspace class], 0);
   return workspace;

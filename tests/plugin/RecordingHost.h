@@ -13,8 +13,8 @@
 
 #include "FakeHost.h"
 
-// A host's side of the plug-in interface. Everything here writes the messages it gets into the thread's trace, in the
-// layer "host", so that they stand in order with the CGL and GL calls.
+// The host's side of the plug-in interface. Every object here records its messages in the thread's trace, in the layer
+// "host", so that they are in order with the CGL and GL calls.
 
 namespace pyrelux::test {
 
@@ -35,14 +35,14 @@ std::string textOf(NSString *string);
 
 }  // namespace pyrelux::test
 
-/// Keeps what is declared to it.
+/// Records the declarations.
 @interface RecordingCreation : NSObject <FxParameterCreationAPI> {
   std::vector<pyrelux::test::DeclaredParameter> *_declared;
 }
 - (std::vector<pyrelux::test::DeclaredParameter> &)declared;
 @end
 
-/// Hands out values that the test owns.
+/// Gives values that the test owns.
 @interface RecordingParameters : NSObject <FxParameterRetrievalAPI> {
   pyrelux::test::FakeParameters *_values;
 }
@@ -69,7 +69,7 @@ std::string textOf(NSString *string);
 - (void)setEdges:(pyrelux::TextureEdges)edges;
 @end
 
-/// What the tests send to a filter of whichever class.
+/// The messages that tests send to a filter of any class.
 @protocol TestedFilter <FxFilter, FxCustomParameterViewHost>
 - (instancetype)initWithAPIManager:(id<PROAPIAccessing>)apiManager;
 - (void)procSpecParamHeader:(id)sender;
@@ -77,7 +77,7 @@ std::string textOf(NSString *string);
 
 namespace pyrelux::test {
 
-/// The bundle that was built, loaded; and its class.
+/// Load the built bundle, and get its class.
 NSBundle *filterBundle();
 Class filterClass();
 
@@ -89,7 +89,7 @@ Field fieldOf(id object, const char *name) {
   return *reinterpret_cast<const Field *>(reinterpret_cast<const char *>(object) + ivar_getOffset(field));
 }
 
-/// An autorelease pool for the length of a block.
+/// An autorelease pool that drains in its destructor.
 class Pool {
  public:
   Pool() : pool_([[NSAutoreleasePool alloc] init]) {}
@@ -101,7 +101,7 @@ class Pool {
   NSAutoreleasePool *pool_;
 };
 
-/// A method of a class replaced by a function, for the length of a block.
+/// Replaces a method of a class by a function while the object lives.
 class ReplacedMethod {
  public:
   /// `replacement` takes the receiver, the selector and the message's arguments.

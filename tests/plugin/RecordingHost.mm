@@ -211,7 +211,7 @@ Class filterClass() {
 }
 
 - (id)apiForProtocol:(Protocol *)protocol {
-  // By name, since the filter's protocol object is another module's.
+  // By name, because the filter's protocol object belongs to another module.
   NSString *name = NSStringFromProtocol(protocol);
   trace("host", "apiForProtocol:", textOf(name).c_str());
   if ([name isEqualToString:@"FxParameterCreationAPI"]) return _creation;

@@ -12,7 +12,7 @@ namespace pyrelux::test {
 
 namespace {
 
-/// The file that is asked for; empty for the tree's own.
+/// The file that the environment names; empty for the tree's own.
 std::string namedFile() {
   const char *named = std::getenv("PYRELUX_VECTORS");
   return named ? named : "";
@@ -38,7 +38,7 @@ void apply(FakeParameters &parameters, std::uint32_t id, const json &value) {
     ADD_FAILURE() << "the file gives a value to the unknown parameter " << id;
 }
 
-/// What a file that leaves a parameter out means.
+/// The values of parameters that a file omits.
 void applyDeclaredDefaults(FakeParameters &parameters) {
   for (const json &row : vectorPart({"declaration"}))
     if (row.contains("default") && !row["default"].is_null())

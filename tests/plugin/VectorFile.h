@@ -19,11 +19,11 @@ const json &vectorPart(std::initializer_list<const char *> path);
 /// A number, with null as NaN.
 double number(const json &value);
 
-/// Numbers are equal to the bit, singles as well as doubles: the file's were worked out by the same steps in the same
-/// order, with the sines and powers of the same C library. NaN is equal to NaN.
+/// Numbers, in single or double precision, must have equal bits: the file's come from the same steps in the same order,
+/// with the same C library's sines and powers. NaN equals NaN.
 void expectNumber(const json &expected, double got, const std::string &where);
 
-/// Host values from a frame's "params"; what is not there keeps its declared default.
+/// Host values from a frame's "params"; missing ones have their declared defaults.
 FakeParameters parametersFrom(const json &params);
 
 /// A field of a snapshot under its name in the file: a number, or a list for colours and points.

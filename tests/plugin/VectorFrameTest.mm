@@ -13,7 +13,7 @@
 namespace pyrelux::test {
 namespace {
 
-/// What the host has to do with one frame; keys that the file leaves out have an ordinary host's values.
+/// A host's input for one frame; keys that the file omits have an ordinary host's values.
 struct HostFrame {
   explicit HostFrame(const json &host)
       : inWidth(host.value("inW", 320u)),
@@ -61,7 +61,7 @@ struct HostFrame {
     return texture;
   }
 
-  /// What the renderer makes of such images.
+  /// The geometry that the renderer reads from such images.
   FrameGeometry geometry() const {
     FakeImage output(outWidth, outHeight);
     FakeImage input(inWidth, inHeight);
@@ -72,7 +72,7 @@ struct HostFrame {
   }
 };
 
-/// One filter and the host's objects around it, for the frames of one case.
+/// One filter and its host's objects, for the frames of one case.
 class CaseRun {
  public:
   explicit CaseRun(std::string name)
@@ -83,7 +83,7 @@ class CaseRun {
         filter_([[filterClass() alloc] initWithAPIManager:manager_]) {}
 
   ~CaseRun() {
-    // Whatever surface a case leaves belongs to no other.
+    // A surface that one case leaves behind must not affect another.
     [filter_ frameCleanup];
     [filter_ release];
     [retrieval_ release];

@@ -37,7 +37,7 @@ TEST(vectors, Noise) {
                  where(entry));
 }
 
-/// Starts the generator so that its next value is `value`: the state before it is value / 16807 modulo 2^31 - 1.
+/// Seeds the generator so that its next value is `value`: the state before is value / 16807 modulo 2^31 - 1.
 void makeNextGeneratorValue(std::int64_t value) {
   constexpr std::int64_t modulus = 2147483647;
   std::int64_t inverse = 1;  // 16807 to the power of modulus - 2, by Fermat
@@ -190,8 +190,8 @@ TEST(vectors, InitOpenGl) {
   }
 }
 
-/// Each single-precision literal, seen through a result that it decides. 1e-13 is far below the 1e-9 by which the
-/// literals differ from the doubles of the same digits.
+/// Checks each single-precision literal by a result that depends on it. The tolerance of 1e-13 is far below the 1e-9 by
+/// which the literals differ from doubles with the same digits.
 TEST(vectors, Literals) {
   constexpr double close = 1e-13;
   const json &literals = vectorPart({"literals"});

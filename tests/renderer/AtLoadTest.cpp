@@ -11,9 +11,9 @@
 #include "FrameRender.h"
 #include "OffscreenSurface.h"
 
-// What new memory holds, so that memory that nobody has written to shows.
+// Every new block is filled with this byte, so that memory that nobody has written to is recognisable.
 #ifdef __SANITIZE_ADDRESS__
-// Filled by the sanitizer, whose own way of getting memory stays.
+// The sanitizer fills new memory; its allocator stays in use.
 constexpr unsigned char freshByte = 0xBE;
 #else
 constexpr unsigned char freshByte = 0xA5;
@@ -31,7 +31,7 @@ void operator delete(void *memory, std::size_t) noexcept { std::free(memory); }
 namespace pyrelux::test {
 namespace {
 
-/// What there is before any test renders or makes a surface.
+/// The state before any test renders or creates a surface.
 struct AtTheStart {
   std::vector<unsigned char> record;
   bool functionActive;

@@ -46,7 +46,7 @@ struct Shape {
   std::function<double(double)> formula;
 };
 
-/// By curve type. Written from the curves' names and trigonometric identities, not from the formulas in use.
+/// The expected curves, by type, from their names and trigonometric identities and not from the formulas under test.
 const Shape kShapes[17] = {
     {"constant", [](double) { return 1.0; }},
     {"linear rise", [](double u) { return u; }},

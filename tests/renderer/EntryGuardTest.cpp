@@ -9,12 +9,12 @@
 namespace pyrelux {
 namespace {
 
-/// Processor time that passes by `step` with every look at it. The guard takes a plain function, so it is global.
+/// A clock that advances by `step` at every reading. It is global, because the guard takes a plain function.
 struct FakeClock {
   std::int64_t now = 0;
   std::int64_t step = 50000;
   std::int64_t looks = 0;
-  std::int64_t clearAtLook = -1;  ///< the look at which the render inside leaves its body
+  std::int64_t clearAtLook = -1;  ///< the reading at which the render inside leaves its body
 };
 
 FakeClock fake;
@@ -66,7 +66,7 @@ TEST_F(EntryGuardTest, AWaitIsAFifthOfASecond) {
   fake.clearAtLook = 2;
   const EntryGuard guard(look);
   EXPECT_TRUE(guard.entered());
-  // Looks at 0, 1000, …, 200000.
+  // Readings at 0, 1000, …, 200000.
   EXPECT_EQ(fake.looks, 201);
 }
 
@@ -109,7 +109,7 @@ TEST_F(EntryGuardTest, GivesUpEvenWhenTheFlagIsClearedInTheLastWait) {
 }
 
 TEST_F(EntryGuardTest, WaitsEndWhereSinglesAreCoarserThanTheClock) {
-  // Above 2^24 a single can't hold every microsecond; a wait is then off by its spacing there, and still ends.
+  // Above 2^24 single precision can't represent every microsecond. A wait is then inexact, and still ends.
   for (const int power : {24, 25, 31, 40}) {
     for (const std::int64_t offset : {-1, 0, 1, 2, 3, 5}) {
       functionActive = true;

@@ -16,7 +16,7 @@ namespace {
 Refusals *refusals = nullptr;
 std::optional<GLint> virtualScreen;
 
-/// Formats of refused contexts: where their maker leaves them, they are freed here.
+/// Formats of refused contexts; freed here, because the code under test leaks them.
 std::vector<CGLPixelFormatObj> orphanedFormats;
 
 template <typename Function>

@@ -2,8 +2,8 @@
 
 namespace pyrelux::test {
 
-/// What CGL refuses to make while an object of this lives. The program's own CGL functions stand before those of the
-/// platform layer, and hand on whatever is not refused.
+/// Makes CGL refuse objects while this one lives. The test program's own CGL functions replace those of the platform
+/// layer and forward every call that they do not refuse.
 struct Refusals {
   bool pixelFormat = false;
   bool context = false;
@@ -15,7 +15,7 @@ struct Refusals {
   Refusals &operator=(const Refusals &) = delete;
 };
 
-/// The virtual screen that every context is on while an object of this lives.
+/// Puts every context on this virtual screen while the object lives.
 struct VirtualScreen {
   explicit VirtualScreen(int number);
   ~VirtualScreen();

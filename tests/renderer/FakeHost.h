@@ -11,7 +11,7 @@
 
 namespace pyrelux::test {
 
-/// Parameter values of a host's, the filter's defaults until they are changed. Keeps what was asked, and in what order.
+/// A host's parameter values: the filter's defaults until a test changes them. Records the calls in order.
 class FakeParameters : public ParameterSource {
  public:
   std::map<std::uint32_t, int> ints = {{kTongues, 6}, {kSourceMode, 0}, {kSteps, 40}, {kColorDepth, 0}};
@@ -26,7 +26,7 @@ class FakeParameters : public ParameterSource {
   std::map<std::uint32_t, Colour> colours = {
       {kColorInner, {1.0, 1.0, 0.0}}, {kColorCenter, {1.0, 0.5, 0.0}}, {kColorOuter, {1.0, 0.0, 0.0}}};
   std::map<std::uint32_t, Point> points = {{kPoint, {0.5, 0.5}}};
-  bool offered = true;             ///< whether the host has the values' interface
+  bool offered = true;             ///< whether the host offers the values' interface
   std::vector<std::string> asked;  ///< "open", then "int 14", "float 17", …
   std::vector<double> times;       ///< of every getter
 
@@ -46,7 +46,7 @@ class FakeParameters : public ParameterSource {
   }
 };
 
-/// An image of a host's, with every answer settable.
+/// A host's image; a test can set every answer.
 class FakeImage : public FrameImage {
  public:
   FakeImage(std::uint64_t imageWidth, std::uint64_t imageHeight)
@@ -85,7 +85,7 @@ inline Snapshot defaultSnapshot() {
   return readSnapshot(parameters, 0.0);
 }
 
-/// A tongue with what it shares with the others.
+/// A tongue and the steps that it shares with the others.
 struct WholeTongue : CommonSteps, Tongue {};
 
 /// The tongues of one frame.

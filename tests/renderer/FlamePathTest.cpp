@@ -16,7 +16,7 @@ using test::Phases;
 using test::tonguesOf;
 using test::WholeTongue;
 
-/// Tongue 0's speed: the second draw of the generator started at 0.
+/// Tongue 0's speed: the second draw after seeding with 0.
 constexpr double speedOfTongueZero = (28925691 % 71539) / 71539.0 * 0.75 + 0.25;
 
 std::vector<WholeTongue> tonguesAt(const Snapshot &snapshot, double time) {
@@ -124,7 +124,7 @@ TEST(FlamePath, TheTwoSidesOfWeightFallOffByTheSameShare) {
 }
 
 TEST(FlamePath, TheSidesOfWeightMeetAtZero) {
-  // The least weight either way already takes from its own end, and from no other.
+  // The smallest weight either way darkens its own end, and only that.
   Snapshot s = defaultSnapshot();
   s.tongues = 1.0;
   const double least = 1e-12;
@@ -209,7 +209,7 @@ TEST(FlamePath, WithoutWiggleTurbulenceAllTonguesBendAlike) {
   EXPECT_EQ(phases.wiggle, 1.75);
   for (const WholeTongue &tongue : tongues) {
     expectSamePath(tongue, tongues[0]);
-    // The bend is in proportion to the place along the tongue.
+    // The bend is proportional to the position along the tongue.
     const double bend = std::atan2(tongue.stepOffsetX[0], tongue.stepOffsetY[0]);
     EXPECT_NE(bend, 0.0);
     EXPECT_NEAR(std::atan2(tongue.stepOffsetX[20], tongue.stepOffsetY[20]), 0.5 * bend, 1e-15);
@@ -251,7 +251,7 @@ TEST(FlamePath, MoreTonguesLeaveTheFirstOnesAsTheyWere) {
 }
 
 TEST(FlamePath, TakesOneDrawForEachStepAfterThree) {
-  // What is left of the generator after a frame of one tongue is what seeding and 3 + 41 draws leave.
+  // The generator's state after a frame of one tongue is that after seeding and 3 + 41 draws.
   Snapshot s = defaultSnapshot();
   s.tongues = 1.0;
   tonguesAt(s, 5.0);
@@ -330,7 +330,7 @@ TEST(FlamePhases, AnAnimatedSpeedIsIntegratedOverTheFramesMade) {
 }
 
 TEST(FlamePhases, TheWiggleAdvancesBeforeOldFrameMoves) {
-  // Tongue 0 already sees the wiggle phase of this frame.
+  // Tongue 0 already uses this frame's wiggle phase.
   Snapshot s = defaultSnapshot();
   s.tongues = 1.0;
   s.turbAmount = 0.0;

@@ -42,7 +42,7 @@ class FlameQuadsTest : public ::testing::Test {
     return trace.takeCalls();
   }
 
-  /// The calls of one copy, as text; glColor4f left out.
+  /// The calls of one copy as text, without glColor4f.
   std::vector<std::string> corners(const WholeTongue &tongue, std::size_t copy = 0) {
     const std::vector<std::string> texts = TraceText()(draw(tongue));
     const auto first = texts.begin() + static_cast<std::ptrdiff_t>(2 + 9 * copy);
@@ -52,7 +52,7 @@ class FlameQuadsTest : public ::testing::Test {
   Snapshot snapshot = defaultSnapshot();
 };
 
-// Worked out elsewhere in 50 decimal digits. EXPECT_DOUBLE_EQ allows 4 ulps, about one for each rounding; the singles
+// Computed elsewhere with 50 decimal digits. EXPECT_DOUBLE_EQ allows 4 ulps, about one for each rounding; the singles
 // are equal, since none of them lies so close to the middle between two.
 TEST_F(FlameQuadsTest, ADefaultTongueHasItsBrightness) {
   const WholeTongue tongue = stillTongue(41);
@@ -169,7 +169,7 @@ TEST_F(FlameQuadsTest, ATongueOfSkippedCopiesIsStillAPrimitive) {
 
 TEST_F(FlameQuadsTest, AllCopiesOfAllTonguesSumToTheGlow) {
   snapshot.weight = 30.0;
-  // White throughout, so that every copy's share can be told from its tint.
+  // All white, so that a copy's tint tells its share.
   snapshot.inner = snapshot.centre = snapshot.outer = {1.0, 1.0, 1.0};
   Phases phases;
   const ColourRamp ramp = makeFlameRamp(snapshot.inner, snapshot.centre, snapshot.outer);
@@ -207,7 +207,7 @@ TEST_F(FlameQuadsTest, TonguesAreDrawnAlikeInAnyOrder) {
   const FlameQuads ordered = quads(tongues[0]);
   std::vector<std::vector<std::string>> inOrder;
   for (std::size_t i = 0; i < tongues.size(); ++i) inOrder.push_back(drawn(ordered, i));
-  // None of them begins with tongue 0.
+  // None of the orders begins with tongue 0.
   const FlameQuads shuffled = quads(tongues[0]);
   for (const std::size_t i : {5u, 2u, 4u, 0u, 1u, 3u}) EXPECT_EQ(drawn(shuffled, i), inOrder[i]) << "tongue " << i;
 }

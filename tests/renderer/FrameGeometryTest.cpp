@@ -1,4 +1,4 @@
-// What a frame's images say of their sizes.
+// Tests the sizes that readGeometry() takes from a frame's images.
 
 #include "FrameGeometry.h"
 

@@ -16,13 +16,13 @@
 
 namespace {
 
-/// What the C library's clock goes on by with every look at it; 0 for the real one, which counts processor time.
+/// The advance of the C library's clock at every reading; 0 for the real clock, which counts processor time.
 std::clock_t stepOfClock = 0;
 int looks = 0;
 
 }  // namespace
 
-// The program's own, before the C library's: 151 waits by the real one take half a minute of a processor.
+// Replaces the C library's function: 151 waits by the real clock take half a minute of processor time.
 std::clock_t clock() noexcept {
   static const auto real = reinterpret_cast<decltype(&clock)>(dlsym(RTLD_NEXT, "clock"));
   return stepOfClock == 0 ? real() : ++looks * stepOfClock;
@@ -87,7 +87,7 @@ TEST_F(FrameRenderTest, DrawsEveryTongueThenTheOutput) {
   EXPECT_EQ(phases.oldFrame, 3.0);
 }
 
-/// Look whether the render's body is guarded, whenever they are asked.
+/// Record at every call whether the guard is set.
 struct GuardedParameters : FakeParameters {
   int asked = 0, guarded = 0;
   void look() { ++asked, guarded += functionActive; }
@@ -167,7 +167,7 @@ TEST_F(FrameRenderTest, ExtentsAreTakenWithoutTheirSign) {
 }
 
 TEST_F(FrameRenderTest, CopiesAreTurnedInThePixelsAspect) {
-  // A turn by nothing leaves a copy where it is, unless the aspect is none: then all its corners are lost.
+  // A rotation by 0 leaves a copy in place. With an aspect of 0, infinity or NaN all its corners become NaN instead.
   const auto lostCorners = [this] {
     parameters.ints[kTongues] = 1;
     render();
@@ -229,7 +229,7 @@ TEST_F(FrameRenderTest, TheSourceCoversTheFlame) {
 }
 
 TEST_F(FrameRenderTest, TheOpacityIsTheNearestSingle) {
-  // Just below and just above the middle between two singles, where any change of the double shows.
+  // Just below and just above the middle between two single-precision numbers, where any change of the double shows.
   const float single = 0.1f;
   const float next = std::nextafter(single, 1.0f);
   const double middle = (static_cast<double>(single) + static_cast<double>(next)) / 2.0;

@@ -34,7 +34,7 @@ class OffscreenSurfaceTest : public ::testing::Test {
 };
 
 TEST_F(OffscreenSurfaceTest, StartsWithARecordThatIsNeverUsed) {
-  // Made when the program was loaded.
+  // Allocated when the program was loaded.
   EXPECT_NE(pbuffer, nullptr);
 }
 
@@ -210,7 +210,7 @@ TEST_F(OffscreenSurfaceTest, ClearingIsToTransparentBlack) {
   EXPECT_THAT(TraceText()(trace.takeCalls()), ElementsAre("glClearColor(0, 0, 0, 0)", "glClear(16640)"));
 }
 
-/// A point run through the matrices that the calls leave on the modelview stack, whose projection is the identity.
+/// Transforms a point by the modelview matrix that the calls leave; the projection is the identity.
 class Mapping {
  public:
   void apply(const Calls &calls) {
@@ -226,7 +226,7 @@ class Mapping {
   }
 
   std::array<double, 3> operator()(std::array<double, 3> point) const {
-    // A matrix multiplied on later acts on the point earlier; the projection acts last.
+    // The matrix that is multiplied last acts on the point first; the projection acts last.
     for (const auto *stack : {&modelview_, &projection_})
       for (auto volume = stack->rbegin(); volume != stack->rend(); ++volume)
         for (std::size_t axis = 0; axis < 3; ++axis) {

@@ -23,7 +23,7 @@ class PBufferTest : public ::testing::Test {
 
   void create(int bitDepth = 8, int flags = 0) { record = PBuffer_Create(host.handle(), 320, 180, bitDepth, flags); }
 
-  /// The calls since the last time, with the record's handles by name.
+  /// The calls since the previous call of this, with names for the record's handles.
   std::vector<std::string> calls() {
     std::map<const void *, std::string> names = {{host.handle(), "host"}};
     if (record) {
@@ -215,7 +215,7 @@ TEST_F(PBufferTest, DestroyOfNothingDoesNothing) {
   EXPECT_THAT(calls(), ElementsAre());
 }
 
-/// Every function on a record whose surface could not be made, with the host's context unharmed at the end.
+/// Calls every function on a record whose surface could not be made; the host's context survives.
 class RefusedPBufferTest : public PBufferTest {
  protected:
   void useUpAndDown() {

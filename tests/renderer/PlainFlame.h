@@ -7,9 +7,9 @@
 
 namespace pyrelux::test {
 
-/// The flame of one frame, worked out one tongue, one copy and one corner after the other in the plain order of the
-/// effect's definition, with nothing kept from one to the next. It shares no arithmetic with the renderer, so the two
-/// agree to the bit only when the renderer's shortcuts change no result.
+/// The flame of one frame, computed tongue by tongue, copy by copy and corner by corner in the plain order of the
+/// effect's definition, and keeping nothing between them. It shares no arithmetic with the renderer, so equal bits
+/// prove that the renderer's shortcuts change no result.
 struct PlainFlame {
   struct Copy {
     double stepPos, stepWeight, stepScale, stepOffsetX, stepOffsetY;
@@ -24,7 +24,7 @@ struct PlainFlame {
   std::vector<float> arguments;
 };
 
-/// `phases` moves on as the filter's do.
+/// Advances `phases` as the filter does.
 PlainFlame plainFlame(const Snapshot &snapshot, const FrameGeometry &geometry, double time, Phases &phases);
 
 }  // namespace pyrelux::test

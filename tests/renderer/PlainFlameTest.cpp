@@ -12,7 +12,7 @@
 namespace pyrelux::test {
 namespace {
 
-/// Where random frames start from; printed with every failure.
+/// The seed of random frames; printed with every failure.
 constexpr unsigned randomStart = 20260;
 
 template <typename Number>
@@ -42,7 +42,7 @@ class RandomScenes {
     p.floats[kWiggleTurbulence] = between(1, 100);
     p.floats[kDirection] = between(-3141, 3141);
     p.floats[kSpread] = between(0, 3.141592653589793);
-    // The ends of the weight skip a copy each, and 0 is where its two sides meet.
+    // Each end of the weight skips a copy; at 0 its two formulas meet.
     const double weights[] = {-100.0, 0.0, 100.0, between(-100, 100), between(-100, 100)};
     p.floats[kWeight] = weights[whole(0, 4)];
     for (const ParameterId id : {kColorInner, kColorCenter, kColorOuter}) p.colours[id] = colour();

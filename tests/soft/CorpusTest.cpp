@@ -1,6 +1,6 @@
 #include "CorpusReplay.h"
 
-// Named so by the build: each is its fuzzer's LLVMFuzzerTestOneInput.
+// Each is its fuzzer's LLVMFuzzerTestOneInput, which the build renames.
 extern "C" int runSoftCalls(const std::uint8_t *data, std::size_t size);
 extern "C" int runSoftDifference(const std::uint8_t *data, std::size_t size);
 

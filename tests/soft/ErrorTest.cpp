@@ -1,4 +1,4 @@
-// Which calls are errors, which error, and that a call in error changes nothing.
+// Which calls are errors, which error they set, and that such a call changes nothing.
 
 #include <functional>
 #include <limits>
@@ -20,7 +20,7 @@ struct Call {
 
 void PrintTo(const Call &call, std::ostream *out) { *out << call.name; }
 
-/// What the context's whole state does to a drawing: clear, a textured and a plain quad, and a read of odd width.
+/// A drawing that depends on all of the context's state: a clear, a textured and a plain quad, and a read of odd width.
 std::vector<std::uint8_t> probe() {
   glClear(GL_COLOR_BUFFER_BIT);
   drawQuad(Box{1, 1, 7, 5}, Box{0, 0, 3, 2});
@@ -32,7 +32,7 @@ std::vector<std::uint8_t> probe() {
   return bytes;
 }
 
-/// A screen with no piece of state at its default that could be moved away from it.
+/// A screen on which no state that can change is at its default.
 class SetScreen {
  public:
   SetScreen() : screen_(8, 6) {
@@ -174,7 +174,7 @@ std::string nameOf(const ::testing::TestParamInfo<Call> &call) { return call.par
 
 INSTANTIATE_TEST_SUITE_P(Calls, BadCall, ::testing::ValuesIn(badCalls), nameOf);
 
-/// A good call, at the wrong place; it would change what probe() sees, or what it returns into.
+/// A valid call in the wrong place. Its effect would change the result of probe().
 class CallInside : public ::testing::TestWithParam<Call> {};
 
 const Call callsInside[] = {

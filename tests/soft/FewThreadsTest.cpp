@@ -1,4 +1,4 @@
-// A system that gives a process no more threads. This program's calls of pthread_create() fail after the first few.
+// Tests a system that limits a process's threads: this program's calls of pthread_create() fail after the first few.
 
 #include <dlfcn.h>
 #include <errno.h>
@@ -32,7 +32,7 @@ extern "C" int pthread_create(pthread_t *thread, const pthread_attr_t *attribute
 namespace pyrelux::soft {
 namespace {
 
-// One test, as a process has one pool.
+// Only one test, because a process has one pool.
 TEST(FewThreads, DoTheWorkOfAll) {
   setenv("PYRELUX_THREADS", "64", 1);
   std::atomic<int> sum{0};

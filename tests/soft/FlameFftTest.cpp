@@ -1,4 +1,4 @@
-// Copies added up by transforms against the same copies added one by one.
+// Compares copies added up by transforms with the same copies added one by one.
 
 #include "FlameFft.h"
 
@@ -35,7 +35,7 @@ struct Size {
 /// is still 400 times finer than a level of 8 bits.
 constexpr double slack = 1e-5;
 
-/// The sums without any rounding to speak of.
+/// The sums in double precision.
 class ExactSums {
  public:
   ExactSums(const Pass &pass, const Pixels &before) : width_(before.width()), height_(before.height()) {
@@ -127,19 +127,19 @@ Pass makeFlame(Random &random, Picture picture, Samples samples, Size size, cons
   return pass;
 }
 
-/// Draws what can be drawn by transforms, and returns how many copies are left.
+/// Draws the copies that transforms can draw, and returns the number of the others.
 std::size_t addAnyway(const Pass &pass, Pixels &target, bool blank = false) {
   const TexturePlanes planes(*pass.texture, TexturePlanes::Floats);
   return addByFftAnyway(pass, planes, target, blank).size();
 }
 
-/// The copies that cover anything; the others are left over for whoever draws the rest.
+/// The number of copies that cover anything; addByFftAnyway() returns the others.
 void dropUnseen(Pass &pass) {
   const auto isUnseen = [](const Quad &quad) { return quad.x.first >= quad.x.end || quad.y.first >= quad.y.end; };
   pass.quads.erase(std::remove_if(pass.quads.begin(), pass.quads.end(), isUnseen), pass.quads.end());
 }
 
-/// By transforms against the exact sums, the reference and the kernels, on a target that holds `before`.
+/// Compares transforms with the exact sums, the reference and the kernels, on a target that contains `before`.
 void compare(Pass pass, const Pixels &before) {
   dropUnseen(pass);
   Pixels drawn = before;
@@ -150,7 +150,7 @@ void compare(Pass pass, const Pixels &before) {
   Pixels reference = before;
   drawByReference(pass, reference);
   ASSERT_LE(largestError(drawn, [&](int y, int i) { return reference.floatRow(y)[i]; }), allowed);
-  // Few copies at a time are never worth a transform.
+  // A transform never pays for few copies.
   Pixels direct = before;
   Pass one = pass;
   for (const Quad &quad : pass.quads) {
@@ -240,7 +240,7 @@ TEST(FlameFftCopies, CroppedScaledAndMirroredOnesAreLeft) {
                 {makeAxis(5.25, 25.25, 20, 0, 40), whole, white},
                 {makeAxis(4.25, 26.25, -1, 21, 40), whole, white}};
   EXPECT_EQ(addAnyway(pass, target), pass.quads.size());
-  // Cut by the target's bounds, it is none the less whole.
+  // A copy that the target's bounds cut off counts as whole.
   pass.quads = {{makeAxis(-3.25, 16.75, 0, 20, 40), whole, white}, {makeAxis(30.5, 50.5, 0, 20, 40), whole, white}};
   EXPECT_EQ(addAnyway(pass, target), 0u);
 }
@@ -264,7 +264,7 @@ TEST(FlameFftCopies, ValuesThatWouldSpreadAreLeft) {
 }
 
 TEST(FlameFftCopies, EveryQuarterPixelAtTheEndsIsExact) {
-  // An opaque picture of one value shows at once what is missing or too much at its edges.
+  // An opaque picture of one value shows any error at its edges.
   for (const Size size : {Size{1, 1}, Size{2, 1}, Size{5, 4}}) {
     const Pixels black(Samples::Float, 12, 9);
     Pass pass;
@@ -292,7 +292,7 @@ TEST(FlameFftCopies, ManyOfThemLeaveNothingBelowZero) {
     for (int i = 0; i < 800; ++i) ASSERT_GE(target.floatRow(y)[i], 0.0f);
 }
 
-/// Tongues of shifted copies, so many that they are drawn by transforms.
+/// Tongues of shifted copies, so many that transforms draw them.
 Pass largeFlame(const Pixels &target, int copies) {
   Random random(8);
   Pass pass = makeFlame(random, Picture::Opaque, Samples::Byte, {target.width(), target.height()}, target, 0);
@@ -313,7 +313,7 @@ TEST(FlameFftUse, AFlameOfManyCopiesIsDrawnByTransforms) {
   Pixels drawn(Samples::Float, 320, 180);
   addFlame(pass, drawn, true);
   EXPECT_TRUE(isSame(target, drawn));
-  // And one of few is not.
+  // A flame of few copies is not.
   const Pass small = largeFlame(target, 20);
   blank = true;
   EXPECT_EQ(addByFft(small, planes, target, blank).size(), 20u);
@@ -329,7 +329,7 @@ TEST(FlameFftUse, FiftyTonguesOfThreeHundredCopiesAreAsExactAsDrawnOneByOne) {
   Pixels drawn = black;
   ASSERT_EQ(addAnyway(pass, drawn), 0u);
 
-  // All copies at a few pixels, as looking at all would take minutes.
+  // Checks all copies at a few pixels, because all pixels would take minutes.
   constexpr int pixelsApart = 23;
   double largest = 0.0, error = 0.0, directError = 0.0;
   Pixels direct = black;
@@ -421,7 +421,7 @@ TEST(FlameFftDecision, TransformsLargerThanMemoryAreNotTaken) {
   EXPECT_FALSE(fftIsFaster(cost));
 }
 
-/// A checksum of a flame, as another process with that many threads draws it.
+/// The checksum of a flame that another process draws with that many threads.
 std::string checksumWith(int threads) {
   int ends[2];
   if (pipe(ends) != 0) return "no pipe";
@@ -476,7 +476,7 @@ TEST(FlameFftThreads, SeveralMayDrawAtOnce) {
   for (std::size_t i = 0; i < same.size(); ++i)
     threads.emplace_back([&, i] {
       for (int round = 0; round < 5; ++round) {
-        // Sizes of their own, so that plans come and go meanwhile.
+        // Each thread has its own sizes, so that plans are made and dropped meanwhile.
         transformPlans(16 * static_cast<int>(i + 1), 16 * (round + 1));
         Pixels drawn = black;
         addAnyway(pass, drawn);
@@ -499,7 +499,7 @@ TEST(FlameFftPlans, SizesAreTheNextThatAreFast) {
   EXPECT_EQ(fastTransformSize(1404), 1440);
 }
 
-/// What the program has allocated and not freed. Sanitizers count by themselves, and this is 0.
+/// The bytes that the program has allocated and not freed; 0 with a sanitizer, which replaces the allocator.
 std::size_t bytesInUse() {
   const struct mallinfo2 info = mallinfo2();
   return info.uordblks + info.hblkhd;
@@ -507,7 +507,7 @@ std::size_t bytesInUse() {
 
 TEST(FlameFftPlans, ManySizesInARowDoNotGrowMemory) {
   if (bytesInUse() == 0) GTEST_SKIP() << "NOT TESTED: this allocator does not count";
-  // So small that the store of recycled memory keeps nothing, and so many that no plan is found again.
+  // The sizes are too small for recycled memory, and too many for any plan to be kept.
   const auto drawAll = [] {
     for (int height = 84; height > 0; height -= 12)
       for (int width = 240; width > 0; width -= 4) {
@@ -515,7 +515,7 @@ TEST(FlameFftPlans, ManySizesInARowDoNotGrowMemory) {
         addAnyway(largeFlame(target, 20), target);
       }
   };
-  // FFTW notes some bytes for every size that is new to it.
+  // FFTW keeps some bytes for every new size.
   drawAll();
   const std::size_t before = bytesInUse();
   for (int round = 0; round < 3; ++round) drawAll();

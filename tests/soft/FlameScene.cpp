@@ -46,7 +46,7 @@ void drawOn(const Screen &, const FlameScene &scene) {
   EXPECT_EQ(glGetError(), GL_NO_ERROR);
 }
 
-/// What a copy takes from one direction for one pixel.
+/// The part of a pixel's sample that one direction of a copy determines.
 struct Taps {
   bool covered;
   bool atAnEdge;
@@ -56,7 +56,7 @@ struct Taps {
   double vertexError;  ///< in texels
 };
 
-/// How far a position may be off before it counts as unknown, in texels: a step of 8-bit filtering.
+/// The error of a position, in texels, from which it counts as unknown: a step of 8-bit filtering.
 constexpr double singlesSlack = 1.0 / 256;
 
 /// How far a filtered 8-bit texel may be off, in levels. Two interpolations in turn round to whole levels, half a level
@@ -134,7 +134,7 @@ std::vector<Exact> exactSums(const FlameScene &scene) {
       for (int x = 0; x < scene.width; ++x) {
         const Taps &s = columns[static_cast<std::size_t>(x)], &t = rows[static_cast<std::size_t>(y)];
         Exact *const pixel = &sums[(static_cast<std::size_t>(y) * scene.width + x) * 4];
-        // Near one of its lines, and within or near the other two.
+        // Near one of its edges, and within or near the other two.
         const bool atAnEdge = (s.atAnEdge && (t.covered || t.atAnEdge)) || (t.atAnEdge && s.covered);
         for (std::size_t c = 0; c < 4; ++c) {
           Exact &sum = pixel[c];

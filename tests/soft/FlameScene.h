@@ -7,7 +7,7 @@
 #include "Scenes.h"
 #include "Screen.h"
 
-// Random flames that any OpenGL can draw: copies of one picture, added up.
+// Random flames for any OpenGL: copies of one picture, added up.
 
 namespace pyrelux::soft::testing {
 
@@ -33,10 +33,10 @@ FlameScene makeScene(Random &random, Picture picture, int width, int height, int
 std::vector<std::uint8_t> drawLevels(const FlameScene &scene, std::int32_t backend);
 std::vector<float> drawFloats(const FlameScene &scene, std::int32_t backend);
 
-/// A sample as it is defined, without any backend.
+/// A sample computed from the definition, without any backend.
 struct Exact {
-  double sum = 0;          ///< 1.0 being full; may exceed it
-  double vertexSlack = 0;  ///< how far the sum may be off because corners come in single precision
+  double sum = 0;          ///< 1.0 is full; may exceed it
+  double vertexSlack = 0;  ///< the possible error of the sum because corners are in single precision
   bool atAnEdge = false;   ///< the pixel's centre is so near a copy's edge that either side is right
   /// A copy's texture runs so fast here that single precision can't tell where to sample: what rasterisers that step
   /// along in floats may take is anywhere near.

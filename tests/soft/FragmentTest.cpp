@@ -1,4 +1,4 @@
-// What becomes of a fragment: colours, blending, masks, clearing.
+// Tests the operations on fragments: colours, blending, masks, clearing.
 
 #include <cmath>
 #include <limits>
@@ -18,7 +18,7 @@ void fillWith(const Values &colour) {
   setColour(colour);
   drawQuad(Box{0, 0, 4, 4});
 }
-/// Levels as a colour that means exactly them.
+/// The colour whose levels are exactly these.
 Values asColour(const Levels &levels) {
   Values colour;
   for (std::size_t c = 0; c < 4; ++c) colour[c] = static_cast<float>(levels[c]) / 255.0f;
@@ -137,7 +137,7 @@ TEST(Colour, IsTheLastCornersWhenFlat) {
   corner(4, 2);
   glColor4f(0, 0, 1, 1);
   corner(0, 2);
-  // The next quad takes its last colour, not what came before.
+  // The next quad takes the colour of its last corner, not an earlier one.
   corner(0, 2);
   corner(4, 2);
   corner(4, 4);

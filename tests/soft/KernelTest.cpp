@@ -1,4 +1,4 @@
-// Every instruction set that this processor has, against one lane at a time.
+// Compares every instruction set of this processor with the scalar kernels.
 
 #include "Kernels.h"
 
@@ -37,7 +37,7 @@ class KernelTest : public ::testing::TestWithParam<const Kernels *> {
     }
   };
 
-  /// Lets this set and the scalar one add to the same sums, with `run(kernels, target)`, and compares what comes out.
+  /// Lets this set and the scalar one add to the same sums, by `run(kernels, target)`, and compares the results.
   template <typename Sum, typename Run, typename Compare>
   void both(const Sum *mask, Run run, Compare compare) {
     int count = 0;
@@ -63,7 +63,7 @@ class KernelTest : public ::testing::TestWithParam<const Kernels *> {
   }
 };
 
-/// A level as planes hold it.
+/// A level as planes store it.
 std::int8_t texelOf(int level) { return static_cast<std::int8_t>(level - 128); }
 
 TEST_P(KernelTest, UnitLevelsAreTheSameToTheBit) {
@@ -211,7 +211,8 @@ TEST_P(KernelTest, ScaledLevelsAreTheSameToTheBit) {
   }
 }
 
-/// Fused multiplications round once instead of twice: three of them on values up to 1, and the sum.
+/// The largest difference from the scalar kernels: fused operations round once instead of twice, three times and for
+/// the sum.
 constexpr float floatSlack = 4 * 1.2e-7f;
 
 TEST_P(KernelTest, UnitFloatsAreTheSameWithinRounding) {

@@ -1,4 +1,4 @@
-// Where vertices land: matrices, viewport, depth.
+// Tests the places of vertices: matrices, viewport, depth.
 
 #include <algorithm>
 #include <array>
@@ -13,7 +13,7 @@ namespace {
 
 using namespace testing;
 
-/// The pixels that are lit; end exclusive. All 0 when none is.
+/// The range of lit pixels, without its end; all 0 when none is lit.
 struct Lit {
   int x0 = 0, y0 = 0, x1 = 0, y1 = 0;
   int count = 0;
@@ -29,7 +29,7 @@ std::ostream &operator<<(std::ostream &out, const Lit &lit) {
 
 Lit box(int x0, int y0, int x1, int y1) { return {x0, y0, x1, y1, (x1 - x0) * (y1 - y0)}; }
 
-/// What a white quad lights on a cleared screen.
+/// The pixels that a white quad lights on a cleared screen.
 Lit litBy(const Screen &screen, const Box &place) {
   Screen::clear(0, 0, 0, 0);
   glColor4f(1, 1, 1, 1);
@@ -284,7 +284,7 @@ TEST(Coverage, PixelsBelongToTheQuadThatHoldsTheirCentre) {
   // Edges lie on a grid of 1/256 pixel, the nearest line: 0.43 and 0.64 of a step past the centre.
   EXPECT_EQ(litBy(screen, {2.5 + 1.0 / 600, 1, 6, 2}), box(2, 1, 6, 2));
   EXPECT_EQ(litBy(screen, {2.5 + 1.0 / 400, 1, 6, 2}), box(3, 1, 6, 2));
-  // Neighbours share an edge through centres: no pixel twice, none left out.
+  // Neighbours share an edge through pixel centres: each pixel belongs to exactly one.
   glEnable(GL_BLEND);
   glBlendFunc(GL_ONE, GL_ONE);
   Screen::clear(0, 0, 0, 0);

@@ -1,4 +1,4 @@
-// What happens where memory ends. This program's allocations of more than a limit fail while a test says so.
+// Tests failing allocations: while a test requests it, this program's allocations above a limit fail.
 
 #include <atomic>
 #include <cstddef>
@@ -38,7 +38,7 @@ namespace {
 
 using namespace testing;
 
-/// Allocations above 256 KiB fail for a block.
+/// Allocations above 256 KiB fail while this object lives.
 class LittleMemory {
  public:
   LittleMemory() { largestAllocation = 256 * 1024; }

@@ -1,4 +1,4 @@
-// Our OpenGL against Mesa's, on the same random scenes, and both against the exact sums.
+// Compares the soft backend with Mesa on the same random scenes, and both with the exact sums.
 
 #include <algorithm>
 #include <cmath>
@@ -16,7 +16,7 @@ using namespace testing;
 using platform::kBackendMesa;
 using platform::kBackendSoft;
 
-/// Skips aloud where Mesa can't be had, or fails when the environment insists on it.
+/// Skips with a message where Mesa is missing, or fails if the environment requires it.
 class WithMesa : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -55,7 +55,7 @@ class Flames : public WithMesa, public ::testing::WithParamInterface<std::tuple<
  protected:
   Picture picture() const { return std::get<0>(GetParam()).picture; }
   Size size() const { return std::get<1>(GetParam()); }
-  /// The same scenes on every run; large ones take long.
+  /// The same scenes on every run; large ones are slow.
   int starts() const { return size().width > 1000 ? 2 : 16; }
   FlameScene scene(int start) const {
     Random random(static_cast<unsigned>(start));
@@ -77,7 +77,7 @@ TEST_P(Flames, OnBytesDifferByNoMoreThanRounding) {
                std::to_string(pixel / flame.width) + " channel " + std::to_string(i % 4);
       };
       ++all;
-      // On an edge, either side is right.
+      // On an edge both sides are right.
       if (exact[i].atAnEdge) continue;
       ASSERT_GE(soft[i], exact[i].lowest) << place();
       ASSERT_LE(soft[i], exact[i].highest) << place();

@@ -20,7 +20,7 @@ GLuint makeLevel(int level) {
   return name;
 }
 
-/// What the bound rectangle texture shows; 255 without a complete one.
+/// The level that the bound rectangle texture shows; 255 without a complete one.
 int shown() {
   glEnable(rectangle);
   glColor4f(1, 1, 1, 1);
@@ -183,7 +183,7 @@ TEST(Sharing, ADeletedTextureLivesWhereItIsBound) {
   first.use();
   glDeleteTextures(1, &name);
   EXPECT_EQ(shown(), 255);
-  // The name is free at once: a new texture, while the old one goes on elsewhere.
+  // The name is free at once for a new texture; the old texture lives on in the other context.
   glBindTexture(rectangle, name);
   setFilter(rectangle, GL_NEAREST);
   upload(rectangle, 1, 1, picture({70}));

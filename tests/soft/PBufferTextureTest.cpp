@@ -1,4 +1,4 @@
-// Pbuffers whose image a texture shows, and the order in which all of it goes away.
+// Tests pbuffers whose image a texture shows, and the orders in which both can be destroyed.
 
 #include <memory>
 
@@ -249,7 +249,7 @@ TEST_P(ImageOf, IsNotDrawnIntoItself) {
 }
 
 TEST_P(ImageOf, PassesThroughChains) {
-  // Each surface shows the one before; none is flushed.
+  // Each surface shows the previous one; none is flushed.
   std::vector<std::unique_ptr<Screen>> chain;
   fillWith(source, green);
   const Screen *last = &source;

@@ -1,4 +1,4 @@
-// Quads: which are drawn, whichever corner comes first, and which are not.
+// Tests which quads are drawn, whichever corner comes first, and which are not.
 
 #include <limits>
 
@@ -17,7 +17,7 @@ struct Corner {
 
 using Corners = std::array<Corner, 4>;
 
-/// A texture of which every turn and mirror image looks different, and a place for it that is not whole.
+/// A texture whose turns and mirror images all differ, and a place for it with fractional coordinates.
 class Quads : public ::testing::Test {
  protected:
   Quads() {
@@ -172,7 +172,7 @@ TEST_F(Quads, UnfinishedAreDropped) {
   corner(12, 10);
   glEnd();
   EXPECT_EQ(screen.bytes(), expected);
-  // Its corners are gone: the next primitive begins anew.
+  // Its corners are dropped: the next primitive begins with none.
   EXPECT_EQ(drawn(upright), expected);
   EXPECT_EQ(glGetError(), GL_NO_ERROR);
 }

@@ -1,4 +1,4 @@
-// The fast rasteriser against the reference, on random scenes.
+// Compares the rasteriser with the reference on random scenes.
 
 #include "Rasteriser.h"
 
@@ -26,7 +26,7 @@ std::ostream &operator<<(std::ostream &out, const Difference &d) {
              << d.drawn;
 }
 
-/// The first sample that differs by more than `slack(expected)`; x is -1 when there is none.
+/// The first sample that differs by more than `slack(expected)`; x is -1 if none does.
 template <typename Slack>
 Difference firstDifference(const Pixels &expected, const Pixels &drawn, Slack slack) {
   const bool bytes = expected.samples() == Samples::Byte;
@@ -107,7 +107,7 @@ TEST_P(RandomScenes, OtherPassesAreTheReferenceToTheByte) {
       pass.blend = static_cast<Blend>(between(random, 0, 2));
       pass.filter = between(random, 0, 1) ? Filter::Linear : Filter::Nearest;
       if (between(random, 0, 2) == 0) pass.texture.reset();
-      // Such as the passes that lay a picture over the target one for one.
+      // Like the passes that draw a picture over the target, texel for pixel.
       if (pass.texture && between(random, 0, 1)) {
         pass.quads.resize(1);
         pass.quads[0].x = makeAxis(0, pass.texture->width(), 0, pass.texture->width(), size.width);
@@ -126,7 +126,7 @@ TEST_P(RandomScenes, OtherPassesAreTheReferenceToTheByte) {
 INSTANTIATE_TEST_SUITE_P(Starts, RandomScenes, ::testing::Range(1, 61));
 
 TEST(Rasteriser, CopiesAtAboutHalfTheirSizeAreTheReference) {
-  // There, what neighbouring pixels sample just fits into what kernels load at once, or just does not.
+  // There, the texels of neighbouring pixels just fit into one load of a kernel, or just do not.
   Random random(11);
   const auto texture = std::make_shared<Pixels>(makePicture(random, Picture::Noise, Samples::Byte, 400, 20));
   for (const Samples samples : {Samples::Byte, Samples::Float})
@@ -232,7 +232,7 @@ TEST(SharedPixels, ACopyOfATextureTakesNoPixelsOfItsOwnUntilItIsDrawnInto) {
     EXPECT_EQ(firstDifference(reference, *target, [](double) { return 1e-6; }).x, -1);
     EXPECT_EQ(firstDifference(before, *texture, [](double) { return 0.0; }).x, -1) << "the texture was drawn into";
 
-    // A blank target that shares pixels does not wipe them.
+    // A blank target does not clear pixels that it shares.
     std::shared_ptr<Pixels> cleared = std::const_pointer_cast<Pixels>(texture);
     blank = true;
     materialiseClear(cleared, blank);

@@ -1,4 +1,4 @@
-// What a quad sees of its texture, worked out by hand.
+// Compares the samples of quads with values computed by hand.
 
 #include <limits>
 
@@ -170,7 +170,7 @@ TEST(TwoDimensional, CoordinatesAreNormalised) {
   }
 }
 
-/// Whether a white quad with the texture bound shows white, so no texture.
+/// Whether a white quad with the texture bound is white, that is, untextured.
 bool drawsUntextured(const Screen &screen) {
   Screen::clear(0, 0, 0, 0);
   glColor4f(1, 1, 1, 1);

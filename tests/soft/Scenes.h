@@ -6,7 +6,7 @@
 
 #include "Pass.h"
 
-// Random textures, targets and passes. The same start gives the same scene.
+// Random textures, targets and passes. The same seed gives the same scene.
 
 namespace pyrelux::soft::testing {
 
@@ -86,7 +86,7 @@ inline Quad makeQuad(Random &random, const Pixels &texture, const Pixels &target
     double to = from + (high - low) * scale * texels;
     double textureFrom = low * texels, textureTo = high * texels;
     if (between(random, 0, 15) == 0) std::swap(textureFrom, textureTo);
-    // Through single precision, as vertices come.
+    // Rounded to single precision, like vertices.
     return makeAxis(static_cast<float>(from), static_cast<float>(to), static_cast<float>(textureFrom),
                     static_cast<float>(textureTo), pixels);
   };

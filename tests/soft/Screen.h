@@ -11,7 +11,7 @@
 
 #include "Backends.h"
 
-// Small surfaces to draw on through CGL and OpenGL, and words for what tests draw there.
+// Small surfaces for drawing through CGL and OpenGL, and functions for what tests draw there.
 
 namespace pyrelux::soft::testing {
 
@@ -42,7 +42,7 @@ inline CGLPBufferObj makePBuffer(int width, int height) {
   return pbuffer;
 }
 
-/// A pbuffer with a context of its own, current from its construction, transparent black, measured in pixels from its
+/// A pbuffer with a context of its own. It starts current and transparent black; its coordinates are pixels from its
 /// lower left corner.
 class Screen {
  public:
@@ -188,7 +188,7 @@ inline void upload(GLenum target, int width, int height, const std::vector<float
   glTexImage2D(target, 0, static_cast<GLint>(GL_RGBA32F_ARB), width, height, 0, GL_RGBA, GL_FLOAT, floats.data());
 }
 
-/// A picture from the values of one channel: the others are 255 less it, half of it, and 255.
+/// A picture from the values v of one channel; the others are 255 - v, v / 2 and 255.
 inline std::vector<std::uint8_t> picture(const std::vector<int> &levels) {
   std::vector<std::uint8_t> bytes;
   for (const int level : levels)
@@ -196,7 +196,7 @@ inline std::vector<std::uint8_t> picture(const std::vector<int> &levels) {
   return bytes;
 }
 
-/// Pixels of which no two neighbours and no two channels are alike.
+/// Pixels whose neighbours all differ, and whose channels all differ.
 inline std::vector<std::uint8_t> pattern(int width, int height) {
   std::vector<std::uint8_t> bytes;
   for (int y = 0; y < height; ++y)

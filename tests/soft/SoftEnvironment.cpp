@@ -1,4 +1,4 @@
-// What every test of the soft backend runs in.
+// The environment of every test of the soft backend.
 
 #include <gtest/gtest.h>
 #include <malloc.h>
@@ -10,9 +10,9 @@ namespace {
 class SoftEnvironment : public ::testing::Environment {
  public:
   void SetUp() override {
-    // Threads even where there is one core.
+    // Several threads, even on one core.
     setenv("PYRELUX_THREADS", "4", 0);
-    // Memory that is never zero by luck.
+    // Fresh memory that is never zero by chance.
     mallopt(M_PERTURB, 165);
   }
 };

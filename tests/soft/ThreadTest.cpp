@@ -1,4 +1,4 @@
-// Several threads at once: the pool has one caller's work under way, the others draw alone; textures are shared.
+// Tests several threads at once: the pool works for one caller, the others draw alone; contexts share textures.
 
 #include <atomic>
 #include <thread>
@@ -14,7 +14,7 @@ constexpr GLenum rectangle = GL_TEXTURE_RECTANGLE_EXT;
 constexpr int threadsAtOnce = 4;
 constexpr int rounds = 25;
 
-/// Runs `work(thread number)` on all threads, begun together.
+/// Runs `work(thread number)` on all threads, which start together.
 template <typename Work>
 void onThreads(Work work) {
   std::atomic<int> waiting{threadsAtOnce};
@@ -29,7 +29,7 @@ void onThreads(Work work) {
   for (std::thread &thread : threads) thread.join();
 }
 
-/// A flame in small: copies at their own size, scaled ones, and a pass over everything.
+/// A small flame: copies at their own size, scaled ones, and a pass over the whole surface.
 void drawFlame(int start) {
   glEnable(rectangle);
   glEnable(GL_BLEND);
@@ -93,7 +93,7 @@ TEST_P(Threads, ShareATextureThatNobodyChanges) {
 }
 
 TEST_P(Threads, GiveEachOtherImages) {
-  // As the filter and its host: one thread's surface is another's texture; each waits for the other's frame.
+  // Like a filter and its host: one thread's surface is the other's texture, and each waits for the other's frame.
   Screen producer(16, 16, {GetParam()});
   const Screen consumer(16, 16, {false, producer.context()});
   bindNewTexture();
@@ -115,7 +115,7 @@ TEST_P(Threads, GiveEachOtherImages) {
 }
 
 TEST_P(Threads, MayDrawASurfaceWhileAnotherLooksAtIt) {
-  // What is seen is some moment's image; nothing is torn between two pixels of one fill.
+  // Any moment's image is right, but all pixels must come from the same fill.
   const Screen target(32, 32, {false});
   const GLuint name = bindNewTexture();
   const Screen source(32, 32, {GetParam(), target.context()});
@@ -159,7 +159,7 @@ TEST(ThreadsAndNames, MakeBindFillAndDeleteAtOnce) {
 }
 
 TEST(ThreadsAndNames, OneTextureRefilledWhileOthersDrawIt) {
-  // GL leaves open which image a draw meets, not whether it is one of them.
+  // GL does not define which of the images a draw uses, but it uses one of them.
   for (const GLenum target : {GL_TEXTURE_RECTANGLE_EXT, GL_TEXTURE_2D}) {
     const Screen owner(1, 1);
     const GLuint name = bindNewTexture(target);
@@ -205,8 +205,7 @@ TEST(ThreadsAndContexts, SurfacesGoWhileOthersLookAtThem) {
 }
 
 TEST(ThreadsAndContexts, LetGoOfOneSurfaceAtOnce) {
-  // A texture that another context deleted goes when it is no longer bound here, by binding another or with the
-  // context.
+  // A texture that another context deleted lives here until another one is bound or the context is destroyed.
   const Screen source(4, 4);
   Screen::clear(0.2f, 0.2f, 0.2f, 0.2f);
   CGLSetCurrentContext(nullptr);

@@ -1,4 +1,4 @@
-// Pictures on their way in and out: uploads and reads, rows, kinds of samples, regions.
+// Tests uploads and reads: rows, kinds of samples, regions.
 
 #include <algorithm>
 #include <cmath>
@@ -19,7 +19,7 @@ void store(GLenum internalFormat, int width, int height, GLenum type, const void
   glTexImage2D(rectangle, 0, static_cast<GLint>(internalFormat), width, height, 0, GL_RGBA, type, pixels);
 }
 
-/// Lays the bound texture over the screen, texel for pixel.
+/// Draws the bound texture over the screen, texel for pixel.
 void show(const Screen &screen) {
   glEnable(rectangle);
   glColor4f(1, 1, 1, 1);
@@ -47,7 +47,7 @@ TEST_P(Rows, AreUnpackedByTheirAlignment) {
   for (std::size_t y = 0; y < height; ++y)
     std::copy_n(pixels.begin() + static_cast<std::ptrdiff_t>(y * rowBytes()), rowBytes(),
                 padded.begin() + static_cast<std::ptrdiff_t>(y * stride()));
-  // The last row has no padding behind it that could be read.
+  // There is no padding after the last row.
   padded.resize(stride() * (height - 1) + rowBytes());
   padded.shrink_to_fit();
   bindNewTexture();

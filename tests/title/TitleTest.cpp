@@ -34,7 +34,7 @@ int alphaAt(const Image &picture, int x, int y) {
   return picture.asBytes()[(static_cast<std::size_t>(y) * picture.width() + x) * 4 + 3];
 }
 
-/// The smallest rectangle around all ink, in pixels; right and bottom are beyond it.
+/// The smallest rectangle around all ink, in pixels; right and bottom are one past its end.
 struct Ink {
   int left = pictureWidth;
   int top = pictureHeight;
@@ -201,7 +201,7 @@ TEST(Title, InAnUnknownFontIsDrawnInAnother) {
   const DrawnTitle drawn = drawTitle(titleOf("FIRE", "Nowhere Grotesk Bold 40"));
   EXPECT_THAT(drawn.remarks, ElementsAre(AllOf(HasSubstr("no font 'Nowhere Grotesk'"), HasSubstr("is used instead"))));
   EXPECT_GT(inkOf(drawn.picture).width(), 0);
-  // One of several is enough, and so is a name for a kind of fonts.
+  // One installed family of several is enough, and so is an alias.
   for (const char *font : {"Nowhere,DejaVu Sans 40", "Sans 40", "serif 40", "40", "Bold"})
     EXPECT_THAT(drawTitle(titleOf("FIRE", font)).remarks, IsEmpty()) << font;
 }

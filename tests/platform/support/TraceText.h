@@ -15,14 +15,14 @@ using Calls = std::vector<platform::TraceCall>;
 
 inline std::string numberText(double number) {
   char text[32];
-  // Nine digits tell every single from the next; whole numbers such as backend ids are written out.
+  // Nine digits distinguish all single-precision numbers; whole numbers such as backend ids have all their digits.
   const bool whole = number == static_cast<double>(static_cast<std::int64_t>(number));
   std::snprintf(text, sizeof text, whole ? "%.0f" : "%.9g", number);
   return text;
 }
 
-/// Writes recorded calls as a person would, so that whole streams can be compared and read: "glBlendFunc(1, 771)".
-/// Handles show under the names given to them, null as "null", any other as "?".
+/// Writes recorded calls as text, such as "glBlendFunc(1, 771)", so that whole streams can be compared and read.
+/// Handles appear under the names given to them, null as "null", any other as "?".
 class TraceText {
  public:
   explicit TraceText(std::map<const void *, std::string> handles = {}) : handles_(std::move(handles)) {}
