@@ -11,8 +11,7 @@ namespace pyrelux {
 /// Flames are light: their colour is brighter than their alpha, and on float surfaces alpha itself exceeds 1. Every
 /// kind first limits alpha to 0 .. 1; NaN becomes 0.
 enum class AlphaUse {
-  /// Straight alpha that loses no light: A' = max(A, R, G, B), at most 1, and colour = premultiplied / A'. Over black
-  /// it
+  /// Straight alpha that loses no light: A' = max(A, R, G, B), at most 1; colour = premultiplied / A'. Over black it
   /// gives the premultiplied picture, limited to 1.
   Straight,
   /// Straight alpha as drawn; colour is limited to it.

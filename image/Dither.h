@@ -9,8 +9,7 @@ namespace pyrelux {
 /// levels do not change.
 ///
 /// The thresholds form an additive recurrence in two dimensions. Its steps are the powers -1 and -2 of the plastic
-/// number (x^3 = x + 1) modulo 1, here in units of 2^-32: neighbouring thresholds are far apart, and no pattern
-/// repeats.
+/// number (x^3 = x + 1) modulo 1, here in units of 2^-32: neighbours differ much, and no pattern repeats.
 inline float ditherThreshold(int x, int y) {
   const std::uint32_t place = static_cast<std::uint32_t>(x) * 3242174889u + static_cast<std::uint32_t>(y) * 2447445414u;
   // Within 2^-8 .. 1 - 2^-8, so that an error in the last bits of 255 v does not change an exact level.

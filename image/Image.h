@@ -64,8 +64,7 @@ void flipRows(Image &image);
 /// Sets alpha to 1 everywhere; does not change colour.
 void makeOpaque(Image &image);
 
-/// Multiplies the colour of four-byte pixels by alpha and rounds it to the nearest level. Both pointers may be the
-/// same.
+/// Multiplies the colour of four-byte pixels by alpha, rounded to the nearest level. Both pointers may be the same.
 void premultiply(const std::uint8_t *straight, std::uint8_t *premultiplied, std::size_t pixels);
 
 /// The same picture with premultiplied alpha; a copy if it is premultiplied already.

@@ -18,8 +18,7 @@ struct ParameterRow {
   ParameterId id;
   RowKind kind;
   const char *key;          ///< of the name in the bundle's string table; the header's is the name itself
-  double defaults[3] = {};  ///< one value; red, green, blue (0 .. 1); x, y (normalised); or an entry's index. Angles
-                            ///< are in degrees
+  double defaults[3] = {};  ///< a value (angles in degrees); red, green, blue; x, y; or the index of an entry
   double minimum = 0.0;     ///< of the value and of the slider; angles are in radians
   double maximum = 0.0;
   double delta = 0.0;           ///< the slider's step

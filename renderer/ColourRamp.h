@@ -33,8 +33,7 @@ class ColourRamp {
   Colour gain_[capacity];
 };
 
-/// The flame's ramp: `inner` on the source, `centre` halfway along the tongue, `outer` at its far end. Colours are
-/// 0 .. 1.
+/// The flame's ramp of colours (0 .. 1): `inner` on the source, `centre` halfway along the tongue, `outer` at its end.
 ColourRamp makeFlameRamp(const Colour &inner, const Colour &centre, const Colour &outer);
 
 /// Bends u (0 .. 1) by a stop's bias (0 .. 1); 0 stays 0 and 1 stays 1.

@@ -12,8 +12,7 @@ extern bool functionActive;
 /// the process's processor time, and gives up after 151 steps.
 class EntryGuard {
  public:
-  /// Waits until no render is inside, and enters. `processorClock` returns the process's processor time in
-  /// microseconds.
+  /// Waits until no render is inside, and enters. `processorClock` returns processor time in microseconds.
   explicit EntryGuard(std::clock_t (*processorClock)() = std::clock);
   /// Leaves, if this render entered.
   ~EntryGuard();

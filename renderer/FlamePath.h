@@ -42,8 +42,7 @@ struct Tongue {
   double stepOffsetY[CommonSteps::capacity];  ///< in units of the image's height
 };
 
-/// The place of every copy of a frame. Thread: one at a time on a thread, because it seeds the thread's random
-/// generator.
+/// The place of every copy of a frame. Thread: any; seeds the calling thread's random generator.
 class FlamePath {
  public:
   /// Advances the phases to `timeFrames` and computes what all tongues share. Keeps a reference to the snapshot.

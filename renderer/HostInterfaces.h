@@ -24,8 +24,7 @@ class ParameterSource {
  public:
   virtual ~ParameterSource() = default;
 
-  /// Asks the host for the interface to the values; false when it offers none. The render calls it once, before any
-  /// getter.
+  /// Asks the host for the interface to the values; false when it offers none. Called once, before any getter.
   virtual bool open() = 0;
 
   virtual int intValue(std::uint32_t id, double timeFrames) = 0;

@@ -38,8 +38,7 @@ struct Snapshot {
 /// Reads all 24 values from the host, always in the same order. `timeFrames` is in frames.
 Snapshot readSnapshot(ParameterSource &parameters, double timeFrames);
 
-/// Flips crops and direction if `origin` (FrameGeometry's) is the top left, because such an output shows everything
-/// upside down.
+/// Flips crops and direction for an output with the origin at the top left, which shows everything upside down.
 void fixOrientation(Snapshot &snapshot, double origin);
 
 }  // namespace pyrelux

@@ -18,8 +18,7 @@ enum class Composition {
 /// The composition that a user's text names, "over" or "fire"; nothing for any other text.
 std::optional<Composition> readComposition(const std::string &text);
 
-/// Converts between a host's frames, 8-bit with straight alpha, and the filter's. Thread: one at a time for each
-/// object.
+/// Converts between a host's frames, 8-bit with straight alpha, and the filter's. Thread: one at a time.
 class Canvas {
  public:
   /// Premultiplies `input`, calls `draw`, and composes the result into `output`. `draw` makes its second image,

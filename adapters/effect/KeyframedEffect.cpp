@@ -10,8 +10,7 @@ namespace pyrelux::adapters {
 
 namespace {
 
-/// Hosts with several threads render frames nearly in order. With a few runs at different frames, one is always close
-/// behind.
+/// Hosts with several threads render frames nearly in order; of a few runs at different frames, one is close behind.
 constexpr std::size_t maxRuns = 8;
 
 }  // namespace

@@ -19,14 +19,12 @@ class Frei0rInstance {
   /// std::runtime_error when the host's rows are padded in an unknown way.
   Frei0rInstance(int width, int height);
 
-  /// Sets and reads the parameter number `index`; `value` points at frei0r's type for it. Ignores other numbers and
-  /// null.
+  /// Set and get the parameter number `index`; `value` points at frei0r's type for it. They ignore invalid arguments.
   void set(const void *value, int index);
   void get(void *value, int index);
 
   /// Draws a frame. `time` is in the host's unit. `input` and `output` have the host's rows, from the top, of red,
-  /// green, blue and straight alpha. If the frame can't be drawn, `output` gets the input, and the first such frame
-  /// complains.
+  /// green, blue and straight alpha. A frame that can't be drawn becomes the input; the first one complains.
   void update(double time, const std::uint32_t *input, std::uint32_t *output) noexcept;
 
  private:

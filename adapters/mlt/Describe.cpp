@@ -34,8 +34,7 @@ constexpr char outputTakes[] = "over: the fire over the source; fire: the fire a
 /// Whether the parameter is the adapter's own; only such parameters have no id.
 bool isOwn(const ParameterDeclaration &declaration) { return declaration.id == 0; }
 
-/// The declarations behind the MLT filter's properties: the filter's parameters that have a value, and the adapter's
-/// own.
+/// The declarations for the MLT filter's properties: the filter's parameters with a value, and the adapter's own.
 std::vector<ParameterDeclaration> declarationsOfProperties(const host::ParameterSet &parameters) {
   std::vector<ParameterDeclaration> result;
   for (const ParameterDeclaration &declaration : parameters.declarations())

@@ -4,8 +4,7 @@
 
 namespace pyrelux::platform {
 
-/// Sends the thread's GL calls to a context's table. With null they do nothing, or go to the thread's recorder if there
-/// is one.
+/// Sends the thread's GL calls to a context's table. With null they go to the thread's recorder, if any, or do nothing.
 void setCurrentDispatch(const PyreluxGLDispatch *dispatch);
 
 /// The functions that do nothing and return zero.

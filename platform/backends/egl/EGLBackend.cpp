@@ -8,8 +8,7 @@
 #include "EGLLibrary.h"
 
 // The storage of a pbuffer is a framebuffer object with a rectangle texture, and not one of EGL's pbuffers. Therefore
-// its image reaches the filter's texture by a copy inside the driver, floats are not clamped, and freeing it frees
-// everything.
+// its image reaches the filter's texture by a copy inside the driver, and floats are not clamped.
 
 namespace pyrelux::platform {
 

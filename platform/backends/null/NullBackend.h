@@ -11,8 +11,7 @@ Backend &nullBackend();
 /// The functions of the null backend's contexts.
 const PyreluxGLDispatch &nullDispatch();
 
-/// A context that calls `dispatch` and whose surfaces have no storage, for backends that draw nothing. Keeps a
-/// reference.
+/// A context that calls `dispatch`, to which it keeps a reference, and whose surfaces have no storage.
 std::unique_ptr<Context> makeHollowContext(const PyreluxGLDispatch &dispatch);
 
 }  // namespace pyrelux::platform

@@ -25,8 +25,7 @@ namespace pyrelux::soft {
 class SoftContext;
 struct TextureObject;
 
-/// The objects that a group of contexts shares. The mutex protects these objects and the surfaces of the group's
-/// contexts.
+/// The objects that a group of contexts shares. The mutex protects them and the surfaces of the group's contexts.
 struct ShareGroup {
   std::mutex mutex;
   GLuint lastName = 0;

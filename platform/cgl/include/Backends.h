@@ -20,13 +20,11 @@ enum BackendId : std::int32_t {
   kBackendMesa = 0x50590005,       ///< OpenGL through EGL on the processor, by Mesa
 };
 
-/// Empty when the backend can draw on this machine; otherwise one sentence that says why not and what to do. Thread:
-/// any.
+/// Empty when the backend can draw here; otherwise one sentence that says why not and what to do. Thread: any.
 PYRELUX_PLATFORM std::string backendUnavailable(std::int32_t backendId);
 
-/// Process-wide lock around creating, using and destroying filters and contexts, because a filter draws for one host at
-/// a time. Deliberate: the lock is here because a process may contain several copies of the host, but only one of this
-/// library.
+/// Process-wide lock around creating, using and destroying filters and contexts, because filters draw one at a time.
+/// Deliberate: it is here because a process may contain several copies of the host, but only one of this library.
 PYRELUX_PLATFORM std::mutex &filterMutex();
 
 /// The number of quads that this process has drawn with the null backend. Thread: any.

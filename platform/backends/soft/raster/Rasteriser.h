@@ -15,8 +15,7 @@ namespace pyrelux::soft {
 /// nothing was drawn.
 ///
 /// Ownership: pixels may have several owners, none of which changes them. A target that becomes a copy of a texture
-/// shares the texture's pixels; a target with shared pixels gets pixels of its own before anything else is drawn into
-/// it.
+/// shares the texture's pixels; a target with shared pixels gets its own before anything else is drawn.
 void draw(const std::vector<Pass> &passes, std::shared_ptr<Pixels> &target, bool &blank);
 
 /// Fills a blank target with transparent black, so that its pixels can be read. Does nothing when `blank` is false.

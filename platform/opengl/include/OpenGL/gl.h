@@ -1,7 +1,6 @@
 #pragma once
 
-// The part of the OpenGL framework's <OpenGL/gl.h> that the filter and its hosts use, for platforms without that
-// framework.
+// The part of the OpenGL framework's <OpenGL/gl.h> that filter and hosts use, for platforms without that framework.
 //
 // Each function is inline and calls through the dispatch table of the thread's current context, as in CGL. Therefore
 // one process can draw with several backends, and no exported symbol named gl… can replace another library's functions

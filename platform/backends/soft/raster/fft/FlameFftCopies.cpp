@@ -14,8 +14,7 @@ int texelAtPixel0(const Axis &axis) { return static_cast<int>((axis.start - axis
 /// Whether the axis covers every pixel between the centres of the end texels, and at most one more at either end.
 bool showsAll(const Axis &axis, int texels, int pixels) {
   if (!axis.isUnit() || axis.first >= axis.end) return false;
-  // The pixels that lie half inside: at `low` the right one of the two texels is the first, at `high` the left one is
-  // the last.
+  // The pixels half inside: at `low` the right one of their two texels is the first, at `high` the left one the last.
   const int low = -1 - texelAtPixel0(axis);
   const int high = low + texels;
   const auto isAt = [&](int pixel, int end) { return pixel == std::clamp(end, 0, pixels); };
@@ -42,8 +41,7 @@ void includeOffset(Span &span, int offset) {
   span.kernelSize = end - span.kernelFirst;
 }
 
-/// Trims empty cells off both ends of a span's box. `anything(first, last)` tells whether texels may be other than
-/// zero.
+/// Trims empty cells off both ends of a span's box. `anything(first, last)` tells whether texels may be nonzero.
 template <typename Anything>
 void trimBox(Span &span, int texels, int cell, Anything anything) {
   int first = 0, end = texels;

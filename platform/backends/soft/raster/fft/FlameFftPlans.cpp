@@ -33,8 +33,7 @@ struct KeptPlans {
 }  // namespace
 
 int fastTransformSize(int atLeast) {
-  // FFTW has no vector code for odd sizes; with few factors of 2 a transform takes up to three times as long as a
-  // larger one.
+  // FFTW has no vector code for odd sizes; with few factors of 2 a transform takes up to three times as long.
   constexpr int unit = 16;
   int units = std::max(1, (atLeast + unit - 1) / unit);
   while (!isSmooth(units)) ++units;

@@ -2,16 +2,13 @@
 // file once, in an unnamed namespace, so that the linker never merges code for one instruction set with another's. For
 // the same reason nothing here may call a library function.
 //
-// Each set supplies Words, a vector of wordLanes 16-bit lanes, and Floats, a vector of floatLanes single-precision
-// lanes:
-//  - for Words: loadTexels (widens signed bytes), loadWords, storeWords, broadcastWords, + - &, addSaturated
+// Each set supplies Words, a vector of wordLanes 16-bit lanes, and Floats, a vector of floatLanes floats.
+//  - For Words: loadTexels (widens signed bytes), loadWords, storeWords, broadcastWords, + - &, addSaturated
 //  (unsigned),
-//    multiplyRounded: (a * b + 2^14) >> 15
-//  - for Floats: loadTexels (forces the load into a register: compilers would load a second time what crosses two lines
-//  of
-//    the cache), loadFloats, storeFloats, broadcastFloats, - *, multiplyAdd(a, b, c): a * b + c, gatherFloats(row,
-//    taps)
-//  - for both: sampleNarrow(row, columns, x), the samples of a narrow table for the lanes from pixel x on
+//    multiplyRounded: (a * b + 2^14) >> 15.
+//  - For Floats: loadTexels (forces the load into a register; compilers would load again what crosses two cache lines),
+//    loadFloats, storeFloats, broadcastFloats, - *, multiplyAdd(a, b, c): a * b + c, gatherFloats(row, taps).
+//  - For both: sampleNarrow(row, columns, x), the samples of a narrow table for the lanes from pixel x on.
 
 /// Blends from a towards b. With f = fraction / 128: a + ((f * (b - a) + 128) >> 8).
 inline Words lerp(Words a, Words b, Words fraction) { return a + multiplyRounded(b - a, fraction); }

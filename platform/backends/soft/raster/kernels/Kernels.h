@@ -41,8 +41,7 @@ struct UnitFloats {
   float tints[4];
 };
 
-/// The places along a row where a strip of a copy at another size samples. Taps count from the lowest one, texel
-/// `base`.
+/// The places along a row where a strip of a copy at another size samples. Taps count from texel `base`, the lowest.
 struct LevelColumnTable {
   int base;
   std::uint16_t taps[stripWidth];
@@ -84,8 +83,7 @@ struct ScaledFloats {
 
 struct Kernels {
   const char *name;  ///< its value of PYRELUX_SIMD
-  /// Add `count` copies, whose rows of texels are `stride` texels apart. One call with several copies is faster than
-  /// several calls.
+  /// Add `count` copies, whose rows of texels are `stride` texels apart. One call is faster than several.
   void (*unitLevels)(const UnitLevels *, int count, std::ptrdiff_t stride, const LevelTarget &);
   void (*scaledLevels)(const ScaledLevels *, int count, std::ptrdiff_t stride, const LevelTarget &);
   void (*unitFloats)(const UnitFloats *, int count, std::ptrdiff_t stride, const FloatTarget &);

@@ -49,8 +49,7 @@ enum class Blend {
   Over,     ///< source + destination * (1 - source alpha)
 };
 
-/// Quads, in drawing order, that share everything except place and colour. Without a texture they draw their colour
-/// alone.
+/// Quads, in drawing order, that share everything except place and colour. Without a texture they draw their colour.
 struct Pass {
   std::shared_ptr<const Pixels> texture;  ///< addressed in texels, clamped to its edges
   Filter filter = Filter::Linear;
