@@ -4,40 +4,25 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <exception>
 #include <iostream>
-#include <nlohmann/json.hpp>
+#include <new>
+#include <string>
 #include <system_error>
 
-#include "Choices.h"
-#include "CommandLine.h"
 #include "Commands.h"
-#include "Completion.h"
 #include "ExitCodes.h"
-#include "HelpFormatter.h"
-#include "HostError.h"
-#include "ManPage.h"
 #include "MediaErrors.h"
 #include "Message.h"
-#include "ParameterList.h"
-#include "UsageError.h"
+#include "Parser.h"
+#include "ValueError.h"
 
 namespace {
 
 int fail(const std::string &message, int exitCode) {
   pyrelux::cli::say(message);
   return exitCode;
-}
-
-/// Foundation for Linux reads the arguments too, and finds no bundle any more after one that is not UTF-8.
-void requireUtf8(const std::string &argument) {
-  try {
-    nlohmann::json(argument).dump();
-  } catch (const nlohmann::json::type_error &) {
-    throw pyrelux::cli::UsageError("'" + argument + "' is not UTF-8");
-  }
 }
 
 /// A file must not get the number of a standard stream that is closed: what is printed would end up in the file.
@@ -74,88 +59,13 @@ std::string remedyFor(const std::system_error &error) {
   return error.what();
 }
 
-/// CLI11's message without what it adds on further lines.
-std::string firstLine(const std::string &text) { return text.substr(0, text.find('\n')); }
-
 int run(int argc, char **argv) {
   using namespace pyrelux::cli;
-  CLI::App app("Sets titles, logos and mattes on fire.", "pyrelux");
-  app.set_version_flag("--version", "pyrelux " PYRELUX_VERSION, "Print the version and exit");
-  app.set_help_flag("-h,--help", "Print this help and exit");
-  app.require_subcommand(1);
-  app.footer(broken(exitCodesText(), helpWidth));
-  app.formatter(std::make_shared<HelpFormatter>());
-  int exitCode = 0;
-
-  RenderOptions options;
-  CLI::App *renderCommand = app.add_subcommand("render", "Burn a picture, a sequence or a movie");
-  addRenderOptions(*renderCommand, options);
-  renderCommand->footer(parametersHelp);
-  renderCommand->callback([&] { exitCode = render(options); });
-
-  SheetOptions sheetOptions;
-  CLI::App *sheetCommand = app.add_subcommand("sheet", "Draw one frame with many settings, side by side");
-  addSheetOptions(*sheetCommand, sheetOptions);
-  sheetCommand->callback([&] { exitCode = drawSheet(sheetOptions); });
-
-  bool json = false;
-  CLI::App *parametersCommand =
-      app.add_subcommand("parameters", "List the effect's parameters in the inspector's order");
-  CLI::Option *asJson = parametersCommand->add_flag("--json", json, "As JSON");
-  bool schema = false;
-  parametersCommand->add_flag("--schema", schema, "As a JSON Schema of the files that 'render --project' takes")
-      ->excludes(asJson);
-  parametersCommand->callback([&] { exitCode = schema ? printProjectSchema() : listParameters(json); });
-
-  bool presetsAsJson = false;
-  CLI::App *presetsCommand = app.add_subcommand("presets", "List the looks that --preset takes");
-  presetsCommand->add_flag("--json", presetsAsJson, "As JSON, with their settings");
-  presetsCommand->callback([&] { exitCode = listPresets(presetsAsJson); });
-
-  std::string manifest;
-  CLI::App *verifyCommand = app.add_subcommand("verify", "Check that a rendered sequence is as it was rendered");
-  verifyCommand
-      ->add_option("MANIFEST", manifest,
-                   "What render left beside the pictures: fire.png.manifest.jsonl for fire.%04d.png")
-      ->type_name("")
-      ->required();
-  verifyCommand->callback([&] { exitCode = verify(manifest); });
-
-  std::string shell;
-  CLI::App *completionCommand = app.add_subcommand("completion", "Print a script that completes command lines");
-  CLI::Option *shellOption =
-      completionCommand->add_option("SHELL", shell, "For which shell: bash, zsh or fish")->required();
-  takesOneOf(shellOption, shellNames(), "REQUIRED");
-  completionCommand->callback([&] { std::cout << completionScript(shell, describe(app, settableParameters())); });
-
-  // Hidden: the page is installed, and who builds it knows.
-  CLI::App *manCommand = app.add_subcommand("man", "Print the manual page")->group("");
-  manCommand->callback([&] {
-    const auto parameters = settableParameters();
-    std::cout << manPage(describe(app, parameters), parameters);
-  });
-
-  std::string infoBackend = "auto";
-  CLI::App *infoCommand = app.add_subcommand("info", "Tell the version, what draws, and which bundle was found");
-  addBackendOption(*infoCommand, infoBackend);
-  infoCommand->callback([&] { exitCode = info(infoBackend); });
-
-  for (int index = 1; index < argc; ++index) requireUtf8(argv[index]);
-  if (argc > 1) {
-    // Named here, since the library only says that a command is missing.
-    const std::string first = argv[1];
-    const bool option = first.rfind('-', 0) == 0;
-    const auto commands = app.get_subcommands([&](const CLI::App *command) { return command->get_name() == first; });
-    if (option ? !app.get_option_no_throw(first) : commands.empty())
-      throw UsageError(std::string("there is no ") + (option ? "option '" : "command '") + first +
-                       "'; see 'pyrelux --help'");
-  }
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError &error) {
-    if (error.get_exit_code() != 0) return fail(firstLine(error.what()) + "; see 'pyrelux --help'", usageExit);
-    exitCode = app.exit(error);
-  }
+  Program program{"pyrelux", "Sets titles, logos and mattes on fire.", programOptions(), {}};
+  program.commands = {renderCommand(),  sheetCommand(),      parametersCommand(),
+                      presetsCommand(), verifyCommand(),     completionCommand(program),
+                      infoCommand(),    manCommand(program), optionsCommand(program)};
+  const int exitCode = runCommand(program, argc, argv);
   std::cout.flush();
   if (!std::cout) return fail("cannot write to standard output", outputExit);
   return exitCode;

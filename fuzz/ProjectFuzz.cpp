@@ -13,15 +13,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   using namespace pyrelux;
   static const std::vector<host::ParameterDeclaration> declarations = host::test::sampleDeclarations();
   const std::string text(reinterpret_cast<const char *>(data), size);
-  cli::Project project;
+  project::Project project;
   try {
-    project = cli::parseProject(text, declarations);
-  } catch (const cli::ProjectError &) {
+    project = project::parseProject(text, declarations);
+  } catch (const project::ProjectError &) {
     return 0;
   }
-  const std::string written = cli::formatProject(project, declarations);
-  const cli::Project again = cli::parseProject(written, declarations);
-  fuzz::require(cli::formatProject(again, declarations) == written, "what is written is read as it was meant");
+  const std::string written = project::formatProject(project, declarations);
+  const project::Project again = project::parseProject(written, declarations);
+  fuzz::require(project::formatProject(again, declarations) == written, "what is written is read as it was meant");
   fuzz::require(again.parameters.size() == project.parameters.size(), "no parameter is lost");
   return 0;
 }

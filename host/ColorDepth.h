@@ -4,7 +4,8 @@
 
 namespace pyrelux::host {
 
-/// The parameter that chooses the depth of the surface a filter adds its copies up on; null if it has none.
+/// The parameter that chooses the depth of the surface a filter adds its copies up on: the menu whose entries are all
+/// depths, like "8 Bit". Null if the filter has none.
 const ParameterDeclaration *findColorDepth(const ParameterSet &parameters);
 
 /// The same parameters with the deep entry as their default: on 8-bit surfaces every faint copy is rounded, which turns

@@ -15,7 +15,7 @@
 #include "FilterObjects.h"
 #include "ForeignCalls.h"
 #include "Foundation.h"
-#include "ParameterText.h"
+#include "Numbers.h"
 
 namespace pyrelux::host {
 

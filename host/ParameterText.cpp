@@ -1,52 +1,23 @@
 #include "ParameterText.h"
 
-#include <charconv>
+#include <algorithm>
 #include <cmath>
 #include <optional>
-#include <vector>
 
+#include "Colour.h"
 #include "HostError.h"
+#include "Numbers.h"
 
 namespace pyrelux::host {
 
 namespace {
 
-std::optional<double> parseNumber(const std::string &text) {
-  const char *begin = text.c_str();
-  const char *end = begin + text.size();
-  if (begin != end && *begin == '+' && begin + 1 != end && begin[1] != '-') ++begin;
-  double number = 0.0;
-  const auto [stop, error] = std::from_chars(begin, end, number);
-  if (error != std::errc() || stop != end) return std::nullopt;
-  return number;
-}
-
 /// The numbers of a list with exactly `count` of them.
 std::optional<ParameterValue> parseNumbers(const std::string &text, std::size_t count) {
+  const auto numbers = readNumbers(text, count);
+  if (!numbers) return std::nullopt;
   ParameterValue value{};
-  std::size_t begin = 0;
-  for (std::size_t i = 0; i < count; ++i) {
-    const bool last = i + 1 == count;
-    const std::size_t comma = text.find(',', begin);
-    if ((comma == std::string::npos) != last) return std::nullopt;
-    const auto number = parseNumber(text.substr(begin, last ? std::string::npos : comma - begin));
-    if (!number) return std::nullopt;
-    value[i] = *number;
-    begin = comma + 1;
-  }
-  return value;
-}
-
-std::optional<ParameterValue> parseHexColour(const std::string &text) {
-  if (text.size() != 7 || text[0] != '#') return std::nullopt;
-  ParameterValue value{};
-  for (std::size_t channel = 0; channel < 3; ++channel) {
-    const char *begin = text.c_str() + 1 + 2 * channel;
-    unsigned level = 0;
-    const auto [stop, error] = std::from_chars(begin, begin + 2, level, 16);
-    if (error != std::errc() || stop != begin + 2) return std::nullopt;
-    value[channel] = level / 255.0;
-  }
+  std::copy(numbers->begin(), numbers->end(), value.begin());
   return value;
 }
 
@@ -71,8 +42,7 @@ ParameterValue parseValue(const ParameterDeclaration &parameter, const std::stri
       value = parseNumbers(text, 1);
       break;
     case ParameterKind::Colour:
-      value = parseHexColour(text);
-      if (!value) value = parseNumbers(text, 3);
+      value = readColour(text);
       break;
     case ParameterKind::Point:
       value = parseNumbers(text, 2);
@@ -85,12 +55,6 @@ ParameterValue parseValue(const ParameterDeclaration &parameter, const std::stri
   }
   if (!value) throw HostError("'" + parameter.slug() + "' can't be '" + text + "': it takes " + formatTakes(parameter));
   return *value;
-}
-
-std::string formatNumber(double number) {
-  char text[32];
-  const auto end = std::to_chars(text, text + sizeof text, number).ptr;
-  return std::string(text, end);
 }
 
 std::string formatValue(const ParameterDeclaration &parameter, const ParameterValue &value) {

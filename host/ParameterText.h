@@ -24,7 +24,4 @@ std::string formatEntries(const ParameterDeclaration &parameter);
 /// What a person may give it: "a number in -100..100", "a colour, #rrggbb or r,g,b in 0..1".
 std::string formatTakes(const ParameterDeclaration &parameter);
 
-/// The shortest decimal text that reads back as the same number.
-std::string formatNumber(double number);
-
 }  // namespace pyrelux::host

@@ -6,6 +6,8 @@
 #include <cmath>
 
 #include "HostError.h"
+#include "NameMatch.h"
+#include "Numbers.h"
 #include "ParameterText.h"
 
 namespace pyrelux::host {
@@ -14,28 +16,6 @@ namespace {
 
 /// A point's coordinates, either way: beyond any use, and small enough to go on reckoning with.
 constexpr double farthestPoint = 1e9;
-
-/// Single-character edits between two words (Levenshtein distance).
-std::size_t editDistance(const std::string &a, const std::string &b) {
-  std::vector<std::size_t> row(b.size() + 1);
-  for (std::size_t j = 0; j <= b.size(); ++j) row[j] = j;
-  for (std::size_t i = 1; i <= a.size(); ++i) {
-    std::size_t diagonal = row[0];
-    row[0] = i;
-    for (std::size_t j = 1; j <= b.size(); ++j) {
-      const std::size_t substituted = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
-      diagonal = row[j];
-      row[j] = std::min({row[j] + 1, row[j - 1] + 1, substituted});
-    }
-  }
-  return row[b.size()];
-}
-
-/// How far a name is from what was typed. One that begins with or contains it is near, however long it is.
-std::size_t nameDistance(const std::string &typed, const std::string &name) {
-  const std::size_t edits = editDistance(typed, name);
-  return !typed.empty() && name.find(typed) != std::string::npos ? std::min<std::size_t>(edits, 1) : edits;
-}
 
 /// As a set keeps them: popups always hold.
 std::vector<Keyframe> asKept(const ParameterDeclaration &parameter, std::vector<Keyframe> keyframes) {

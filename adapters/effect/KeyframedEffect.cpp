@@ -18,13 +18,13 @@ constexpr std::size_t maxRuns = 8;
 /// A filter object that advances through the frames.
 struct KeyframedEffect::Run {
   Run(const host::FilterInfo &info, host::FrameRenderer &renderer, const host::ParameterSet &parameters)
-      : filter(info), timeline(filter, renderer, 0) {
+      : filter(info), frames(filter, renderer, 0) {
     filter.parameters() = parameters;
   }
 
   host::Filter filter;
-  host::Timeline timeline;
-  std::int64_t next = 0;  ///< the frame that needs no run-up
+  host::SequentialRenderer frames;
+  std::int64_t next = 0;  ///< the frame that costs no pre-roll
 };
 
 KeyframedEffect::KeyframedEffect(const host::FilterInfo &filter)
@@ -50,7 +50,7 @@ void KeyframedEffect::render(const std::uint8_t *input, std::uint8_t *output, in
   settings.floatOutput = host::isDeep(parameters_, static_cast<double>(frame));
   canvas_.paint(input, output, width, height, composition, [&](const Image &picture, Image &fire) {
     Run &run = runFor(frame);
-    run.timeline.render(frame, picture, settings, fire);
+    run.frames.render(frame, picture, settings, fire);
     run.next = frame + 1;
   });
 }

@@ -6,7 +6,7 @@
 
 #include "Canvas.h"
 #include "FrameRenderer.h"
-#include "Timeline.h"
+#include "SequentialRenderer.h"
 
 namespace pyrelux::adapters {
 

@@ -12,6 +12,7 @@
 
 #include "Bundles.h"
 #include "MltParameters.h"
+#include "Numbers.h"
 #include "ParameterText.h"
 #include "StaticEffect.h"
 
@@ -19,7 +20,6 @@ namespace pyrelux::adapters {
 
 namespace {
 
-using host::formatNumber;
 using host::ParameterDeclaration;
 using host::ParameterKind;
 

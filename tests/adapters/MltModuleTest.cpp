@@ -24,6 +24,7 @@
 #include "FailingMemory.h"
 #include "KeyframedEffect.h"
 #include "MltParameters.h"
+#include "Numbers.h"
 #include "ParameterText.h"
 #include "TitleFrame.h"
 
@@ -290,7 +291,7 @@ std::pair<host::ParameterValue, std::string> valueAndText(const host::ParameterD
     case host::ParameterKind::Point: {
       // Sixteenths are exact however they are written.
       const host::ParameterValue value{of(17, shares[0]) / 16.0, of(17, shares[1]) / 16.0};
-      return {value, host::formatNumber(value[0] * width) + " " + host::formatNumber((1.0 - value[1]) * height)};
+      return {value, formatNumber(value[0] * width) + " " + formatNumber((1.0 - value[1]) * height)};
     }
     case host::ParameterKind::Popup: {
       const double entry = of(declaration.entries.size(), shares[0]);
@@ -300,7 +301,7 @@ std::pair<host::ParameterValue, std::string> valueAndText(const host::ParameterD
       const double factor = isShare(declaration) ? 100.0 : 1.0;
       double value = declaration.minimum + (declaration.maximum - declaration.minimum) * shares[0];
       if (declaration.kind == host::ParameterKind::Integer) value = std::round(value);
-      const std::string text = host::formatNumber(value * factor);
+      const std::string text = formatNumber(value * factor);
       return {{isShare(declaration) ? std::stod(text) / factor : value}, text};
     }
   }
@@ -481,9 +482,9 @@ TEST(MltLoading, DescribesItself) {
     EXPECT_EQ(text("animation"), "yes");
     if (declaration.hasRange()) {
       const double factor = isShare(declaration) ? 100.0 : 1.0;
-      EXPECT_EQ(text("minimum"), host::formatNumber(declaration.minimum * factor));
-      EXPECT_EQ(text("maximum"), host::formatNumber(declaration.maximum * factor));
-      EXPECT_EQ(text("default"), host::formatNumber(declaration.defaultValue[0] * factor));
+      EXPECT_EQ(text("minimum"), formatNumber(declaration.minimum * factor));
+      EXPECT_EQ(text("maximum"), formatNumber(declaration.maximum * factor));
+      EXPECT_EQ(text("default"), formatNumber(declaration.defaultValue[0] * factor));
       EXPECT_EQ(text("unit"), isShare(declaration) ? "%" : declaration.kind == host::ParameterKind::Angle ? "°" : "");
     }
     EXPECT_EQ(text("type"), declaration.kind == host::ParameterKind::Integer  ? "integer"

@@ -139,12 +139,14 @@ Command CliTest::commandOf(const Words &arguments) const {
   Command command;
   command.words = Words{PYRELUX_PROGRAM} + arguments;
   command.folder = folder_.string();
+  // A developer's own presets are not the tests' business.
+  command.environment = {{"XDG_CONFIG_HOME", path("config").string()}};
   return command;
 }
 
 Result CliTest::pyrelux(const Words &arguments, const Environment &environment) const {
   Command command = commandOf(arguments);
-  command.environment = environment;
+  for (const auto &[name, value] : environment) command.environment[name] = value;
   return run(command);
 }
 

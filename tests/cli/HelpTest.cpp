@@ -76,6 +76,11 @@ TEST_F(Help, OfRenderExplainsEveryOptionWithItsUnit) {
     for (const std::string &word : row.words) EXPECT_THAT(lineOf(text, row.option), HasSubstr(word)) << row.option;
 }
 
+TEST_F(Help, IsThePageOfOptionsToo) {
+  EXPECT_TRUE(textOf({"options"}) == load(std::filesystem::path(PYRELUX_SOURCE) / "docs/options.md"))
+      << "run script/docs";
+}
+
 TEST_F(Help, OfTheOtherCommandsExplainsTheirOptions) {
   EXPECT_THAT(textOf({"parameters", "--help"}),
               AllOf(HasSubstr("Usage: pyrelux parameters"), HasSubstr("--json"), HasSubstr("--schema")));

@@ -1,5 +1,7 @@
 // The looks that are shipped.
 
+#include <algorithm>
+#include <fstream>
 #include <set>
 
 #include "CliTest.h"
@@ -45,9 +47,11 @@ TEST_F(Presets, EachGivesAPictureOfItsOwn) {
 
 TEST_F(Presets, AreWhatTheirSettingsSay) {
   const nlohmann::json all = listed();
+  const auto found =
+      std::find_if(all.begin(), all.end(), [](const auto &listed) { return listed.at("name") == "campfire"; });
+  ASSERT_NE(found, all.end());
   // It leaves alone what makes tests quick.
-  const auto &preset = all.at(0);
-  ASSERT_EQ(preset.at("name"), "campfire");
+  const auto &preset = *found;
   Words settings;
   for (const std::string setting : preset.at("settings")) settings = settings + Words{"--set", setting};
   render("title.png", "one.png", {"--preset", preset.at("name")});
@@ -67,6 +71,22 @@ TEST_F(Presets, AreChangedBySettingsWhereverThoseStand) {
 TEST_F(Presets, ThatAreNotThereAreRefusedWithThoseThatAre) {
   expectRefusal(pyrelux(renderWords("title.png", "out.png", {"--preset", "bonfire"})),
                 {"'bonfire'", "campfire", "toxic"});
+}
+
+TEST_F(Presets, OfTheUserAreListedAndUsed) {
+  std::filesystem::create_directories(path("config/pyrelux/presets"));
+  save(path("config/pyrelux/presets/mine.json"),
+       R"({"version": 1, "description": "My own", "parameters": {"glow": 90, "color-inner": [0, 1, 0]}})");
+  save(path("config/pyrelux/presets/broken.json"), "{");
+  const Result list = pyrelux({"presets"});
+  EXPECT_EQ(list.exitCode, 1) << "one can't be read";
+  EXPECT_THAT(list.out, AllOf(HasSubstr("mine"), HasSubstr("My own\n"), HasSubstr("campfire")));
+  EXPECT_THAT(list.err, HasSubstr("broken.json"));
+  render("title.png", "mine.png", {"--frames", "9", "--preset", "mine"});
+  render("title.png", "path.png", {"--frames", "9", "--preset", path("config/pyrelux/presets/mine.json")});
+  render("title.png", "plain.png", {"--frames", "9"});
+  EXPECT_TRUE(load(path("mine.png")) == load(path("path.png")));
+  EXPECT_FALSE(load(path("mine.png")) == load(path("plain.png")));
 }
 
 }  // namespace

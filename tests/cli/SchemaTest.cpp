@@ -46,8 +46,7 @@ class Schema : public CliTest {
 };
 
 TEST_F(Schema, IsTheOneThatIsPublished) {
-  EXPECT_TRUE(schema_ == load(tree / "docs" / "project.schema.json"))
-      << "run: pyrelux parameters --schema > docs/project.schema.json";
+  EXPECT_TRUE(schema_ == load(tree / "docs" / "project.schema.json")) << "run script/docs";
 }
 
 TEST_F(Schema, AgreesWithTheExamplesAndWithWhatIsSaved) {

@@ -13,6 +13,7 @@ ParameterDeclaration parameter(std::uint32_t id, const std::string &label) {
   declaration.kind = ParameterKind::Popup;
   declaration.label = declaration.key = label;
   declaration.entries = {"8 Bit", "16 Bit"};
+  if (label == "Mode") declaration.entries = {"8 Bit", "Mix"};
   return declaration;
 }
 
@@ -22,7 +23,7 @@ class ColorDepth : public ::testing::Test {
   ParameterSet without{{parameter(1, "Mode")}};
 };
 
-TEST_F(ColorDepth, IsFoundByItsKey) {
+TEST_F(ColorDepth, IsTheMenuOfDepths) {
   ASSERT_NE(findColorDepth(with), nullptr);
   EXPECT_EQ(findColorDepth(with)->id, 2u);
   EXPECT_EQ(findColorDepth(without), nullptr);

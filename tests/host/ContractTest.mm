@@ -16,8 +16,8 @@
 #include "FrameRenderer.h"
 #include "HostError.h"
 #include "KeyframedEffect.h"
+#include "SequentialRenderer.h"
 #include "StaticEffect.h"
-#include "Timeline.h"
 
 @interface NSObject (ProbeMessages)
 + (NSArray *)messages;
@@ -248,12 +248,12 @@ TEST_F(Contract, AnInputMayBeAsLargeAsTextures) {
 
 TEST_F(Contract, AfterAFrameThatFailedTheWayIsGoneThroughAgain) {
   Filter filter(probe("Probe"));
-  Timeline timeline(filter, renderer, 1);
+  SequentialRenderer frames(filter, renderer, 1);
   Image result;
-  timeline.render(1, input, {}, result);
-  EXPECT_THROW(timeline.render(2, Image::bytes(100000, 1, Alpha::Premultiplied), {}, result), HostError);
+  frames.render(1, input, {}, result);
+  EXPECT_THROW(frames.render(2, Image::bytes(100000, 1, Alpha::Premultiplied), {}, result), HostError);
   messages();
-  timeline.render(2, input, {}, result);
+  frames.render(2, input, {}, result);
   EXPECT_EQ(messages().front(), "init");
 }
 

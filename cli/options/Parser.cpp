@@ -1,0 +1,120 @@
+#include "Parser.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "ExitCodes.h"
+#include "HelpFormatter.h"
+#include "NameMatch.h"
+#include "UsageError.h"
+
+namespace pyrelux::cli {
+
+namespace {
+
+/// What was typed, by option, until the whole line is known to be right.
+using Typed = std::map<const Option *, std::vector<std::string>>;
+
+/// Foundation for Linux reads the arguments too, and finds no bundle any more after one that is not UTF-8.
+void requireUtf8(const std::string &argument) {
+  try {
+    nlohmann::json(argument).dump();
+  } catch (const nlohmann::json::type_error &) {
+    throw UsageError("'" + argument + "' is not UTF-8");
+  }
+}
+
+/// The library's message without what it adds on further lines.
+std::string firstLine(const std::string &text) { return text.substr(0, text.find('\n')); }
+
+std::vector<std::string> wordsOf(const std::vector<Choice> &choices) {
+  std::vector<std::string> words;
+  for (const Choice &choice : choices) words.push_back(choice.word);
+  return words;
+}
+
+CLI::Option *declareValue(CLI::App &app, const Option &row, Typed &typed) {
+  const auto take = [&typed, &row](const std::vector<std::string> &texts) { typed[&row] = texts; };
+  CLI::Option *declared = app.add_option_function<std::vector<std::string>>(joined(row.names, ","), take, row.about());
+  declared->allow_extra_args(false);
+  if (!row.isRepeatable) declared->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::Throw);
+  if (!row.takesOthers && !row.choices.empty()) declared->check(CLI::IsMember(wordsOf(row.choices)));
+  if (row.check) declared->check(CLI::Validator([&row](const std::string &text) { return row.check(text); }, ""));
+  if (!row.choices.empty())
+    declared->option_text(row.value);
+  else
+    declared->type_name(row.isPositional() ? "" : row.value);
+  return declared;
+}
+
+CLI::Option *declare(CLI::App &app, const Option &row, Typed &typed) {
+  CLI::Option *declared = row.isFlag()
+                              ? app.add_flag_callback(
+                                    joined(row.names, ","), [&typed, &row] { typed[&row] = {""}; }, row.about())
+                              : declareValue(app, row, typed);
+  if (!row.group.empty()) declared->group(row.group);
+  if (row.isRequired) declared->required();
+  return declared;
+}
+
+void declareCommand(CLI::App &app, const Command &command, Typed &typed, int &exitCode) {
+  CLI::App *const declared = app.add_subcommand(command.name, command.about);
+  if (command.isHidden) declared->group("");
+  if (command.footer) declared->footer(command.footer);
+  for (const Option &row : command.options) declare(*declared, row, typed);
+  for (const Option &row : command.options) {
+    CLI::Option *option = declared->get_option(row.names.back());
+    if (!row.needs.empty()) option->needs(declared->get_option(row.needs));
+    if (!row.excludes.empty()) option->excludes(declared->get_option(row.excludes));
+  }
+  declared->callback([&] {
+    for (const Option &row : command.options)
+      for (const std::string &text : typed[&row])
+        if (row.fill) row.fill(text);
+    exitCode = command.run();
+  });
+}
+
+/// The library only says that a command is missing; this names what is there instead.
+void requireKnownFirst(const CLI::App &app, const std::string &first) {
+  const bool isOption = first.rfind('-', 0) == 0;
+  const auto commands = app.get_subcommands([&](const CLI::App *command) { return command->get_name() == first; });
+  if (isOption ? !app.get_option_no_throw(first) : commands.empty())
+    throw UsageError(std::string("there is no ") + (isOption ? "option '" : "command '") + first +
+                     "'; see 'pyrelux --help'");
+}
+
+}  // namespace
+
+Option helpOption() { return option("-h,--help", "", "Print this help and exit").ofKind(ValueKind::None); }
+
+std::vector<Option> programOptions() {
+  return {helpOption(), option("--version", "", "Print the version and exit").ofKind(ValueKind::None)};
+}
+
+int runCommand(const Program &program, int argc, char **argv) {
+  CLI::App app(program.about, program.name);
+  app.set_version_flag("--version", "pyrelux " PYRELUX_VERSION, "Print the version and exit");
+  app.set_help_flag(joined(helpOption().names, ","), helpOption().about());
+  app.require_subcommand(1);
+  app.footer(wrapText(exitCodesText(), helpWidth));
+  app.formatter(std::make_shared<HelpFormatter>());
+  Typed typed;
+  int exitCode = 0;
+  for (const Command &command : program.commands) declareCommand(app, command, typed, exitCode);
+
+  for (int index = 1; index < argc; ++index) requireUtf8(argv[index]);
+  if (argc > 1) requireKnownFirst(app, argv[1]);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError &error) {
+    if (error.get_exit_code() != 0) throw UsageError(firstLine(error.what()) + "; see 'pyrelux --help'");
+    return app.exit(error);
+  }
+  return exitCode;
+}
+
+}  // namespace pyrelux::cli

@@ -1,0 +1,290 @@
+#include "RenderOptions.h"
+
+#include <iterator>
+
+#include "BackendChoice.h"
+#include "Colour.h"
+#include "Numbers.h"
+#include "Presets.h"
+#include "Progress.h"
+#include "TestPattern.h"
+#include "UsageError.h"
+#include "Writer.h"
+
+namespace pyrelux::cli {
+
+namespace {
+
+using job::RenderRequest;
+
+// The help's headings.
+constexpr const char *inputGroup = "Input";
+constexpr const char *lookGroup = "Look";
+constexpr const char *outputGroup = "Output";
+constexpr const char *drawingGroup = "Drawing";
+constexpr const char *messagesGroup = "Messages";
+
+const Words<int> &bitsWords() {
+  static const Words<int> words{{"8", 8}, {"16", 16}};
+  return words;
+}
+
+void requireLevels(const std::string &option, const std::string &text, const Colour &colour) {
+  if (!isInRange(colour)) throw UsageError("'" + option + "' can't be '" + text + "': its levels are in 0..1");
+}
+
+Colour parseTextColour(const std::string &text) {
+  const auto colour = readColour(text);
+  if (!colour) throw UsageError("'text-color' can't be '" + text + "': it takes a colour, #rrggbb or r,g,b in 0..1");
+  requireLevels("text-color", text, *colour);
+  return *colour;
+}
+
+job::BackgroundRequest parseBackground(const std::string &text) {
+  const auto colour = readColour(text);
+  // "####.png" is a sequence.
+  if (!colour && (text.empty() || (text[0] == '#' && text.find('.') == std::string::npos)))
+    throw UsageError("'over' can't be '" + text + "': a colour is #rrggbb or r,g,b in 0..1");
+  if (colour) requireLevels("over", text, *colour);
+  return {text, colour, {}, false};
+}
+
+/// The background that an option belongs to, which fills after it.
+job::BackgroundRequest &backgroundFor(const char *option, RenderRequest &request) {
+  if (!request.background) throw UsageError(std::string(option) + " is for a background; give one with --over FILE");
+  return *request.background;
+}
+
+std::string refusalOfDensity(const std::string &text) {
+  const auto value = readNumber(text);
+  return value && *value >= 0.0 && *value <= 1.0 ? std::string() : "'" + text + "' is not in 0..1";
+}
+
+std::string refusalOfProjectName(const std::string &path) {
+  const bool isJson = path.size() > 5 && path.substr(path.size() - 5) == ".json";
+  return isJson ? std::string() : "a project's name ends with .json, and '" + path + "' does not";
+}
+
+std::string refusalOfCodec(const std::string &name) { return name.empty() ? "no codec has an empty name" : ""; }
+
+Option saveProjectOption(RenderRequest &request) {
+  return option("--save-project", "FILE", "Save all settings that are in force",
+                ", just before the first frame, for --project; FILE ends with .json and is replaced")
+      .refusing(refusalOfProjectName)
+      .filling(request.saveProject)
+      .in(lookGroup);
+}
+
+std::vector<Option> outputOptions(RenderRequest &request) {
+  std::vector<Option> options{
+      option("-o,--output", "FILE", "Where to",
+             ": .png .tif .exr (%04d or #### for a sequence), .mov .mkv .mp4 .webm (movies), .apng .webp .gif "
+             "(animations)")
+          .required()
+          .filling(request.output)
+          .in(outputGroup),
+      option("--codec", "NAME", "How it is stored",
+             ": .mov prores, h264 or h265; .mkv ffv1 (lossless), h264 or h265; .mp4 h264 or h265; .exr half or float; "
+             ".webp lossy or lossless (default: the first of them)")
+          .suggesting(media::Writer::codecNames())
+          .refusing(refusalOfCodec)
+          .filling(request.codec)
+          .in(outputGroup),
+      option("--alpha", "KIND", "What the output's alpha is",
+             ": straight (as high as the fire is bright, so that no light is lost), exact (straight, as the filter "
+             "draws it, with colour cut to it), premultiplied (colour multiplied by alpha, light added), none (the "
+             "fire over black without alpha, for Screen or Add) (default: premultiplied for .exr, else straight)")
+          .filling(request.alpha, job::alphaWords())
+          .in(outputGroup)};
+  append(options, overOptions(request));
+  options.push_back(flag("--no-audio", request.withAudio, false, "Leave out the audio",
+                         "; otherwise a movie of frames in a row gets that of the movie behind the fire, else the "
+                         "INPUT's")
+                        .in(outputGroup));
+  return options;
+}
+
+std::vector<Option> messageOptions(Reporting &reporting) {
+  const auto silence = [&reporting](const std::string &) {
+    reporting.progress = "none";
+    reporting.quiet = true;
+  };
+  return {option("--progress", "KIND", "How far it is",
+                 ": line (on standard error), json (an object for every frame on standard output, with frame, end "
+                 "(rendered, kept or failed), done, total, seconds, frames_per_second, seconds_left), none, or auto (a "
+                 "line on a terminal)")
+              .oneOf(progressNames())
+              .filling(reporting.progress)
+              .in(messagesGroup),
+          option("--quiet", "", "Nothing on standard error but failures", ": no progress, no remarks")
+              .ofKind(ValueKind::None)
+              .calling(silence)
+              .in(messagesGroup),
+          flag("--verbose", reporting.verbose, true, "Say what draws", ", on standard error").in(messagesGroup)};
+}
+
+}  // namespace
+
+void append(std::vector<Option> &options, std::vector<Option> more) {
+  options.insert(options.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+}
+
+std::vector<Option> inputOptions(RenderRequest &request) {
+  return {option("INPUT", "INPUT", "Picture", ", movie, or numbered sequence with %04d or #### in its name")
+              .filling(request.input)
+              .in(inputGroup),
+          option("--input-alpha", "KIND", "What an INPUT's colour means where it is not opaque",
+                 ": straight (not multiplied by alpha), premultiplied (multiplied), none (alpha is ignored, all is "
+                 "opaque) or auto (EXR premultiplied, TIFF as the file says, else straight; the default)")
+              .needing("INPUT")
+              .filling(request.inputAlpha, job::inputAlphaWords())
+              .in(inputGroup),
+          flag("--deinterlace", request.deinterlace, true, "Make whole pictures of the fields of interlaced movies",
+               ", one of each pair, so that the frame rate stays")
+              .in(inputGroup),
+          option("--text", "TEXT", "Burn this text instead of an INPUT",
+                 ", in the middle of a transparent picture; \\n begins a line")
+              .filling(request.text)
+              .in(inputGroup),
+          option("--font", "FONT", "The text's font",
+                 ", a family, style and size in pixels like 'Serif Italic 200'; 'fc-list : family' lists families. "
+                 "With a size the text has to fit into the picture; without one it is 15 % of the picture's height, "
+                 "or smaller to fit into 90 % of its width and height (default: Sans Bold)")
+              .needing("--text")
+              .filling(request.font)
+              .in(inputGroup),
+          option("--text-color", "COLOR", "The text's colour", ", #rrggbb or r,g,b in 0..1 (default: white)")
+              .needing("--text")
+              .filling(request.textColour, parseTextColour)
+              .in(inputGroup),
+          option("--input-test-pattern", "NAME", "Burn a picture for tests instead of an INPUT",
+                 ": bars, checker, circle, ramp (of alpha), title (block letters that need no font)")
+              .oneOf(testPatternNames())
+              .filling(request.testPattern)
+              .in(inputGroup),
+          option("--size", "WIDTHxHEIGHT", "Width and height in pixels of the picture with the text or pattern",
+                 " (default: a background's, else 1920x1080)")
+              .excluding("INPUT")
+              .filling(request.size, parseSize)
+              .in(inputGroup)};
+}
+
+std::vector<Option> lookOptions(RenderRequest &request) {
+  const auto addSetting = [&request](const std::string &text) {
+    request.settings.push_back(project::parseSetting(text));
+  };
+  return {option("--preset", "NAME", "A look to begin with",
+                 ", which --set changes; 'pyrelux presets' lists them, and a project's FILE.json is as good")
+              .suggesting(project::presetNames())
+              .filling(request.preset)
+              .in(lookGroup),
+          option("--project", "FILE", "A file of settings and keyframes",
+                 ", JSON as docs/project.md tells; it wins over the preset, and the other options win over it. One "
+                 "that is missing or wrong ends with exit code 3")
+              .filling(request.project)
+              .in(lookGroup),
+          option("--set", "NAME=VALUE", "A parameter's value",
+                 "; may be repeated. 'pyrelux parameters' lists names, ranges and units")
+              .ofKind(ValueKind::Setting)
+              .repeatable()
+              .calling(addSetting)
+              .in(lookGroup)};
+}
+
+Option bitsOption(RenderRequest &request, const std::string &usual) {
+  return option("--bits", "BITS", "Bits per channel of the output", ", 8 (dithered) or 16 (default: " + usual + ")")
+      .filling(request.bits, bitsWords())
+      .in(outputGroup);
+}
+
+Option overwriteOption(RenderRequest &request) {
+  return flag("--overwrite", request.existing, job::Existing::Replace, "Replace output that is there already",
+              "; otherwise it is refused");
+}
+
+std::vector<Option> overOptions(RenderRequest &request) {
+  const auto setFit = [&request](const std::string &text) {
+    backgroundFor("--over-fit", request).fit = valueOf(job::fitWords(), text);
+  };
+  const auto setLoop = [&request](const std::string &) { backgroundFor("--over-loop", request).isLooped = true; };
+  return {option("--over", "COLOR|FILE", "Background to lay the fire over",
+                 ": a colour, #rrggbb or r,g,b in 0..1, or a picture, sequence or movie. A file decides the output's "
+                 "size, and a movie its frame rate, length and audio, too, unless other options do (default: black "
+                 "for H.264, H.265 and .gif, which have no alpha; else nothing)")
+              .filling(request.background, parseBackground)
+              .in(outputGroup),
+          option("--over-fit", "KIND", "The output keeps the INPUT's size",
+                 ", and the background is brought to it: cover (fills it, the rest cut off), contain (all of it, "
+                 "black around), stretch, none (its own pixels, in the middle) (default: the background's size; cover "
+                 "with --size)")
+              .needing("--over")
+              .oneOf(wordsOf(job::fitWords()))
+              .calling(setFit)
+              .in(outputGroup),
+          option("--over-loop", "", "Repeat a background that is shorter than the output",
+                 "; otherwise its last frame is held")
+              .ofKind(ValueKind::None)
+              .needing("--over")
+              .calling(setLoop)
+              .in(outputGroup),
+          option("--density", "0..1", "How much more than its light the fire covers",
+                 ", 0..1, for bright footage behind it: raises alpha towards that of two layers of the fire (default: "
+                 "0)")
+              .refusing(refusalOfDensity)
+              .filling(request.density, readNumber)
+              .in(outputGroup)};
+}
+
+std::vector<Option> drawingOptions(RenderRequest &request) {
+  return {backendOption(request.backend),
+          option("--draw-bits", "BITS", "Bits per channel of the drawing",
+                 ", 8 or 16: the filter's Color Depth. 8 is faster, and rounds at every copy (default: 16)")
+              .filling(request.drawBits, bitsWords())
+              .in(drawingGroup)};
+}
+
+Option backendOption(std::string &backend) {
+  return option("--backend", "NAME", "What draws",
+                ": auto (a GPU where there is one, else soft), gpu, mesa (Mesa's software renderer), soft (our own, on "
+                "the processor), egl (a GPU, else mesa)")
+      .oneOf(host::backendNames())
+      .filling(backend)
+      .in(drawingGroup);
+}
+
+std::vector<Option> renderOptions(RenderRequest &request, Reporting &reporting) {
+  std::vector<Option> options = inputOptions(request);
+  options.push_back(option("--vfr", "KIND", "What a movie of variable frame rate becomes",
+                           ": resample (at an even rate, the picture on the screen at each frame's time; the default) "
+                           "or keep (each picture is a frame and keeps its time, in .mov, .mkv, .mp4 or .webm)")
+                        .needing("INPUT")
+                        .filling(request.variableRate, job::variableRateWords())
+                        .in(inputGroup));
+  append(options, lookOptions(request));
+  options.push_back(saveProjectOption(request));
+  append(options, outputOptions(request));
+  options.push_back(option("--frames", "RANGE", "Frames to render",
+                           ", 7, 1-48, 1-240x2 (every second one) or 1,5,9-12; frame N is rendered at time N, "
+                           "whichever frames are rendered before it (default: all of the input, or of a movie behind "
+                           "it; else of a picture 1-48 into a movie or sequence, 1 into a picture)")
+                        .filling(request.frames, parseFrames)
+                        .in(outputGroup));
+  options.push_back(option("--fps", "RATE", "Frames per second of a movie",
+                           ", 24, 23.976 or 30000/1001 (default: that of a movie behind the fire, else the input's, "
+                           "else 24)")
+                        .filling(request.frameRate, parseFrameRate)
+                        .in(outputGroup));
+  options.push_back(bitsOption(request, "16 for .tif, .exr and ProRes, else 8"));
+  options.push_back(overwriteOption(request).in(outputGroup));
+  options.push_back(flag("--resume", request.existing, job::Existing::Resume,
+                         "Render only what is missing of a sequence",
+                         ": keep the pictures that are complete and were made with the same settings and input, as the "
+                         "manifest beside them says")
+                        .excluding("--overwrite")
+                        .in(outputGroup));
+  append(options, drawingOptions(request));
+  append(options, messageOptions(reporting));
+  return options;
+}
+
+}  // namespace pyrelux::cli

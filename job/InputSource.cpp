@@ -1,0 +1,121 @@
+#include "InputSource.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "CanvasReader.h"
+#include "DrawnInput.h"
+#include "ValueError.h"
+#include "Writer.h"
+
+namespace pyrelux::job {
+
+namespace {
+
+/// What a still is rendered to when no frames are asked for.
+constexpr FrameRange stillToMovie{1, 48};
+constexpr FrameRange stillToStill{1, 1};
+
+bool isKept(const RenderRequest &request) { return request.variableRate == VariableRate::Keep; }
+
+void requirePlaceForTimes(const RenderRequest &request) {
+  if (!isKept(request)) return;
+  if (!media::Writer::holdsAudio(request.output))
+    throw ValueError("'--vfr keep' is for .mov, .mkv, .mp4 and .webm, and '" + request.output +
+                     "' has no place for times; leave it out");
+  if (request.frameRate)
+    throw ValueError("'--vfr keep' keeps the times of the input, and 'fps' sets others: give one of them");
+}
+
+/// With the remedy where there is one: backgrounds go by the frames of what is laid over them.
+std::string resampledText(const RenderRequest &request, const std::string &path, const FrameRate &rate) {
+  const bool couldKeep = path == request.input && media::Writer::holdsAudio(request.output);
+  return "the movie '" + path + "' has a variable frame rate and is resampled to " + formatFrameRate(rate) +
+         " frames per second" + (couldKeep ? "; --vfr keep keeps the times of its pictures" : "");
+}
+
+/// A stray file with a large number would have a render ask for all the numbers before it.
+void refuseGaps(const std::string &path, const media::InputInfo &input, const FrameList &wanted) {
+  constexpr std::int64_t maxMissing = 100000;
+  const std::int64_t there = std::count_if(input.present.begin(), input.present.end(),
+                                           [&](std::int64_t frame) { return wanted.contains(frame); });
+  if (wanted.count() - there <= maxMissing) return;
+  throw ValueError("of the frames " + formatFrames(wanted) + ", '" + path + "' has " + std::to_string(there) +
+                   "; choose them with --frames");
+}
+
+void requireMovieToDeinterlace(const RenderRequest &request, bool isMovie) {
+  if (request.deinterlace && !isMovie) throw ValueError("'--deinterlace' is for movies, and there is none to read");
+}
+
+}  // namespace
+
+std::unique_ptr<media::Reader> openFile(const RenderRequest &request, const std::string &path,
+                                        const media::ReadOptions &how, RenderListener &listener) {
+  auto reader = media::Reader::open(path, how);
+  const media::InputInfo &info = reader->info();
+  if (info.isInterlaced)
+    listener.remark("the movie '" + path + "' is interlaced; --deinterlace makes whole pictures of its fields");
+  if (info.isResampled) listener.remark(resampledText(request, path, info.frameRate));
+  return reader;
+}
+
+FrameRate chooseRate(const RenderRequest &request, const Background *background, const FrameRate &usual) {
+  if (request.frameRate) return *request.frameRate;
+  return background ? background->rate(usual) : usual;
+}
+
+std::unique_ptr<media::Reader> openInput(const RenderRequest &request, int bits, const Background *background,
+                                         RenderListener &listener) {
+  const int inputs = request.input.has_value() + request.text.has_value() + request.testPattern.has_value();
+  if (inputs == 0) throw ValueError("nothing to burn: give an INPUT, --text or --input-test-pattern");
+  if (inputs > 1) throw ValueError("INPUT, --text and --input-test-pattern exclude each other: give one of them");
+  requirePlaceForTimes(request);
+  const media::InputInfo *back = background ? background->info() : nullptr;
+  const bool hasMovie = back && back->kind == media::InputKind::Movie;
+  if (!request.input) {
+    if (request.variableRate) throw ValueError("'--vfr' is for movies; give one as INPUT");
+    requireMovieToDeinterlace(request, hasMovie);
+    const bool followsBack = back && !request.size;
+    PictureSize size = request.size.value_or(PictureSize());
+    // Drawn with square pixels, whatever those of the background are.
+    if (followsBack) size = {std::max(1, static_cast<int>(std::lround(back->width * back->pixelAspect))), back->height};
+    auto drawn = media::Reader::of(drawInput(request, size, bits > 8, listener));
+    return followsBack ? onCanvas(std::move(drawn), *background, {}, false) : std::move(drawn);
+  }
+  auto reader =
+      openFile(request, *request.input,
+               {request.inputAlpha.value_or(media::InputAlpha::Auto), request.deinterlace, isKept(request)}, listener);
+  const bool isMovie = reader->info().kind == media::InputKind::Movie;
+  requireMovieToDeinterlace(request, isMovie || hasMovie);
+  if (request.variableRate && !isMovie) throw ValueError("'--vfr' is for movies, and '" + *request.input + "' is none");
+  if (background && background->film() && isKept(request))
+    throw ValueError("the background '" + background->name() + "' has frames of its own; leave '--vfr keep' out");
+  if (!back) return reader;
+  const FrameRate rate = chooseRate(request, background, reader->info().frameRate);
+  return onCanvas(std::move(reader), *background, rate, request.background->fit.has_value());
+}
+
+FrameList chooseFrames(const RenderRequest &request, const media::InputInfo &input, const Background *background,
+                       bool manyFrames) {
+  const bool isStill = input.kind == media::InputKind::Still;
+  const auto usual = [&]() -> FrameRange {
+    const bool hasFilm = background && background->film();
+    if (hasFilm && (isStill || (input.kind == media::InputKind::Movie && background->decidesLength()))) {
+      const FrameRange film = background->frames(chooseRate(request, background, input.frameRate));
+      return manyFrames ? film : FrameRange{film.first, film.first};
+    }
+    if (isStill) return manyFrames ? stillToMovie : stillToStill;
+    return {input.firstFrame, input.lastFrame};
+  };
+  const FrameList wanted = request.frames ? *request.frames : FrameList(usual());
+  if (!isStill && (wanted.first() < input.firstFrame || wanted.last() > input.lastFrame))
+    throw ValueError("'" + *request.input + "' has the frames " + std::to_string(input.firstFrame) + "-" +
+                     std::to_string(input.lastFrame) + "; '" + formatFrames(wanted) + "' is not among them");
+  if (input.kind == media::InputKind::Sequence) refuseGaps(*request.input, input, wanted);
+  if (background) background->requireSome(wanted);
+  return wanted;
+}
+
+}  // namespace pyrelux::job

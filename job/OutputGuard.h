@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+#include "FrameList.h"
+#include "Reader.h"
+#include "RenderRequest.h"
+
+namespace pyrelux::job {
+
+/// Writing must never replace what is read, now or for a later frame: refuses when the output's frames, or the project
+/// to be saved, are a file that `source` reads from. Messages call the source `what`. Throws ValueError,
+/// media::OutputError.
+void refuseToReplaceSource(const media::Reader &source, const std::string &what, const RenderRequest &request,
+                           const FrameList &frames);
+
+/// What is there stays, links to nothing too, unless the request says otherwise. Throws media::OutputError.
+void refuseToReplaceOutput(const RenderRequest &request, const FrameList &frames);
+
+}  // namespace pyrelux::job

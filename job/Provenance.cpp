@@ -1,0 +1,55 @@
+#include "Provenance.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <vector>
+
+#include "Project.h"
+
+namespace fs = std::filesystem;
+
+namespace pyrelux::job {
+
+namespace {
+
+/// When the newest of the files was changed, in ticks of the file system's clock; its least time for none.
+std::int64_t lastChange(const std::vector<std::string> &files) {
+  auto newest = fs::file_time_type::min();
+  for (const std::string &file : files) {
+    std::error_code error;
+    const auto time = fs::last_write_time(file, error);
+    if (!error) newest = std::max(newest, time);
+  }
+  return newest.time_since_epoch().count();
+}
+
+}  // namespace
+
+std::string provenanceOf(const RenderRequest &request, const Background *background,
+                         const host::ParameterSet &parameters, const host::FrameSettings &settings,
+                         const std::string &backend, int bits) {
+  nlohmann::ordered_json json = {
+      {"pyrelux", PYRELUX_VERSION}, {"renderer", backend}, {"pixelAspect", settings.pixelAspect}, {"bits", bits}};
+  if (request.inputAlpha) json["inputAlpha"] = wordFor(inputAlphaWords(), *request.inputAlpha);
+  if (request.deinterlace) json["deinterlace"] = true;
+  if (request.variableRate) json["vfr"] = wordFor(variableRateWords(), *request.variableRate);
+  if (!request.codec.empty()) json["codec"] = request.codec;
+  if (request.alpha) json["alpha"] = wordFor(alphaWords(), *request.alpha);
+  if (request.density) json["density"] = *request.density;
+  if (background) {
+    const media::Reader *reader = background->reader();
+    json["over"] = {{"name", background->name()},
+                    {"changed", lastChange(reader ? reader->files() : std::vector<std::string>())}};
+    if (request.background->fit) json["over"]["fit"] = wordFor(fitWords(), *request.background->fit);
+    if (request.background->isLooped) json["over"]["loop"] = true;
+    if (request.frameRate) json["over"]["fps"] = formatFrameRate(*request.frameRate);
+  }
+  project::Project project;
+  project.parameters = project::parametersInForce(parameters);
+  json["project"] = nlohmann::ordered_json::parse(project::formatProject(project, parameters.declarations()));
+  // In ASCII, as headers of files want it.
+  return json.dump(-1, ' ', true);
+}
+
+}  // namespace pyrelux::job

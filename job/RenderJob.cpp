@@ -1,0 +1,154 @@
+#include "RenderJob.h"
+
+#include <memory>
+#include <optional>
+
+#include "BackendChoice.h"
+#include "Filter.h"
+#include "FramePipeline.h"
+#include "FrameRenderer.h"
+#include "FrameSink.h"
+#include "InputSource.h"
+#include "Manifest.h"
+#include "OutputPlan.h"
+#include "PreRollWatch.h"
+#include "ProjectFile.h"
+#include "Provenance.h"
+#include "SequentialRenderer.h"
+#include "Sources.h"
+#include "ValueError.h"
+#include "Writer.h"
+
+namespace pyrelux::job {
+
+namespace {
+
+void requirePlaceForFrames(const RenderRequest &request, const FrameList &frames) {
+  if (request.existing == Existing::Resume && !media::Writer::isSequence(request.output))
+    throw ValueError("--resume is for numbered sequences, and '" + request.output + "' is none");
+  if (frames.count() > 1 && !media::Writer::holdsManyFrames(request.output))
+    throw ValueError("'" + request.output + "' holds one frame, not " + std::to_string(frames.count()) +
+                     "; put %04d or #### into its name, or write a movie");
+}
+
+/// Saves all settings that are in force.
+void saveSettings(const RenderRequest &request, const host::ParameterSet &parameters, const media::InputInfo &input,
+                  const FrameList &frames, const FrameRate &rate) {
+  if (!request.saveProject) return;
+  project::Project project;
+  if (!request.input) project.size = PictureSize{input.width, input.height};
+  project.frames = frames;
+  project.frameRate = rate;
+  // What follows from the output otherwise.
+  project.bits = request.bits;
+  project.parameters = project::parametersInForce(parameters);
+  project::saveProject(*request.saveProject, project, parameters.declarations());
+}
+
+/// What is done to each frame, and what it takes.
+class Rendering {
+ public:
+  Rendering(const RenderRequest &request, Sources &sources, host::SequentialRenderer &renderer,
+            const host::FrameSettings &settings, std::optional<record::Manifest> &manifest, FrameSink &sink)
+      : request_(request),
+        sources_(sources),
+        renderer_(renderer),
+        settings_(settings),
+        manifest_(manifest),
+        sink_(sink),
+        density_(densityOf(request)) {}
+
+  Stages stages() {
+    return {[this](Frame &frame) { read(frame); }, [this](Frame &frame) { draw(frame); },
+            [this](Frame &frame) { write(frame); }};
+  }
+
+  /// Of the picture that is being written.
+  const std::string &sourceFingerprint() const { return writtenFingerprint_; }
+
+ private:
+  void read(Frame &frame) {
+    if (!picture_ || !sources_.isStill()) {
+      picture_ = std::make_shared<const Image>(sources_.input().read(frame.number));
+      if (manifest_) readFingerprint_ = manifest_->sourceFingerprintOf(*picture_);
+    }
+    frame.input = picture_;
+    frame.sourceFingerprint = readFingerprint_;
+    frame.isKept = request_.existing == Existing::Resume && manifest_->holds(frame.number, readFingerprint_);
+    if (sources_.background() && !frame.isKept) frame.back = sources_.background()->behind(frame.number);
+  }
+
+  void draw(Frame &frame) { renderer_.render(frame.number, *frame.input, settings_, frame.output); }
+
+  void write(Frame &frame) {
+    if (sources_.background() && !frame.error && !frame.isKept)
+      frame.output = sources_.background()->lay(frame.output, frame.back.get(), density_);
+    writtenFingerprint_ = frame.sourceFingerprint;
+    sink_.take(frame);
+  }
+
+  const RenderRequest &request_;
+  Sources &sources_;
+  host::SequentialRenderer &renderer_;
+  const host::FrameSettings &settings_;
+  std::optional<record::Manifest> &manifest_;
+  FrameSink &sink_;
+  float density_;
+  std::shared_ptr<const Image> picture_;  // read last
+  std::string readFingerprint_;
+  std::string writtenFingerprint_;
+};
+
+}  // namespace
+
+RenderResult RenderJob::run(RenderListener &listener, const StopToken &stop) {
+  // Everything that can be refused is asked before anything is drawn.
+  host::Filter filter(host::findFilter(host::defaultSearchPath()));
+  const SettingsFiles files = loadSettings(request_, filter.parameters().declarations());
+  const RenderRequest request = withSettings(request_, files);
+  const bool manyFrames = media::Writer::holdsManyFrames(request.output);
+  const int bits = chooseBits(request);
+  const int drawBits = project::applyLayers(filter.parameters(), files.layers(request));
+  Sources sources(request, drawBits, listener);
+  const media::InputInfo &input = sources.info();
+  Background *const background = sources.background();
+  const FrameList frames = chooseFrames(request, input, background, manyFrames);
+  requirePlaceForFrames(request, frames);
+  sources.guardOutput(request, frames);
+  media::OutputFormat format = chooseFormat(request, input, background, frames, bits, listener);
+  if (background) background->prepare({input.width, input.height, input.pixelAspect}, format.frameRate);
+
+  const std::int32_t backendId = host::chooseBackend(request.backend);
+  const std::string backend = host::backendName(backendId);
+  host::FrameRenderer frameRenderer(backendId);
+  listener.backendChosen(backend, frameRenderer.description());
+  host::FrameSettings settings;
+  settings.floatOutput = drawBits == 16;
+  settings.pixelAspect = input.pixelAspect;
+
+  format.record = provenanceOf(request, background, filter.parameters(), settings, backend, bits);
+  const bool isSequence = media::Writer::isSequence(request.output);
+  std::optional<record::Manifest> manifest;
+  if (isSequence) manifest.emplace(request.output, format.record);
+  const Rendering *rendering = nullptr;
+  if (manifest)
+    format.publish = [&](const media::NewPicture &picture) { manifest->add(picture, rendering->sourceFingerprint()); };
+
+  listener.started(frames.count());
+  const auto writer = media::Writer::open(request.output, format);
+  saveSettings(request, filter.parameters(), input, frames, format.frameRate);
+  host::SequentialRenderer renderer(filter, frameRenderer, sources.firstFrame());
+  renderer.setPreRollListener(PreRollWatch(listener, stop));
+  FrameSink sink(*writer, isSequence, listener);
+  Rendering stages(request, sources, renderer, settings, manifest, sink);
+  rendering = &stages;
+  runPipeline(frames, stages.stages(), stop);
+
+  const RenderResult result{frames.count(), sink.rendered(), sink.kept(), sink.failed()};
+  if (!result.isStopped() || result.done() > 0) sink.finish();
+  listener.finished();
+  remarkLosses(format.audioFrom, writer->losses(), listener);
+  return result;
+}
+
+}  // namespace pyrelux::job

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Colour.h"
+#include "Delivery.h"
+#include "Fit.h"
+#include "FrameList.h"
+#include "FrameRate.h"
+#include "PictureSize.h"
+#include "Reader.h"
+#include "Settings.h"
+#include "Words.h"
+
+namespace pyrelux::job {
+
+/// What becomes of a movie of variable frame rate.
+enum class VariableRate {
+  Resample,  ///< an even rate: each frame is the picture on the screen at its time
+  Keep,      ///< each picture is a frame and keeps its time
+};
+
+/// What becomes of output that is there already.
+enum class Existing {
+  Refuse,   ///< it stays, and the render is refused
+  Replace,  ///< it is replaced
+  Resume,   ///< pictures of a sequence that are complete and right are kept, the others replaced
+};
+
+/// What the frames are laid over.
+struct BackgroundRequest {
+  std::string name;              ///< as it was asked for: a file's path, or the colour's text
+  std::optional<Colour> colour;  ///< otherwise `name` is a file
+  std::optional<media::Fit> fit;
+  bool isLooped = false;
+};
+
+/// A render, asked for. What is not there follows from the input, the background, the project or the output, as each
+/// field says.
+struct RenderRequest {
+  // What burns: one of the first three.
+  std::optional<std::string> input;             ///< a file, or a pattern of files
+  std::optional<std::string> text;              ///< to be drawn; "\n" begins a line, written as such or as a line feed
+  std::optional<std::string> testPattern;       ///< one of testPatternNames()
+  std::optional<media::InputAlpha> inputAlpha;  ///< otherwise Auto
+  bool deinterlace = false;                     ///< make whole pictures of movies' fields
+  std::optional<VariableRate> variableRate;     ///< otherwise Resample
+  std::optional<std::string> font;              ///< of the text; otherwise its default
+  std::optional<Colour> textColour;             ///< otherwise white
+  std::optional<PictureSize>
+      size;  ///< of what is drawn, pixels; otherwise the project's, the background's, or 1920x1080
+
+  // How it looks: the preset is the weakest, the settings are the strongest.
+  std::optional<std::string> preset;   ///< a name, or a file's path
+  std::optional<std::string> project;  ///< a file's path
+  std::vector<project::Setting> settings;
+  std::optional<int> drawBits;  ///< of the drawing, 8 or 16 per channel; otherwise as the parameters say
+
+  // Where to.
+  std::string output;
+  std::string codec;                   ///< empty for the usual one of the output's extension
+  std::optional<AlphaUse> alpha;       ///< otherwise the codec's usual one
+  std::optional<double> density;       ///< 0..1, see Delivery; otherwise 0
+  std::optional<int> bits;             ///< of the output, 8 or 16 per channel; otherwise what suits its format
+  std::optional<FrameList> frames;     ///< otherwise all of the input's or of the background's, or a default for stills
+  std::optional<FrameRate> frameRate;  ///< otherwise the background's, the input's, or 24
+  std::optional<BackgroundRequest> background;  ///< otherwise nothing, or black where there is no alpha
+  bool withAudio = true;                        ///< copy a movie's audio
+  Existing existing = Existing::Refuse;
+  std::optional<std::string> saveProject;  ///< a file for the settings that are in force
+
+  std::string backend = "auto";  ///< one of host::backendNames()
+};
+
+// The words for the values, as options, project files and records write them.
+const Words<media::InputAlpha> &inputAlphaWords();
+const Words<VariableRate> &variableRateWords();
+const Words<AlphaUse> &alphaWords();
+const Words<media::Fit> &fitWords();
+
+}  // namespace pyrelux::job

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Parameters.h"
+#include "Project.h"
+
+namespace pyrelux::project {
+
+/// A parameter's value as a person writes it. Only the filter's declarations tell what the value means.
+struct Setting {
+  std::string name;
+  std::string value;
+};
+
+/// Reads "NAME=VALUE". Throws ValueError.
+Setting parseSetting(const std::string &text);
+
+/// The text that parseSetting() turns into this one.
+std::string formatSetting(const Setting &setting);
+
+/// Sets a parameter. Throws ValueError for an unknown name, and for a value that the parameter does not take.
+void applySetting(host::ParameterSet &parameters, const Setting &setting);
+
+/// What sets parameters, the weakest first.
+struct Layers {
+  const Project *preset = nullptr;   ///< null for none
+  const Project *project = nullptr;  ///< null for none
+  std::vector<Setting> settings;
+  std::optional<int> drawBits;  ///< 8 or 16, for the filter's Color Depth
+};
+
+/// Applies the layers. Returns the bits per channel to draw with, 8 or 16: those of the filter's Color Depth, which is
+/// 16 Bit unless a layer says otherwise. Throws ValueError.
+int applyLayers(host::ParameterSet &parameters, const Layers &layers);
+
+}  // namespace pyrelux::project

@@ -1,0 +1,207 @@
+// Renders from requests, without a command line.
+
+#include "RenderJob.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <sstream>
+
+#include "ContactSheet.h"
+#include "MediaErrors.h"
+#include "ValueError.h"
+
+namespace fs = std::filesystem;
+
+namespace pyrelux::job {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+/// What a job told, in order.
+class Journal : public RenderListener {
+ public:
+  void remark(const std::string &text) override { note("remark: " + text); }
+  void warn(const std::string &text) override { note("warning: " + text); }
+  void backendChosen(const std::string &name, const std::string &) override { note("backend " + name); }
+  void started(std::int64_t frames) override { note("started " + std::to_string(frames)); }
+  void frameFinished(std::int64_t frame, FrameOutcome outcome) override {
+    static const char *const names[] = {"rendered", "kept", "failed"};
+    note(std::to_string(frame) + " " + names[static_cast<int>(outcome)]);
+    if (frame == stopAfter) stop.request();
+  }
+  void frameFailed(std::int64_t frame, const std::string &cause) override {
+    note(std::to_string(frame) + " because " + cause);
+  }
+  void finished() override { note("finished"); }
+
+  std::vector<std::string> lines;
+  StopToken stop;
+  std::int64_t stopAfter = -1;
+
+ private:
+  void note(const std::string &line) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    lines.push_back(line);
+  }
+
+  std::mutex mutex_;
+};
+
+class RenderJobTest : public ::testing::Test {
+ protected:
+  RenderJobTest() {
+    char name[] = "/tmp/pyrelux-job-XXXXXX";
+    folder_ = mkdtemp(name);
+  }
+  ~RenderJobTest() override { fs::remove_all(folder_); }
+
+  std::string path(const std::string &name) const { return (folder_ / name).string(); }
+
+  /// A small pattern, quickly drawn.
+  RenderRequest request(const std::string &output, const std::string &frames) const {
+    RenderRequest request;
+    request.testPattern = "title";
+    request.size = PictureSize{48, 27};
+    request.backend = "soft";
+    request.settings = {{"pyrelux", "2"}, {"steps", "10"}};
+    request.output = path(output);
+    request.frames = parseFrames(frames);
+    return request;
+  }
+
+  static std::string contents(const std::string &file) {
+    std::ostringstream text;
+    text << std::ifstream(file, std::ios::binary).rdbuf();
+    return text.str();
+  }
+
+  fs::path folder_;
+};
+
+TEST_F(RenderJobTest, TellsItsListenerAndPrintsNothing) {
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  Journal journal;
+  const RenderResult result = RenderJob(request("fire_%d.png", "1-3")).run(journal, journal.stop);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  EXPECT_THAT(journal.lines,
+              ElementsAre("backend soft", "started 3", "1 rendered", "2 rendered", "3 rendered", "finished"));
+  EXPECT_EQ(result.frames, 3);
+  EXPECT_EQ(result.rendered, 3);
+  EXPECT_FALSE(result.isStopped());
+  EXPECT_TRUE(fs::exists(path("fire_3.png")));
+}
+
+TEST_F(RenderJobTest, TwoRunOneAfterTheOtherInOneProcess) {
+  Journal first;
+  Journal second;
+  RenderJob(request("one_%d.png", "2-3")).run(first, first.stop);
+  RenderJob(request("two_%d.png", "2-3")).run(second, second.stop);
+  for (const char *frame : {"2", "3"})
+    EXPECT_EQ(contents(path(std::string("one_") + frame + ".png")), contents(path(std::string("two_") + frame + ".png")));
+}
+
+TEST_F(RenderJobTest, AreStoppedOneByOne) {
+  Journal stopped;
+  stopped.stopAfter = 2;
+  const RenderResult result = RenderJob(request("one_%d.png", "1-500")).run(stopped, stopped.stop);
+  EXPECT_TRUE(result.isStopped());
+  EXPECT_GE(result.rendered, 2);
+  EXPECT_LT(result.rendered, 20);
+  EXPECT_TRUE(fs::exists(path("one_2.png")));
+  Journal other;
+  EXPECT_FALSE(RenderJob(request("two_%d.png", "1-4")).run(other, other.stop).isStopped());
+}
+
+TEST_F(RenderJobTest, StoppedBeforeItBeginsLeavesNothing) {
+  Journal journal;
+  journal.stop.request();
+  const RenderResult result = RenderJob(request("fire.mkv", "1-4")).run(journal, journal.stop);
+  EXPECT_EQ(result.done(), 0);
+  EXPECT_TRUE(fs::is_empty(folder_));
+}
+
+TEST_F(RenderJobTest, SaysWhatWasKept) {
+  Journal journal;
+  RenderRequest wanted = request("fire_%d.png", "1-2");
+  RenderJob(wanted).run(journal, journal.stop);
+  wanted.frames = parseFrames("1-3");
+  wanted.existing = Existing::Resume;
+  journal.lines.clear();
+  const RenderResult result = RenderJob(wanted).run(journal, journal.stop);
+  EXPECT_EQ(result.kept, 2);
+  EXPECT_EQ(result.rendered, 1);
+  EXPECT_THAT(journal.lines,
+              ElementsAre("backend soft", "started 3", "1 kept", "2 kept", "3 rendered", "finished"));
+}
+
+TEST_F(RenderJobTest, SaysWhichFramesFailed) {
+  RenderJob(request("in_%d.png", "1-3")).run(*std::make_unique<Journal>(), StopToken());
+  std::ofstream(path("in_2.png")) << "no picture";
+  RenderRequest wanted = request("out_%d.png", "1-3");
+  wanted.testPattern.reset();
+  wanted.size.reset();
+  wanted.input = path("in_%d.png");
+  Journal journal;
+  const RenderResult result = RenderJob(wanted).run(journal, journal.stop);
+  EXPECT_EQ(result.failed, 1);
+  EXPECT_EQ(result.rendered, 2);
+  EXPECT_THAT(journal.lines, testing::Contains(HasSubstr("2 because cannot read")));
+}
+
+TEST_F(RenderJobTest, RefusesWhatCannotBeFollowed) {
+  Journal journal;
+  RenderRequest nothing = request("fire.png", "1");
+  nothing.testPattern.reset();
+  EXPECT_THROW(RenderJob(nothing).run(journal, journal.stop), ValueError);
+  EXPECT_THROW(RenderJob(request("fire.png", "1-2")).run(journal, journal.stop), ValueError);
+  RenderRequest twice = request("fire.png", "1");
+  RenderJob(twice).run(journal, journal.stop);
+  EXPECT_THROW(RenderJob(twice).run(journal, journal.stop), media::OutputError);
+  RenderRequest missing = request("other.png", "1");
+  missing.project = path("none.json");
+  EXPECT_THROW(RenderJob(missing).run(journal, journal.stop), media::InputError);
+}
+
+TEST_F(RenderJobTest, TakesSettingsFromThePresetTheProjectAndTheRequest) {
+  std::ofstream(path("look.json")) << R"({"version": 1, "size": "32x18", "frames": 5, "parameters": {"glow": 7, "steps": 12}})";
+  std::ofstream(path("film.json")) << R"({"version": 1, "preset": "look.json", "frames": 6, "parameters": {"glow": 9}})";
+  RenderRequest wanted;
+  wanted.testPattern = "title";
+  wanted.backend = "soft";
+  wanted.project = path("film.json");
+  wanted.output = path("fire_%d.png");
+  wanted.settings = {{"steps", "11"}};
+  wanted.saveProject = path("saved.json");
+  Journal journal;
+  RenderJob(wanted).run(journal, journal.stop);
+  const std::string saved = contents(path("saved.json"));
+  for (const char *part : {"\"size\": \"32x18\"", "\"frames\": \"6\"", "\"glow\": 9", "\"steps\": 11"})
+    EXPECT_THAT(saved, HasSubstr(part));
+}
+
+TEST_F(RenderJobTest, ASheetStopsToo) {
+  SheetRequest sheet;
+  sheet.render = request("sheet.png", "1");
+  sheet.render.frames.reset();
+  sheet.frame = 2;
+  sheet.variations = {parseVariation("glow=1,2,3")};
+  Journal journal;
+  journal.stop.request();
+  EXPECT_TRUE(drawSheet(sheet, journal, journal.stop).isStopped());
+  EXPECT_FALSE(fs::exists(path("sheet.png")));
+  const SheetResult result = drawSheet(sheet, journal, StopToken());
+  EXPECT_EQ(result.drawn, 3);
+  EXPECT_TRUE(fs::exists(path("sheet.png")));
+}
+
+}  // namespace
+}  // namespace pyrelux::job
