@@ -21,13 +21,12 @@ SettingsFiles loadSettings(const RenderRequest &request, const std::vector<host:
 }
 
 RenderRequest withSettings(RenderRequest request, const SettingsFiles &files) {
-  for (const auto &file : {files.project, files.preset}) {
-    if (!file) continue;
-    if (!request.size) request.size = file->size;
-    if (!request.frames) request.frames = file->frames;
-    if (!request.frameRate) request.frameRate = file->frameRate;
-    if (!request.bits) request.bits = file->bits;
-  }
+  if (!files.project) return request;
+  const project::Project &project = *files.project;
+  if (!request.size) request.size = project.size;
+  if (!request.frames) request.frames = project.frames;
+  if (!request.frameRate) request.frameRate = project.frameRate;
+  if (!request.bits) request.bits = project.bits;
   return request;
 }
 

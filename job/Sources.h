@@ -28,7 +28,8 @@ struct SettingsFiles {
 /// Reads the request's project and its preset, or the project's. Throws ValueError, media::InputError.
 SettingsFiles loadSettings(const RenderRequest &request, const std::vector<host::ParameterDeclaration> &declarations);
 
-/// The request, with the project's and then the preset's values in the places of those that it does not have.
+/// The request, with the project's values in the places of those that it does not have. A preset is a look for any
+/// title: what it holds besides parameters does not count.
 RenderRequest withSettings(RenderRequest request, const SettingsFiles &files);
 
 /// What burns, and what it is laid over.

@@ -106,7 +106,8 @@ TEST_F(RenderJobTest, TwoRunOneAfterTheOtherInOneProcess) {
   RenderJob(request("one_%d.png", "2-3")).run(first, first.stop);
   RenderJob(request("two_%d.png", "2-3")).run(second, second.stop);
   for (const char *frame : {"2", "3"})
-    EXPECT_EQ(contents(path(std::string("one_") + frame + ".png")), contents(path(std::string("two_") + frame + ".png")));
+    EXPECT_EQ(contents(path(std::string("one_") + frame + ".png")),
+              contents(path(std::string("two_") + frame + ".png")));
 }
 
 TEST_F(RenderJobTest, AreStoppedOneByOne) {
@@ -139,8 +140,7 @@ TEST_F(RenderJobTest, SaysWhatWasKept) {
   const RenderResult result = RenderJob(wanted).run(journal, journal.stop);
   EXPECT_EQ(result.kept, 2);
   EXPECT_EQ(result.rendered, 1);
-  EXPECT_THAT(journal.lines,
-              ElementsAre("backend soft", "started 3", "1 kept", "2 kept", "3 rendered", "finished"));
+  EXPECT_THAT(journal.lines, ElementsAre("backend soft", "started 3", "1 kept", "2 kept", "3 rendered", "finished"));
 }
 
 TEST_F(RenderJobTest, SaysWhichFramesFailed) {
@@ -172,8 +172,10 @@ TEST_F(RenderJobTest, RefusesWhatCannotBeFollowed) {
 }
 
 TEST_F(RenderJobTest, TakesSettingsFromThePresetTheProjectAndTheRequest) {
-  std::ofstream(path("look.json")) << R"({"version": 1, "size": "32x18", "frames": 5, "parameters": {"glow": 7, "steps": 12}})";
-  std::ofstream(path("film.json")) << R"({"version": 1, "preset": "look.json", "frames": 6, "parameters": {"glow": 9}})";
+  std::ofstream(path("look.json"))
+      << R"({"version": 1, "size": "30x30", "frames": 5, "parameters": {"glow": 7, "direction": 12, "steps": 13}})";
+  std::ofstream(path("film.json"))
+      << R"({"version": 1, "preset": "look.json", "size": "32x18", "parameters": {"glow": 9, "steps": 12}})";
   RenderRequest wanted;
   wanted.testPattern = "title";
   wanted.backend = "soft";
@@ -184,7 +186,8 @@ TEST_F(RenderJobTest, TakesSettingsFromThePresetTheProjectAndTheRequest) {
   Journal journal;
   RenderJob(wanted).run(journal, journal.stop);
   const std::string saved = contents(path("saved.json"));
-  for (const char *part : {"\"size\": \"32x18\"", "\"frames\": \"6\"", "\"glow\": 9", "\"steps\": 11"})
+  for (const char *part :
+       {"\"size\": \"32x18\"", "\"frames\": \"1-48\"", "\"glow\": 9", "\"direction\": 12", "\"steps\": 11"})
     EXPECT_THAT(saved, HasSubstr(part));
 }
 
