@@ -15,6 +15,7 @@
 #include "LibraryLog.h"
 #include "MediaErrors.h"
 #include "OutputFile.h"
+#include "StillEncoder.h"
 
 namespace pyrelux::media {
 
@@ -29,15 +30,14 @@ class StillWriter : public Writer {
       : path_(path),
         pattern_(path),
         publish_(format.publish),
-        encoder_(path, file.codec(format.codec, path), false, format, options_) {}
+        encoder_(StillEncoder::open(path, file.codec(format.codec, path), format)) {}
 
   void write(std::int64_t frame, const Image &image) override {
     if (frame < 0) failWriting(path_, "the frame number " + std::to_string(frame) + " is negative");
     if (still_) failWriting(path_, "it can hold one frame only");
     const std::string path = pattern_.path(frame);
     auto output = std::make_unique<OutputFile>(path);
-    encoder_.encode(image, count_++, 1,
-                    [&output](AVPacket &packet) { avio_write(output->io(), packet.data, packet.size); });
+    encoder_->encode(image, *output->io());
     if (pattern_.isNumbered()) {
       output->complete();
       if (publish_)
@@ -58,17 +58,15 @@ class StillWriter : public Writer {
       failWriting(path_, causeNoFrame);
   }
 
-  Losses losses() const override { return encoder_.losses(); }
+  Losses losses() const override { return encoder_->losses(); }
 
  private:
   std::string path_;
   FramePattern pattern_;
   std::function<void(const NewPicture &)> publish_;
-  Dictionary options_;
-  Encoder encoder_;
+  std::unique_ptr<StillEncoder> encoder_;
   std::unique_ptr<OutputFile> still_;
   bool hasFrames_ = false;
-  std::int64_t count_ = 0;
 };
 
 class MovieWriter : public Writer {

@@ -6,7 +6,8 @@ program_packages=(
   g++ gobjc++ cmake ninja-build pkg-config
   libgnustep-base-dev libgnustep-gui-dev
   libegl-dev libegl1 libegl-mesa0 libgl1-mesa-dri
-  libavfilter-dev libavformat-dev libavcodec-dev libavutil-dev libswresample-dev libswscale-dev libtiff-dev libzimg-dev
+  libavfilter-dev libavformat-dev libavcodec-dev libavutil-dev libswresample-dev libswscale-dev libtiff-dev libopenexr-dev
+  libimath-dev libzimg-dev
   libpango1.0-dev libcairo2-dev fonts-dejavu-core libimagequant-dev
   libfftw3-dev
   frei0r-plugins-dev libmlt-dev

@@ -1,5 +1,7 @@
 #include "LibraryLog.h"
 
+#include <tiffio.h>
+
 #include <cstdarg>
 #include <cstdio>
 #include <map>
@@ -47,7 +49,15 @@ void receive(void *object, int level, const char *format, va_list arguments) {
 
 }  // namespace
 
-void silenceLibraries() { av_log_set_callback(receive); }
+void silenceLibraries() {
+  av_log_set_callback(receive);
+  static const bool done = [] {
+    TIFFSetErrorHandler(nullptr);
+    TIFFSetWarningHandler(nullptr);
+    return true;
+  }();
+  static_cast<void>(done);
+}
 
 DecoderLog::DecoderLog(const AVCodecContext &decoder) : decoder_(&decoder) {
   const std::lock_guard<std::mutex> lock(listeners().mutex);

@@ -7,8 +7,8 @@
 
 namespace pyrelux::media {
 
-/// Keeps FFmpeg's own messages off the terminal: what a user sees of a failure is our one sentence. The log is one
-/// for the whole process; calling this again is harmless.
+/// Keeps the messages of FFmpeg and libtiff off the terminal: what a user sees of a failure is our one sentence. Each
+/// library has one log for the whole process. Calling this again is harmless, from any thread.
 void silenceLibraries();
 
 /// What the log says about one decoder, for what the libraries tell nowhere else. Needs silenceLibraries().

@@ -1,6 +1,7 @@
 #include "StillDecoder.h"
 
 #include "Decoder.h"
+#include "ExrFile.h"
 #include "MediaErrors.h"
 #include "PixelConversion.h"
 #include "StillStructure.h"
@@ -10,6 +11,7 @@ namespace pyrelux::media {
 
 Still decodeStill(InputFile &file, AVCodecID codec, InputAlpha alpha) {
   const PacketPtr bytes = file.readAll();
+  if (codec == AV_CODEC_ID_EXR) return readExr(bytes->data, static_cast<std::size_t>(bytes->size), alpha, file.path());
   Alpha own = alphaKindOf(codec);
   if (codec == AV_CODEC_ID_TIFF) {
     const TiffFile tiff(bytes->data, bytes->size, file.path());

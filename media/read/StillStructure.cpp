@@ -128,25 +128,18 @@ std::string_view takeText(Cursor &cursor) {
   return {start, length};
 }
 
-const char *unsupportedExr(Cursor cursor) {
-  constexpr int severalParts = 0x10, deep = 0x08;
-  cursor.skip(5);
-  const int flags = cursor.byte();
-  if (flags & severalParts) return "it is an EXR of several parts, which can't be read; save its picture alone";
-  if (flags & deep) return "it is an EXR of deep pixels, which can't be read; flatten it";
+/// Walks through the headers, which end with an empty one where there are several parts.
+void walkExr(Cursor cursor) {
+  constexpr int magicAndVersion = 4 + 1, severalParts = 0x10;
+  cursor.skip(magicAndVersion);
+  const bool hasParts = cursor.byte() & severalParts;
   cursor.skip(2);
-  while (!takeText(cursor).empty()) {
-    const bool isChannels = takeText(cursor) == "chlist";
-    const std::int64_t size = cursor.littleEndian(4);
-    Cursor value(cursor.take(size), static_cast<int>(size));
-    constexpr int wholeNumbers = 0, restOfChannel = 12;
-    while (isChannels && !takeText(value).empty()) {
-      if (value.littleEndian(4) == wholeNumbers)
-        return "it is an EXR of whole numbers, which can't be read; save it with half or float channels";
-      value.skip(restOfChannel);
+  do {
+    while (!takeText(cursor).empty()) {
+      takeText(cursor);
+      cursor.skip(cursor.littleEndian(4));
     }
-  }
-  return nullptr;
+  } while (hasParts && cursor.peek() != 0);
 }
 
 /// Returns the number of pictures.
@@ -190,6 +183,7 @@ bool isWhole(AVCodecID codec, const std::uint8_t *data, int size) {
   try {
     if (codec == AV_CODEC_ID_PNG) walkPng(Cursor(data, size));
     if (codec == AV_CODEC_ID_MJPEG) walkJpeg(Cursor(data, size));
+    if (codec == AV_CODEC_ID_EXR) walkExr(Cursor(data, size));
   } catch (const Cursor::Ended &) {
     return false;
   }
@@ -208,7 +202,6 @@ const char *unsupportedKind(AVCodecID codec, const std::uint8_t *data, int size)
   try {
     if (codec == AV_CODEC_ID_WEBP && isAnimatedWebp(Cursor(data, size)))
       return "it is an animated WebP, which can't be read; convert it to a movie or a sequence";
-    if (codec == AV_CODEC_ID_EXR) return unsupportedExr(Cursor(data, size));
   } catch (const Cursor::Ended &) {
   }
   return nullptr;

@@ -9,7 +9,8 @@ namespace pyrelux::media {
 
 /// Whether the outer structure of a still runs to its end mark. The decoders of these formats fill up what is missing
 /// without a complaint, so a file that was cut off has to be found by walking through its parts; bytes after the end
-/// mark are allowed. So has a PNG's header that says what no PNG may be. Formats whose decoders notice by themselves
+/// mark are allowed. A PNG's header that says what no PNG may be is damage, too. Of an EXR, only the headers are walked
+/// through. Formats whose decoders notice by themselves
 /// count as whole.
 bool isWhole(AVCodecID codec, const std::uint8_t *data, int size);
 

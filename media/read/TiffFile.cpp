@@ -1,5 +1,6 @@
 #include "TiffFile.h"
 
+#include <half.h>
 #include <tiffio.h>
 
 #include <algorithm>
@@ -32,7 +33,7 @@ struct TiffFile::Source {
   static toff_t seek(thandle_t handle, toff_t offset, int from) {
     Source &self = of(handle);
     const toff_t base = from == SEEK_CUR ? self.position : from == SEEK_END ? self.size : 0;
-    // Farther is nowhere, and could not be held.
+    // A position past the end reads nothing, like the end itself. Limited to it, no sum can overflow.
     self.position = static_cast<tmsize_t>(std::min<toff_t>(base + offset, static_cast<toff_t>(self.size)));
     return static_cast<toff_t>(self.position);
   }
@@ -49,24 +50,26 @@ Value field(TIFF *file, ttag_t tag) {
   return value;
 }
 
-float fromHalf(std::uint16_t half) {
-  const int exponent = half >> 10 & 0x1F;
-  const int fraction = half & 0x3FF;
-  const float size = exponent == 0      ? std::ldexp(static_cast<float>(fraction), -24)
-                     : exponent == 0x1F ? (fraction ? NAN : INFINITY)
-                                        : std::ldexp(static_cast<float>(fraction | 0x400), exponent - 25);
-  return half & 0x8000 ? -size : size;
-}
-
 float sampleAt(const std::uint8_t *bytes, int bits) {
   if (bits == 16) {
     std::uint16_t half;
     std::memcpy(&half, bytes, sizeof half);
-    return fromHalf(half);
+    return imath_half_to_float(half);
   }
   float value;
   std::memcpy(&value, bytes, sizeof value);
   return value;
+}
+
+/// The vertical resolution divided by the horizontal one; 1 where the file does not tell both.
+double pixelAspectOf(TIFF *file) {
+  float across = 0.0f;
+  float down = 0.0f;
+  if (!TIFFGetField(file, TIFFTAG_XRESOLUTION, &across) || !TIFFGetField(file, TIFFTAG_YRESOLUTION, &down)) return 1.0;
+  constexpr int largestTerm = 10000;
+  const AVRational aspect =
+      across > 0.0f && down > 0.0f ? av_d2q(double{down} / double{across}, largestTerm) : AVRational{1, 1};
+  return aspect.num > 0 && aspect.den > 0 ? av_q2d(aspect) : 1.0;
 }
 
 /// How the samples lie in the file: in tiles, or in strips, which are tiles as wide as the picture.
@@ -130,23 +133,12 @@ void placeBlock(const Layout &layout, const std::vector<std::uint8_t> &block, st
     }
 }
 
-/// Its handlers are one for the whole process.
-void silenceLibrary() {
-  static const bool done = [] {
-    TIFFSetErrorHandler(nullptr);
-    TIFFSetWarningHandler(nullptr);
-    return true;
-  }();
-  static_cast<void>(done);
-}
-
 }  // namespace
 
 void TiffFile::Close::operator()(tiff *file) const { TIFFClose(file); }
 
 TiffFile::TiffFile(const std::uint8_t *data, std::int64_t size, const std::string &path)
     : path_(path), source_(new Source{data, static_cast<tmsize_t>(size), 0}) {
-  silenceLibrary();
   // "m": read by the functions given, since there is nothing to map.
   file_.reset(TIFFClientOpen(path.c_str(), "rm", source_.get(), Source::read, Source::write, Source::seek,
                              Source::close, Source::sizeOf, nullptr, nullptr));
@@ -184,6 +176,7 @@ Still TiffFile::readFloats(std::optional<Alpha> alpha) const {
   still.info.height = static_cast<int>(layout.height);
   still.info.hasAlpha = alpha && layout.hasAlpha();
   still.info.bitsPerComponent = layout.bits;
+  still.info.pixelAspect = pixelAspectOf(file_.get());
   still.image = Image::floats(still.info.width, still.info.height, alpha.value_or(Alpha::Premultiplied));
   std::vector<std::uint8_t> block(static_cast<std::size_t>(blockSize));
   for (int plane = 0; plane < (layout.isSeparate ? layout.samples : 1); ++plane)

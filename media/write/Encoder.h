@@ -6,17 +6,19 @@
 #include <string>
 
 #include "FileFormat.h"
+#include "PictureDelivery.h"
 #include "Writer.h"
 
 namespace pyrelux::media {
 
-/// Turns pictures into packets.
+/// Turns pictures into packets, by an encoder of FFmpeg.
 class Encoder {
  public:
   using Sink = std::function<void(AVPacket &)>;
 
-  /// A movie's packets belong into a container. `options` gives what the encoder does not know back. Throws MediaError:
-  /// a size or frame rate that is refused.
+  /// A movie's packets belong into a container. `codec` must outlive this. `options` gives what the encoder does not
+  /// know back. Throws OutputError: a size or frame rate that nothing has; EncoderError: no such encoder, a size that
+  /// it refuses.
   Encoder(const std::string &path, const Codec &codec, bool isMovie, const OutputFormat &format, Dictionary &options);
 
   /// Encodes a picture as the next one, of that time and duration in units of context().time_base. `sink` gets the
@@ -26,19 +28,17 @@ class Encoder {
   /// Encodes what is held back, as the last call.
   void flush(const Sink &sink) { send(nullptr, sink); }
 
-  const AVCodecContext &context() const { return *codec_; }
-  const Losses &losses() const { return losses_; }
+  const AVCodecContext &context() const { return *context_; }
+  const Losses &losses() const { return delivery_.losses(); }
 
  private:
-  Image stored(const Image &image);
   void send(const AVFrame *frame, const Sink &sink);
 
   std::string path_;
-  OutputFormat format_;
-  Delivery delivery_;
-  CodecPtr codec_;
-  Losses losses_;
-  std::int64_t count_ = 0;
+  const Codec &codec_;
+  PictureDelivery delivery_;
+  CodecPtr context_;
+  std::int64_t count_ = 0;                          // of the pictures given
   std::map<std::int64_t, std::int64_t> durations_;  // by time, of what the encoder holds back
 };
 

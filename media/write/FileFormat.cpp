@@ -4,91 +4,155 @@
 #include <cctype>
 #include <filesystem>
 
+#include "CodecNeeds.h"
+#include "ExrEncoder.h"
 #include "MediaErrors.h"
+#include "TiffEncoder.h"
 
 namespace pyrelux::media {
 
 namespace {
 
-std::vector<FileFormat> makeFormats() {
-  const Codec png = {
-      "png", "png", AV_PIX_FMT_RGBA, AV_PIX_FMT_RGBA64BE, AlphaUse::Straight, false, {{"pred", "mixed"}}};
-  const Codec tiff = {"tiff",
-                      "tiff",
-                      AV_PIX_FMT_RGBA,
-                      AV_PIX_FMT_RGBA64LE,
-                      AlphaUse::Straight,
-                      true,
-                      {{"compression_algo", "deflate"}}};
-  const auto exr = [](const char *depth) {
-    return Codec{depth,
-                 "exr",
-                 AV_PIX_FMT_GBRAPF32,
-                 AV_PIX_FMT_GBRAPF32,
-                 AlphaUse::Premultiplied,
-                 true,
-                 {{"format", depth}, {"compression", "zip16"}}};
-  };
-  const Codec prores = {"prores",
-                        "prores_ks",
-                        AV_PIX_FMT_YUVA444P10,
-                        AV_PIX_FMT_YUVA444P10,
-                        AlphaUse::Straight,
-                        true,
-                        {{"profile", "4444"}, {"alpha_bits", "16"}}};
-  const Codec ffv1 = {
-      "ffv1", "ffv1", AV_PIX_FMT_BGRA, AV_PIX_FMT_GBRAP16, AlphaUse::Straight, false, {{"level", "3"}, {"g", "1"}}};
-  const Codec h264 = {"h264",
-                      "libx264",
-                      AV_PIX_FMT_YUV420P,
-                      AV_PIX_FMT_YUV420P,
-                      AlphaUse::None,
-                      false,
-                      {{"crf", "16"}, {"preset", "medium"}}};
+Codec png() {
+  Codec codec;
+  codec.name = "png";
+  codec.encoder = "png";
+  codec.layout8 = AV_PIX_FMT_RGBA;
+  codec.layout16 = AV_PIX_FMT_RGBA64BE;
+  codec.alpha = AlphaUse::Straight;
+  codec.options = {{"pred", "mixed"}};
+  codec.prepare = declareSrgb;
+  return codec;
+}
+
+Codec tiff() {
+  Codec codec;
+  codec.name = "tiff";
+  codec.layout8 = AV_PIX_FMT_RGBA;
+  codec.layout16 = AV_PIX_FMT_RGBA64LE;
+  codec.alpha = AlphaUse::Straight;
+  codec.isDeep = true;
+  codec.encodeStill = encodeTiff;
+  return codec;
+}
+
+Codec exr(const char *name, decltype(Codec::encodeStill) encode) {
+  Codec codec;
+  codec.name = name;
+  codec.layout8 = AV_PIX_FMT_GBRAPF32;
+  codec.layout16 = AV_PIX_FMT_GBRAPF32;
+  codec.alpha = AlphaUse::Premultiplied;
+  codec.isDeep = true;
+  codec.encodeStill = encode;
+  return codec;
+}
+
+Codec prores() {
+  Codec codec;
+  codec.name = "prores";
+  codec.encoder = "prores_ks";
+  codec.layout8 = AV_PIX_FMT_YUVA444P10;
+  codec.layout16 = AV_PIX_FMT_YUVA444P10;
+  codec.alpha = AlphaUse::Straight;
+  codec.isDeep = true;
+  codec.options = {{"profile", "4444"}, {"alpha_bits", "16"}};
+  return codec;
+}
+
+Codec ffv1() {
+  Codec codec;
+  codec.name = "ffv1";
+  codec.encoder = "ffv1";
+  codec.layout8 = AV_PIX_FMT_BGRA;
+  codec.layout16 = AV_PIX_FMT_GBRAP16;
+  codec.alpha = AlphaUse::Straight;
+  codec.options = {{"level", "3"}, {"g", "1"}};
+  codec.prepare = avoidSmallSlices;
+  return codec;
+}
+
+Codec h264() {
+  Codec codec;
+  codec.name = "h264";
+  codec.encoder = "libx264";
+  codec.layout8 = AV_PIX_FMT_YUV420P;
+  codec.layout16 = AV_PIX_FMT_YUV420P;
+  codec.options = {{"crf", "16"}, {"preset", "medium"}};
+  return codec;
+}
+
+Codec h265() {
+  Codec codec;
+  codec.name = "h265";
+  codec.encoder = "libx265";
+  codec.layout8 = AV_PIX_FMT_YUV420P;
+  codec.layout16 = AV_PIX_FMT_YUV420P10;
   // Messages of libx265 go past FFmpeg's log.
-  const Codec h265 = {"h265",
-                      "libx265",
-                      AV_PIX_FMT_YUV420P,
-                      AV_PIX_FMT_YUV420P10,
-                      AlphaUse::None,
-                      false,
-                      {{"crf", "18"}, {"preset", "medium"}, {"x265-params", "log-level=none"}},
-                      // libx265 3.5 writes past its buffers for pictures that are narrower.
-                      50,
-                      16};
+  codec.options = {{"crf", "18"}, {"preset", "medium"}, {"x265-params", "log-level=none"}};
+  // libx265 3.5 writes past its buffers for pictures that are narrower.
+  codec.smallestWidth = 50;
+  codec.smallestHeight = 16;
+  codec.prepare = requireMemoryForH265;
+  codec.correct = setMissingDecodingTime;
+  return codec;
+}
+
+Codec vp9() {
+  Codec codec;
+  codec.name = "vp9";
+  codec.encoder = "libvpx-vp9";
+  codec.layout8 = AV_PIX_FMT_YUVA420P;
+  codec.layout16 = AV_PIX_FMT_YUVA420P;
+  codec.alpha = AlphaUse::Straight;
   // Alternate reference frames are not for pictures with alpha; no bit rate means constant quality.
-  const Codec vp9 = {"vp9",
-                     "libvpx-vp9",
-                     AV_PIX_FMT_YUVA420P,
-                     AV_PIX_FMT_YUVA420P,
-                     AlphaUse::Straight,
-                     false,
-                     {{"crf", "20"}, {"b", "0"}, {"auto-alt-ref", "0"}, {"cpu-used", "4"}, {"row-mt", "1"}}};
+  codec.options = {{"crf", "20"}, {"b", "0"}, {"auto-alt-ref", "0"}, {"cpu-used", "4"}, {"row-mt", "1"}};
+  return codec;
+}
+
+Codec apng() {
+  Codec codec = png();
+  codec.name = "apng";
+  codec.encoder = "apng";
   // Of 16 bits, it would blend parts of frames in a way that its own decoder refuses.
-  const Codec apng = {"apng", "apng", AV_PIX_FMT_RGBA, AV_PIX_FMT_RGBA, AlphaUse::Straight, false, {{"pred", "mixed"}}};
-  const auto webp = [](const char *name, const char *isLossless) {
-    return Codec{name,
-                 "libwebp_anim",
-                 AV_PIX_FMT_BGRA,
-                 AV_PIX_FMT_BGRA,
-                 AlphaUse::Straight,
-                 false,
-                 {{"lossless", isLossless}, {"quality", "90"}}};
-  };
+  codec.layout16 = codec.layout8;
+  return codec;
+}
+
+Codec webp(const char *name, const char *isLossless) {
+  Codec codec;
+  codec.name = name;
+  codec.encoder = "libwebp_anim";
+  codec.layout8 = AV_PIX_FMT_BGRA;
+  codec.layout16 = AV_PIX_FMT_BGRA;
+  codec.alpha = AlphaUse::Straight;
+  codec.options = {{"lossless", isLossless}, {"quality", "90"}};
+  return codec;
+}
+
+Codec gif() {
+  Codec codec;
+  codec.name = "gif";
+  codec.encoder = "gif";
+  codec.layout8 = AV_PIX_FMT_PAL8;
+  codec.layout16 = AV_PIX_FMT_PAL8;
   // Whole frames only: in search of what has not changed, it compares colour numbers of different palettes.
-  const Codec gif = {"gif", "gif", AV_PIX_FMT_PAL8, AV_PIX_FMT_PAL8, AlphaUse::None, false, {{"gifflags", "0"}}};
+  codec.options = {{"gifflags", "0"}};
+  return codec;
+}
+
+std::vector<FileFormat> makeFormats() {
   return {
-      {".png", nullptr, {png}, {}},
-      {".tif", nullptr, {tiff}, {}},
-      {".tiff", nullptr, {tiff}, {}},
-      {".exr", nullptr, {exr("half"), exr("float")}, {}},
-      {".mov", "mov", {prores, h264, h265}, {}},
-      {".mkv", "matroska", {ffv1, h264, h265}, {}},
-      {".mp4", "mp4", {h264, h265}, {{"movflags", "+faststart"}}},
-      {".webm", "webm", {vp9}, {}},
-      {".apng", "apng", {apng}, {{"plays", "0"}}},
+      {".png", nullptr, {png()}},
+      {".tif", nullptr, {tiff()}},
+      {".tiff", nullptr, {tiff()}},
+      {".exr", nullptr, {exr("half", encodeHalfExr), exr("float", encodeFloatExr)}},
+      {".mov", "mov", {prores(), h264(), h265()}},
+      {".mkv", "matroska", {ffv1(), h264(), h265()}},
+      {".mp4", "mp4", {h264(), h265()}, {{"movflags", "+faststart"}}},
+      {".webm", "webm", {vp9()}},
+      {".apng", "apng", {apng()}, {{"plays", "0"}}},
       {".webp", "webp", {webp("lossy", "0"), webp("lossless", "1")}, {{"loop", "0"}}},
-      {".gif", "gif", {gif}, {{"loop", "0"}}},
+      {".gif", "gif", {gif()}, {{"loop", "0"}}},
   };
 }
 

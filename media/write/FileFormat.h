@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -9,19 +10,38 @@
 
 namespace pyrelux::media {
 
+/// Names of FFmpeg's options with their values.
 using Options = std::vector<std::pair<const char *, const char *>>;
+
+/// What a still's file says besides its pixels.
+struct StillNotes {
+  std::string path;                 ///< for messages
+  AlphaUse alpha = AlphaUse::None;  ///< as it is stored
+  double pixelAspect = 1.0;         ///< width of a pixel / its height
+  std::string record = {};          ///< see OutputFormat
+};
 
 /// A way to store pictures.
 struct Codec {
-  const char *name;        ///< as a user calls it
-  const char *encoder;     ///< as FFmpeg calls it
-  AVPixelFormat pixels8;   ///< when 8 bits are asked for
-  AVPixelFormat pixels16;  ///< when 16 bits are asked for
-  AlphaUse alpha;          ///< its custom; where it is not None, all others are possible
-  bool isDeep;             ///< drawn with 16 bits unless 8 are asked for
-  Options options;
-  int smallestWidth = 1;   ///< pixels; the encoder fails with less
-  int smallestHeight = 1;  ///< pixels; the encoder fails with less
+  const char *name = nullptr;                ///< as a user calls it
+  const char *encoder = nullptr;             ///< as FFmpeg calls it; null where `encodeStill` does the work
+  AVPixelFormat layout8 = AV_PIX_FMT_NONE;   ///< of pixels, when 8 bits are asked for
+  AVPixelFormat layout16 = AV_PIX_FMT_NONE;  ///< of pixels, when 16 bits are asked for
+  AlphaUse alpha = AlphaUse::None;           ///< its custom; where it is not None, all others are possible
+  bool isDeep = false;                       ///< drawn with 16 bits unless 8 are asked for
+  Options options = {};                      ///< of FFmpeg's encoder
+  int smallestWidth = 1;                     ///< pixels; the encoder fails with less
+  int smallestHeight = 1;                    ///< pixels; the encoder fails with less
+
+  /// What its encoder needs besides; null for nothing. Called before the encoder is opened, with its size, its layout
+  /// and its options set. Throws EncoderError, naming `path`.
+  void (*prepare)(AVCodecContext &encoder, Dictionary &options, const std::string &path) = nullptr;
+  /// Corrects a packet of the encoder, which has been given `pictures` in all; null where they are right.
+  /// `isFlushing`: it will be given no more.
+  void (*correct)(AVPacket &packet, std::int64_t pictures, bool isFlushing) = nullptr;
+  /// The bytes of a still's file that holds a frame of the layout, by a library other than FFmpeg; null for FFmpeg's
+  /// encoder. Throws EncoderError.
+  std::vector<std::uint8_t> (*encodeStill)(const AVFrame &frame, const StillNotes &notes) = nullptr;
 };
 
 /// A kind of file that can be written.
@@ -29,7 +49,7 @@ struct FileFormat {
   const char *extension;
   const char *muxer;          ///< null for a still: the encoded picture is the file
   std::vector<Codec> codecs;  ///< those that it holds; the first unless another is asked for
-  Options options;            ///< of the muxer
+  Options options = {};       ///< of the muxer
 
   bool isMovie() const { return muxer != nullptr; }
 
@@ -37,7 +57,7 @@ struct FileFormat {
   const Codec &codec(const std::string &name, const std::string &path) const;
 };
 
-/// All that can be written.
+/// All that can be written. Valid as long as the program runs.
 const std::vector<FileFormat> &fileFormats();
 
 /// By the path's extension, in upper or lower case. Throws OutputError if there is none of it.

@@ -63,14 +63,10 @@ TEST_F(ReaderMessage, AKindOfTheFormatThatIsNotRead) {
   write(path("x.exr"), {8, 8, 16, {}}, {image});
   const FileBytes exr = load(path("x.exr"));
   constexpr std::size_t flags = 5;
-  for (const auto &[flag, cause] :
-       {std::pair(0x10, "it is an EXR of several parts, which can't be read; save its picture alone"),
-        {0x08, "it is an EXR of deep pixels, which can't be read; flatten it"}}) {
-    FileBytes changed = exr;
-    changed[flags] = static_cast<std::uint8_t>(flag);
-    save(path("x.exr"), changed);
-    expectCause("x.exr", cause);
-  }
+  FileBytes deep = exr;
+  deep[flags] = 0x08;
+  save(path("x.exr"), deep);
+  expectCause("x.exr", "it is an EXR of deep pixels, which can't be read; flatten it");
   // "chlist", its length, then for each channel a name and its kind.
   const std::string list = "chlist";
   FileBytes whole = exr;
