@@ -40,6 +40,8 @@ FilterInfo probe(const std::string &displayName) {
 
 class Contract : public ::testing::Test {
  protected:
+  void SetUp() override { messages(); }
+
   /// The messages that probes got since the last time.
   static std::vector<std::string> messages() {
     std::vector<std::string> texts;

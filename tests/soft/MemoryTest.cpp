@@ -53,7 +53,8 @@ TEST(Memory, ATextureThatDoesNotFitIsAnErrorAndTheOldImageStays) {
   upload(GL_TEXTURE_RECTANGLE_EXT, 1, 1, picture({50}));
   {
     const LittleMemory little;
-    glTexImage2D(GL_TEXTURE_RECTANGLE_EXT, 0, static_cast<GLint>(GL_RGBA8), 1001, 1003, 0, GL_RGBA, GL_UNSIGNED_BYTE,
+    // Larger than the other test's, whose memory may be kept for the next picture.
+    glTexImage2D(GL_TEXTURE_RECTANGLE_EXT, 0, static_cast<GLint>(GL_RGBA8), 1001, 1013, 0, GL_RGBA, GL_UNSIGNED_BYTE,
                  nullptr);
   }
   EXPECT_EQ(glGetError(), GL_OUT_OF_MEMORY);
