@@ -36,7 +36,7 @@ class Plane {
   std::unique_ptr<std::byte, Delete> data_;
 };
 
-using GraphPtr = std::unique_ptr<zimg_filter_graph, Free<zimg_filter_graph_free>>;
+using GraphPtr = std::unique_ptr<zimg_filter_graph, Deleter<zimg_filter_graph_free>>;
 
 zimg_image_format formatOf(int width, int height) {
   zimg_image_format format;

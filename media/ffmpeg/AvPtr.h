@@ -17,42 +17,42 @@ extern "C" {
 /// Owners of the libraries' objects.
 namespace pyrelux::media {
 
-/// For the functions that take the address of a pointer and clear it.
+/// Calls a function that takes the address of a pointer, frees the object and clears the pointer.
 template <auto function>
-struct Clear {
+struct AddressDeleter {
   template <typename Object>
   void operator()(Object *object) const {
     function(&object);
   }
 };
 
-/// For the functions that take the pointer.
+/// Calls a function that takes the pointer and frees the object.
 template <auto function>
-struct Free {
+struct Deleter {
   template <typename Object>
   void operator()(Object *object) const {
     function(object);
   }
 };
 
-using FramePtr = std::unique_ptr<AVFrame, Clear<av_frame_free>>;
-using PacketPtr = std::unique_ptr<AVPacket, Clear<av_packet_free>>;
-using CodecPtr = std::unique_ptr<AVCodecContext, Clear<avcodec_free_context>>;
-using DemuxerPtr = std::unique_ptr<AVFormatContext, Clear<avformat_close_input>>;
-using MuxerPtr = std::unique_ptr<AVFormatContext, Free<avformat_free_context>>;
-using IoPtr = std::unique_ptr<AVIOContext, Clear<avio_closep>>;
-using GraphPtr = std::unique_ptr<AVFilterGraph, Clear<avfilter_graph_free>>;
-using ResamplerPtr = std::unique_ptr<SwrContext, Clear<swr_free>>;
-using SampleQueuePtr = std::unique_ptr<AVAudioFifo, Free<av_audio_fifo_free>>;
+using FramePtr = std::unique_ptr<AVFrame, AddressDeleter<av_frame_free>>;
+using PacketPtr = std::unique_ptr<AVPacket, AddressDeleter<av_packet_free>>;
+using CodecPtr = std::unique_ptr<AVCodecContext, AddressDeleter<avcodec_free_context>>;
+using DemuxerPtr = std::unique_ptr<AVFormatContext, AddressDeleter<avformat_close_input>>;
+using MuxerPtr = std::unique_ptr<AVFormatContext, Deleter<avformat_free_context>>;
+using IoPtr = std::unique_ptr<AVIOContext, AddressDeleter<avio_closep>>;
+using GraphPtr = std::unique_ptr<AVFilterGraph, AddressDeleter<avfilter_graph_free>>;
+using ResamplerPtr = std::unique_ptr<SwrContext, AddressDeleter<swr_free>>;
+using SampleQueuePtr = std::unique_ptr<AVAudioFifo, Deleter<av_audio_fifo_free>>;
 /// Of an AVIOContext over functions of one's own, with its buffer.
-struct FreeBufferedIo {
+struct BufferedIoDeleter {
   void operator()(AVIOContext *io) const {
     av_freep(&io->buffer);
     avio_context_free(&io);
   }
 };
-using BufferedIoPtr = std::unique_ptr<AVIOContext, FreeBufferedIo>;
-using ScalerPtr = std::unique_ptr<SwsContext, Free<sws_freeContext>>;
+using BufferedIoPtr = std::unique_ptr<AVIOContext, BufferedIoDeleter>;
+using ScalerPtr = std::unique_ptr<SwsContext, Deleter<sws_freeContext>>;
 
 /// The libraries' constructors return null for one reason only.
 template <typename Handle>

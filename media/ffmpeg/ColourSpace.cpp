@@ -17,8 +17,8 @@ namespace pyrelux::media {
 
 namespace {
 
-using ConverterPtr = std::unique_ptr<zimg_filter_graph, Free<zimg_filter_graph_free>>;
-using MemoryPtr = std::unique_ptr<void, Free<av_free>>;
+using ConverterPtr = std::unique_ptr<zimg_filter_graph, Deleter<zimg_filter_graph_free>>;
+using MemoryPtr = std::unique_ptr<void, Deleter<av_free>>;
 
 /// Pictures are converted by as many rows at a time, so that the copies in planes stay small.
 constexpr int bandHeight = 64;

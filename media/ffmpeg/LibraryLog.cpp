@@ -22,8 +22,8 @@ Listeners &listeners() {
   return all;
 }
 
-/// The object that the one a message comes from works for; null if it works for itself. Every such object starts with
-/// a pointer to its class, which knows where the other is noted.
+/// The object that owns the sender of a message; null if nothing owns it. Every sender starts with a pointer to its
+/// class. The class says at which byte of the sender the pointer to the owner is.
 void *parentOf(void *object) {
   const AVClass *type = *static_cast<AVClass **>(object);
   if (!type || type->parent_log_context_offset == 0) return nullptr;

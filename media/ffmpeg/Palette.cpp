@@ -11,9 +11,9 @@ namespace pyrelux::media {
 
 namespace {
 
-using AttributesPtr = std::unique_ptr<liq_attr, Free<liq_attr_destroy>>;
-using PicturePtr = std::unique_ptr<liq_image, Free<liq_image_destroy>>;
-using ResultPtr = std::unique_ptr<liq_result, Free<liq_result_destroy>>;
+using AttributesPtr = std::unique_ptr<liq_attr, Deleter<liq_attr_destroy>>;
+using PicturePtr = std::unique_ptr<liq_image, Deleter<liq_image_destroy>>;
+using ResultPtr = std::unique_ptr<liq_result, Deleter<liq_result_destroy>>;
 
 }  // namespace
 

@@ -11,8 +11,8 @@
 
 namespace pyrelux::media {
 
-/// A decoder that delivers sound pictures of a readable size and throws for any other: where the library would paint
-/// over what is missing, this finds out.
+/// A decoder that delivers whole pictures of a readable size only. FFmpeg hides damage: it fills in what is missing.
+/// This throws then.
 class Decoder {
  public:
   /// For a codec without parameters from a container. `path` is for messages. Throws MediaError if there is no decoder.
