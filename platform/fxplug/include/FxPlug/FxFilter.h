@@ -3,6 +3,8 @@
 #import <FxPlug/FxImage.h>
 #import <FxPlug/FxTypes.h>
 
+@class NSView;
+
 /// What every effect implements.
 @protocol FxBaseEffect <NSObject>
 - (BOOL)addParameters;
