@@ -28,7 +28,7 @@ int fail(const std::string &message, int exitCode) {
 /// A file must not get the number of a standard stream that is closed: what is printed would end up in the file.
 void occupyStandardStreams() {
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
-    // Standard output is as good as closed then, as printing to it has to fail.
+    // Opened read-only, so that writing to a closed stdout still fails.
     if (fcntl(stream, F_GETFD) < 0) open("/dev/null", stream == STDERR_FILENO ? O_WRONLY : O_RDONLY);
 }
 

@@ -18,9 +18,9 @@ struct FrameSettings {
   double pixelAspect = 1.0;  ///< of input and output: width of a pixel / its height
 };
 
-/// Takes filters through the frame cycle: input up, set-up, render, clean-up, output back. Owns an OpenGL context and
-/// the two images, and keeps them from frame to frame. Thread: one at a time; of several objects one draws and the
-/// others wait; no context is left current.
+/// Runs a filter on one frame: upload, set-up, render, clean-up, read-back. Owns an OpenGL context and the two images,
+/// and keeps them from frame to frame. Thread: one at a time. Instances serialise on a process-wide lock. No context is
+/// left current.
 class FrameRenderer {
  public:
   /// `backendId` as chooseBackend() gives it. Throws HostError when it gives no context.

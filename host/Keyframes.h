@@ -26,8 +26,8 @@ std::optional<Ease> easeNamed(const std::string &name);
 /// 0 .. 1, so that every time has one value; y may leave it, and the value then swings beyond its keyframes.
 using TimingCurve = std::array<double, 4>;
 
-/// The farthest that y1 and y2 of a timing curve go, either way.
-constexpr double farthestSwing = 100.0;
+/// The largest y1 and y2 of a timing curve, either way.
+constexpr double maxSwing = 100.0;
 
 struct Keyframe {
   double frame = 0.0;  ///< a frame time: a frame number, fractions allowed

@@ -26,8 +26,8 @@ std::optional<ParameterValue> parseEntry(const ParameterDeclaration &parameter, 
     if (!slugOf(text).empty() && slugOf(text) == slugOf(parameter.entries[index]))
       return ParameterValue{static_cast<double>(index)};
   const auto index = parseNumbers(text, 1);
-  constexpr double farthest = 1e6;  // no list is as long
-  if (!index || (*index)[0] != std::floor((*index)[0]) || std::abs((*index)[0]) > farthest) return std::nullopt;
+  constexpr double maxIndex = 1e6;  // no list is as long
+  if (!index || (*index)[0] != std::floor((*index)[0]) || std::abs((*index)[0]) > maxIndex) return std::nullopt;
   return index;
 }
 

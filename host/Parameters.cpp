@@ -15,7 +15,7 @@ namespace pyrelux::host {
 namespace {
 
 /// A point's coordinates, either way: beyond any use, and small enough to go on reckoning with.
-constexpr double farthestPoint = 1e9;
+constexpr double maxCoordinate = 1e9;
 
 /// As a set keeps them: popups always hold.
 std::vector<Keyframe> asKept(const ParameterDeclaration &parameter, std::vector<Keyframe> keyframes) {
@@ -95,7 +95,7 @@ std::string slugOf(const std::string &text) {
   return slug;
 }
 
-std::string refusalOf(const ParameterDeclaration &parameter, const ParameterValue &value) {
+std::string validationError(const ParameterDeclaration &parameter, const ParameterValue &value) {
   for (const double number : value)
     if (!std::isfinite(number)) return "it has to be a finite number";
   if (parameter.hasRange() && (value[0] < parameter.minimum || value[0] > parameter.maximum))
@@ -110,11 +110,11 @@ std::string refusalOf(const ParameterDeclaration &parameter, const ParameterValu
       if (channel < 0.0 || channel > 1.0) return "each channel has to be in 0..1";
   if (parameter.kind == ParameterKind::Point)
     for (const double coordinate : value)
-      if (std::abs(coordinate) > farthestPoint) return "it lies too far outside the picture";
+      if (std::abs(coordinate) > maxCoordinate) return "it lies too far outside the picture";
   return {};
 }
 
-ParameterValue nearestLegal(const ParameterDeclaration &parameter, ParameterValue value) {
+ParameterValue clampToLegal(const ParameterDeclaration &parameter, ParameterValue value) {
   for (std::size_t i = 0; i < value.size(); ++i)
     if (std::isnan(value[i])) value[i] = parameter.defaultValue[i];
   const auto clampAll = [&value](double least, double most) {
@@ -125,17 +125,17 @@ ParameterValue nearestLegal(const ParameterDeclaration &parameter, ParameterValu
   if (parameter.kind == ParameterKind::Popup)
     value[0] = std::clamp(std::floor(value[0]), 0.0, static_cast<double>(parameter.entries.size()) - 1.0);
   if (parameter.kind == ParameterKind::Colour) clampAll(0.0, 1.0);
-  if (parameter.kind == ParameterKind::Point) clampAll(-farthestPoint, farthestPoint);
+  if (parameter.kind == ParameterKind::Point) clampAll(-maxCoordinate, maxCoordinate);
   return value;
 }
 
-std::string refusalOf(const Keyframe &keyframe) {
-  if (!(std::abs(keyframe.frame) <= farthestFrame)) return "it is no frame of a film";
+std::string validationError(const Keyframe &keyframe) {
+  if (!(std::abs(keyframe.frame) <= maxFrame)) return "it is no frame of a film";
   if (keyframe.ease != Ease::Bezier) return {};
   for (const std::size_t x : {0, 2})
     if (!(keyframe.curve[x] >= 0.0 && keyframe.curve[x] <= 1.0)) return "x1 and x2 of its curve have to be in 0..1";
   for (const std::size_t y : {1, 3})
-    if (!(std::abs(keyframe.curve[y]) <= farthestSwing)) return "y1 and y2 of its curve have to be in -100..100";
+    if (!(std::abs(keyframe.curve[y]) <= maxSwing)) return "y1 and y2 of its curve have to be in -100..100";
   return {};
 }
 
@@ -175,10 +175,10 @@ ParameterValue ParameterSet::value(std::uint32_t id, double timeFrames) const {
   const ParameterDeclaration *parameter = find(id);
   if (!parameter) return {};
   if (const auto curve = curves_.find(id); curve != curves_.end())
-    return nearestLegal(*parameter, curve->second(timeFrames));
+    return clampToLegal(*parameter, curve->second(timeFrames));
   const auto set = values_.find(id);
   if (set == values_.end()) return parameter->defaultValue;
-  return nearestLegal(*parameter, interpolate(set->second, timeFrames));
+  return clampToLegal(*parameter, interpolate(set->second, timeFrames));
 }
 
 std::vector<Keyframe> ParameterSet::keyframes(const ParameterDeclaration &parameter) const {
@@ -196,9 +196,9 @@ void ParameterSet::setKeyframes(const ParameterDeclaration &parameter, const std
   if (keyframes.empty()) throw HostError("'" + parameter.slug() + "' needs a keyframe at least");
   const Keyframe *before = nullptr;
   for (const Keyframe &keyframe : keyframes) {
-    if (const std::string why = refusalOf(parameter, keyframe.value); !why.empty())
+    if (const std::string why = validationError(parameter, keyframe.value); !why.empty())
       throw HostError("'" + parameter.slug() + "' can't be " + formatValue(parameter, keyframe.value) + ": " + why);
-    if (const std::string why = refusalOf(keyframe); !why.empty())
+    if (const std::string why = validationError(keyframe); !why.empty())
       throw HostError("'" + parameter.slug() + "' can't have a keyframe at " + formatNumber(keyframe.frame) + ": " +
                       why);
     if (before && keyframe.frame <= before->frame)

@@ -20,14 +20,14 @@ const char *kindName(ParameterKind kind);
 struct ParameterDeclaration {
   std::uint32_t id = 0;
   ParameterKind kind = ParameterKind::Float;
-  std::string label;  ///< as the filter gave it, translated
-  std::string key;    ///< what the label is a translation of; the label itself when it is none
-  std::uint32_t flags = 0;
+  std::string label;        ///< as the filter gave it, translated
+  std::string key;          ///< what the label is a translation of; the label itself when it is none
+  std::uint32_t flags = 0;  ///< FxPlug's kFxParameterFlag_…, as the filter declared them
   ParameterValue defaultValue{};
-  double minimum = 0.0;  ///< of integers, floats and angles, in a person's units
+  double minimum = 0.0;  ///< of integers, floats and angles, in a person's units (degrees)
   double maximum = 0.0;
-  double sliderMinimum = 0.0;
-  double sliderMaximum = 0.0;
+  double sliderMinimum = 0.0;        ///< where an inspector's slider begins; inside the range, in the same units
+  double sliderMaximum = 0.0;        ///< where it ends
   double delta = 0.0;                ///< step of integers and floats
   std::vector<std::string> entries;  ///< of a popup, translated
 
@@ -44,16 +44,16 @@ struct ParameterDeclaration {
 std::string slugOf(const std::string &text);
 
 /// Why a parameter can't have a value: "its range is -100..100". Empty when it can.
-std::string refusalOf(const ParameterDeclaration &parameter, const ParameterValue &value);
+std::string validationError(const ParameterDeclaration &parameter, const ParameterValue &value);
 
-/// The value nearest to it that refusalOf() has nothing against; of what is not a number, the default.
-ParameterValue nearestLegal(const ParameterDeclaration &parameter, ParameterValue value);
+/// Clamps to the legal range; NaN becomes the default.
+ParameterValue clampToLegal(const ParameterDeclaration &parameter, ParameterValue value);
 
 /// Why a parameter can't have a keyframe, whatever its value is. Empty when it can.
-std::string refusalOf(const Keyframe &keyframe);
+std::string validationError(const Keyframe &keyframe);
 
-/// Keyframes are at frame times in -farthestFrame .. farthestFrame.
-constexpr double farthestFrame = 2147483647.0;
+/// Keyframes are at frame times in -maxFrame .. maxFrame.
+constexpr double maxFrame = 2147483647.0;
 
 /// A parameter's value at each frame time, worked out whenever it is asked for.
 using Curve = std::function<ParameterValue(double timeFrames)>;

@@ -14,7 +14,8 @@ namespace pyrelux::job {
 void refuseToReplaceSource(const media::Reader &source, const std::string &what, const RenderRequest &request,
                            const FrameList &frames);
 
-/// What is there stays, links to nothing too, unless the request says otherwise. Throws media::OutputError.
+/// Refuses to overwrite existing output unless the request allows it. A link to nothing counts as output. Throws
+/// media::OutputError.
 void refuseToReplaceOutput(const RenderRequest &request, const FrameList &frames);
 
 }  // namespace pyrelux::job

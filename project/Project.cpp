@@ -31,11 +31,11 @@ constexpr std::size_t maxMessage = 400;
 [[noreturn]] void fail(const std::string &path, const std::string &what) { throw ProjectError(path + what); }
 
 /// The text's beginning, when it is longer than messages can be.
-std::string beginning(const std::string &text, std::size_t longest) {
-  if (text.size() <= longest) return text;
+std::string beginning(const std::string &text, std::size_t maxBytes) {
+  if (text.size() <= maxBytes) return text;
   // Not within a character of several bytes.
-  while (longest > 0 && (static_cast<unsigned char>(text[longest]) & 0xC0) == 0x80) --longest;
-  return text.substr(0, longest) + "...";
+  while (maxBytes > 0 && (static_cast<unsigned char>(text[maxBytes]) & 0xC0) == 0x80) --maxBytes;
+  return text.substr(0, maxBytes) + "...";
 }
 
 /// A text from the file as messages show it.
@@ -163,7 +163,7 @@ ParameterValue parseValue(const std::string &path, const Json &json, const Param
   } else {
     value[0] = parseNumber(path, json, takes);
   }
-  if (const std::string why = host::refusalOf(parameter, value); !why.empty())
+  if (const std::string why = host::validationError(parameter, value); !why.empty())
     fail(path, " can't be " + host::formatValue(parameter, value) + ": " + why);
   return value;
 }
@@ -188,7 +188,7 @@ Keyframe parseKeyframe(const std::string &path, const Json &json, const Paramete
     const std::vector<double> numbers = parseNumbers(path + ".bezier", json["bezier"], 4, "the list x1, y1, x2, y2");
     std::copy(numbers.begin(), numbers.end(), keyframe.curve.begin());
   }
-  if (const std::string why = host::refusalOf(keyframe); !why.empty()) fail(path, " can't be: " + why);
+  if (const std::string why = host::validationError(keyframe); !why.empty()) fail(path, " can't be: " + why);
   return keyframe;
 }
 
@@ -216,9 +216,9 @@ void parseParameters(const Json &json, const std::vector<ParameterDeclaration> &
   const host::ParameterSet parameters(declarations);
   std::map<std::uint32_t, std::string> names;
   for (const auto &[name, value] : json.items()) {
-    constexpr std::size_t longestName = 200;
+    constexpr std::size_t maxNameLength = 200;
     // Looking for the nearest takes time that grows with the name.
-    if (name.size() > longestName) fail("parameters." + shown(name), " is no parameter's name");
+    if (name.size() > maxNameLength) fail("parameters." + shown(name), " is no parameter's name");
     const std::string path = "parameters." + name;
     const ParameterDeclaration *parameter = nullptr;
     try {

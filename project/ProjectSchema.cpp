@@ -54,13 +54,13 @@ Json keyframe() {
   Json names = Json::array();
   for (const std::string &name : host::easeNames()) names.push_back(name);
   const Json across = numberIn(0.0, 1.0);
-  const Json up = numberIn(-host::farthestSwing, host::farthestSwing);
+  const Json up = numberIn(-host::maxSwing, host::maxSwing);
   Json curve = listOf(Json::object(), 4);
   curve["description"] = "x1, y1, x2, y2 of the curve from 0,0 to 1,1; across goes the time, up the value";
   curve["prefixItems"] = Json::array({across, up, across, up});
   curve.erase("items");
   Json keyframe = {{"type", "object"}, {"required", {"frame", "value"}}};
-  keyframe["properties"]["frame"] = numberIn(-host::farthestFrame, host::farthestFrame);
+  keyframe["properties"]["frame"] = numberIn(-host::maxFrame, host::maxFrame);
   keyframe["properties"]["value"] = true;
   keyframe["properties"]["ease"] = {
       {"enum", names}, {"default", "linear"}, {"description", "How the value goes on to the next keyframe"}};

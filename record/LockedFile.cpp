@@ -38,7 +38,7 @@ std::uintmax_t sizeOf(const Descriptor &file) {
   return fstat(file.number(), &status) == 0 ? static_cast<std::uintmax_t>(status.st_size) : 0;
 }
 
-void readLines(const Descriptor &file, std::size_t longest,
+void readLines(const Descriptor &file, std::size_t maxBytes,
                const std::function<bool(const std::string &, bool)> &take) {
   std::string line;
   char part[1 << 16];
@@ -49,7 +49,7 @@ void readLines(const Descriptor &file, std::size_t longest,
     place += count;
     for (const char *at = part, *end = part + count; at != end;) {
       const char *lineEnd = std::find(at, end, '\n');
-      line.append(at, std::min<std::size_t>(static_cast<std::size_t>(lineEnd - at), longest - line.size()));
+      line.append(at, std::min<std::size_t>(static_cast<std::size_t>(lineEnd - at), maxBytes - line.size()));
       if (lineEnd == end) break;
       if (!take(line, true)) return;
       line.clear();

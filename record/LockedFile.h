@@ -34,8 +34,8 @@ Descriptor openRegular(const std::string &path, int flags, std::string &cause);
 std::uintmax_t sizeOf(const Descriptor &file);
 
 /// Reads lines, without their ends, until there are no more or `take` returns false. Of a line that is longer than
-/// `longest` bytes, the beginning is told. `take` is also told whether the line has an end.
-void readLines(const Descriptor &file, std::size_t longest,
+/// `maxBytes` bytes, the beginning is told. `take` is also told whether the line has an end.
+void readLines(const Descriptor &file, std::size_t maxBytes,
                const std::function<bool(const std::string &line, bool hasEnd)> &take);
 
 /// A file of lines that several programs add to, each in its turn: as long as this lives, no other has it. The turns

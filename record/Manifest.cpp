@@ -62,15 +62,15 @@ bool addRecord(const std::string &line, PictureRecords &records) {
 Contents contentsOf(const Descriptor &file) {
   Contents contents;
   // Millions of pictures; what is larger would only keep the program busy.
-  constexpr std::uintmax_t mostBytes = std::uintmax_t{1} << 30;
-  if (sizeOf(file) > mostBytes) {
+  constexpr std::uintmax_t maxBytes = std::uintmax_t{1} << 30;
+  if (sizeOf(file) > maxBytes) {
     contents.obstacle = "it is not a manifest: it is longer than a gigabyte";
     return contents;
   }
   // A record has a name, which may be written in six bytes for each of its own.
-  constexpr std::size_t longestRecord = 1 << 14;
+  constexpr std::size_t maxRecordBytes = 1 << 14;
   bool isManifest = sizeOf(file) == 0;
-  readLines(file, longestRecord, [&](const std::string &line, bool hasEnd) {
+  readLines(file, maxRecordBytes, [&](const std::string &line, bool hasEnd) {
     // Not what is being written while this is read.
     isManifest |= line.rfind(runStart, 0) == 0 || (hasEnd && addRecord(line, contents.records));
     return true;

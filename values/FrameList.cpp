@@ -11,7 +11,7 @@ namespace pyrelux {
 namespace {
 
 /// The largest frame number: those of sequences have as many digits at most.
-constexpr std::int64_t mostFrames = 999'999'999'999'999'999;
+constexpr std::int64_t maxFrames = 999'999'999'999'999'999;
 
 /// A whole number without sign that is the whole text.
 std::optional<std::int64_t> parseWhole(const std::string &text, std::int64_t most = INT32_MAX) {
@@ -26,15 +26,14 @@ std::optional<std::int64_t> parseWhole(const std::string &text, std::int64_t mos
 std::optional<FrameRange> parseRange(const std::string &text) {
   const std::size_t dash = text.find('-');
   if (dash == std::string::npos) {
-    const auto frame = parseWhole(text, mostFrames);
+    const auto frame = parseWhole(text, maxFrames);
     return frame ? std::optional(FrameRange{*frame, *frame, 1}) : std::nullopt;
   }
   const std::size_t cross = text.find('x', dash);
-  const auto first = parseWhole(text.substr(0, dash), mostFrames);
-  const auto last =
-      parseWhole(text.substr(dash + 1, cross == std::string::npos ? cross : cross - dash - 1), mostFrames);
+  const auto first = parseWhole(text.substr(0, dash), maxFrames);
+  const auto last = parseWhole(text.substr(dash + 1, cross == std::string::npos ? cross : cross - dash - 1), maxFrames);
   const auto step =
-      cross == std::string::npos ? std::optional<std::int64_t>(1) : parseWhole(text.substr(cross + 1), mostFrames);
+      cross == std::string::npos ? std::optional<std::int64_t>(1) : parseWhole(text.substr(cross + 1), maxFrames);
   if (!first || !last || !step || *step == 0) return std::nullopt;
   return FrameRange{*first, *last, *step};
 }

@@ -177,7 +177,7 @@ double Frei0rInstance::frameAt(double time) {
   constexpr double earliest = -1e9;
   // Hosts round times; a frame's number is whole.
   const double frame = seconds >= earliest ? std::round(seconds * settings_.framesPerSecond) : nextFrame_;
-  nextFrame_ = std::clamp(frame, -host::farthestFrame, host::farthestFrame) + 1.0;
+  nextFrame_ = std::clamp(frame, -host::maxFrame, host::maxFrame) + 1.0;
   return nextFrame_ - 1.0;
 }
 

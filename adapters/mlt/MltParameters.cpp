@@ -82,14 +82,14 @@ class Property {
 
   ParameterValue entryNamed(const std::string &text) const {
     try {
-      return host::nearestLegal(declaration_, host::parseValue(declaration_, text));
+      return host::clampToLegal(declaration_, host::parseValue(declaration_, text));
     } catch (const host::HostError &error) {
       complain(error.what());
       return declaration_.defaultValue;
     }
   }
 
-  ParameterValue valueAt(int frame) const { return host::nearestLegal(declaration_, anyValueAt(frame)); }
+  ParameterValue valueAt(int frame) const { return host::clampToLegal(declaration_, anyValueAt(frame)); }
 
   ParameterValue anyValueAt(int frame) const {
     switch (declaration_.kind) {

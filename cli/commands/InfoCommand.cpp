@@ -42,7 +42,7 @@ Command infoCommand() {
   const auto backend = std::make_shared<std::string>("auto");
   Command command;
   command.name = "info";
-  command.about = "Tell the version, what draws, and which bundle was found";
+  command.about = "Show version, backend and filter bundle";
   command.options = {backendOption(*backend)};
   command.run = [backend] { return info(*backend); };
   return command;

@@ -17,6 +17,7 @@ using Rows = std::vector<std::pair<const char *, const char *>>;
 // What no declaration tells.
 const Rows environment = {
     {"PYRELUX_PLUGIN_PATH", "Folders to look for the filter's bundle in, parted by colons, instead of the usual ones."},
+    {"XDG_CONFIG_HOME", "The folder to look for pyrelux/presets in, instead of ~/.config."},
     {"PYRELUX_SIMD",
      "What the soft renderer computes with: scalar, sse2, avx2, avx512 or neon; otherwise the best that "
      "the processor has. 'pyrelux info' tells which."},
@@ -31,6 +32,8 @@ const Rows files = {
     {"fire.png.manifest.jsonl",
      "Beside the sequence fire.%04d.png: which pictures were finished, and from what. It is what --resume and 'pyrelux "
      "verify' go by."},
+    {"~/.config/pyrelux/presets",
+     "A user's own presets: project files, each a preset by its name. The shipped ones are in share/pyrelux/presets."},
     {"fire.json", "A project: settings and keyframes, for --project. 'pyrelux parameters --schema' prints its schema."},
 };
 
@@ -145,7 +148,7 @@ std::string manPage(const Program &program, const std::vector<host::ParameterDec
               "them. Angles are in degrees, points count from the lower left.")
        << "\n.PP\n";
   addTable(page, parameters);
-  page << ".SH \"EXIT STATUS\"\nEnds with\n";
+  page << ".SH \"EXIT STATUS\"\n";
   for (const auto &[code, when] : exitCodes()) addRow(page, bold(code), when + ".");
   page << ".PP\n"
        << roff("Whatever fails is told in one line on standard error. Nothing half written carries an output's name.")

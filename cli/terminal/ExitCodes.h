@@ -13,7 +13,7 @@ constexpr int inputExit = 3;
 constexpr int outputExit = 4;
 constexpr int encoderExit = 5;
 
-/// All of them, and when: "2", "for a wrong command line".
+/// All of them, and when: "2", "wrong command line".
 const std::vector<std::pair<std::string, std::string>> &exitCodes();
 
 /// The same as a sentence.

@@ -77,7 +77,7 @@ TEST_F(ManPage, ListsTheParametersWithWhatTheyTake) {
 
 TEST_F(ManPage, TellsExitCodesFilesAndEveryEnvironmentVariableThatIsRead) {
   const std::string text = shown();
-  EXPECT_THAT(text, HasSubstr("2 for a wrong command line."));
+  EXPECT_THAT(text, HasSubstr("2 wrong command line."));
   EXPECT_THAT(text, HasSubstr("fire.png.manifest.jsonl"));
   const std::string variable = "getenv(\"PYRELUX_";
   int variables = 0;

@@ -10,7 +10,7 @@ namespace pyrelux::host::test {
 namespace {
 
 /// The message when a text is given to a parameter, as its value and within its range.
-std::string refusalOf(SampleId id, const std::string &text) {
+std::string validationError(SampleId id, const std::string &text) {
   ParameterSet parameters(sampleDeclarations());
   return refusal([&] { parameters.set(*parameters.find(id), parseValue(*parameters.find(id), text)); });
 }
@@ -49,7 +49,7 @@ TEST(ParameterText, ReadsAValueOfEachKind) {
   for (const auto &row : rows) {
     SCOPED_TRACE(row.text);
     EXPECT_EQ(parseValue(sample(row.id), row.text), row.value);
-    EXPECT_EQ(refusalOf(row.id, row.text), "");
+    EXPECT_EQ(validationError(row.id, row.text), "");
   }
 }
 
@@ -94,7 +94,8 @@ TEST(ParameterText, OutOfRangeAndNotFiniteNumbersNeverBecomeValues) {
   };
   for (const auto &row : rows)
     for (const char *text : row.texts)
-      EXPECT_THAT(refusalOf(row.id, text), testing::StartsWith("'" + sample(row.id).slug() + "' can't be ")) << text;
+      EXPECT_THAT(validationError(row.id, text), testing::StartsWith("'" + sample(row.id).slug() + "' can't be "))
+          << text;
 }
 
 TEST(ParameterText, ReadsBackWhatItWrote) {
@@ -142,7 +143,8 @@ TEST(ParameterText, WritesRangesWithTheirUnits) {
 
 TEST(ParameterText, TheEndsOfARangeAreAcceptedAsTheyAreShown) {
   for (const SampleId id : {kTongues, kGlow, kDirection})
-    for (const double end : {sample(id).minimum, sample(id).maximum}) EXPECT_EQ(refusalOf(id, formatNumber(end)), "");
+    for (const double end : {sample(id).minimum, sample(id).maximum})
+      EXPECT_EQ(validationError(id, formatNumber(end)), "");
 }
 
 TEST(ParameterText, NamesKindsAndUnits) {

@@ -12,7 +12,7 @@ namespace {
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
-std::string refusalOf(SampleId id, const ParameterValue &value) {
+std::string validationError(SampleId id, const ParameterValue &value) {
   ParameterSet parameters(sampleDeclarations());
   const std::string message = refusal([&] { parameters.set(*parameters.find(id), value); });
   // What is refused changes nothing.
@@ -40,62 +40,63 @@ TEST(ParameterValue, OfAnUnknownParameterIsZero) {
 
 TEST(ParameterValue, BothEndsOfTheRangeBelongToIt) {
   for (const SampleId id : {kTongues, kGlow, kDirection}) {
-    EXPECT_EQ(refusalOf(id, {sample(id).minimum}), "");
-    EXPECT_EQ(refusalOf(id, {sample(id).maximum}), "");
+    EXPECT_EQ(validationError(id, {sample(id).minimum}), "");
+    EXPECT_EQ(validationError(id, {sample(id).maximum}), "");
   }
 }
 
 TEST(ParameterValue, BeyondTheRangeIsRefusedWithTheRange) {
-  EXPECT_EQ(refusalOf(kTongues, {0.0}), "'pyrelux' can't be 0: its range is 1..50");
-  EXPECT_EQ(refusalOf(kTongues, {51.0}), "'pyrelux' can't be 51: its range is 1..50");
-  EXPECT_EQ(refusalOf(kGlow, {100.5}), "'glow' can't be 100.5: its range is -100..100");
-  EXPECT_EQ(refusalOf(kGlow, {-100.5}), "'glow' can't be -100.5: its range is -100..100");
-  EXPECT_THAT(refusalOf(kDirection, {180000.0}), testing::HasSubstr("degrees"));
-  EXPECT_THAT(refusalOf(kGlow, {std::nextafter(100.0, 101.0)}), testing::HasSubstr("-100..100"));
-  EXPECT_THAT(refusalOf(kGlow, {std::numeric_limits<double>::max()}), testing::HasSubstr("-100..100"));
+  EXPECT_EQ(validationError(kTongues, {0.0}), "'pyrelux' can't be 0: its range is 1..50");
+  EXPECT_EQ(validationError(kTongues, {51.0}), "'pyrelux' can't be 51: its range is 1..50");
+  EXPECT_EQ(validationError(kGlow, {100.5}), "'glow' can't be 100.5: its range is -100..100");
+  EXPECT_EQ(validationError(kGlow, {-100.5}), "'glow' can't be -100.5: its range is -100..100");
+  EXPECT_THAT(validationError(kDirection, {180000.0}), testing::HasSubstr("degrees"));
+  EXPECT_THAT(validationError(kGlow, {std::nextafter(100.0, 101.0)}), testing::HasSubstr("-100..100"));
+  EXPECT_THAT(validationError(kGlow, {std::numeric_limits<double>::max()}), testing::HasSubstr("-100..100"));
 }
 
 TEST(ParameterValue, IsAFiniteNumberInEveryComponent) {
   for (const double number : {nan, infinity, -infinity}) {
     for (const SampleId id : {kTongues, kGlow, kDirection, kMode})
-      EXPECT_THAT(refusalOf(id, {number}), testing::HasSubstr(sample(id).slug()));
+      EXPECT_THAT(validationError(id, {number}), testing::HasSubstr(sample(id).slug()));
     for (std::size_t component = 0; component < 3; ++component) {
       ParameterValue value{0.5, 0.5, 0.5};
       value[component] = number;
-      EXPECT_THAT(refusalOf(kColour, value), testing::HasSubstr("finite"));
+      EXPECT_THAT(validationError(kColour, value), testing::HasSubstr("finite"));
     }
-    EXPECT_THAT(refusalOf(kPoint, {number, 0.5}), testing::HasSubstr("finite"));
-    EXPECT_THAT(refusalOf(kPoint, {0.5, number}), testing::HasSubstr("finite"));
+    EXPECT_THAT(validationError(kPoint, {number, 0.5}), testing::HasSubstr("finite"));
+    EXPECT_THAT(validationError(kPoint, {0.5, number}), testing::HasSubstr("finite"));
   }
 }
 
 TEST(ParameterValue, OfAnIntegerIsWhole) {
-  EXPECT_EQ(refusalOf(kTongues, {12.5}), "'pyrelux' can't be 12.5: it has to be a whole number");
+  EXPECT_EQ(validationError(kTongues, {12.5}), "'pyrelux' can't be 12.5: it has to be a whole number");
 }
 
 TEST(ParameterValue, OfAPopupIsOneOfItsEntries) {
-  EXPECT_EQ(refusalOf(kMode, {0.0}), "");
-  EXPECT_EQ(refusalOf(kMode, {1.0}), "");
-  EXPECT_EQ(refusalOf(kMode, {2.0}), "'source-mode' can't be 2: its entries are 0 Cover, 1 16 Bit Mix");
-  EXPECT_EQ(refusalOf(kMode, {-1.0}), "'source-mode' can't be -1: its entries are 0 Cover, 1 16 Bit Mix");
+  EXPECT_EQ(validationError(kMode, {0.0}), "");
+  EXPECT_EQ(validationError(kMode, {1.0}), "");
+  EXPECT_EQ(validationError(kMode, {2.0}), "'source-mode' can't be 2: its entries are 0 Cover, 1 16 Bit Mix");
+  EXPECT_EQ(validationError(kMode, {-1.0}), "'source-mode' can't be -1: its entries are 0 Cover, 1 16 Bit Mix");
 }
 
 TEST(ParameterValue, OfAColourHasChannelsFromZeroToOne) {
-  EXPECT_EQ(refusalOf(kColour, {0.0, 1.0, 0.5}), "");
-  EXPECT_EQ(refusalOf(kColour, {1.5, 0.0, 0.0}), "'color-inner' can't be 1.5,0,0: each channel has to be in 0..1");
-  EXPECT_THAT(refusalOf(kColour, {0.0, -0.1, 0.0}), testing::HasSubstr("0..1"));
-  EXPECT_THAT(refusalOf(kColour, {0.0, 0.0, 2.0}), testing::HasSubstr("0..1"));
+  EXPECT_EQ(validationError(kColour, {0.0, 1.0, 0.5}), "");
+  EXPECT_EQ(validationError(kColour, {1.5, 0.0, 0.0}),
+            "'color-inner' can't be 1.5,0,0: each channel has to be in 0..1");
+  EXPECT_THAT(validationError(kColour, {0.0, -0.1, 0.0}), testing::HasSubstr("0..1"));
+  EXPECT_THAT(validationError(kColour, {0.0, 0.0, 2.0}), testing::HasSubstr("0..1"));
 }
 
 TEST(ParameterValue, OfAPointMayLieOutsideThePicture) {
-  EXPECT_EQ(refusalOf(kPoint, {-2.0, 3.5}), "");
-  EXPECT_EQ(refusalOf(kPoint, {0.5, -1e9}), "");
-  EXPECT_EQ(refusalOf(kPoint, {0.5, 2e9}),
+  EXPECT_EQ(validationError(kPoint, {-2.0, 3.5}), "");
+  EXPECT_EQ(validationError(kPoint, {0.5, -1e9}), "");
+  EXPECT_EQ(validationError(kPoint, {0.5, 2e9}),
             "'point-attract-repel' can't be 0.5,2e+09: it lies too far outside the picture");
 }
 
 TEST(ParameterValue, ARowWithoutAValueTakesNone) {
-  EXPECT_THAT(refusalOf(kHeader, {1.0}), testing::HasSubstr("www.example.com"));
+  EXPECT_THAT(validationError(kHeader, {1.0}), testing::HasSubstr("www.example.com"));
 }
 
 }  // namespace

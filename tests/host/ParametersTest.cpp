@@ -53,12 +53,12 @@ TEST(Parameters, TheNearestNameIsOfTheFewestEdits) {
 TEST(Parameters, WhatIsOutOfRangeBecomesTheNearestValue) {
   for (const ParameterKind kind : {ParameterKind::Float, ParameterKind::Integer}) {
     const ParameterDeclaration ranged = parameter("Amount", kind);
-    EXPECT_EQ(nearestLegal(ranged, {20.0})[0], 10.0);
-    EXPECT_EQ(nearestLegal(ranged, {-20.0})[0], -5.0);
-    EXPECT_EQ(nearestLegal(ranged, {3.0})[0], 3.0);
+    EXPECT_EQ(clampToLegal(ranged, {20.0})[0], 10.0);
+    EXPECT_EQ(clampToLegal(ranged, {-20.0})[0], -5.0);
+    EXPECT_EQ(clampToLegal(ranged, {3.0})[0], 3.0);
   }
-  EXPECT_EQ(nearestLegal(parameter("Count", ParameterKind::Integer), {2.6})[0], 3.0);
-  EXPECT_EQ(nearestLegal(parameter("Tint", ParameterKind::Colour), {-1.0, 0.5, 2.0}), (ParameterValue{0.0, 0.5, 1.0}));
+  EXPECT_EQ(clampToLegal(parameter("Count", ParameterKind::Integer), {2.6})[0], 3.0);
+  EXPECT_EQ(clampToLegal(parameter("Tint", ParameterKind::Colour), {-1.0, 0.5, 2.0}), (ParameterValue{0.0, 0.5, 1.0}));
 }
 
 TEST(Parameters, AMenusValueIsWrittenAsItsEntry) {
@@ -72,8 +72,8 @@ TEST(Parameters, AMenusValueIsWrittenAsItsEntry) {
 TEST(Parameters, WhatIsNoNumberBecomesTheDefault) {
   ParameterDeclaration tint = parameter("Tint", ParameterKind::Colour);
   tint.defaultValue = {0.25, 0.5, 0.75};
-  EXPECT_EQ(nearestLegal(tint, {nan, nan, nan}), tint.defaultValue);
-  EXPECT_EQ(nearestLegal(tint, {0.1, nan, 0.2}), (ParameterValue{0.1, 0.5, 0.2}));
+  EXPECT_EQ(clampToLegal(tint, {nan, nan, nan}), tint.defaultValue);
+  EXPECT_EQ(clampToLegal(tint, {0.1, nan, 0.2}), (ParameterValue{0.1, 0.5, 0.2}));
 }
 
 TEST(Parameters, ACurveTakesThePlaceOfWhatWasSet) {
@@ -91,9 +91,9 @@ TEST(Parameters, TheCurveOfAKeyframeMaySwingByAHundred) {
   Keyframe keyframe;
   keyframe.ease = Ease::Bezier;
   keyframe.curve = {0.5, 100.0, 0.5, -100.0};
-  EXPECT_EQ(refusalOf(keyframe), "");
+  EXPECT_EQ(validationError(keyframe), "");
   keyframe.curve[3] = -100.5;
-  EXPECT_EQ(refusalOf(keyframe), "y1 and y2 of its curve have to be in -100..100");
+  EXPECT_EQ(validationError(keyframe), "y1 and y2 of its curve have to be in -100..100");
 }
 
 }  // namespace
