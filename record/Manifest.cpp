@@ -168,9 +168,12 @@ Manifest::Manifest(const std::string &output, const std::string &settings)
   media::Writer::requireWritable(path_);
   std::string cause;
   const Descriptor file = openRegular(path_, O_RDWR | O_NOFOLLOW, cause);
-  if (file)
-    before_ = requireManifest(file, path_).records;
-  else if (cause != media::causeNoSuchFile)
+  if (file) {
+    const Contents contents = contentsOf(file);
+    // A file that another program begins afresh meanwhile looks like none: what it holds is told in our turn.
+    before_ =
+        contents.obstacle.empty() ? contents.records : requireManifest(LockedFile(path_).descriptor(), path_).records;
+  } else if (cause != media::causeNoSuchFile)
     media::failWriting(path_, cause + "; move it away, or give the output another name");
 }
 

@@ -11,10 +11,13 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <future>
 #include <nlohmann/json.hpp>
+#include <thread>
 
 #include "LockedFile.h"
 
@@ -102,6 +105,21 @@ TEST_F(ManifestTest, KeepsEveryLineOfSixteenProcesses) {
     for (const auto &[file, record] : records)
       EXPECT_EQ(stateOf(file, record, folder_.string()), RecordState::Right) << file << " in round " << round;
   }
+}
+
+TEST_F(ManifestTest, ReadsAFileInItsTurnThatAnotherProgramBeginsAfresh) {
+  save(manifest(), "{\"sett");
+  std::promise<void> isLocked;
+  std::thread other([&] {
+    LockedFile file(manifest());
+    isLocked.set_value();
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    file.clear();
+    file.append("{\"settings\":\"new\"}");
+  });
+  isLocked.get_future().wait();
+  EXPECT_NO_THROW(Manifest(output(), "{}"));
+  other.join();
 }
 
 TEST_F(ManifestTest, HoldsOnToTheFileThatHasTheName) {
