@@ -11,6 +11,7 @@
 #include "BundleFiles.h"
 #include "Foundation.h"
 #include "HostError.h"
+#include "Joined.h"
 
 namespace pyrelux::host {
 
@@ -119,9 +120,7 @@ std::vector<FilterInfo> findFilters(const std::vector<std::string> &searchPath) 
 FilterInfo findFilter(const std::vector<std::string> &searchPath) {
   const std::vector<FilterInfo> filters = findFilters(searchPath);
   if (!filters.empty()) return filters.front();
-  std::string folders;
-  for (const std::string &folder : searchPath) folders += (folders.empty() ? "" : ", ") + folder;
-  throw HostError("no filter bundle in " + (folders.empty() ? "an empty PYRELUX_PLUGIN_PATH" : folders) +
+  throw HostError("no filter bundle in " + (searchPath.empty() ? "an empty PYRELUX_PLUGIN_PATH" : joined(searchPath)) +
                   "; name the folder that holds Pyrelux.bundle in PYRELUX_PLUGIN_PATH");
 }
 

@@ -15,33 +15,25 @@ class RenderListener {
   virtual ~RenderListener() = default;
 
   /// Something that a user might not expect of the input or the output: it is interlaced, audio is left out.
-  virtual void remark(const std::string &text);
+  virtual void remark(const std::string & /*text*/) {}
 
   /// Something of what was asked for that can't be done, while the rest can: a letter that no font has.
-  virtual void warn(const std::string &text);
+  virtual void warn(const std::string & /*text*/) {}
 
   /// What draws. `name`: one of host::backendNames(); `description`: of the implementation behind it.
-  virtual void backendChosen(const std::string &name, const std::string &description);
+  virtual void backendChosen(const std::string & /*name*/, const std::string & /*description*/) {}
 
   /// Everything that can be refused was looked at; from here on there may be output that is half-written.
-  virtual void started(std::int64_t frames);
+  virtual void started(std::int64_t /*frames*/) {}
 
   /// A frame is done with. Frames come in ascending order.
-  virtual void frameFinished(std::int64_t frame, FrameOutcome outcome);
+  virtual void frameFinished(std::int64_t /*frame*/, FrameOutcome /*outcome*/) {}
 
   /// Why a frame failed while others did not.
-  virtual void frameFailed(std::int64_t frame, const std::string &cause);
+  virtual void frameFailed(std::int64_t /*frame*/, const std::string & /*cause*/) {}
 
   /// The last frame is done with.
-  virtual void finished();
+  virtual void finished() {}
 };
-
-inline void RenderListener::remark(const std::string &) {}
-inline void RenderListener::warn(const std::string &) {}
-inline void RenderListener::backendChosen(const std::string &, const std::string &) {}
-inline void RenderListener::started(std::int64_t) {}
-inline void RenderListener::frameFinished(std::int64_t, FrameOutcome) {}
-inline void RenderListener::frameFailed(std::int64_t, const std::string &) {}
-inline void RenderListener::finished() {}
 
 }  // namespace pyrelux::job

@@ -7,8 +7,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "Joined.h"
 #include "MediaErrors.h"
-#include "NameMatch.h"
 #include "ProjectFile.h"
 #include "ValueError.h"
 

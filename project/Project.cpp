@@ -5,7 +5,7 @@
 #include <set>
 
 #include "HostError.h"
-#include "NameMatch.h"
+#include "Joined.h"
 #include "Numbers.h"
 #include "ParameterText.h"
 #include "Presets.h"

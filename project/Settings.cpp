@@ -22,8 +22,6 @@ Setting parseSetting(const std::string &text) {
   return {text.substr(0, equals), text.substr(equals + 1)};
 }
 
-std::string formatSetting(const Setting &setting) { return setting.name + "=" + setting.value; }
-
 void applySetting(host::ParameterSet &parameters, const Setting &setting) {
   try {
     const host::ParameterDeclaration &parameter = parameters.named(setting.name);

@@ -18,9 +18,6 @@ struct Setting {
 /// Reads "NAME=VALUE". Throws ValueError.
 Setting parseSetting(const std::string &text);
 
-/// The text that parseSetting() turns into this one.
-std::string formatSetting(const Setting &setting);
-
 /// Sets a parameter. Throws ValueError for an unknown name, and for a value that the parameter does not take.
 void applySetting(host::ParameterSet &parameters, const Setting &setting);
 

@@ -1,6 +1,7 @@
 #include "NameMatch.h"
 
 #include <algorithm>
+#include <vector>
 
 namespace pyrelux {
 
@@ -26,12 +27,6 @@ std::size_t editDistance(const std::string &a, const std::string &b) {
 std::size_t nameDistance(const std::string &typed, const std::string &name) {
   const std::size_t edits = editDistance(typed, name);
   return !typed.empty() && name.find(typed) != std::string::npos ? std::min<std::size_t>(edits, 1) : edits;
-}
-
-std::string joined(const std::vector<std::string> &names, const std::string &between) {
-  std::string text;
-  for (const std::string &name : names) text += (text.empty() ? "" : between) + name;
-  return text;
 }
 
 }  // namespace pyrelux

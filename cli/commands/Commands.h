@@ -6,7 +6,7 @@
 
 namespace pyrelux::cli {
 
-// Each command throws what the libraries below throw, and UsageError; its result is the program's exit code.
+// Each command throws what the libraries below throw; its result is the program's exit code.
 
 /// `render`: burns an input into an output. When a signal interrupts it, what is finished is kept, and a movie ends
 /// there.

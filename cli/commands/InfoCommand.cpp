@@ -40,12 +40,9 @@ int info(const std::string &backend) {
 
 Command infoCommand() {
   const auto backend = std::make_shared<std::string>("auto");
-  Command command;
-  command.name = "info";
-  command.about = "Show version, backend and filter bundle";
-  command.options = {backendOption(*backend)};
-  command.run = [backend] { return info(*backend); };
-  return command;
+  return {"info", "Show version, backend and filter bundle", {backendOption(*backend)}, [backend] {
+            return info(*backend);
+          }};
 }
 
 }  // namespace pyrelux::cli

@@ -14,43 +14,34 @@ namespace pyrelux::cli {
 
 Command completionCommand(const Program &program) {
   const auto shell = std::make_shared<std::string>();
-  Command command;
-  command.name = "completion";
-  command.about = "Print a script that completes command lines";
-  command.options = {option("SHELL", "REQUIRED", "For which shell", ": bash, zsh or fish")
-                         .required()
-                         .oneOf(shellNames())
-                         .filling(*shell)};
-  command.run = [shell, &program] {
+  const auto print = [shell, &program] {
     std::cout << completionScript(*shell, describe(program, settableParameters()));
     return 0;
   };
-  return command;
+  return {"completion",
+          "Print a script that completes command lines",
+          {option("SHELL", "SHELL", "For which shell", ": bash, zsh or fish")
+               .required()
+               .oneOf(shellNames())
+               .filling(*shell)},
+          print};
 }
 
 Command manCommand(const Program &program) {
-  Command command;
-  command.name = "man";
-  command.about = "Print the manual page";
-  command.run = [&program] {
+  const auto print = [&program] {
     const auto parameters = settableParameters();
     std::cout << manPage(describe(program, parameters), parameters);
     return 0;
   };
-  command.isHidden = true;
-  return command;
+  return {"man", "Print the manual page", {}, print, {}, true};
 }
 
 Command optionsCommand(const Program &program) {
-  Command command;
-  command.name = "options";
-  command.about = "Print the options as a page of Markdown";
-  command.run = [&program] {
+  const auto print = [&program] {
     std::cout << optionsPage(describe(program, {}));
     return 0;
   };
-  command.isHidden = true;
-  return command;
+  return {"options", "Print the options as a page of Markdown", {}, print, {}, true};
 }
 
 }  // namespace pyrelux::cli

@@ -136,15 +136,12 @@ Command parametersCommand() {
     bool isSchema = false;
   };
   const auto arguments = std::make_shared<Arguments>();
-  Command command;
-  command.name = "parameters";
-  command.about = "List the effect's parameters in the inspector's order";
-  command.options = {
-      flag("--json", arguments->isJson, true, "As JSON"),
-      flag("--schema", arguments->isSchema, true, "As a JSON Schema of the files that 'render --project' takes")
-          .excluding("--json")};
-  command.run = [arguments] { return arguments->isSchema ? printProjectSchema() : listParameters(arguments->isJson); };
-  return command;
+  return {"parameters",
+          "List the effect's parameters in the inspector's order",
+          {flag("--json", arguments->isJson, true, "As JSON"),
+           flag("--schema", arguments->isSchema, true, "As a JSON Schema of the files that 'render --project' takes")
+               .excluding("--json")},
+          [arguments] { return arguments->isSchema ? printProjectSchema() : listParameters(arguments->isJson); }};
 }
 
 }  // namespace pyrelux::cli

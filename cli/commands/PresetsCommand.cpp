@@ -73,12 +73,10 @@ int listPresets(bool asJson) {
 
 Command presetsCommand() {
   const auto asJson = std::make_shared<bool>(false);
-  Command command;
-  command.name = "presets";
-  command.about = "List the looks that --preset takes";
-  command.options = {flag("--json", *asJson, true, "As JSON", ", with their settings")};
-  command.run = [asJson] { return listPresets(*asJson); };
-  return command;
+  return {"presets",
+          "List the looks that --preset takes",
+          {flag("--json", *asJson, true, "As JSON", ", with their settings")},
+          [asJson] { return listPresets(*asJson); }};
 }
 
 }  // namespace pyrelux::cli

@@ -40,13 +40,8 @@ int render(const RenderArguments &arguments) {
 
 Command renderCommand() {
   const auto arguments = std::make_shared<RenderArguments>();
-  Command command;
-  command.name = "render";
-  command.about = "Burn a picture, a sequence or a movie";
-  command.options = renderOptions(arguments->request, arguments->reporting);
-  command.run = [arguments] { return render(*arguments); };
-  command.footer = parametersHelp;
-  return command;
+  return {"render", "Burn a picture, a sequence or a movie", renderOptions(arguments->request, arguments->reporting),
+          [arguments] { return render(*arguments); }, parametersHelp};
 }
 
 }  // namespace pyrelux::cli

@@ -25,12 +25,8 @@ int drawSheet(const job::SheetRequest &request) {
 
 Command sheetCommand() {
   const auto request = std::make_shared<job::SheetRequest>();
-  Command command;
-  command.name = "sheet";
-  command.about = "Draw one frame with many settings, side by side";
-  command.options = sheetOptions(*request);
-  command.run = [request] { return drawSheet(*request); };
-  return command;
+  return {"sheet", "Draw one frame with many settings, side by side", sheetOptions(*request),
+          [request] { return drawSheet(*request); }};
 }
 
 }  // namespace pyrelux::cli

@@ -37,15 +37,13 @@ int verify(const std::string &manifest) {
 
 Command verifyCommand() {
   const auto manifest = std::make_shared<std::string>();
-  Command command;
-  command.name = "verify";
-  command.about = "Check that a rendered sequence is as it was rendered";
-  command.options = {option("MANIFEST", "MANIFEST", "What render left beside the pictures",
-                            ": fire.png.manifest.jsonl for fire.%04d.png")
-                         .required()
-                         .filling(*manifest)};
-  command.run = [manifest] { return verify(*manifest); };
-  return command;
+  return {"verify",
+          "Check that a rendered sequence is as it was rendered",
+          {option("MANIFEST", "MANIFEST", "What render left beside the pictures",
+                  ": fire.png.manifest.jsonl for fire.%04d.png")
+               .required()
+               .filling(*manifest)},
+          [manifest] { return verify(*manifest); }};
 }
 
 }  // namespace pyrelux::cli

@@ -4,7 +4,7 @@
 #include <sstream>
 
 #include "Description.h"
-#include "NameMatch.h"
+#include "Joined.h"
 
 namespace pyrelux::cli {
 

@@ -35,7 +35,7 @@ void offerParameters(Option &row, const std::vector<host::ParameterDeclaration> 
 }  // namespace
 
 Program describe(const Program &program, const std::vector<host::ParameterDeclaration> &parameters) {
-  Program seen{program.name, program.about, programOptions(), {}};
+  Program seen{program.name, program.about, program.options, {}};
   for (const Command &command : program.commands) {
     if (command.isHidden) continue;
     seen.commands.push_back(command);

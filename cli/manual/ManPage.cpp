@@ -5,6 +5,7 @@
 
 #include "Description.h"
 #include "ExitCodes.h"
+#include "Joined.h"
 #include "ParameterList.h"
 #include "ParameterText.h"
 
@@ -90,8 +91,9 @@ void addRows(std::ostream &page, const std::string &heading, const Rows &rows) {
 }
 
 void addOption(std::ostream &page, const Option &option) {
-  std::string head;
-  for (const std::string &name : option.names) head += (head.empty() ? "" : ", ") + bold(name);
+  std::vector<std::string> names;
+  for (const std::string &name : option.names) names.push_back(bold(name));
+  std::string head = joined(names);
   if (!option.value.empty()) head += " " + italic(option.value);
   addRow(page, head, option.about() + (option.isRequired ? " (required)" : ""));
 }

@@ -2,7 +2,7 @@
 
 #include <sstream>
 
-#include "NameMatch.h"
+#include "Joined.h"
 
 namespace pyrelux::cli {
 

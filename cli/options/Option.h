@@ -102,10 +102,10 @@ Option flag(const std::string &names, Target &target, Target wanted, std::string
 struct Command {
   std::string name;
   std::string about;
-  std::vector<Option> options;          ///< positionals among them
-  std::function<int()> run;             ///< returns the program's exit code; the options are filled
-  std::function<std::string()> footer;  ///< what its help ends with; none for most
-  bool isHidden = false;                ///< not in help, manual and completion
+  std::vector<Option> options;               ///< positionals among them
+  std::function<int()> run;                  ///< returns the program's exit code; the options are filled
+  std::function<std::string()> footer = {};  ///< what its help ends with; none for most
+  bool isHidden = false;                     ///< not in help, manual and completion
 };
 
 struct Program {

@@ -8,8 +8,8 @@
 
 #include "ExitCodes.h"
 #include "HelpFormatter.h"
-#include "NameMatch.h"
-#include "UsageError.h"
+#include "Joined.h"
+#include "ValueError.h"
 
 namespace pyrelux::cli {
 
@@ -23,7 +23,7 @@ void requireUtf8(const std::string &argument) {
   try {
     nlohmann::json(argument).dump();
   } catch (const nlohmann::json::type_error &) {
-    throw UsageError("'" + argument + "' is not UTF-8");
+    throw ValueError("'" + argument + "' is not UTF-8");
   }
 }
 
@@ -43,10 +43,11 @@ CLI::Option *declareValue(CLI::App &app, const Option &row, Typed &typed) {
   if (!row.isRepeatable) declared->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::Throw);
   if (!row.takesOthers && !row.choices.empty()) declared->check(CLI::IsMember(wordsOf(row.choices)));
   if (row.check) declared->check(CLI::Validator([&row](const std::string &text) { return row.check(text); }, ""));
+  const std::string value = row.isPositional() ? "" : row.value;
   if (!row.choices.empty())
-    declared->option_text(row.value);
+    declared->option_text(row.isPositional() && row.isRequired ? "REQUIRED" : value);
   else
-    declared->type_name(row.isPositional() ? "" : row.value);
+    declared->type_name(value);
   return declared;
 }
 
@@ -83,7 +84,7 @@ void requireKnownFirst(const CLI::App &app, const std::string &first) {
   const bool isOption = first.rfind('-', 0) == 0;
   const auto commands = app.get_subcommands([&](const CLI::App *command) { return command->get_name() == first; });
   if (isOption ? !app.get_option_no_throw(first) : commands.empty())
-    throw UsageError(std::string("there is no ") + (isOption ? "option '" : "command '") + first +
+    throw ValueError(std::string("there is no ") + (isOption ? "option '" : "command '") + first +
                      "'; see 'pyrelux --help'");
 }
 
@@ -111,7 +112,7 @@ int runCommand(const Program &program, int argc, char **argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError &error) {
-    if (error.get_exit_code() != 0) throw UsageError(firstLine(error.what()) + "; see 'pyrelux --help'");
+    if (error.get_exit_code() != 0) throw ValueError(firstLine(error.what()) + "; see 'pyrelux --help'");
     return app.exit(error);
   }
   return exitCode;

@@ -8,7 +8,7 @@
 #include "Presets.h"
 #include "Progress.h"
 #include "TestPattern.h"
-#include "UsageError.h"
+#include "ValueError.h"
 #include "Writer.h"
 
 namespace pyrelux::cli {
@@ -30,12 +30,12 @@ const Words<int> &bitsWords() {
 }
 
 void requireLevels(const std::string &option, const std::string &text, const Colour &colour) {
-  if (!isInRange(colour)) throw UsageError("'" + option + "' can't be '" + text + "': its levels are in 0..1");
+  if (!isInRange(colour)) throw ValueError("'" + option + "' can't be '" + text + "': its levels are in 0..1");
 }
 
 Colour parseTextColour(const std::string &text) {
   const auto colour = readColour(text);
-  if (!colour) throw UsageError("'text-color' can't be '" + text + "': it takes a colour, #rrggbb or r,g,b in 0..1");
+  if (!colour) throw ValueError("'text-color' can't be '" + text + "': it takes a colour, #rrggbb or r,g,b in 0..1");
   requireLevels("text-color", text, *colour);
   return *colour;
 }
@@ -44,15 +44,9 @@ job::BackgroundRequest parseBackground(const std::string &text) {
   const auto colour = readColour(text);
   // "####.png" is a sequence.
   if (!colour && (text.empty() || (text[0] == '#' && text.find('.') == std::string::npos)))
-    throw UsageError("'over' can't be '" + text + "': a colour is #rrggbb or r,g,b in 0..1");
+    throw ValueError("'over' can't be '" + text + "': a colour is #rrggbb or r,g,b in 0..1");
   if (colour) requireLevels("over", text, *colour);
   return {text, colour, {}, false};
-}
-
-/// The background that an option belongs to, which fills after it.
-job::BackgroundRequest &backgroundFor(const char *option, RenderRequest &request) {
-  if (!request.background) throw UsageError(std::string(option) + " is for a background; give one with --over FILE");
-  return *request.background;
 }
 
 std::string refusalOfDensity(const std::string &text) {
@@ -203,10 +197,9 @@ Option overwriteOption(RenderRequest &request) {
 }
 
 std::vector<Option> overOptions(RenderRequest &request) {
-  const auto setFit = [&request](const std::string &text) {
-    backgroundFor("--over-fit", request).fit = valueOf(job::fitWords(), text);
-  };
-  const auto setLoop = [&request](const std::string &) { backgroundFor("--over-loop", request).isLooped = true; };
+  // Both need --over, whose row comes first.
+  const auto setFit = [&request](const std::string &text) { request.background->fit = valueOf(job::fitWords(), text); };
+  const auto setLoop = [&request](const std::string &) { request.background->isLooped = true; };
   return {option("--over", "COLOR|FILE", "Background to lay the fire over",
                  ": a colour, #rrggbb or r,g,b in 0..1, or a picture, sequence or movie. A file decides the output's "
                  "size, and a movie its frame rate, length and audio, too, unless other options do (default: black "

@@ -2,7 +2,7 @@
 
 #include "Numbers.h"
 #include "RenderOptions.h"
-#include "UsageError.h"
+#include "ValueError.h"
 
 namespace pyrelux::cli {
 
@@ -20,12 +20,13 @@ Option &&takingNumber(Option &&row, int least, int most, int &target) {
     const bool isTaken = number && *number >= least && *number <= most && *number == static_cast<int>(*number);
     return isTaken ? std::string() : "'" + text + "' is no whole number in " + rangeText(least, most);
   };
-  return std::move(row).refusing(refusal).filling(target, [](const std::string &text) { return std::stoi(text); });
+  return std::move(row).refusing(refusal).filling(
+      target, [](const std::string &text) { return static_cast<int>(*readNumber(text)); });
 }
 
 std::int64_t parseFrame(const std::string &text) {
   const FrameList frames = parseFrames(text);
-  if (frames.count() > 1) throw UsageError("'--frame' takes one frame, not '" + text + "'");
+  if (frames.count() > 1) throw ValueError("'--frame' takes one frame, not '" + text + "'");
   return frames.first();
 }
 

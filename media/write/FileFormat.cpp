@@ -6,6 +6,7 @@
 
 #include "CodecNeeds.h"
 #include "ExrEncoder.h"
+#include "Joined.h"
 #include "MediaErrors.h"
 #include "TiffEncoder.h"
 
@@ -164,12 +165,12 @@ const std::vector<FileFormat> &fileFormats() {
 }
 
 const Codec &FileFormat::codec(const std::string &name, const std::string &path) const {
-  std::string known;
+  std::vector<std::string> known;
   for (const Codec &codec : codecs) {
     if (name.empty() || name == codec.name) return codec;
-    known += known.empty() ? codec.name : std::string(" ") + codec.name;
+    known.push_back(codec.name);
   }
-  failWriting(path, "the codec '" + name + "' is not one that " + extension + " holds: " + known);
+  failWriting(path, "the codec '" + name + "' is not one that " + extension + " holds: " + joined(known, " "));
 }
 
 const FileFormat &formatOf(const std::string &path) {
@@ -177,13 +178,14 @@ const FileFormat &formatOf(const std::string &path) {
   std::string lower = extension;
   std::transform(lower.begin(), lower.end(), lower.begin(),
                  [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-  std::string known;
+  std::vector<std::string> known;
   for (const FileFormat &format : fileFormats()) {
     if (lower == format.extension) return format;
-    known += known.empty() ? format.extension : std::string(" ") + format.extension;
+    known.push_back(format.extension);
   }
-  failWriting(path, extension.empty() ? "it has no extension; it needs one of " + known
-                                      : "the extension '" + extension + "' is not one of " + known);
+  const std::string fault =
+      extension.empty() ? "it has no extension; it needs one of " : "the extension '" + extension + "' is not one of ";
+  failWriting(path, fault + joined(known, " "));
 }
 
 }  // namespace pyrelux::media

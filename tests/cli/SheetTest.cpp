@@ -108,6 +108,8 @@ TEST_F(Sheets, HaveALabelBelowEveryPicture) {
 
 TEST_F(Sheets, OfOneThingGoOnInTheNextRow) {
   const Pixels pixels = drawn({"--vary", "frame=1-9x2", "--columns", "3", "--set", "turbulence-speed=90"});
+  const Pixels same = drawn({"--vary", "frame=1-9x2", "--columns", "0.3e1", "--set", "turbulence-speed=90"});
+  EXPECT_EQ(same.width, pixels.width) << "a number counts, however it is written";
   EXPECT_EQ(pixels.width, 3 * (testWidth + gap) + gap);
   EXPECT_EQ(pixels.height, 2 * (testHeight + line + gap) + gap);
   const Words look{"--set", "turbulence-speed=90"};
@@ -227,6 +229,8 @@ TEST_F(Sheets, ThatCantBeDrawnAreRefusedInOneLine) {
       {{"--vary", "glow=1", "--frame", "1-3"}, {"'--frame'", "'1-3'"}},
       {{"--vary", "glow=1", "--cell", "63"}, {"--cell", "64"}},
       {{"--vary", "glow=1", "--columns", "0"}, {"--columns"}},
+      {{"--vary", "glow=1", "--columns", "2.5"}, {"--columns", "whole number in 1..100"}},
+      {{"--vary", "glow=1", "--columns", "1e3"}, {"--columns", "whole number in 1..100"}},
       {{"--vary", "frame=1-2000"}, {"4 by 500", "16384", "--cell"}},
       {{"--vary", "frame=1-2147483647"}, {"16384", "--cell"}},
   };

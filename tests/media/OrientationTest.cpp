@@ -211,7 +211,9 @@ TEST_F(OrientationTest, PixelAspectIsWritten) {
       format.pixelAspect = aspect;
       write(path(name), format, {picture});
       // WebM keeps the size in square pixels, which is a whole number, and GIF 64ths.
-      EXPECT_NEAR(Reader::open(path(name))->info().pixelAspect, aspect, 1.0 / 64.0);
+      const bool isCoarse =
+          path(name).find(".webm") != std::string::npos || path(name).find(".gif") != std::string::npos;
+      EXPECT_NEAR(Reader::open(path(name))->info().pixelAspect, aspect, isCoarse ? 1.0 / 64.0 : 1e-12);
     }
 }
 
