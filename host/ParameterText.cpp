@@ -31,6 +31,18 @@ std::optional<ParameterValue> parseEntry(const ParameterDeclaration &parameter, 
   return index;
 }
 
+/// Of one, 0..1, or in percent itself, 0..100.
+bool isShare(const ParameterDeclaration &parameter) {
+  return parameter.kind == ParameterKind::Float && parameter.minimum == 0.0 &&
+         (parameter.maximum == 1.0 || parameter.maximum == 100.0);
+}
+
+std::optional<ParameterValue> parsePercent(const ParameterDeclaration &parameter, const std::string &text) {
+  if (!isShare(parameter) || text.empty() || text.back() != '%') return std::nullopt;
+  const auto number = readNumber(text.substr(0, text.size() - 1));
+  return number ? std::optional<ParameterValue>({*number * parameter.maximum / 100.0}) : std::nullopt;
+}
+
 }  // namespace
 
 ParameterValue parseValue(const ParameterDeclaration &parameter, const std::string &text) {
@@ -39,7 +51,8 @@ ParameterValue parseValue(const ParameterDeclaration &parameter, const std::stri
     case ParameterKind::Integer:
     case ParameterKind::Float:
     case ParameterKind::Angle:
-      value = parseNumbers(text, 1);
+      value = parsePercent(parameter, text);
+      if (!value) value = parseNumbers(text, 1);
       break;
     case ParameterKind::Colour:
       value = readColour(text);
@@ -101,7 +114,7 @@ std::string formatEntries(const ParameterDeclaration &parameter) {
 std::string formatTakes(const ParameterDeclaration &parameter) {
   switch (parameter.kind) {
     case ParameterKind::Colour:
-      return "a colour, #rrggbb or r,g,b in 0..1";
+      return std::string("a colour, ") + colourTakes;
     case ParameterKind::Point:
       return "a point x,y, 0,0 at the lower left and 1,1 at the upper right";
     case ParameterKind::Popup:
@@ -109,7 +122,7 @@ std::string formatTakes(const ParameterDeclaration &parameter) {
     case ParameterKind::Custom:
       return "no value";
     default:
-      return "a number in " + formatRange(parameter);
+      return "a number in " + formatRange(parameter) + (isShare(parameter) ? ", or percent" : "");
   }
 }
 

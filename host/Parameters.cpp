@@ -80,7 +80,9 @@ std::string ParameterDeclaration::keyLabel() const {
   return prefix == std::string::npos ? key : key.substr(prefix + 2);
 }
 
-std::string ParameterDeclaration::slug() const { return slugOf(keyLabel()); }
+std::string ParameterDeclaration::slug() const { return slugOf(label == key ? keyLabel() : label); }
+
+std::string ParameterDeclaration::keySlug() const { return slugOf(keyLabel()); }
 
 std::string slugOf(const std::string &text) {
   std::string slug;
@@ -153,14 +155,14 @@ const ParameterDeclaration &ParameterSet::named(const std::string &name) const {
   for (const ParameterDeclaration &parameter : declarations_)
     if (name == parameter.key || name == std::to_string(parameter.id)) return parameter;
   for (const ParameterDeclaration &parameter : declarations_)
-    if (!wanted.empty() && (wanted == parameter.slug() || wanted == slugOf(parameter.label))) return parameter;
+    if (!wanted.empty() && (wanted == parameter.slug() || wanted == parameter.keySlug())) return parameter;
 
   const ParameterDeclaration *nearest = nullptr;
   std::size_t distance = 0;
   for (const ParameterDeclaration &parameter : declarations_) {
     if (parameter.kind == ParameterKind::Custom) continue;
     const std::size_t candidate =
-        std::min(nameDistance(wanted, parameter.slug()), nameDistance(wanted, slugOf(parameter.label)));
+        std::min(nameDistance(wanted, parameter.slug()), nameDistance(wanted, parameter.keySlug()));
     if (!nearest || candidate < distance) {
       nearest = &parameter;
       distance = candidate;

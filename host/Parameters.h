@@ -36,8 +36,11 @@ struct ParameterDeclaration {
   std::string unit() const;
   /// The key without its prefix: "Turbulence: Amount".
   std::string keyLabel() const;
-  /// The key label for command lines: "turbulence-amount".
+  /// The label for command lines and files: "turbulence-amount", "tongues".
   std::string slug() const;
+  /// The key label in the same way: "pyrelux". What hosts' own project files name the parameter by, whatever language
+  /// labels are in.
+  std::string keySlug() const;
 };
 
 /// Lower-case letters and digits of `text`, everything between them one "-".

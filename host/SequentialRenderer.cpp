@@ -31,12 +31,13 @@ class CheapestSettings {
 
 }  // namespace
 
-SequentialRenderer::SequentialRenderer(Filter &filter, FrameRenderer &renderer, std::int64_t firstFrame)
-    : filter_(filter), renderer_(renderer), nothing_(platform::kBackendNull), firstFrame_(firstFrame) {}
+SequentialRenderer::SequentialRenderer(Filter &filter, FrameRenderer &renderer, std::int64_t firstFrame,
+                                       const FilterTime &time)
+    : filter_(filter), renderer_(renderer), nothing_(platform::kBackendNull), firstFrame_(firstFrame), time_(time) {}
 
 void SequentialRenderer::render(std::int64_t frame, const Image &input, const FrameSettings &settings, Image &result) {
   preRollTo(frame, settings);
-  renderer_.render(filter_, input, static_cast<double>(frame), settings, result);
+  renderer_.render(filter_, input, time_.at(frame), settings, result);
   next_ = frame + 1;
   isReady_ = true;
 }
@@ -59,7 +60,7 @@ void SequentialRenderer::preRollTo(std::int64_t frame, const FrameSettings &sett
   for (; next_ < frame; ++next_) {
     if (preRollListener_ && !preRollListener_(next_, frame))
       throw HostError("stopped at frame " + std::to_string(next_) + " on the way to frame " + std::to_string(frame));
-    nothing_.render(filter_, dot, static_cast<double>(next_), settings, result);
+    nothing_.render(filter_, dot, time_.at(next_), settings, result);
   }
 }
 

@@ -9,6 +9,14 @@
 
 namespace pyrelux::host {
 
+/// The times at which a filter is asked for frames.
+struct FilterTime {
+  double origin = 0.0;  ///< the time of frame 0
+  double scale = 1.0;   ///< from a frame to the next, above 0
+
+  double at(std::int64_t frame) const { return origin + scale * static_cast<double>(frame); }
+};
+
 /// Renders frames that are the same to the bit however they are reached. A filter may carry something from frame to
 /// frame (this one integrates its speeds), so that a frame depends on those before it. The run that counts goes through
 /// every whole frame from the first. A caller that starts later, skips frames or goes back gets a pre-roll first: the
@@ -17,9 +25,9 @@ namespace pyrelux::host {
 class SequentialRenderer {
  public:
   /// Nobody else may render the filter meanwhile. Filter and renderer must outlive this.
-  SequentialRenderer(Filter &filter, FrameRenderer &renderer, std::int64_t firstFrame);
+  SequentialRenderer(Filter &filter, FrameRenderer &renderer, std::int64_t firstFrame, const FilterTime &time = {});
 
-  /// Renders frame number `frame`, at that frame time. A frame before the first is the first of a run of its own.
+  /// Renders frame number `frame`, at its time. A frame before the first is the first of a run of its own.
   /// Throws what FrameRenderer::render() throws; the next frame then starts from the beginning.
   void render(std::int64_t frame, const Image &input, const FrameSettings &settings, Image &result);
 
@@ -35,6 +43,7 @@ class SequentialRenderer {
   FrameRenderer &renderer_;
   FrameRenderer nothing_;  ///< draws nothing
   std::int64_t firstFrame_;
+  FilterTime time_;
   PreRollListener preRollListener_;
   bool isReady_ = false;  ///< for the frame `next_`, after a run from `runFrom_` on
   std::int64_t runFrom_ = 0;

@@ -7,14 +7,15 @@
 
 #include "BackendChoice.h"
 #include "Filter.h"
+#include "FireDrawer.h"
 #include "Fit.h"
 #include "FrameRenderer.h"
 #include "HostError.h"
 #include "InputSource.h"
 #include "OutputPlan.h"
+#include "OwnParameters.h"
 #include "PreRollWatch.h"
 #include "Presets.h"
-#include "SequentialRenderer.h"
 #include "SheetImage.h"
 #include "Sources.h"
 #include "ValueError.h"
@@ -30,6 +31,7 @@ constexpr std::int64_t usualFrame = 24;
 struct Cell {
   std::int64_t frame;
   host::ParameterSet parameters;
+  project::Scene scene;
   int drawBits;
   std::string label;
 };
@@ -73,8 +75,8 @@ std::vector<Variation> variationsOf(const SheetRequest &request, const host::Par
 
 /// The settings and frame with the variations at these values.
 Cell makeCell(const std::vector<std::pair<std::string, std::string>> &choices, RenderRequest request,
-              SettingsFiles files, const host::ParameterSet &parameters) {
-  Cell cell{request.frames->first(), parameters, 0, {}};
+              SettingsFiles files, const host::ParameterSet &parameters, const project::Clock &clock) {
+  Cell cell{request.scene.frames->first(), parameters, {}, 0, {}};
   for (const auto &[name, value] : choices) {
     if (name == presetAxis)
       files.preset = project::loadPreset(value, parameters.declarations());
@@ -84,19 +86,21 @@ Cell makeCell(const std::vector<std::pair<std::string, std::string>> &choices, R
       request.settings.push_back({name, value});
     cell.label += (cell.label.empty() ? "" : "\n") + (name == presetAxis ? value : name + " " + value);
   }
-  cell.drawBits = project::applyLayers(cell.parameters, files.layers(request));
+  cell.scene = withSettings(request, files).scene;
+  cell.drawBits = project::applyLayers(cell.parameters, files.layers(request), clock);
   return cell;
 }
 
 std::vector<Cell> makeCells(const std::vector<Variation> &variations, const RenderRequest &request,
-                            const SettingsFiles &files, const host::ParameterSet &parameters) {
+                            const SettingsFiles &files, const host::ParameterSet &parameters,
+                            const project::Clock &clock) {
   std::vector<Cell> cells;
   const bool hasRows = variations.size() == 2;
   for (std::size_t down = 0; down < (hasRows ? variations[1].values.size() : 1); ++down)
     for (const std::string &across : variations[0].values) {
       std::vector<std::pair<std::string, std::string>> choices{{variations[0].name, across}};
       if (hasRows) choices.emplace_back(variations[1].name, variations[1].values[down]);
-      cells.push_back(makeCell(choices, request, files, parameters));
+      cells.push_back(makeCell(choices, request, files, parameters, clock));
     }
   return cells;
 }
@@ -116,7 +120,7 @@ PictureSize cellSize(int cellWidth, const media::InputInfo &input) {
 }
 
 void requireFrame(RenderRequest request, std::int64_t frame, Sources &sources) {
-  request.frames = FrameRange{frame, frame};
+  request.scene.frames = FrameRange{frame, frame};
   chooseFrames(request, sources.info(), sources.background(), true);
 }
 
@@ -142,9 +146,11 @@ Variation parseVariation(const std::string &text) {
 SheetResult drawSheet(const SheetRequest &given, RenderListener &listener, const StopToken &stop) {
   // Everything that can be refused is asked before anything is drawn.
   host::Filter filter(host::findFilter(host::defaultSearchPath()));
-  const host::ParameterSet defaults = filter.parameters();
+  const host::ParameterSet defaults = project::allParameters(filter);
   const SettingsFiles files = loadSettings(given.render, defaults.declarations());
   RenderRequest request = withSettings(given.render, files);
+  if (request.scene.pad && request.scene.pad->isAuto)
+    throw ValueError("'--pad auto' is for render; give a sheet's room as lengths");
   if (request.density && !request.background) throw ValueError("'--density' is of no use for a sheet without --over");
   const std::vector<Variation> variations = variationsOf(given, defaults);
   if (media::Writer::holdsManyFrames(request.output))
@@ -156,14 +162,15 @@ SheetResult drawSheet(const SheetRequest &given, RenderListener &listener, const
   Background *const background = sources.background();
   const std::int64_t usual = sources.isStill() ? usualFrame : std::clamp(usualFrame, input.firstFrame, input.lastFrame);
   const std::int64_t frame = given.frame.value_or(usual);
-  request.frames = FrameRange{frame, frame};
+  request.scene.frames = FrameRange{frame, frame};
   requireFrame(request, frame, sources);
-  sources.guardOutput(request, *request.frames);
+  sources.guardOutput(request, *request.scene.frames);
 
+  const project::Clock clock{sources.firstFrame(), chooseRate(request, background, input.frameRate)};
   const PictureSize size = cellSize(given.cellWidth, input);
   const Grid grid = gridOf(variations, given.columns);
   SheetImage sheet(grid.columns, grid.rows, size.width, size.height, static_cast<int>(variations.size()));
-  const std::vector<Cell> cells = makeCells(variations, request, files, defaults);
+  const std::vector<Cell> cells = makeCells(variations, request, files, defaults, clock);
   for (const Cell &cell : cells) requireFrame(request, cell.frame, sources);
 
   host::FrameRenderer frameRenderer(host::chooseBackend(request.backend));
@@ -175,19 +182,18 @@ SheetResult drawSheet(const SheetRequest &given, RenderListener &listener, const
   format.height = sheet.image().height();
   format.bits = chooseBits(request);
   const auto writer = media::Writer::open(request.output, format);
-  if (background)
-    background->prepare({input.width, input.height, input.pixelAspect},
-                        chooseRate(request, background, input.frameRate));
+  if (background) background->prepare({input.width, input.height, input.pixelAspect}, clock.rate);
+  const double titleShare = static_cast<double>(sources.titleBox().height()) / input.height;
   SheetResult result{static_cast<std::int64_t>(cells.size()), 0};
   for (const Cell &cell : cells) {
-    filter.parameters() = cell.parameters;
-    // One for each: with other settings, another run leads to the frame.
-    host::SequentialRenderer renderer(filter, frameRenderer, sources.firstFrame());
-    renderer.setPreRollListener(PreRollWatch(listener, stop));
     settings.floatOutput = cell.drawBits == 16;
+    const Fire fire =
+        planFire(cell.scene, cell.parameters, FrameRange{cell.frame, cell.frame}, clock, titleShare, listener);
+    // One for each: with other settings, another run leads to the frame.
+    FireDrawer drawer(filter, frameRenderer, fire, settings, sources.firstFrame(), PreRollWatch(listener, stop));
     Image picture;
     try {
-      renderer.render(cell.frame, sources.input().read(cell.frame), settings, picture);
+      drawer.draw(cell.frame, sources.input().read(cell.frame), picture);
     } catch (const host::HostError &) {
       // What is stopped half-way is no failure.
       if (!stop.isRequested()) throw;

@@ -4,8 +4,9 @@
 #include <cmath>
 #include <utility>
 
-#include "CanvasReader.h"
+#include "Compositing.h"
 #include "DrawnInput.h"
+#include "InputReaders.h"
 #include "ValueError.h"
 #include "Writer.h"
 
@@ -24,7 +25,7 @@ void requirePlaceForTimes(const RenderRequest &request) {
   if (!media::Writer::holdsAudio(request.output))
     throw ValueError("'--vfr keep' is for .mov, .mkv, .mp4 and .webm, and '" + request.output +
                      "' has no place for times; leave it out");
-  if (request.frameRate)
+  if (request.scene.frameRate)
     throw ValueError("'--vfr keep' keeps the times of the input, and 'fps' sets others: give one of them");
 }
 
@@ -49,6 +50,27 @@ void requireMovieToDeinterlace(const RenderRequest &request, bool isMovie) {
   if (request.deinterlace && !isMovie) throw ValueError("'--deinterlace' is for movies, and there is none to read");
 }
 
+/// A rectangle that burns is rarely what was meant.
+void remarkRectangle(const RenderRequest &request, media::Reader &reader, RenderListener &listener) {
+  if (request.scene.inputMatte) return;
+  const media::InputInfo &info = reader.info();
+  const bool isOpaqueStill = info.hasAlpha && info.kind == media::InputKind::Still && isOpaque(reader.read(1));
+  if (info.hasAlpha && !isOpaqueStill) return;
+  listener.remark("'" + *request.input +
+                  "' has no alpha and burns as a rectangle; --input-alpha luma or key=COLOR makes " +
+                  "one of its colours");
+}
+
+/// The input in the room that the request gives it: without one, in a frame as large as the background, or as itself.
+std::unique_ptr<media::Reader> inItsRoom(const RenderRequest &request, std::unique_ptr<media::Reader> input,
+                                         const media::InputInfo *back) {
+  const auto shapeOf = [](const media::InputInfo &info) {
+    return media::PictureShape{info.width, info.height, info.pixelAspect};
+  };
+  const media::PictureShape own = shapeOf(input->info());
+  return inRoom(std::move(input), roomFor(request.scene, own, back ? shapeOf(*back) : own));
+}
+
 }  // namespace
 
 std::unique_ptr<media::Reader> openFile(const RenderRequest &request, const std::string &path,
@@ -62,7 +84,7 @@ std::unique_ptr<media::Reader> openFile(const RenderRequest &request, const std:
 }
 
 FrameRate chooseRate(const RenderRequest &request, const Background *background, const FrameRate &usual) {
-  if (request.frameRate) return *request.frameRate;
+  if (request.scene.frameRate) return *request.scene.frameRate;
   return background ? background->rate(usual) : usual;
 }
 
@@ -77,24 +99,25 @@ std::unique_ptr<media::Reader> openInput(const RenderRequest &request, int bits,
   if (!request.input) {
     if (request.variableRate) throw ValueError("'--vfr' is for movies; give one as INPUT");
     requireMovieToDeinterlace(request, hasMovie);
-    const bool followsBack = back && !request.size;
-    PictureSize size = request.size.value_or(PictureSize());
+    const bool followsBack = back && !request.scene.size;
+    PictureSize size = request.scene.size.value_or(PictureSize());
     // Drawn with square pixels, whatever those of the background are.
     if (followsBack) size = {std::max(1, static_cast<int>(std::lround(back->width * back->pixelAspect))), back->height};
     auto drawn = media::Reader::of(drawInput(request, size, bits > 8, listener));
-    return followsBack ? onCanvas(std::move(drawn), *background, {}, false) : std::move(drawn);
+    return inItsRoom(request, std::move(drawn), followsBack ? back : nullptr);
   }
-  auto reader =
-      openFile(request, *request.input,
-               {request.inputAlpha.value_or(media::InputAlpha::Auto), request.deinterlace, isKept(request)}, listener);
+  const project::InputMatte matte = request.scene.inputMatte.value_or(project::InputMatte());
+  auto reader = openFile(request, *request.input, {matte.alpha, request.deinterlace, isKept(request)}, listener);
   const bool isMovie = reader->info().kind == media::InputKind::Movie;
   requireMovieToDeinterlace(request, isMovie || hasMovie);
   if (request.variableRate && !isMovie) throw ValueError("'--vfr' is for movies, and '" + *request.input + "' is none");
   if (background && background->film() && isKept(request))
     throw ValueError("the background '" + background->name() + "' has frames of its own; leave '--vfr keep' out");
-  if (!back) return reader;
+  remarkRectangle(request, *reader, listener);
+  if (matte.kind != project::InputMatte::Kind::Own) reader = withMatte(std::move(reader), matte);
+  if (!back) return inItsRoom(request, std::move(reader), nullptr);
   const FrameRate rate = chooseRate(request, background, reader->info().frameRate);
-  return onCanvas(std::move(reader), *background, rate, request.background->fit.has_value());
+  return inItsRoom(request, alongFilm(std::move(reader), *background, rate), request.background->fit ? nullptr : back);
 }
 
 FrameList chooseFrames(const RenderRequest &request, const media::InputInfo &input, const Background *background,
@@ -109,7 +132,14 @@ FrameList chooseFrames(const RenderRequest &request, const media::InputInfo &inp
     if (isStill) return manyFrames ? stillToMovie : stillToStill;
     return {input.firstFrame, input.lastFrame};
   };
-  const FrameList wanted = request.frames ? *request.frames : FrameList(usual());
+  const auto timed = [&](double seconds) -> FrameRange {
+    const double frames = std::round(seconds * chooseRate(request, background, input.frameRate).perSecond());
+    const std::int64_t first = isStill ? 1 : input.firstFrame;
+    return {first, first + std::max<std::int64_t>(1, static_cast<std::int64_t>(frames)) - 1};
+  };
+  const FrameList wanted = request.scene.frames     ? *request.scene.frames
+                           : request.scene.duration ? FrameList(timed(*request.scene.duration))
+                                                    : FrameList(usual());
   if (!isStill && (wanted.first() < input.firstFrame || wanted.last() > input.lastFrame))
     throw ValueError("'" + *request.input + "' has the frames " + std::to_string(input.firstFrame) + "-" +
                      std::to_string(input.lastFrame) + "; '" + formatFrames(wanted) + "' is not among them");

@@ -56,7 +56,7 @@ float densityOf(const RenderRequest &request) { return static_cast<float>(reques
 
 int chooseBits(const RenderRequest &request) {
   const bool isDeep = media::Writer::isDeep(request.output, request.codec);
-  return request.bits.value_or(isDeep ? 16 : 8);
+  return request.scene.bits.value_or(isDeep ? 16 : 8);
 }
 
 media::OutputFormat chooseFormat(const RenderRequest &request, const media::InputInfo &input,

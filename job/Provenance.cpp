@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <vector>
 
+#include "Fingerprint.h"
 #include "Project.h"
 
 namespace fs = std::filesystem;
@@ -26,12 +27,11 @@ std::int64_t lastChange(const std::vector<std::string> &files) {
 
 }  // namespace
 
-std::string provenanceOf(const RenderRequest &request, const Background *background,
-                         const host::ParameterSet &parameters, const host::FrameSettings &settings,
-                         const std::string &backend, int bits) {
+std::string provenanceOf(const RenderRequest &request, const Background *background, const Fire &fire,
+                         const host::FrameSettings &settings, const std::string &backend, int bits) {
   nlohmann::ordered_json json = {
       {"pyrelux", PYRELUX_VERSION}, {"renderer", backend}, {"pixelAspect", settings.pixelAspect}, {"bits", bits}};
-  if (request.inputAlpha) json["inputAlpha"] = wordFor(inputAlphaWords(), *request.inputAlpha);
+  if (request.scene.inputMatte) json["inputAlpha"] = project::formatInputMatte(*request.scene.inputMatte);
   if (request.deinterlace) json["deinterlace"] = true;
   if (request.variableRate) json["vfr"] = wordFor(variableRateWords(), *request.variableRate);
   if (!request.codec.empty()) json["codec"] = request.codec;
@@ -43,12 +43,29 @@ std::string provenanceOf(const RenderRequest &request, const Background *backgro
                     {"changed", lastChange(reader ? reader->files() : std::vector<std::string>())}};
     if (request.background->fit) json["over"]["fit"] = wordFor(fitWords(), *request.background->fit);
     if (request.background->isLooped) json["over"]["loop"] = true;
-    if (request.frameRate) json["over"]["fps"] = formatFrameRate(*request.frameRate);
+    if (request.scene.frameRate) json["over"]["fps"] = formatFrameRate(*request.scene.frameRate);
   }
+  if (fire.time.origin != 0.0 || fire.time.scale != 1.0) json["time"] = {fire.time.origin, fire.time.scale};
+  if (fire.burn != project::Burn::Art) json["burn"] = *project::sceneField("burn").format(request.scene);
+  if (fire.loop) json["loop"] = {fire.loop->frames.first, fire.loop->frames.last, fire.loop->blend};
   project::Project project;
-  project.parameters = project::parametersInForce(parameters);
-  json["project"] = nlohmann::ordered_json::parse(project::formatProject(project, parameters.declarations()));
+  project.parameters = project::parametersInForce(fire.parameters);
+  json["project"] = nlohmann::ordered_json::parse(project::formatProject(project, fire.parameters.declarations()));
   // In ASCII, as headers of files want it.
+  return json.dump(-1, ' ', true);
+}
+
+std::string recordOfAll(const media::OutputFormat &format, const FrameList &frames, Sources &sources) {
+  nlohmann::ordered_json json = {{"record", format.record},
+                                 {"frames", formatFrames(frames)},
+                                 {"fps", formatFrameRate(format.frameRate)},
+                                 {"size", {format.width, format.height}},
+                                 {"audio", format.audioFrom}};
+  const std::vector<std::string> files = sources.input().files();
+  if (files.empty())
+    json["picture"] = record::Fingerprint().add(sources.input().read(frames.first())).text();
+  else
+    json["input"] = {files, lastChange(files)};
   return json.dump(-1, ' ', true);
 }
 

@@ -5,17 +5,20 @@
 
 #include "BackendChoice.h"
 #include "Filter.h"
+#include "FireDrawer.h"
+#include "FirePlan.h"
 #include "FramePipeline.h"
 #include "FrameRenderer.h"
 #include "FrameSink.h"
 #include "InputSource.h"
 #include "Manifest.h"
 #include "OutputPlan.h"
+#include "OwnParameters.h"
 #include "PreRollWatch.h"
 #include "ProjectFile.h"
 #include "Provenance.h"
-#include "SequentialRenderer.h"
 #include "Sources.h"
+#include "TouchedBorders.h"
 #include "ValueError.h"
 #include "Writer.h"
 
@@ -31,16 +34,17 @@ void requirePlaceForFrames(const RenderRequest &request, const FrameList &frames
                      "; put %04d or #### into its name, or write a movie");
 }
 
-/// Saves all settings that are in force.
+/// Saves all settings that are in force. `parameters`: with the keyframes of a fire that catches and goes out.
 void saveSettings(const RenderRequest &request, const host::ParameterSet &parameters, const media::InputInfo &input,
                   const FrameList &frames, const FrameRate &rate) {
   if (!request.saveProject) return;
   project::Project project;
-  if (!request.input) project.size = PictureSize{input.width, input.height};
-  project.frames = frames;
-  project.frameRate = rate;
-  // What follows from the output otherwise.
-  project.bits = request.bits;
+  project.scene = request.scene;
+  project.scene.ignite = project.scene.die = project.scene.duration = std::nullopt;
+  if (!request.input && !request.scene.canvas && !request.scene.pad)
+    project.scene.size = PictureSize{input.width, input.height};
+  project.scene.frames = frames;
+  project.scene.frameRate = rate;
   project.parameters = project::parametersInForce(parameters);
   project::saveProject(*request.saveProject, project, parameters.declarations());
 }
@@ -48,12 +52,11 @@ void saveSettings(const RenderRequest &request, const host::ParameterSet &parame
 /// What is done to each frame, and what it takes.
 class Rendering {
  public:
-  Rendering(const RenderRequest &request, Sources &sources, host::SequentialRenderer &renderer,
-            const host::FrameSettings &settings, std::optional<record::Manifest> &manifest, FrameSink &sink)
+  Rendering(const RenderRequest &request, Sources &sources, FireDrawer &drawer,
+            std::optional<record::Manifest> &manifest, FrameSink &sink)
       : request_(request),
         sources_(sources),
-        renderer_(renderer),
-        settings_(settings),
+        drawer_(drawer),
         manifest_(manifest),
         sink_(sink),
         density_(densityOf(request)) {}
@@ -62,6 +65,8 @@ class Rendering {
     return {[this](Frame &frame) { read(frame); }, [this](Frame &frame) { draw(frame); },
             [this](Frame &frame) { write(frame); }};
   }
+
+  void remarkTouchedBorders(RenderListener &listener) const { borders_.remark(listener); }
 
   /// Of the picture that is being written.
   const std::string &sourceFingerprint() const { return writtenFingerprint_; }
@@ -78,7 +83,10 @@ class Rendering {
     if (sources_.background() && !frame.isKept) frame.back = sources_.background()->behind(frame.number);
   }
 
-  void draw(Frame &frame) { renderer_.render(frame.number, *frame.input, settings_, frame.output); }
+  void draw(Frame &frame) {
+    drawer_.draw(frame.number, *frame.input, frame.output);
+    borders_.look(frame.number, *frame.input, frame.output);
+  }
 
   void write(Frame &frame) {
     if (sources_.background() && !frame.error && !frame.isKept)
@@ -89,14 +97,14 @@ class Rendering {
 
   const RenderRequest &request_;
   Sources &sources_;
-  host::SequentialRenderer &renderer_;
-  const host::FrameSettings &settings_;
+  FireDrawer &drawer_;
   std::optional<record::Manifest> &manifest_;
   FrameSink &sink_;
   float density_;
   std::shared_ptr<const Image> picture_;  // read last
   std::string readFingerprint_;
   std::string writtenFingerprint_;
+  TouchedBorders borders_;
 };
 
 }  // namespace
@@ -104,17 +112,22 @@ class Rendering {
 RenderResult RenderJob::run(RenderListener &listener, const StopToken &stop) {
   // Everything that can be refused is asked before anything is drawn.
   host::Filter filter(host::findFilter(host::defaultSearchPath()));
-  const SettingsFiles files = loadSettings(request_, filter.parameters().declarations());
+  host::ParameterSet parameters = project::allParameters(filter);
+  const SettingsFiles files = loadSettings(request_, parameters.declarations());
   const RenderRequest request = withSettings(request_, files);
   const bool manyFrames = media::Writer::holdsManyFrames(request.output);
   const int bits = chooseBits(request);
-  const int drawBits = project::applyLayers(filter.parameters(), files.layers(request));
+  const int drawBits = project::drawBitsOf(parameters, files.layers(request));
   Sources sources(request, drawBits, listener);
-  const media::InputInfo &input = sources.info();
   Background *const background = sources.background();
-  const FrameList frames = chooseFrames(request, input, background, manyFrames);
+  const FrameList frames = chooseFrames(request, sources.info(), background, manyFrames);
   requirePlaceForFrames(request, frames);
   sources.guardOutput(request, frames);
+  const project::Clock clock{sources.firstFrame(), chooseRate(request, background, sources.info().frameRate)};
+  project::applyLayers(parameters, files.layers(request), clock);
+  parameters = withLife(std::move(parameters), request.scene, frames, clock);
+  const Fire fire = planFireIn(sources, request, filter, parameters, frames, clock, listener, stop);
+  const media::InputInfo &input = sources.info();
   media::OutputFormat format = chooseFormat(request, input, background, frames, bits, listener);
   if (background) background->prepare({input.width, input.height, input.pixelAspect}, format.frameRate);
 
@@ -126,7 +139,9 @@ RenderResult RenderJob::run(RenderListener &listener, const StopToken &stop) {
   settings.floatOutput = drawBits == 16;
   settings.pixelAspect = input.pixelAspect;
 
-  format.record = provenanceOf(request, background, filter.parameters(), settings, backend, bits);
+  format.record = provenanceOf(request, background, fire, settings, backend, bits);
+  if (request.isThere && request.isThere(recordOfAll(format, frames, sources)))
+    return {frames.count(), 0, frames.count(), 0};
   const bool isSequence = media::Writer::isSequence(request.output);
   std::optional<record::Manifest> manifest;
   if (isSequence) manifest.emplace(request.output, format.record);
@@ -136,11 +151,10 @@ RenderResult RenderJob::run(RenderListener &listener, const StopToken &stop) {
 
   listener.started(frames.count());
   const auto writer = media::Writer::open(request.output, format);
-  saveSettings(request, filter.parameters(), input, frames, format.frameRate);
-  host::SequentialRenderer renderer(filter, frameRenderer, sources.firstFrame());
-  renderer.setPreRollListener(PreRollWatch(listener, stop));
+  saveSettings(request, parameters, input, frames, format.frameRate);
+  FireDrawer drawer(filter, frameRenderer, fire, settings, sources.firstFrame(), PreRollWatch(listener, stop));
   FrameSink sink(*writer, isSequence, listener);
-  Rendering stages(request, sources, renderer, settings, manifest, sink);
+  Rendering stages(request, sources, drawer, manifest, sink);
   rendering = &stages;
   runPipeline(frames, stages.stages(), stop);
 
@@ -148,6 +162,7 @@ RenderResult RenderJob::run(RenderListener &listener, const StopToken &stop) {
   if (!result.isStopped() || result.done() > 0) sink.finish();
   listener.finished();
   remarkLosses(format.audioFrom, writer->losses(), listener);
+  stages.remarkTouchedBorders(listener);
   return result;
 }
 

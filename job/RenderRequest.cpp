@@ -2,14 +2,6 @@
 
 namespace pyrelux::job {
 
-const Words<media::InputAlpha> &inputAlphaWords() {
-  static const Words<media::InputAlpha> words{{"auto", media::InputAlpha::Auto},
-                                              {"straight", media::InputAlpha::Straight},
-                                              {"premultiplied", media::InputAlpha::Premultiplied},
-                                              {"none", media::InputAlpha::None}};
-  return words;
-}
-
 const Words<VariableRate> &variableRateWords() {
   static const Words<VariableRate> words{{"resample", VariableRate::Resample}, {"keep", VariableRate::Keep}};
   return words;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -7,10 +8,8 @@
 #include "Colour.h"
 #include "Delivery.h"
 #include "Fit.h"
-#include "FrameList.h"
-#include "FrameRate.h"
-#include "PictureSize.h"
 #include "Reader.h"
+#include "Scene.h"
 #include "Settings.h"
 #include "Words.h"
 
@@ -41,16 +40,17 @@ struct BackgroundRequest {
 /// field says.
 struct RenderRequest {
   // What burns: one of the first three.
-  std::optional<std::string> input;             ///< a file, or a pattern of files
-  std::optional<std::string> text;              ///< to be drawn; "\n" begins a line, written as such or as a line feed
-  std::optional<std::string> testPattern;       ///< one of testPatternNames()
-  std::optional<media::InputAlpha> inputAlpha;  ///< otherwise Auto
-  bool deinterlace = false;                     ///< make whole pictures of movies' fields
-  std::optional<VariableRate> variableRate;     ///< otherwise Resample
-  std::optional<std::string> font;              ///< of the text; otherwise its default
-  std::optional<Colour> textColour;             ///< otherwise white
-  std::optional<PictureSize>
-      size;  ///< of what is drawn, pixels; otherwise the project's, the background's, or 1920x1080
+  std::optional<std::string> input;          ///< a file, or a pattern of files
+  std::optional<std::string> text;           ///< to be drawn; "\n" begins a line, written as such or as a line feed
+  std::optional<std::string> testPattern;    ///< one of testPatternNames()
+  bool deinterlace = false;                  ///< make whole pictures of movies' fields
+  std::optional<VariableRate> variableRate;  ///< otherwise Resample
+  std::optional<std::string> font;           ///< of the text; otherwise its default
+  std::optional<Colour> textColour;          ///< otherwise white
+
+  /// What project files may say too. Frames are otherwise all of the input's or of the background's, or a default for
+  /// stills; the frame rate is the background's, the input's, or 24; the bits are what suits the output's format.
+  project::Scene scene;
 
   // How it looks: the preset is the weakest, the settings are the strongest.
   std::optional<std::string> preset;   ///< a name, or a file's path
@@ -60,22 +60,21 @@ struct RenderRequest {
 
   // Where to.
   std::string output;
-  std::string codec;                   ///< empty for the usual one of the output's extension
-  std::optional<AlphaUse> alpha;       ///< otherwise the codec's usual one
-  std::optional<double> density;       ///< 0..1, see Delivery; otherwise 0
-  std::optional<int> bits;             ///< of the output, 8 or 16 per channel; otherwise what suits its format
-  std::optional<FrameList> frames;     ///< otherwise all of the input's or of the background's, or a default for stills
-  std::optional<FrameRate> frameRate;  ///< otherwise the background's, the input's, or 24
+  std::string codec;                            ///< empty for the usual one of the output's extension
+  std::optional<AlphaUse> alpha;                ///< otherwise the codec's usual one
+  std::optional<double> density;                ///< 0..1, see Delivery; otherwise 0
   std::optional<BackgroundRequest> background;  ///< otherwise nothing, or black where there is no alpha
   bool withAudio = true;                        ///< copy a movie's audio
   Existing existing = Existing::Refuse;
+  /// Asked when all is known, before anything is written, with what decides every byte of the output, as one line:
+  /// whether the output is there already. If it is, all frames count as kept, and nothing is written. Null for a no.
+  std::function<bool(const std::string &record)> isThere;
   std::optional<std::string> saveProject;  ///< a file for the settings that are in force
 
   std::string backend = "auto";  ///< one of host::backendNames()
 };
 
 // The words for the values, as options, project files and records write them.
-const Words<media::InputAlpha> &inputAlphaWords();
 const Words<VariableRate> &variableRateWords();
 const Words<AlphaUse> &alphaWords();
 const Words<media::Fit> &fitWords();

@@ -1,5 +1,9 @@
 #include "Sources.h"
 
+#include <algorithm>
+#include <utility>
+
+#include "InputReaders.h"
 #include "InputSource.h"
 #include "OutputGuard.h"
 #include "Presets.h"
@@ -21,17 +25,27 @@ SettingsFiles loadSettings(const RenderRequest &request, const std::vector<host:
 }
 
 RenderRequest withSettings(RenderRequest request, const SettingsFiles &files) {
-  if (!files.project) return request;
-  const project::Project &project = *files.project;
-  if (!request.size) request.size = project.size;
-  if (!request.frames) request.frames = project.frames;
-  if (!request.frameRate) request.frameRate = project.frameRate;
-  if (!request.bits) request.bits = project.bits;
+  if (files.project) project::fillIn(request.scene, files.project->scene, false);
+  if (files.preset) project::fillIn(request.scene, files.preset->scene, true);
   return request;
 }
 
 Sources::Sources(const RenderRequest &request, int drawBits, RenderListener &listener)
     : background_(Background::open(request, listener)), input_(openInput(request, drawBits, background(), listener)) {}
+
+void Sources::putIn(const Room &room) { input_ = inRoom(std::move(input_), room); }
+
+PixelBox Sources::titleBox() {
+  // Enough to know a movie's title by, and quick to look at.
+  constexpr std::int64_t maxLooks = 8;
+  if (isStill()) return alphaBox(input_->read(firstFrame()));
+  const std::int64_t count = info().lastFrame - info().firstFrame + 1;
+  const std::int64_t looks = std::min(count, maxLooks);
+  PixelBox box;
+  for (std::int64_t look = 0; look < looks; ++look)
+    box = around(box, alphaBox(input_->read(info().firstFrame + look * count / looks)));
+  return box;
+}
 
 void Sources::guardOutput(const RenderRequest &request, const FrameList &frames) const {
   refuseToReplaceSource(*input_, "input", request, frames);

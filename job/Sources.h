@@ -6,12 +6,14 @@
 #include <vector>
 
 #include "Background.h"
+#include "Compositing.h"
 #include "FrameList.h"
 #include "Parameters.h"
 #include "Project.h"
 #include "Reader.h"
 #include "RenderListener.h"
 #include "RenderRequest.h"
+#include "Room.h"
 #include "Settings.h"
 
 namespace pyrelux::job {
@@ -28,8 +30,8 @@ struct SettingsFiles {
 /// Reads the request's project and its preset, or the project's. Throws ValueError, media::InputError.
 SettingsFiles loadSettings(const RenderRequest &request, const std::vector<host::ParameterDeclaration> &declarations);
 
-/// The request, with the project's values in the places of those that it does not have. A preset is a look for any
-/// title: what it holds besides parameters does not count.
+/// The request, with the project's values in the places of those that it does not have, then the preset's. A preset is
+/// a look for any title: of its scene only what belongs to a look counts.
 RenderRequest withSettings(RenderRequest request, const SettingsFiles &files);
 
 /// What burns, and what it is laid over.
@@ -43,6 +45,13 @@ class Sources {
   bool isStill() const { return info().kind == media::InputKind::Still; }
   /// The first frame of the run that counts: stills burn from frame 1.
   std::int64_t firstFrame() const { return isStill() ? 1 : info().firstFrame; }
+
+  /// Puts the input's pictures into a room.
+  void putIn(const Room &room);
+
+  /// What of the input burns: the box of the alpha of its picture, or of eight pictures of a movie or sequence. Empty
+  /// for none. Throws media::InputError.
+  PixelBox titleBox();
 
   /// Null for none.
   Background *background() { return background_ ? &*background_ : nullptr; }

@@ -90,18 +90,19 @@ Image scaled(const Image &picture, double seenWidth, double seenHeight, int widt
   return result;
 }
 
-/// The part of a line that is seen of it when it lies in the middle of another one.
+/// The part of a line that is seen of it when it lies in another one.
 struct Overlap {
   int from;  ///< its first place in the line
   int to;    ///< its first place in the other
   int length;
 
-  Overlap(int line, int other)
-      : from(std::max(line - other, 0) / 2), to(std::max(other - line, 0) / 2), length(std::min(line, other)) {}
+  Overlap(int line, int other, int start)
+      : from(std::max(-start, 0)), to(std::max(start, 0)), length(std::max(0, std::min(line - from, other - to))) {}
 };
 
 template <typename Samples>
-void copyMiddle(const Samples &from, const Overlap &x, const Overlap &y, int fromWidth, int toWidth, Samples &to) {
+void copyPart(const Samples &from, const Overlap &x, const Overlap &y, int fromWidth, int toWidth, Samples &to) {
+  if (x.length == 0) return;
   for (int row = 0; row < y.length; ++row)
     std::copy_n(from.begin() + 4 * (std::ptrdiff_t{y.from + row} * fromWidth + x.from), 4 * x.length,
                 to.begin() + 4 * (std::ptrdiff_t{y.to + row} * toWidth + x.to));
@@ -109,19 +110,29 @@ void copyMiddle(const Samples &from, const Overlap &x, const Overlap &y, int fro
 
 /// In the middle of a transparent picture, or cut off evenly.
 Image centred(const Image &picture, int width, int height) {
-  if (picture.width() == width && picture.height() == height) return picture;
-  Image result =
-      picture.isFloat() ? Image::floats(width, height, picture.alpha()) : Image::bytes(width, height, picture.alpha());
-  const Overlap x(picture.width(), width);
-  const Overlap y(picture.height(), height);
-  if (picture.isFloat())
-    copyMiddle(picture.asFloats(), x, y, picture.width(), width, result.asFloats());
-  else
-    copyMiddle(picture.asBytes(), x, y, picture.width(), width, result.asBytes());
-  return result;
+  return placed(picture, width, height, (width - picture.width()) / 2, (height - picture.height()) / 2);
 }
 
 }  // namespace
+
+Image resized(const Image &picture, int width, int height) {
+  const Image source = premultiplied(picture);
+  if (source.width() == width && source.height() == height) return source;
+  return scaled(toFloat(source), source.width(), source.height(), width, height);
+}
+
+Image placed(const Image &picture, int width, int height, int left, int top) {
+  if (picture.width() == width && picture.height() == height && left == 0 && top == 0) return picture;
+  Image result =
+      picture.isFloat() ? Image::floats(width, height, picture.alpha()) : Image::bytes(width, height, picture.alpha());
+  const Overlap x(picture.width(), width, left);
+  const Overlap y(picture.height(), height, top);
+  if (picture.isFloat())
+    copyPart(picture.asFloats(), x, y, picture.width(), width, result.asFloats());
+  else
+    copyPart(picture.asBytes(), x, y, picture.width(), width, result.asBytes());
+  return result;
+}
 
 Image fitted(const Image &picture, double pixelAspect, const PictureShape &target, Fit fit) {
   // In pixels of the target.

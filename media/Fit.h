@@ -29,4 +29,12 @@ struct PictureShape {
 /// premultiplied samples); others keep their kind of samples.
 Image fitted(const Image &picture, double pixelAspect, const PictureShape &target, Fit fit);
 
+/// The picture in another size, premultiplied floats as above; a picture of that size as it is, premultiplied. Sides
+/// are 1 at least.
+Image resized(const Image &picture, int width, int height);
+
+/// The picture on a transparent one of another size, its upper left corner at (left, top), which may be outside; what
+/// is outside is cut off. It keeps its kind of alpha and samples.
+Image placed(const Image &picture, int width, int height, int left, int top);
+
 }  // namespace pyrelux::media

@@ -1,6 +1,7 @@
 #include "Project.h"
 
 #include <algorithm>
+#include <cmath>
 #include <nlohmann/json.hpp>
 #include <set>
 
@@ -168,13 +169,24 @@ ParameterValue parseValue(const std::string &path, const Json &json, const Param
   return value;
 }
 
+bool isTimed(const Json &keyframe) { return keyframe.is_object() && keyframe.contains("time"); }
+
+double parseTime(const std::string &path, const Json &json) {
+  const double seconds = parseNumber(path, json, "a number of seconds");
+  if (std::abs(seconds) > maxSeconds)
+    fail(path, " can't be " + formatNumber(seconds) + ": its range is -86400..86400 seconds");
+  return seconds;
+}
+
 Keyframe parseKeyframe(const std::string &path, const Json &json, const ParameterDeclaration &parameter) {
   if (!json.is_object()) refuse(path, json, "a keyframe with frame and value");
-  requireKeys(path, json, {"frame", "value", "ease", "bezier"}, "a keyframe");
-  for (const char *key : {"frame", "value"})
-    if (!json.contains(key)) fail(path, std::string(" has no ") + key);
+  requireKeys(path, json, {"frame", "time", "value", "ease", "bezier"}, "a keyframe");
+  if (json.contains("frame") == json.contains("time"))
+    fail(path, json.contains("frame") ? " has a frame and a time: it takes one of them" : " has no frame");
+  if (!json.contains("value")) fail(path, " has no value");
   Keyframe keyframe;
-  keyframe.frame = parseNumber(path + ".frame", json["frame"], "a frame number");
+  keyframe.frame = isTimed(json) ? parseTime(path + ".time", json["time"])
+                                 : parseNumber(path + ".frame", json["frame"], "a frame number");
   keyframe.value = parseValue(path + ".value", json["value"], parameter);
   if (const auto found = json.find("ease"); found != json.end()) {
     const auto ease = found->is_string() ? host::easeNamed(found->get_ref<const std::string &>()) : std::nullopt;
@@ -198,8 +210,13 @@ std::vector<Keyframe> parseKeyframes(const std::string &path, const Json &json, 
   for (std::size_t i = 0; i < json.size(); ++i) {
     const std::string here = path + "[" + std::to_string(i) + "]";
     keyframes.push_back(parseKeyframe(here, json[i], parameter));
+    const char *const where = isTimed(json[i]) ? "time" : "frame";
+    if (isTimed(json[i]) != isTimed(json[0]))
+      fail(here, " has a " + std::string(where) + " and " + path + "[0] has none: all take the same");
     const auto [at, isNew] = paths.emplace(keyframes.back().frame, here);
-    if (!isNew) fail(here, ".frame can't be " + formatNumber(at->first) + ": " + at->second + " is at that frame");
+    if (!isNew)
+      fail(here, "." + std::string(where) + " can't be " + formatNumber(at->first) + ": " + at->second +
+                     " is at that " + where);
   }
   std::sort(keyframes.begin(), keyframes.end(), [](const Keyframe &a, const Keyframe &b) { return a.frame < b.frame; });
   return keyframes;
@@ -236,6 +253,7 @@ void parseParameters(const Json &json, const std::vector<ParameterDeclaration> &
       fail(path, " is an empty list: it takes a keyframe at least");
     else
       keyframes = parseKeyframes(path, value, *parameter);
+    if (isKeyframeList(value) && isTimed(value[0])) project.timed.insert(parameter->id);
   }
 }
 
@@ -263,9 +281,19 @@ std::string parsePreset(const std::string &text) {
   return text;
 }
 
-int parseBits(const std::string &text) {
-  if (text != "8" && text != "16") throw ValueError("it is 8 or 16, not '" + text + "'");
-  return std::stoi(text);
+/// What a field's value in the file is as a text.
+void parseField(const Json &root, const SceneField &field, Scene &scene) {
+  if (field.isFlag()) {
+    const auto found = root.find(field.key);
+    if (found == root.end()) return;
+    if (!found->is_boolean()) refuse(field.key, *found, "true or false");
+    field.parse(scene, found->dump());
+    return;
+  }
+  parseText(root, field.key.c_str(), field.takesNumber, [&](const std::string &text) {
+    field.parse(scene, text);
+    return text;
+  });
 }
 
 /// Numbers that are whole are written without a point.
@@ -296,12 +324,13 @@ std::string valueText(const ParameterDeclaration &parameter, const ParameterValu
   }
 }
 
-std::string keyframesText(const ParameterDeclaration &parameter, const std::vector<Keyframe> &keyframes) {
+std::string keyframesText(const ParameterDeclaration &parameter, const std::vector<Keyframe> &keyframes, bool isTimed) {
   if (keyframes.size() == 1) return valueText(parameter, keyframes[0].value);
   std::string text;
   for (const Keyframe &keyframe : keyframes) {
-    text += (text.empty() ? "[\n" : ",\n") + std::string("      {\"frame\": ") + numberText(keyframe.frame) +
-            ", \"value\": " + valueText(parameter, keyframe.value) + ", \"ease\": \"" + easeName(keyframe.ease) + "\"";
+    text += (text.empty() ? "[\n" : ",\n") + std::string("      {\"") + (isTimed ? "time" : "frame") +
+            "\": " + numberText(keyframe.frame) + ", \"value\": " + valueText(parameter, keyframe.value) +
+            ", \"ease\": \"" + easeName(keyframe.ease) + "\"";
     if (keyframe.ease == Ease::Bezier) text += ", \"bezier\": " + listText(keyframe.curve, 4);
     text += "}";
   }
@@ -313,8 +342,10 @@ std::string keyframesText(const ParameterDeclaration &parameter, const std::vect
 Project parseProject(const std::string &text, const std::vector<ParameterDeclaration> &declarations) {
   const Json root = parseJson(text);
   if (!root.is_object()) refuse("a project", root, "an object");
-  requireKeys("", root, {"version", "description", "preset", "size", "frames", "fps", "bits", "parameters", "$schema"},
-              "a project");
+  std::vector<std::string> keys{"version", "description", "preset"};
+  for (const SceneField &field : sceneFields()) keys.push_back(field.key);
+  keys.insert(keys.end(), {"parameters", "$schema"});
+  requireKeys("", root, keys, "a project");
   if (!root.contains("version")) fail("it", " has no version");
   if (root["version"] != projectVersion)
     fail("version", " can't be " + shown(root["version"]) + ": this program reads " + std::to_string(projectVersion));
@@ -323,10 +354,7 @@ Project parseProject(const std::string &text, const std::vector<ParameterDeclara
   parseText(root, "$schema", false, parseAnyText);
   project.description = parseText(root, "description", false, parseAnyText);
   project.preset = parseText(root, "preset", false, parsePreset);
-  project.size = parseText(root, "size", false, parseSize);
-  project.frames = parseText(root, "frames", true, parseFrames);
-  project.frameRate = parseText(root, "fps", true, parseFrameRate);
-  project.bits = parseText(root, "bits", true, parseBits);
+  for (const SceneField &field : sceneFields()) parseField(root, field, project.scene);
   if (const auto found = root.find("parameters"); found != root.end()) parseParameters(*found, declarations, project);
   return project;
 }
@@ -338,15 +366,18 @@ std::string formatProject(const Project &project, const std::vector<ParameterDec
   };
   if (project.description) add("description", *project.description);
   if (project.preset) add("preset", *project.preset);
-  if (project.size) add("size", formatSize(*project.size));
-  if (project.frames) add("frames", formatFrames(*project.frames));
-  if (project.frameRate) add("fps", formatFrameRate(*project.frameRate));
-  if (project.bits) add("bits", std::to_string(*project.bits));
+  for (const SceneField &field : sceneFields())
+    if (const auto value = field.format(project.scene)) {
+      if (field.isFlag())
+        text += ",\n  \"" + field.key + "\": " + *value;
+      else
+        add(field.key.c_str(), *value);
+    }
   std::string parameters;
   for (const ParameterDeclaration &parameter : declarations)
     if (const auto found = project.parameters.find(parameter.id); found != project.parameters.end())
       parameters += (parameters.empty() ? "\n    \"" : ",\n    \"") + parameter.slug() +
-                    "\": " + keyframesText(parameter, found->second);
+                    "\": " + keyframesText(parameter, found->second, project.timed.count(parameter.id) != 0);
   if (!parameters.empty()) text += ",\n  \"parameters\": {" + parameters + "\n  }";
   return text + "\n}\n";
 }

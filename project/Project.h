@@ -3,14 +3,13 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "FrameList.h"
-#include "FrameRate.h"
 #include "Parameters.h"
-#include "PictureSize.h"
+#include "Scene.h"
 
 // What a project file holds, as text and as data; nothing here touches a file.
 
@@ -26,15 +25,17 @@ class ProjectError : public std::runtime_error {
 struct Project {
   std::optional<std::string> description;  ///< of a preset: one sentence without a full stop
   std::optional<std::string> preset;       ///< a preset's name, or the path of its file
-  std::optional<PictureSize> size;         ///< of a text or test pattern; other inputs have their own
-  std::optional<FrameList> frames;
-  std::optional<FrameRate> frameRate;
-  std::optional<int> bits;                                          ///< per channel of the output, 8 or 16
+  Scene scene;
   std::map<std::uint32_t, std::vector<host::Keyframe>> parameters;  ///< by id; a single keyframe means a constant
+  /// Parameters whose keyframes have seconds from the first frame on in the place of frame numbers.
+  std::set<std::uint32_t> timed;
 };
 
 /// The version of what is written, and the only one that is read.
 constexpr int projectVersion = 1;
+
+/// Keyframes that are set by time are at -maxSeconds .. maxSeconds from the first frame on.
+constexpr double maxSeconds = 86400.0;
 
 /// The largest project file that is read, in bytes.
 constexpr std::size_t maxProjectBytes = 16u << 20;

@@ -28,7 +28,9 @@ Json valueOf(const ParameterDeclaration &parameter) {
               {"minimum", static_cast<int>(parameter.minimum)},
               {"maximum", static_cast<int>(parameter.maximum)}};
     case ParameterKind::Colour:
-      return {{"anyOf", {{{"type", "string"}, {"pattern", "^#[0-9A-Fa-f]{6}$"}}, listOf(numberIn(0.0, 1.0), 3)}}};
+      return {
+          {"anyOf",
+           {{{"type", "string"}, {"pattern", "^(#([0-9A-Fa-f]{3}){1,2}|[A-Za-z]+)$"}}, listOf(numberIn(0.0, 1.0), 3)}}};
     case ParameterKind::Point:
       return listOf({{"type", "number"}}, 2);
     case ParameterKind::Popup:
@@ -59,8 +61,11 @@ Json keyframe() {
   curve["description"] = "x1, y1, x2, y2 of the curve from 0,0 to 1,1; across goes the time, up the value";
   curve["prefixItems"] = Json::array({across, up, across, up});
   curve.erase("items");
-  Json keyframe = {{"type", "object"}, {"required", {"frame", "value"}}};
+  Json keyframe = {{"type", "object"}, {"required", Json::array({"value"})}};
+  keyframe["oneOf"] = {{{"required", Json::array({"frame"})}}, {{"required", Json::array({"time"})}}};
   keyframe["properties"]["frame"] = numberIn(-host::maxFrame, host::maxFrame);
+  keyframe["properties"]["time"] = numberIn(-maxSeconds, maxSeconds);
+  keyframe["properties"]["time"]["description"] = "Seconds from the first frame on";
   keyframe["properties"]["value"] = true;
   keyframe["properties"]["ease"] = {
       {"enum", names}, {"default", "linear"}, {"description", "How the value goes on to the next keyframe"}};
@@ -73,7 +78,24 @@ Json keyframe() {
   return keyframe;
 }
 
-Json textOrNumber(const char *description) { return {{"type", {"string", "number"}}, {"description", description}}; }
+/// As the option of that name takes it.
+Json describe(const SceneField &field) {
+  Json described;
+  if (field.isFlag()) {
+    described["type"] = "boolean";
+  } else if (field.takesOnlyChoices()) {
+    for (const std::string &choice : field.choices) {
+      described["enum"].push_back(choice);
+      if (field.takesNumber) described["enum"].push_back(std::stoi(choice));
+    }
+  } else if (field.takesNumber) {
+    described["type"] = {"string", "number"};
+  } else {
+    described["type"] = "string";
+  }
+  described["description"] = field.brief + field.details;
+  return described;
+}
 
 }  // namespace
 
@@ -94,12 +116,7 @@ std::string projectSchema(const std::vector<ParameterDeclaration> &declarations)
   const Json path = {{"type", "string"}, {"pattern", "\\.json$"}};
   properties["preset"]["description"] = "The preset that the parameters below change";
   properties["preset"]["anyOf"] = Json::array({{{"enum", presetNames()}}, path});
-  properties["size"] = {{"type", "string"},
-                        {"pattern", "^[0-9]+x[0-9]+$"},
-                        {"description", "As --size, of a text or test pattern: 1920x1080"}};
-  properties["frames"] = textOrNumber("As --frames: 1-48, 1-240x2, 1,5,9-12");
-  properties["fps"] = textOrNumber("As --fps: 24, 23.976, 30000/1001");
-  properties["bits"] = {{"enum", {"8", "16", 8, 16}}, {"description", "As --bits"}};
+  for (const SceneField &field : sceneFields()) properties[field.key] = describe(field);
   properties["parameters"] = parameters;
   schema["additionalProperties"] = false;
   schema["$defs"]["keyframe"] = keyframe();

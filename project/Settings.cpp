@@ -9,9 +9,13 @@ namespace pyrelux::project {
 
 namespace {
 
-void applyProject(host::ParameterSet &parameters, const Project *project) {
+void applyProject(host::ParameterSet &parameters, const Project *project, const Clock &clock) {
   if (!project) return;
-  for (const auto &[id, keyframes] : project->parameters) parameters.setKeyframes(*parameters.find(id), keyframes);
+  for (auto [id, keyframes] : project->parameters) {
+    if (project->timed.count(id))
+      for (host::Keyframe &keyframe : keyframes) keyframe.frame = clock.frameAt(keyframe.frame);
+    parameters.setKeyframes(*parameters.find(id), keyframes);
+  }
 }
 
 }  // namespace
@@ -31,10 +35,10 @@ void applySetting(host::ParameterSet &parameters, const Setting &setting) {
   }
 }
 
-int applyLayers(host::ParameterSet &parameters, const Layers &layers) {
+int applyLayers(host::ParameterSet &parameters, const Layers &layers, const Clock &clock) {
   if (host::findColorDepth(parameters)) host::setDeep(parameters, true);
-  applyProject(parameters, layers.preset);
-  applyProject(parameters, layers.project);
+  applyProject(parameters, layers.preset, clock);
+  applyProject(parameters, layers.project, clock);
   host::ParameterSet typed(parameters.declarations());
   for (const Setting &setting : layers.settings) {
     applySetting(parameters, setting);
@@ -49,5 +53,7 @@ int applyLayers(host::ParameterSet &parameters, const Layers &layers) {
   host::setDeep(parameters, isDeep);
   return *layers.drawBits;
 }
+
+int drawBitsOf(host::ParameterSet parameters, const Layers &layers) { return applyLayers(parameters, layers, {}); }
 
 }  // namespace pyrelux::project

@@ -29,8 +29,20 @@ struct Layers {
   std::optional<int> drawBits;  ///< 8 or 16, for the filter's Color Depth
 };
 
-/// Applies the layers. Returns the bits per channel to draw with, 8 or 16: those of the filter's Color Depth, which is
-/// 16 Bit unless a layer says otherwise. Throws ValueError.
-int applyLayers(host::ParameterSet &parameters, const Layers &layers);
+/// Which frame is shown at a time.
+struct Clock {
+  std::int64_t firstFrame = 1;  ///< at 0 seconds
+  FrameRate rate;
+
+  double frameAt(double seconds) const { return static_cast<double>(firstFrame) + seconds * rate.perSecond(); }
+};
+
+/// Applies the layers; keyframes that are set by time come to the frames of `clock`. Returns the bits per channel to
+/// draw with, 8 or 16: those of the filter's Color Depth, which is 16 Bit unless a layer says otherwise. Throws
+/// ValueError.
+int applyLayers(host::ParameterSet &parameters, const Layers &layers, const Clock &clock);
+
+/// What applyLayers() would return.
+int drawBitsOf(host::ParameterSet parameters, const Layers &layers);
 
 }  // namespace pyrelux::project

@@ -11,7 +11,7 @@ program_packages=(
   libpango1.0-dev libcairo2-dev fonts-dejavu-core libimagequant-dev
   libfftw3-dev
   frei0r-plugins-dev libmlt-dev
-  libcli11-dev nlohmann-json3-dev libxxhash-dev
+  libcli11-dev nlohmann-json3-dev libxxhash-dev libcsv-dev
 )
 
 # What the tests and benchmarks need besides: a second compiler, the frameworks, a backend for AppKit's buttons, programs

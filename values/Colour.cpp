@@ -3,29 +3,33 @@
 #include <algorithm>
 #include <charconv>
 
+#include "ColourNames.h"
 #include "Numbers.h"
 
 namespace pyrelux {
 
 namespace {
 
+Colour colourOf(std::uint32_t rgb) {
+  return {((rgb >> 16) & 0xFF) / 255.0, ((rgb >> 8) & 0xFF) / 255.0, (rgb & 0xFF) / 255.0};
+}
+
+/// "#rrggbb", or "#rgb", whose digits count twice.
 std::optional<Colour> readHexColour(const std::string &text) {
-  if (text.size() != 7 || text[0] != '#') return std::nullopt;
-  Colour colour{};
-  for (std::size_t channel = 0; channel < colour.size(); ++channel) {
-    const char *begin = text.c_str() + 1 + 2 * channel;
-    unsigned level = 0;
-    const auto [stop, error] = std::from_chars(begin, begin + 2, level, 16);
-    if (error != std::errc() || stop != begin + 2) return std::nullopt;
-    colour[channel] = level / 255.0;
-  }
-  return colour;
+  if (text[0] != '#' || (text.size() != 4 && text.size() != 7)) return std::nullopt;
+  std::string digits = text.substr(1);
+  if (digits.size() == 3) digits = {digits[0], digits[0], digits[1], digits[1], digits[2], digits[2]};
+  std::uint32_t rgb = 0;
+  const auto [stop, error] = std::from_chars(digits.data(), digits.data() + digits.size(), rgb, 16);
+  if (error != std::errc() || stop != digits.data() + digits.size()) return std::nullopt;
+  return colourOf(rgb);
 }
 
 }  // namespace
 
 std::optional<Colour> readColour(const std::string &text) {
   if (const auto colour = readHexColour(text)) return colour;
+  if (const auto named = colourNamed(text)) return colourOf(*named);
   const auto levels = readNumbers(text, 3);
   if (!levels) return std::nullopt;
   return Colour{(*levels)[0], (*levels)[1], (*levels)[2]};

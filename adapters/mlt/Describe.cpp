@@ -103,7 +103,7 @@ std::string quoted(const std::string &text) {
 }
 
 void writeYamlParameter(std::ostream &out, const ParameterDeclaration &declaration) {
-  out << "\n  - identifier: " << declaration.slug() << '\n';
+  out << "\n  - identifier: " << declaration.keySlug() << '\n';
   const auto line = [&out](const char *name, const std::string &value) {
     out << "    " << name << ": " << value << '\n';
   };
@@ -186,7 +186,7 @@ void writeKdenliveParameter(std::ostream &out, const ParameterDeclaration &decla
   const bool isAngle = declaration.kind == ParameterKind::Angle;
   std::string titles;
   out << "  <parameter";
-  attribute("name", declaration.slug());
+  attribute("name", declaration.keySlug());
   switch (declaration.kind) {
     case ParameterKind::Colour:
       attribute("type", "color");

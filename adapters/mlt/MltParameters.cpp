@@ -129,7 +129,7 @@ bool MltParameters::read(mlt_properties properties, const Clip &clip) {
   bool hasChanged = false;
   for (const ParameterDeclaration &declaration : defaults_.declarations()) {
     if (declaration.kind == ParameterKind::Custom) continue;
-    const char *text = mlt_properties_get(properties, declaration.slug().c_str());
+    const char *text = mlt_properties_get(properties, declaration.keySlug().c_str());
     const std::string now = text ? text : "";
     std::string &before = texts_[declaration.id];
     if (now == before && (clip == clip_ || now.empty())) continue;

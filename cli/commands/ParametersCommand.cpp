@@ -6,6 +6,7 @@
 #include "Commands.h"
 #include "Filter.h"
 #include "HostError.h"
+#include "OwnParameters.h"
 #include "ParameterList.h"
 #include "ParameterText.h"
 #include "ProjectSchema.h"
@@ -85,7 +86,7 @@ std::string tableOf(const std::vector<ParameterDeclaration> &parameters) {
 
 std::vector<ParameterDeclaration> settableParameters() {
   const host::Filter filter(host::findFilter(host::defaultSearchPath()));
-  std::vector<ParameterDeclaration> parameters = filter.parameters().declarations();
+  std::vector<ParameterDeclaration> parameters = project::allParameters(filter).declarations();
   const auto isCustom = [](const ParameterDeclaration &parameter) { return parameter.kind == ParameterKind::Custom; };
   parameters.erase(std::remove_if(parameters.begin(), parameters.end(), isCustom), parameters.end());
   return parameters;
@@ -111,7 +112,7 @@ namespace {
 
 int listParameters(bool json) {
   const host::Filter filter(host::findFilter(host::defaultSearchPath()));
-  const auto &parameters = filter.parameters().declarations();
+  const auto parameters = project::allParameters(filter).declarations();
   if (json) {
     Json list = Json::array();
     for (const ParameterDeclaration &parameter : parameters) list.push_back(describe(parameter));
@@ -124,7 +125,7 @@ int listParameters(bool json) {
 
 int printProjectSchema() {
   const host::Filter filter(host::findFilter(host::defaultSearchPath()));
-  std::cout << project::projectSchema(filter.parameters().declarations());
+  std::cout << project::projectSchema(project::allParameters(filter).declarations());
   return 0;
 }
 

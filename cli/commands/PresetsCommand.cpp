@@ -9,6 +9,7 @@
 #include "Filter.h"
 #include "MediaErrors.h"
 #include "Message.h"
+#include "OwnParameters.h"
 #include "ParameterText.h"
 #include "Presets.h"
 
@@ -47,7 +48,7 @@ Json settingsOf(const project::Project &project, const std::vector<host::Paramet
 
 int listPresets(bool asJson) {
   const host::Filter filter(host::findFilter(host::defaultSearchPath()));
-  const auto &declarations = filter.parameters().declarations();
+  const auto declarations = project::allParameters(filter).declarations();
   bool hasFailed = false;
   const std::vector<ListedPreset> presets = readPresets(declarations, hasFailed);
   if (asJson) {

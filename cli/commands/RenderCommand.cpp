@@ -1,11 +1,14 @@
 #include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
+#include "BatchRun.h"
 #include "Commands.h"
-#include "ExitCodes.h"
-#include "Message.h"
 #include "ParameterList.h"
 #include "RenderJob.h"
 #include "RenderOptions.h"
+#include "RenderReport.h"
 #include "TerminalListener.h"
 
 namespace pyrelux::cli {
@@ -15,32 +18,34 @@ namespace {
 struct RenderArguments {
   job::RenderRequest request;
   Reporting reporting;
+  std::string batch;  ///< a file; empty for none
+  std::vector<Option> options;
 };
 
-std::string ofFrames(std::int64_t part, std::int64_t whole) {
-  return std::to_string(part) + " of " + std::to_string(whole) + " frames";
+int render(RenderArguments &arguments) {
+  if (!arguments.batch.empty())
+    return runBatch(arguments.batch, arguments.request, arguments.options, arguments.reporting);
+  const job::RenderRequest &request = arguments.request;
+  TerminalListener listener(arguments.reporting);
+  const job::RenderResult result = job::RenderJob(request).run(listener, listener.stop());
+  return reportResult(request, result, arguments.reporting);
 }
 
-int render(const RenderArguments &arguments) {
-  TerminalListener listener(arguments.reporting);
-  const job::RenderRequest &request = arguments.request;
-  const job::RenderResult result = job::RenderJob(request).run(listener, listener.stop());
-  if (arguments.reporting.verbose && request.existing == job::Existing::Resume)
-    say(ofFrames(result.kept, result.frames) + " were there already");
-  if (result.failed > 0) say(ofFrames(result.failed, result.frames) + " failed");
-  if (result.isStopped()) {
-    const std::string rest = result.done() > 0 ? "; '" + request.output + "' holds what was finished" : "";
-    say("interrupted after " + ofFrames(result.done(), result.frames) + rest);
-    return exitCodeOf(SignalGuard::signal());
-  }
-  return result.failed > 0 ? failedExit : 0;
+Option batchOption(std::string &batch) {
+  return option("--batch", "FILE", "Render each row of a table",
+                ", .csv or .json: columns are options (text, preset, seed) or parameters (glow), and their names in "
+                "braces stand in the output's name: '{id}_{text}.mov'. With --resume what is complete is kept")
+      .filling(batch);
 }
 
 }  // namespace
 
 Command renderCommand() {
   const auto arguments = std::make_shared<RenderArguments>();
-  return {"render", "Burn a picture, a sequence or a movie", renderOptions(arguments->request, arguments->reporting),
+  arguments->options = renderOptions(arguments->request, arguments->reporting);
+  std::vector<Option> options = arguments->options;
+  options.push_back(batchOption(arguments->batch));
+  return {"render", "Burn a picture, a sequence or a movie", std::move(options),
           [arguments] { return render(*arguments); }, parametersHelp};
 }
 

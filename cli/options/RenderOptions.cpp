@@ -29,13 +29,33 @@ const Words<int> &bitsWords() {
   return words;
 }
 
+/// The option of a field that project files have, too.
+Option sceneOption(const std::string &key, RenderRequest &request) {
+  const project::SceneField &field = project::sceneField(key);
+  const auto fill = [&field, &request](const std::string &text) {
+    try {
+      field.parse(request.scene, field.isFlag() ? "true" : text);
+    } catch (const ValueError &error) {
+      throw ValueError("--" + field.key + ": " + error.what());
+    }
+  };
+  Option row = option("--" + key, field.value, field.brief, field.details);
+  if (field.isFlag())
+    std::move(row).ofKind(ValueKind::None);
+  else if (field.takesOnlyChoices())
+    std::move(row).oneOf(field.choices);
+  else if (!field.choices.empty())
+    std::move(row).suggesting(field.choices);
+  return std::move(row).calling(fill);
+}
+
 void requireLevels(const std::string &option, const std::string &text, const Colour &colour) {
   if (!isInRange(colour)) throw ValueError("'" + option + "' can't be '" + text + "': its levels are in 0..1");
 }
 
 Colour parseTextColour(const std::string &text) {
   const auto colour = readColour(text);
-  if (!colour) throw ValueError("'text-color' can't be '" + text + "': it takes a colour, #rrggbb or r,g,b in 0..1");
+  if (!colour) throw ValueError("'text-color' can't be '" + text + "': it takes a colour, " + colourTakes);
   requireLevels("text-color", text, *colour);
   return *colour;
 }
@@ -44,13 +64,20 @@ job::BackgroundRequest parseBackground(const std::string &text) {
   const auto colour = readColour(text);
   // "####.png" is a sequence.
   if (!colour && (text.empty() || (text[0] == '#' && text.find('.') == std::string::npos)))
-    throw ValueError("'over' can't be '" + text + "': a colour is #rrggbb or r,g,b in 0..1");
+    throw ValueError("'over' can't be '" + text + "': a colour is " + colourTakes);
   if (colour) requireLevels("over", text, *colour);
   return {text, colour, {}, false};
 }
 
+/// "0.3" or "30%".
+std::optional<double> readShare(const std::string &text) {
+  const bool isPercent = !text.empty() && text.back() == '%';
+  const auto number = readNumber(isPercent ? text.substr(0, text.size() - 1) : text);
+  return number && isPercent ? std::optional<double>(*number / 100.0) : number;
+}
+
 std::string refusalOfDensity(const std::string &text) {
-  const auto value = readNumber(text);
+  const auto value = readShare(text);
   return value && *value >= 0.0 && *value <= 1.0 ? std::string() : "'" + text + "' is not in 0..1";
 }
 
@@ -127,12 +154,7 @@ std::vector<Option> inputOptions(RenderRequest &request) {
   return {option("INPUT", "INPUT", "Picture", ", movie, or numbered sequence with %04d or #### in its name")
               .filling(request.input)
               .in(inputGroup),
-          option("--input-alpha", "KIND", "What an INPUT's colour means where it is not opaque",
-                 ": straight (not multiplied by alpha), premultiplied (multiplied), none (alpha is ignored, all is "
-                 "opaque) or auto (EXR premultiplied, TIFF as the file says, else straight; the default)")
-              .needing("INPUT")
-              .filling(request.inputAlpha, job::inputAlphaWords())
-              .in(inputGroup),
+          sceneOption("input-alpha", request).needing("INPUT").in(inputGroup),
           flag("--deinterlace", request.deinterlace, true, "Make whole pictures of the fields of interlaced movies",
                ", one of each pair, so that the frame rate stays")
               .in(inputGroup),
@@ -147,7 +169,7 @@ std::vector<Option> inputOptions(RenderRequest &request) {
               .needing("--text")
               .filling(request.font)
               .in(inputGroup),
-          option("--text-color", "COLOR", "The text's colour", ", #rrggbb or r,g,b in 0..1 (default: white)")
+          option("--text-color", "COLOR", "The text's colour", std::string(", ") + colourTakes + " (default: white)")
               .needing("--text")
               .filling(request.textColour, parseTextColour)
               .in(inputGroup),
@@ -156,11 +178,11 @@ std::vector<Option> inputOptions(RenderRequest &request) {
               .oneOf(testPatternNames())
               .filling(request.testPattern)
               .in(inputGroup),
-          option("--size", "WIDTHxHEIGHT", "Width and height in pixels of the picture with the text or pattern",
-                 " (default: a background's, else 1920x1080)")
-              .excluding("INPUT")
-              .filling(request.size, parseSize)
-              .in(inputGroup)};
+          sceneOption("size", request).excluding("INPUT").in(inputGroup),
+          sceneOption("canvas", request).in(inputGroup),
+          sceneOption("place", request).in(inputGroup),
+          sceneOption("fit", request).in(inputGroup),
+          sceneOption("pad", request).excluding("--canvas").in(inputGroup)};
 }
 
 std::vector<Option> lookOptions(RenderRequest &request) {
@@ -182,14 +204,14 @@ std::vector<Option> lookOptions(RenderRequest &request) {
               .ofKind(ValueKind::Setting)
               .repeatable()
               .calling(addSetting)
-              .in(lookGroup)};
+              .in(lookGroup),
+          sceneOption("burn", request).in(lookGroup),
+          sceneOption("flame-scale", request).in(lookGroup),
+          sceneOption("seed", request).in(lookGroup),
+          sceneOption("time-base", request).in(lookGroup)};
 }
 
-Option bitsOption(RenderRequest &request, const std::string &usual) {
-  return option("--bits", "BITS", "Bits per channel of the output", ", 8 (dithered) or 16 (default: " + usual + ")")
-      .filling(request.bits, bitsWords())
-      .in(outputGroup);
-}
+Option bitsOption(RenderRequest &request) { return sceneOption("bits", request).in(outputGroup); }
 
 Option overwriteOption(RenderRequest &request) {
   return flag("--overwrite", request.existing, job::Existing::Replace, "Replace output that is there already",
@@ -201,9 +223,10 @@ std::vector<Option> overOptions(RenderRequest &request) {
   const auto setFit = [&request](const std::string &text) { request.background->fit = valueOf(job::fitWords(), text); };
   const auto setLoop = [&request](const std::string &) { request.background->isLooped = true; };
   return {option("--over", "COLOR|FILE", "Background to lay the fire over",
-                 ": a colour, #rrggbb or r,g,b in 0..1, or a picture, sequence or movie. A file decides the output's "
-                 "size, and a movie its frame rate, length and audio, too, unless other options do (default: black "
-                 "for H.264, H.265 and .gif, which have no alpha; else nothing)")
+                 std::string(": a colour, ") + colourTakes +
+                     ", or a picture, sequence or movie. A file decides the output's "
+                     "size, and a movie its frame rate, length and audio, too, unless other options do (default: black "
+                     "for H.264, H.265 and .gif, which have no alpha; else nothing)")
               .filling(request.background, parseBackground)
               .in(outputGroup),
           option("--over-fit", "KIND", "The output keeps the INPUT's size",
@@ -221,10 +244,11 @@ std::vector<Option> overOptions(RenderRequest &request) {
               .calling(setLoop)
               .in(outputGroup),
           option("--density", "0..1", "How much more than its light the fire covers",
-                 ", 0..1, for bright footage behind it: raises alpha towards that of two layers of the fire (default: "
+                 ", 0..1 or percent, for bright footage behind it: raises alpha towards that of two layers of the fire "
+                 "(default: "
                  "0)")
               .refusing(refusalOfDensity)
-              .filling(request.density, readNumber)
+              .filling(request.density, readShare)
               .in(outputGroup)};
 }
 
@@ -256,18 +280,10 @@ std::vector<Option> renderOptions(RenderRequest &request, Reporting &reporting) 
   append(options, lookOptions(request));
   options.push_back(saveProjectOption(request));
   append(options, outputOptions(request));
-  options.push_back(option("--frames", "RANGE", "Frames to render",
-                           ", 7, 1-48, 1-240x2 (every second one) or 1,5,9-12; frame N is rendered at time N, "
-                           "whichever frames are rendered before it (default: all of the input, or of a movie behind "
-                           "it; else of a picture 1-48 into a movie or sequence, 1 into a picture)")
-                        .filling(request.frames, parseFrames)
-                        .in(outputGroup));
-  options.push_back(option("--fps", "RATE", "Frames per second of a movie",
-                           ", 24, 23.976 or 30000/1001 (default: that of a movie behind the fire, else the input's, "
-                           "else 24)")
-                        .filling(request.frameRate, parseFrameRate)
-                        .in(outputGroup));
-  options.push_back(bitsOption(request, "16 for .tif, .exr and ProRes, else 8"));
+  for (const char *key : {"ignite", "die", "loop", "loop-blend"})
+    options.push_back(sceneOption(key, request).in(lookGroup));
+  for (const char *key : {"frames", "duration", "fps", "bits"})
+    options.push_back(sceneOption(key, request).in(outputGroup));
   options.push_back(overwriteOption(request).in(outputGroup));
   options.push_back(flag("--resume", request.existing, job::Existing::Resume,
                          "Render only what is missing of a sequence",

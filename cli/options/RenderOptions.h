@@ -17,14 +17,14 @@ std::vector<Option> renderOptions(job::RenderRequest &request, Reporting &report
 /// What burns: INPUT, --text, --input-test-pattern and what belongs to them.
 std::vector<Option> inputOptions(job::RenderRequest &request);
 
-/// How it looks: --preset, --project and --set.
+/// How it looks: --preset, --project, --set and what a look has besides.
 std::vector<Option> lookOptions(job::RenderRequest &request);
 
 /// --over and what belongs to it, --density among that.
 std::vector<Option> overOptions(job::RenderRequest &request);
 
-/// --bits; `usual` says which is taken without it.
-Option bitsOption(job::RenderRequest &request, const std::string &usual);
+/// --bits.
+Option bitsOption(job::RenderRequest &request);
 
 /// --overwrite, without a heading.
 Option overwriteOption(job::RenderRequest &request);

@@ -68,7 +68,7 @@ std::vector<Option> sheetOptions(job::SheetRequest &request) {
               .in(sheetGroup),
           overwriteOption(request.render).in(sheetGroup)});
   append(options, overOptions(request.render));
-  options.push_back(bitsOption(request.render, "16 for .tif and .exr, else 8"));
+  options.push_back(bitsOption(request.render));
   append(options, drawingOptions(request.render));
   return options;
 }

@@ -31,9 +31,10 @@ const std::vector<std::string> &progressNames() {
   return names;
 }
 
-Progress::Progress(const std::string &name, std::int64_t frames)
-    : line_(name == "line" || (name == "auto" && isatty(STDERR_FILENO))),
-      json_(name == "json"),
+Progress::Progress(const Reporting &reporting, std::int64_t frames)
+    : line_(reporting.progress == "line" || (reporting.progress == "auto" && isatty(STDERR_FILENO))),
+      json_(reporting.progress == "json"),
+      row_(reporting.row),
       frames_(frames),
       start_(std::chrono::steady_clock::now()) {}
 
@@ -53,13 +54,15 @@ void Progress::advance(std::int64_t frame, job::FrameOutcome outcome) {
   const double secondsLeft = static_cast<double>(frames_ - done_) / rate;
   if (line_) showLine(rate, secondsLeft);
   if (!json_) return;
-  const nlohmann::ordered_json object = {{"frame", frame},
-                                         {"end", nameOf(outcome)},
-                                         {"done", done_},
-                                         {"total", frames_},
-                                         {"seconds", seconds},
-                                         {"frames_per_second", rate},
-                                         {"seconds_left", secondsLeft}};
+  nlohmann::ordered_json object;
+  if (row_ > 0) object["row"] = row_;
+  object.update({{"frame", frame},
+                 {"end", nameOf(outcome)},
+                 {"done", done_},
+                 {"total", frames_},
+                 {"seconds", seconds},
+                 {"frames_per_second", rate},
+                 {"seconds_left", secondsLeft}});
   // At once, for whoever watches.
   std::cout << object.dump() << std::endl;
 }
@@ -72,9 +75,10 @@ void Progress::showLine(double rate, double secondsLeft) const {
   constexpr int cells = 20;
   const auto full = static_cast<int>(done_ * cells / frames_);
   const auto left = static_cast<long>(secondsLeft);
-  std::fprintf(stderr, "\r\033[K[%.*s%.*s] frame %lld of %lld, %.1f frames/s, %ld:%02ld left", full,
-               "####################", cells - full, "--------------------", static_cast<long long>(done_),
-               static_cast<long long>(frames_), rate, left / 60, left % 60);
+  std::fprintf(stderr, "\r\033[K%s[%.*s%.*s] frame %lld of %lld, %.1f frames/s, %ld:%02ld left",
+               row_ > 0 ? ("row " + std::to_string(row_) + " ").c_str() : "", full, "####################",
+               cells - full, "--------------------", static_cast<long long>(done_), static_cast<long long>(frames_),
+               rate, left / 60, left % 60);
   std::fflush(stderr);
 }
 

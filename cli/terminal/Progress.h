@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "RenderListener.h"
+#include "Reporting.h"
 
 namespace pyrelux::cli {
 
@@ -17,7 +18,7 @@ const std::vector<std::string> &progressNames();
 /// Tells how far a render is. Thread: any.
 class Progress {
  public:
-  Progress(const std::string &name, std::int64_t frames);
+  Progress(const Reporting &reporting, std::int64_t frames);
   ~Progress();
   Progress(const Progress &) = delete;
   Progress &operator=(const Progress &) = delete;
@@ -35,6 +36,7 @@ class Progress {
   mutable std::mutex mutex_;
   bool line_;
   bool json_;
+  int row_;  ///< of a batch; 0 for none
   std::int64_t frames_;
   std::int64_t done_ = 0;
   std::chrono::steady_clock::time_point start_;

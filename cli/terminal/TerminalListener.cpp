@@ -21,7 +21,7 @@ void TerminalListener::backendChosen(const std::string &name, const std::string 
 
 void TerminalListener::started(std::int64_t frames) {
   signals_.emplace(stop_);
-  progress_.emplace(reporting_.progress, frames);
+  progress_.emplace(reporting_, frames);
 }
 
 void TerminalListener::frameFinished(std::int64_t frame, job::FrameOutcome outcome) {

@@ -314,8 +314,8 @@ class MltSettings : public MltModule {
 
   void set(const host::ParameterDeclaration &declaration, const std::vector<double> &shares) {
     const auto [value, text] = valueAndText(declaration, shares);
-    reference.set(declaration.slug(), value);
-    burner.set(declaration.slug(), text);
+    reference.set(declaration.keySlug(), value);
+    burner.set(declaration.keySlug(), text);
   }
 
   /// Draws what the filter draws, without output, and never lowers the source's alpha.
@@ -337,11 +337,11 @@ TEST_F(MltSettings, EveryParameterAtBothEnds) {
     const host::ParameterValue before = reference.parameters().value(declaration.id, 0.0);
     for (const double end : {0.0, 1.0}) {
       set(declaration, {end, end, end});
-      expectSame(6, declaration.slug());
+      expectSame(6, declaration.keySlug());
     }
-    reference.set(declaration.slug(), before);
-    burner.set(declaration.slug(), "");
-    if (declaration.slug() == "steps") burner.set("steps", "10");
+    reference.set(declaration.keySlug(), before);
+    burner.set(declaration.keySlug(), "");
+    if (declaration.keySlug() == "steps") burner.set("steps", "10");
   }
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
@@ -477,7 +477,7 @@ TEST(MltLoading, DescribesItself) {
   };
   for (const host::ParameterDeclaration &declaration : filter.parameters().declarations()) {
     if (declaration.kind == host::ParameterKind::Custom) continue;
-    EXPECT_EQ(text("identifier"), declaration.slug());
+    EXPECT_EQ(text("identifier"), declaration.keySlug());
     EXPECT_EQ(text("title"), declaration.label);
     EXPECT_EQ(text("animation"), "yes");
     if (declaration.hasRange()) {

@@ -28,8 +28,8 @@ std::vector<Row> expectedRows() {
   const char *entry = "index or name of an entry";
   return {
       {25, "www-morvane-example", "www.morvane.example", "www.morvane.example", "custom", none, none},
-      {14, "pyrelux", "Pyrelux::Pyrelux", "Tongues", "integer", {1, 50}, 6},
-      {6, "length-of-pyrelux", "Pyrelux::Length of Pyrelux", "Length of Tongues", "float", percent, 30},
+      {14, "tongues", "Pyrelux::Pyrelux", "Tongues", "integer", {1, 50}, 6},
+      {6, "tongue-length", "Pyrelux::Length of Pyrelux", "Tongue Length", "float", percent, 30},
       {17, "turbulence-amount", "Pyrelux::Turbulence: Amount", "Turbulence: Amount", "float", percent, 6},
       {18, "turbulence-wavelength", "Pyrelux::Turbulence: Wavelength", "Turbulence: Wavelength", "float", percent, 75},
       {19, "turbulence-speed", "Pyrelux::Turbulence: Speed", "Turbulence: Speed", "float", percent, 20},
@@ -76,6 +76,7 @@ std::vector<Row> expectedRows() {
       {23, "crop-top", "Pyrelux::Crop: Top", "Crop: Top", "float", share, 0},
       {24, "crop-bottom", "Pyrelux::Crop: Bottom", "Crop: Bottom", "float", share, 0},
       {5, "color-depth", "Pyrelux::Color Depth", "Color Depth", "popup", none, 0, {"8 Bit", "16 Bit"}, entry},
+      {1001, "fire-opacity", "Fire: Opacity", "Fire: Opacity", "float", percent, 100},
   };
 }
 
@@ -157,7 +158,7 @@ TEST_F(ParameterList, AsATableTellsDefaultsAndWhatIsTaken) {
   std::map<std::string, Words> ends;
   for (const Words &line : table()) ends[line[1]] = Words(line.begin() + 4, line.end());
   EXPECT_EQ(ends["www-morvane-example"], Words{});
-  EXPECT_EQ(ends["pyrelux"], (Words{"6", "1..50"}));
+  EXPECT_EQ(ends["tongues"], (Words{"6", "1..50"}));
   EXPECT_EQ(ends["wiggle-turbulence"], (Words{"15", "1..100"}));
   EXPECT_EQ(ends["glow"], (Words{"20", "-100..100"}));
   EXPECT_EQ(ends["steps"], (Words{"40", "10..300"}));

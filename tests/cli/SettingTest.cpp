@@ -20,16 +20,23 @@ TEST_F(Setting, TakesEachFormOfAName) {
   const std::string expected = fire({"6=80"});
   EXPECT_NE(expected, fire({}));
   for (const char *name : {"length-of-pyrelux", "LENGTH-OF-PYRELUX", "Pyrelux::Length of Pyrelux", "Length of Pyrelux",
-                           "length of pyrelux", "Length of Tongues", "LENGTH OF TONGUES", "length-of-tongues"})
+                           "length of pyrelux", "Tongue Length", "TONGUE LENGTH", "tongue-length"})
     EXPECT_EQ(fire({std::string(name) + "=80"}), expected) << name;
 }
 
 TEST_F(Setting, TakesEachFormOfAColour) {
   const std::string expected = fire({"color-inner=#0080FF", "color-center=#0080FF", "color-outer=#0080FF"});
   EXPECT_NE(expected, fire({}));
+  EXPECT_EQ(fire({"color-inner=#f00", "color-center=red", "color-outer=Red"}),
+            fire({"color-inner=1,0,0", "color-center=#ff0000", "color-outer=#FF0000"}));
   EXPECT_EQ(
       fire({"color-inner=0,0.50196078431372549,1", "color-center=#0080ff", "color-outer=0,0.50196078431372549,1"}),
       expected);
+}
+
+TEST_F(Setting, TakesPercentOfAShare) {
+  EXPECT_EQ(fire({"source-opacity=75%"}), fire({"source-opacity=0.75"}));
+  EXPECT_EQ(fire({"fire-opacity=50%"}), fire({"fire-opacity=50"}));
 }
 
 TEST_F(Setting, TakesEachFormOfAnEntry) {

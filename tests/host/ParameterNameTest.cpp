@@ -104,7 +104,8 @@ TEST(ParameterName, KeysLoseTheirPrefixAsKeyLabels) {
   EXPECT_EQ(sample(kTongues).keyLabel(), "Pyrelux");
   EXPECT_EQ(sample(kMode).keyLabel(), "Source: Mode");
   EXPECT_EQ(sample(kHeader).keyLabel(), "www.example.com");
-  EXPECT_EQ(sample(kTongues).slug(), "pyrelux");
+  EXPECT_EQ(sample(kTongues).slug(), "tongues");
+  EXPECT_EQ(sample(kTongues).keySlug(), "pyrelux");
 }
 
 }  // namespace

@@ -6,14 +6,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <mutex>
-#include <sstream>
 
 #include "ContactSheet.h"
 #include "FramePipeline.h"
+#include "JobTest.h"
 #include "MediaErrors.h"
 #include "ValueError.h"
 
@@ -25,66 +23,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-/// What a job told, in order.
-class Journal : public RenderListener {
- public:
-  void remark(const std::string &text) override { note("remark: " + text); }
-  void warn(const std::string &text) override { note("warning: " + text); }
-  void backendChosen(const std::string &name, const std::string &) override { note("backend " + name); }
-  void started(std::int64_t frames) override { note("started " + std::to_string(frames)); }
-  void frameFinished(std::int64_t frame, FrameOutcome outcome) override {
-    static const char *const names[] = {"rendered", "kept", "failed"};
-    note(std::to_string(frame) + " " + names[static_cast<int>(outcome)]);
-    if (frame == stopAfter) stop.request();
-  }
-  void frameFailed(std::int64_t frame, const std::string &cause) override {
-    note(std::to_string(frame) + " because " + cause);
-  }
-  void finished() override { note("finished"); }
-
-  std::vector<std::string> lines;
-  StopToken stop;
-  std::int64_t stopAfter = -1;
-
- private:
-  void note(const std::string &line) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    lines.push_back(line);
-  }
-
-  std::mutex mutex_;
-};
-
-class RenderJobTest : public ::testing::Test {
- protected:
-  RenderJobTest() {
-    char name[] = "/tmp/pyrelux-job-XXXXXX";
-    folder_ = mkdtemp(name);
-  }
-  ~RenderJobTest() override { fs::remove_all(folder_); }
-
-  std::string path(const std::string &name) const { return (folder_ / name).string(); }
-
-  /// A small pattern, quickly drawn.
-  RenderRequest request(const std::string &output, const std::string &frames) const {
-    RenderRequest request;
-    request.testPattern = "title";
-    request.size = PictureSize{48, 27};
-    request.backend = "soft";
-    request.settings = {{"pyrelux", "2"}, {"steps", "10"}};
-    request.output = path(output);
-    request.frames = parseFrames(frames);
-    return request;
-  }
-
-  static std::string contents(const std::string &file) {
-    std::ostringstream text;
-    text << std::ifstream(file, std::ios::binary).rdbuf();
-    return text.str();
-  }
-
-  fs::path folder_;
-};
+using RenderJobTest = JobTest;
 
 TEST_F(RenderJobTest, TellsItsListenerAndPrintsNothing) {
   testing::internal::CaptureStdout();
@@ -135,7 +74,7 @@ TEST_F(RenderJobTest, SaysWhatWasKept) {
   Journal journal;
   RenderRequest wanted = request("fire_%d.png", "1-2");
   RenderJob(wanted).run(journal, journal.stop);
-  wanted.frames = parseFrames("1-3");
+  wanted.scene.frames = parseFrames("1-3");
   wanted.existing = Existing::Resume;
   journal.lines.clear();
   const RenderResult result = RenderJob(wanted).run(journal, journal.stop);
@@ -150,7 +89,7 @@ TEST_F(RenderJobTest, SaysWhichFramesFailed) {
   std::ofstream(path("in_2.png")) << "no picture";
   RenderRequest wanted = request("out_%d.png", "1-3");
   wanted.testPattern.reset();
-  wanted.size.reset();
+  wanted.scene.size.reset();
   wanted.input = path("in_%d.png");
   Journal journal;
   const RenderResult result = RenderJob(wanted).run(journal, journal.stop);
@@ -196,7 +135,7 @@ TEST_F(RenderJobTest, TakesSettingsFromThePresetTheProjectAndTheRequest) {
 TEST_F(RenderJobTest, ASheetStopsToo) {
   SheetRequest sheet;
   sheet.render = request("sheet.png", "1");
-  sheet.render.frames.reset();
+  sheet.render.scene.frames.reset();
   sheet.frame = 2;
   sheet.variations = {parseVariation("glow=1,2,3")};
   Journal journal;

@@ -42,7 +42,7 @@ ParameterValue constantOf(const std::string &name, const std::string &json) {
 
 TEST(ProjectText, NeedsNothingButItsVersion) {
   const Project project = parse("{\"version\": 1}");
-  EXPECT_FALSE(project.preset || project.frames || project.frameRate || project.bits);
+  EXPECT_FALSE(project.preset || project.scene.frames || project.scene.frameRate || project.scene.bits);
   EXPECT_TRUE(project.parameters.empty());
 }
 
@@ -50,13 +50,13 @@ TEST(ProjectText, HoldsWhatOptionsTake) {
   const Project project = parse(
       R"({"version": 1, "$schema": "x", "preset": "torch", "size": "640x360", "frames": "1-9x2", "fps": "30000/1001", "bits": 16})");
   EXPECT_EQ(project.preset, "torch");
-  EXPECT_EQ(formatSize(*project.size), "640x360");
-  EXPECT_EQ(formatFrames(*project.frames), "1-9x2");
-  EXPECT_EQ(formatFrameRate(*project.frameRate), "30000/1001");
-  EXPECT_EQ(project.bits, 16);
+  EXPECT_EQ(formatSize(*project.scene.size), "640x360");
+  EXPECT_EQ(formatFrames(*project.scene.frames), "1-9x2");
+  EXPECT_EQ(formatFrameRate(*project.scene.frameRate), "30000/1001");
+  EXPECT_EQ(project.scene.bits, 16);
   const Project numbers = parse(R"({"version": 1, "frames": 7, "fps": 23.976})");
-  EXPECT_EQ(formatFrames(*numbers.frames), "7");
-  EXPECT_EQ(formatFrameRate(*numbers.frameRate), "24000/1001");
+  EXPECT_EQ(formatFrames(*numbers.scene.frames), "7");
+  EXPECT_EQ(formatFrameRate(*numbers.scene.frameRate), "24000/1001");
 }
 
 TEST(ProjectText, TakesValuesAsPeopleWriteThem) {
@@ -94,10 +94,10 @@ TEST(ProjectText, IsTheSameAfterWritingAndReading) {
   Project project;
   project.preset = "magma";
   project.description = "Slow \"and\" dark";
-  project.size = PictureSize{64, 36};
-  project.frames = parseFrames("1-5,9");
-  project.frameRate = FrameRate{24000, 1001};
-  project.bits = 8;
+  project.scene.size = PictureSize{64, 36};
+  project.scene.frames = parseFrames("1-5,9");
+  project.scene.frameRate = FrameRate{24000, 1001};
+  project.scene.bits = 8;
   project.parameters[kGlow] = {{0, {0.1 + 0.2}}};
   project.parameters[kMode] = {{1, {0}, Ease::Hold}, {5, {1}, Ease::Hold}};
   project.parameters[kColour] = {{1.25, {1.0 / 3, 0, 1}, Ease::Ease}, {1e9, {0, 1e-17, 0.5}, Ease::EaseOut}};
@@ -106,10 +106,10 @@ TEST(ProjectText, IsTheSameAfterWritingAndReading) {
   const Project again = parse(text);
   EXPECT_EQ(again.preset, project.preset);
   EXPECT_EQ(again.description, project.description);
-  EXPECT_EQ(formatSize(*again.size), "64x36");
-  EXPECT_EQ(formatFrames(*again.frames), "1-5,9");
-  EXPECT_EQ(formatFrameRate(*again.frameRate), "24000/1001");
-  EXPECT_EQ(again.bits, project.bits);
+  EXPECT_EQ(formatSize(*again.scene.size), "64x36");
+  EXPECT_EQ(formatFrames(*again.scene.frames), "1-5,9");
+  EXPECT_EQ(formatFrameRate(*again.scene.frameRate), "24000/1001");
+  EXPECT_EQ(again.scene.bits, project.scene.bits);
   ASSERT_EQ(again.parameters.size(), 4u);
   for (const auto &[id, keyframes] : project.parameters) {
     ASSERT_EQ(again.parameters.at(id).size(), keyframes.size());

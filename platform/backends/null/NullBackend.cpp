@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <utility>
 
 #include <OpenGL/glext.h>
 
@@ -17,6 +18,15 @@ constexpr GLint maxTextureSize = 16384;
 std::atomic<GLuint> lastTextureName{0};
 std::atomic<std::uint64_t> quads{0};
 thread_local std::uint64_t verticesSinceBegin = 0;
+
+/// Corners are kept for a listener alone.
+struct Told {
+  QuadListener listener;
+  std::vector<QuadCorner> corners;
+  float s = 0.0f;
+  float t = 0.0f;
+};
+thread_local Told told;
 
 void genTextures(GLsizei count, GLuint *textures) {
   for (GLsizei i = 0; i < count; ++i) textures[i] = ++lastTextureName;
@@ -34,9 +44,25 @@ void readPixels(GLint, GLint, GLsizei width, GLsizei height, GLenum, GLenum type
   std::memset(pixels, 0, static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4 * component);
 }
 
-void begin(GLenum) { verticesSinceBegin = 0; }
-void vertex2f(GLfloat, GLfloat) { ++verticesSinceBegin; }
-void end() { quads += verticesSinceBegin / 4; }
+void begin(GLenum) {
+  verticesSinceBegin = 0;
+  told.corners.clear();
+}
+
+void texCoord2f(GLfloat s, GLfloat t) {
+  told.s = s;
+  told.t = t;
+}
+
+void vertex2f(GLfloat x, GLfloat y) {
+  ++verticesSinceBegin;
+  if (told.listener) told.corners.push_back({told.s, told.t, x, y});
+}
+
+void end() {
+  quads += verticesSinceBegin / 4;
+  if (told.listener) told.listener(told.corners);
+}
 
 PyreluxGLDispatch makeDispatch() {
   PyreluxGLDispatch dispatch = inertDispatch();
@@ -45,6 +71,7 @@ PyreluxGLDispatch makeDispatch() {
   dispatch.GetString = getString;
   dispatch.ReadPixels = readPixels;
   dispatch.Begin = begin;
+  dispatch.TexCoord2f = texCoord2f;
   dispatch.Vertex2f = vertex2f;
   dispatch.End = end;
   return dispatch;
@@ -90,5 +117,7 @@ Backend &nullBackend() {
 }
 
 std::uint64_t nullBackendQuads() { return quads; }
+
+void listenToNullBackend(QuadListener listener) { told = {std::move(listener), {}}; }
 
 }  // namespace pyrelux::platform

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <string>
+#include <vector>
 
 // The backends, which are the platform layer's implementations of OpenGL: how to choose one and ask about it.
 
@@ -29,5 +31,16 @@ PYRELUX_PLATFORM std::mutex &filterMutex();
 
 /// The number of quads that this process has drawn with the null backend. Thread: any.
 PYRELUX_PLATFORM std::uint64_t nullBackendQuads();
+
+/// A corner of a quad as a filter draws it: texture coordinates and place, in the units of the filter's projection.
+struct QuadCorner {
+  float s, t, x, y;
+};
+
+/// Is given the corners of the quads between a glBegin() and its glEnd(), four of each.
+using QuadListener = std::function<void(const std::vector<QuadCorner> &)>;
+
+/// Has the null backend tell what this thread draws with it; an empty listener ends that. A listener throws nothing.
+PYRELUX_PLATFORM void listenToNullBackend(QuadListener listener);
 
 }  // namespace pyrelux::platform
