@@ -69,8 +69,8 @@ TEST_F(Presets, AreChangedBySettingsWhereverThoseStand) {
 }
 
 TEST_F(Presets, ThatAreNotThereAreRefusedWithThoseThatAre) {
-  expectRefusal(pyrelux(renderWords("title.png", "out.png", {"--preset", "bonfire"})),
-                {"'bonfire'", "campfire", "toxic"});
+  expectRefusal(pyrelux(renderWords("title.png", "out.png", {"--preset", "bonfyre"})),
+                {"'bonfyre'", "campfire", "toxic"});
 }
 
 TEST_F(Presets, OfTheUserAreListedAndUsed) {

@@ -70,7 +70,7 @@ TEST_F(Schema, AgreesWithTheReader) {
       {"\"fps\": 24", false},
       {"\"version\": 2", false},
       {"\"version\": 1, \"preset\": \"toxic\", \"frames\": 3, \"fps\": \"24\", \"bits\": 8", true},
-      {"\"version\": 1, \"preset\": \"bonfire\"", false},
+      {"\"version\": 1, \"preset\": \"bonfyre\"", false},
       {"\"version\": 1, \"speed\": 1", false},
       {"\"version\": 1, \"frames\": [1]", false},
       {"\"version\": 1, \"bits\": 12", false},

@@ -97,7 +97,7 @@ const std::vector<WrongRow> options = {
     {"UnknownCommand", {"rendr", "title.png", "-o", "out/fire.png"}, wrongUsage, {"rendr"}},
     {"NoCommand", {}, wrongUsage, {"subcommand", "--help"}},
     {"EmptyCommand", {""}, wrongUsage, {"no command ''"}},
-    {"PresetUnknown", still({"--preset", "bonfire"}), wrongUsage, {"'bonfire'", "campfire", "toxic"}},
+    {"PresetUnknown", still({"--preset", "bonfyre"}), wrongUsage, {"'bonfyre'", "campfire", "toxic"}},
     {"PresetEmpty", still({"--preset", ""}), wrongUsage, {"''", "campfire"}},
     {"PresetInCapitals", still({"--preset", "Torch"}), wrongUsage, {"'Torch'", "torch"}},
     {"PresetTwice", still({"--preset", "torch", "--preset", "halo"}), wrongUsage, {"--preset"}},

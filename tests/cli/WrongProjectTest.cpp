@@ -34,7 +34,7 @@ const std::vector<WrongProject> &wrongProjects() {
       {"VersionAsText", "{\"version\": \"1\"}", {"version can't be '1'"}},
       {"UnknownKey", project("\"speed\": 1"), {"'speed' is not known", "frames, duration, fps"}},
       {"KeyTwice", project("\"fps\": 24, \"fps\": 25"), {"'fps' is there twice"}},
-      {"UnknownPreset", project("\"preset\": \"bonfire\""), {"preset: ", "'bonfire'", "campfire"}},
+      {"UnknownPreset", project("\"preset\": \"bonfyre\""), {"preset: ", "'bonfyre'", "campfire"}},
       {"PresetAsNumber", project("\"preset\": 3"), {"preset can't be 3", "a text"}},
       {"Size", project("\"size\": \"0x90\""), {"size: '0x90'", "WIDTHxHEIGHT"}},
       {"SizeAsNumber", project("\"size\": 90"), {"size can't be 90"}},
