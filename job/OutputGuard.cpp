@@ -90,4 +90,16 @@ void refuseToReplaceOutput(const RenderRequest &request, const FrameList &frames
   });
 }
 
+void makeFoldersOf(const std::string &output) {
+  const fs::path folder = fs::path(output).parent_path();
+  std::error_code error;
+  if (!folder.empty()) fs::create_directories(folder, error);
+  if (error) media::failWriting(output, "the folder '" + folder.string() + "' can't be made: " + error.message());
+}
+
+void removeLeftovers(const std::string &output, RenderListener &listener) {
+  for (const std::string &name : media::Writer::removeLeftovers(output))
+    listener.remark("removed '" + name + "', which a run for '" + output + "' left when it was killed");
+}
+
 }  // namespace pyrelux::job

@@ -4,6 +4,7 @@
 
 #include "FrameList.h"
 #include "Reader.h"
+#include "RenderListener.h"
 #include "RenderRequest.h"
 
 namespace pyrelux::job {
@@ -17,5 +18,11 @@ void refuseToReplaceSource(const media::Reader &source, const std::string &what,
 /// Refuses to overwrite existing output unless the request allows it. A link to nothing counts as output. Throws
 /// media::OutputError.
 void refuseToReplaceOutput(const RenderRequest &request, const FrameList &frames);
+
+/// Makes the folders of the output that are missing. Throws media::OutputError.
+void makeFoldersOf(const std::string &output);
+
+/// Removes what killed runs for this output have left beside it, and remarks what.
+void removeLeftovers(const std::string &output, RenderListener &listener);
 
 }  // namespace pyrelux::job

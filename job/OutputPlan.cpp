@@ -50,6 +50,17 @@ void chooseAudio(const RenderRequest &request, const media::InputInfo &input, co
   }
 }
 
+/// Refuses a number that the output's codec does not take.
+void requireKnob(const char *option, const std::optional<int> &number, const std::optional<media::NumberRange> &range,
+                 const std::string &output, const char *takers) {
+  if (!number) return;
+  if (!range)
+    throw ValueError("'" + std::string(option) + "' is of no use for '" + output + "'; it is for " + takers);
+  if (*number < range->least || *number > range->most)
+    throw ValueError("'" + std::string(option) + "' can't be " + std::to_string(*number) + ": for '" + output +
+                     "' its range is " + std::to_string(range->least) + ".." + std::to_string(range->most));
+}
+
 }  // namespace
 
 float densityOf(const RenderRequest &request) { return static_cast<float>(request.density.value_or(0.0)); }
@@ -70,6 +81,15 @@ media::OutputFormat chooseFormat(const RenderRequest &request, const media::Inpu
   format.times = input.times;
   format.frameRate = chooseRate(request, background, input.frameRate);
   format.codec = request.codec;
+  requireKnob("--crf", request.crf, media::Writer::crfRange(request.output, request.codec), request.output,
+              "h264, h265 and vp9");
+  requireKnob("--quality", request.quality, media::Writer::qualityRange(request.output, request.codec), request.output,
+              "lossy .webp");
+  if (request.loopCount && !media::Writer::countsPlays(request.output))
+    throw ValueError("'--loop-count' is of no use for '" + request.output + "'; it is for .apng, .webp and .gif");
+  format.crf = request.crf;
+  format.quality = request.quality;
+  format.plays = request.loopCount.value_or(0);
   const bool holdsAlpha = media::Writer::holdsAlpha(request.output, request.codec);
   if (request.alpha) {
     if (!holdsAlpha && *request.alpha != AlphaUse::None)

@@ -36,6 +36,9 @@ std::string provenanceOf(const RenderRequest &request, const Background *backgro
   if (request.variableRate) json["vfr"] = wordFor(variableRateWords(), *request.variableRate);
   if (!request.codec.empty()) json["codec"] = request.codec;
   if (request.alpha) json["alpha"] = wordFor(alphaWords(), *request.alpha);
+  if (request.crf) json["crf"] = *request.crf;
+  if (request.quality) json["quality"] = *request.quality;
+  if (request.loopCount) json["loopCount"] = *request.loopCount;
   if (request.density) json["density"] = *request.density;
   if (background) {
     const media::Reader *reader = background->reader();

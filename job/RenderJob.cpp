@@ -12,6 +12,7 @@
 #include "FrameSink.h"
 #include "InputSource.h"
 #include "Manifest.h"
+#include "OutputGuard.h"
 #include "OutputPlan.h"
 #include "OwnParameters.h"
 #include "PreRollWatch.h"
@@ -41,7 +42,9 @@ void saveSettings(const RenderRequest &request, const host::ParameterSet &parame
   project::Project project;
   project.scene = request.scene;
   project.scene.ignite = project.scene.die = project.scene.duration = std::nullopt;
-  if (!request.input && !request.scene.canvas && !request.scene.pad)
+  if (request.input)
+    project.scene.size = std::nullopt;
+  else if (!request.scene.canvas && !request.scene.pad)
     project.scene.size = PictureSize{input.width, input.height};
   project.scene.frames = frames;
   project.scene.frameRate = rate;
@@ -142,6 +145,8 @@ RenderResult RenderJob::run(RenderListener &listener, const StopToken &stop) {
   format.record = provenanceOf(request, background, fire, settings, backend, bits);
   if (request.isThere && request.isThere(recordOfAll(format, frames, sources)))
     return {frames.count(), 0, frames.count(), 0};
+  if (request.makeFolders) makeFoldersOf(request.output);
+  removeLeftovers(request.output, listener);
   const bool isSequence = media::Writer::isSequence(request.output);
   std::optional<record::Manifest> manifest;
   if (isSequence) manifest.emplace(request.output, format.record);

@@ -97,6 +97,7 @@ class MovieWriter : public Writer {
       audio_->addStreams(*muxer);
     }
     for (const auto &[name, value] : file.options) options_.set(name, value);
+    if (file.playsOption) options_.set(file.playsOption, file.playsValue(format.plays).c_str());
     require(avformat_write_header(muxer, options_.get()));
     requireFrameRate();
     isOpen_ = true;
@@ -176,6 +177,10 @@ class MovieWriter : public Writer {
   bool isOpen_ = false;                      // a header is written, and no trailer yet
 };
 
+std::optional<NumberRange> rangeOf(const Knob &knob) {
+  return knob.option ? std::optional<NumberRange>({knob.least, knob.most}) : std::nullopt;
+}
+
 }  // namespace
 
 std::unique_ptr<Writer> Writer::open(const std::string &path, const OutputFormat &format) {
@@ -191,6 +196,11 @@ void Writer::requireWritable(const std::string &path) { OutputFile::requireWrita
 
 bool Writer::holdsManyFrames(const std::string &path) {
   return formatOf(path).isMovie() || FramePattern(path).isNumbered();
+}
+
+std::vector<std::string> Writer::removeLeftovers(const std::string &path) {
+  // The name of a movie is none with places for numbers.
+  return media::removeLeftovers(path, !formatOf(path).isMovie());
 }
 
 std::string Writer::pathOf(const std::string &path, std::int64_t frame) {
@@ -217,6 +227,16 @@ std::vector<std::string> Writer::codecNames() {
 bool Writer::isDeep(const std::string &path, const std::string &codec) {
   return formatOf(path).codec(codec, path).isDeep;
 }
+
+std::optional<NumberRange> Writer::crfRange(const std::string &path, const std::string &codec) {
+  return rangeOf(formatOf(path).codec(codec, path).crf);
+}
+
+std::optional<NumberRange> Writer::qualityRange(const std::string &path, const std::string &codec) {
+  return rangeOf(formatOf(path).codec(codec, path).quality);
+}
+
+bool Writer::countsPlays(const std::string &path) { return formatOf(path).playsOption != nullptr; }
 
 bool Writer::holdsAlpha(const std::string &path, const std::string &codec) {
   return formatOf(path).codec(codec, path).alpha != AlphaUse::None;

@@ -31,6 +31,11 @@ struct OutputFormat {
   /// What becomes of alpha; otherwise the codec's custom. A file that holds no alpha gets AlphaUse::None in any case.
   std::optional<AlphaUse> alpha = {};
   float density = 0.0f;  ///< see Delivery
+  /// The encoder's constant rate factor and quality, in the ranges that crfRange() and qualityRange() tell; otherwise
+  /// what suits it.
+  std::optional<int> crf = {};
+  std::optional<int> quality = {};
+  int plays = 0;  ///< how often an animation plays, 0 for ever
   /// A movie whose audio is copied as it is coded, into a movie of the same frame rate; otherwise there is none. Its
   /// frame `audioFirstFrame` is the output's first, and its audio ends with the output's last.
   std::string audioFrom = {};
@@ -42,6 +47,12 @@ struct OutputFormat {
   std::string record = {};
   /// Gives every picture of a sequence its name, in the order of the frames; otherwise the writer does.
   std::function<void(const NewPicture &)> publish = {};
+};
+
+/// Whole numbers, both ends among them.
+struct NumberRange {
+  int least = 0;
+  int most = 0;
 };
 
 /// What a file does not keep of what it was given.
@@ -67,6 +78,10 @@ class Writer {
   /// Throws OutputError if a file could not be made at the path, without making one.
   static void requireWritable(const std::string &path);
 
+  /// Removes what runs for this output left in its folder when they were killed, and nobody writes any more. Returns the
+  /// names of the hidden files, without folder.
+  static std::vector<std::string> removeLeftovers(const std::string &path);
+
   /// Whether the path can hold more than one frame: a movie, or a still's extension with a frame pattern in its name.
   /// Throws OutputError for an unknown extension.
   static bool holdsManyFrames(const std::string &path);
@@ -88,6 +103,14 @@ class Writer {
   /// Whether the codec holds alpha; otherwise pictures are stored as they look over black. Throws OutputError as
   /// above.
   static bool holdsAlpha(const std::string &path, const std::string &codec = {});
+
+  /// The range of OutputFormat::crf or quality; nothing where the codec has none. Throws OutputError as above.
+  static std::optional<NumberRange> crfRange(const std::string &path, const std::string &codec = {});
+  static std::optional<NumberRange> qualityRange(const std::string &path, const std::string &codec = {});
+
+  /// Whether files of the path's kind are animations that say how often they play. Throws OutputError for an unknown
+  /// extension.
+  static bool countsPlays(const std::string &path);
 
   /// Whether files of the path's kind hold audio, and frames of any length. Throws OutputError for an unknown
   /// extension.

@@ -154,7 +154,7 @@ std::vector<SceneField> makeFields() {
        {}, true, true, [](Scene &scene, const std::string &text) { scene.ignite = parseSeconds(text); },
        [](const Scene &scene) { return formatted(scene.ignite, formatSeconds); }},
       {"die", "SECONDS", "How long the fire takes to go out",
-       " at the end of --duration, else of --frames, else of the input: 1s (default: it burns to the end)", {}, true,
+       " at the end of the duration, else of the frames: 1s (default: it burns to the end)", {}, true,
        true, [](Scene &scene, const std::string &text) { scene.die = parseSeconds(text); },
        [](const Scene &scene) { return formatted(scene.die, formatSeconds); }},
       {"seed", "N", "Another fire of the same look", ", 0..1000000 (default: 0)", {}, true, true,

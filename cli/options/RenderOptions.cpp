@@ -88,6 +88,20 @@ std::string refusalOfProjectName(const std::string &path) {
 
 std::string refusalOfCodec(const std::string &name) { return name.empty() ? "no codec has an empty name" : ""; }
 
+std::string refusalOfWhole(const std::string &text, int most) {
+  const auto number = readNumber(text);
+  const bool isWhole = number && *number >= 0.0 && *number <= most && *number == static_cast<int>(*number);
+  return isWhole ? std::string() : "'" + text + "' is no whole number in 0.." + std::to_string(most);
+}
+
+/// An option with a whole number from 0 on.
+Option wholeOption(const char *name, const char *value, const char *brief, const char *details, int most,
+                   std::optional<int> &target) {
+  return option(name, value, brief, details)
+      .refusing([most](const std::string &text) { return refusalOfWhole(text, most); })
+      .filling(target, [](const std::string &text) { return static_cast<int>(*readNumber(text)); });
+}
+
 Option saveProjectOption(RenderRequest &request) {
   return option("--save-project", "FILE", "Save all settings that are in force",
                 ", just before the first frame, for --project; FILE ends with .json and is replaced")
@@ -117,6 +131,15 @@ std::vector<Option> outputOptions(RenderRequest &request) {
              "fire over black without alpha, for Screen or Add) (default: premultiplied for .exr, else straight)")
           .filling(request.alpha, job::alphaWords())
           .in(outputGroup)};
+  options.push_back(wholeOption("--crf", "N", "How well h264, h265 (0..51) and vp9 (0..63) store",
+                                ": less is better and larger (default: 16, 18 and 20)", 63, request.crf)
+                        .in(outputGroup));
+  options.push_back(wholeOption("--quality", "N", "How well a lossy .webp stores",
+                                ", 0..100: more is better and larger (default: 90)", 100, request.quality)
+                        .in(outputGroup));
+  options.push_back(wholeOption("--loop-count", "N", "How often an .apng, .webp or .gif plays",
+                                ", 0 for ever (the default)", 65535, request.loopCount)
+                        .in(outputGroup));
   append(options, overOptions(request));
   options.push_back(flag("--no-audio", request.withAudio, false, "Leave out the audio",
                          "; otherwise a movie of frames in a row gets that of the movie behind the fire, else the "
@@ -284,6 +307,8 @@ std::vector<Option> renderOptions(RenderRequest &request, Reporting &reporting) 
     options.push_back(sceneOption(key, request).in(lookGroup));
   for (const char *key : {"frames", "duration", "fps", "bits"})
     options.push_back(sceneOption(key, request).in(outputGroup));
+  options.push_back(
+      flag("--make-folders", request.makeFolders, true, "Make the folders of the output that are missing").in(outputGroup));
   options.push_back(overwriteOption(request).in(outputGroup));
   options.push_back(flag("--resume", request.existing, job::Existing::Resume,
                          "Render only what is missing of a sequence",

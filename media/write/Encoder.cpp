@@ -52,6 +52,9 @@ Encoder::Encoder(const std::string &path, const Codec &codec, bool isMovie, cons
     tagColours(*context_, layout);
   }
   for (const auto &[name, value] : codec.options) options.set(name, value);
+  if (format.crf && codec.crf.option) options.set(codec.crf.option, std::to_string(*format.crf).c_str());
+  if (format.quality && codec.quality.option)
+    options.set(codec.quality.option, std::to_string(*format.quality).c_str());
   if (codec.prepare) codec.prepare(*context_, options, path);
   if (avcodec_open2(context_.get(), encoder, options.get()) < 0) failEncoding(path, delivery_.refusedSize());
 }

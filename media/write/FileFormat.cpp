@@ -79,6 +79,7 @@ Codec h264() {
   codec.layout8 = AV_PIX_FMT_YUV420P;
   codec.layout16 = AV_PIX_FMT_YUV420P;
   codec.options = {{"crf", "16"}, {"preset", "medium"}};
+  codec.crf = {"crf", 0, 51};
   return codec;
 }
 
@@ -90,6 +91,7 @@ Codec h265() {
   codec.layout16 = AV_PIX_FMT_YUV420P10;
   // Messages of libx265 go past FFmpeg's log.
   codec.options = {{"crf", "18"}, {"preset", "medium"}, {"x265-params", "log-level=none"}};
+  codec.crf = {"crf", 0, 51};
   // libx265 3.5 writes past its buffers for pictures that are narrower.
   codec.smallestWidth = 50;
   codec.smallestHeight = 16;
@@ -107,6 +109,7 @@ Codec vp9() {
   codec.alpha = AlphaUse::Straight;
   // Alternate reference frames are not for pictures with alpha; no bit rate means constant quality.
   codec.options = {{"crf", "20"}, {"b", "0"}, {"auto-alt-ref", "0"}, {"cpu-used", "4"}, {"row-mt", "1"}};
+  codec.crf = {"crf", 0, 63};
   return codec;
 }
 
@@ -127,6 +130,7 @@ Codec webp(const char *name, const char *isLossless) {
   codec.layout16 = AV_PIX_FMT_BGRA;
   codec.alpha = AlphaUse::Straight;
   codec.options = {{"lossless", isLossless}, {"quality", "90"}};
+  if (std::string(isLossless) == "0") codec.quality = {"quality", 0, 100};
   return codec;
 }
 
@@ -141,6 +145,11 @@ Codec gif() {
   return codec;
 }
 
+std::string asCounted(int plays) { return std::to_string(plays); }
+
+/// GIF counts how often it is repeated.
+std::string asRepeated(int plays) { return std::to_string(plays == 0 ? 0 : plays == 1 ? -1 : plays - 1); }
+
 std::vector<FileFormat> makeFormats() {
   return {
       {".png", nullptr, {png()}},
@@ -151,9 +160,9 @@ std::vector<FileFormat> makeFormats() {
       {".mkv", "matroska", {ffv1(), h264(), h265()}},
       {".mp4", "mp4", {h264(), h265()}, {{"movflags", "+faststart"}}},
       {".webm", "webm", {vp9()}},
-      {".apng", "apng", {apng()}, {{"plays", "0"}}},
-      {".webp", "webp", {webp("lossy", "0"), webp("lossless", "1")}, {{"loop", "0"}}},
-      {".gif", "gif", {gif()}, {{"loop", "0"}}},
+      {".apng", "apng", {apng()}, {}, "plays", asCounted},
+      {".webp", "webp", {webp("lossy", "0"), webp("lossless", "1")}, {}, "loop", asCounted},
+      {".gif", "gif", {gif()}, {}, "loop", asRepeated},
   };
 }
 

@@ -21,6 +21,13 @@ struct StillNotes {
   std::string record = {};          ///< see OutputFormat
 };
 
+/// A number that says how well an encoder stores, by its name among FFmpeg's options.
+struct Knob {
+  const char *option = nullptr;  ///< null where there is none
+  int least = 0;
+  int most = 0;
+};
+
 /// A way to store pictures.
 struct Codec {
   const char *name = nullptr;                ///< as a user calls it
@@ -30,6 +37,8 @@ struct Codec {
   AlphaUse alpha = AlphaUse::None;           ///< its custom; where it is not None, all others are possible
   bool isDeep = false;                       ///< drawn with 16 bits unless 8 are asked for
   Options options = {};                      ///< of FFmpeg's encoder
+  Knob crf = {};                             ///< constant rate factor: less is better and larger
+  Knob quality = {};                         ///< more is better and larger
   int smallestWidth = 1;                     ///< pixels; the encoder fails with less
   int smallestHeight = 1;                    ///< pixels; the encoder fails with less
 
@@ -50,6 +59,10 @@ struct FileFormat {
   const char *muxer;          ///< null for a still: the encoded picture is the file
   std::vector<Codec> codecs;  ///< those that it holds; the first unless another is asked for
   Options options = {};       ///< of the muxer
+  /// The muxer's option for how often an animation plays; null where it is shown once.
+  const char *playsOption = nullptr;
+  /// The option's value for so many times; 0 is for ever.
+  std::string (*playsValue)(int plays) = nullptr;
 
   bool isMovie() const { return muxer != nullptr; }
 

@@ -1,23 +1,30 @@
 #include "OutputFile.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
+#include <ctime>
 #include <filesystem>
+#include <optional>
 #include <random>
 #include <system_error>
 #include <utility>
 
+#include "FramePattern.h"
 #include "LibraryCause.h"
 #include "MediaErrors.h"
 
 namespace pyrelux::media {
 
 namespace {
+
+constexpr char partialMark[] = ".partial-";
 
 std::filesystem::path folderOf(const std::string &path) {
   const std::filesystem::path folder = std::filesystem::path(path).parent_path();
@@ -28,11 +35,34 @@ std::filesystem::path folderOf(const std::string &path) {
 std::string temporaryPathFor(const std::string &path) {
   std::random_device random;
   char end[32];
-  std::snprintf(end, sizeof end, ".partial-%08x%08x", random(), random());
+  std::snprintf(end, sizeof end, "%s%08x%08x", partialMark, random(), random());
   // A name may be as long as the file system takes, and still this has to fit.
   const std::string start =
       std::filesystem::path(path).filename().string().substr(0, NAME_MAX - 1 - std::string(end).size());
   return (folderOf(path) / ("." + start + end)).string();
+}
+
+/// The name of the output that a hidden file was to become; empty for any other file.
+std::string finalNameOf(const std::string &hidden) {
+  constexpr std::size_t digits = 16;
+  const std::size_t mark = hidden.rfind(partialMark);
+  if (hidden.empty() || hidden[0] != '.' || mark == std::string::npos || mark == 0) return {};
+  const std::string end = hidden.substr(mark + std::string(partialMark).size());
+  const bool isOurs = end.size() == digits && end.find_first_not_of("0123456789abcdef") == std::string::npos;
+  return isOurs ? hidden.substr(1, mark - 1) : std::string();
+}
+
+/// Whether nobody writes the file: its writer would hold a lock, but for the first moment.
+bool isAbandoned(const std::filesystem::path &file) {
+  constexpr std::time_t moment = 2;
+  const int descriptor = ::open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK);
+  if (descriptor < 0) return false;
+  struct stat status = {};
+  const bool isOld = ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
+                     status.st_mtime + moment <= std::time(nullptr);
+  const bool isFree = isOld && ::flock(descriptor, LOCK_EX | LOCK_NB) == 0;
+  ::close(descriptor);
+  return isFree;
 }
 
 /// Writes all of the bytes. Returns 0 or an errno value.
@@ -59,6 +89,23 @@ int synchronise(int descriptor) {
 
 }  // namespace
 
+std::vector<std::string> removeLeftovers(const std::string &path, bool isPattern) {
+  std::optional<FramePattern> pattern;
+  if (isPattern) pattern.emplace(path);
+  const std::string ownName = std::filesystem::path(path).filename().string();
+  std::vector<std::string> removed;
+  std::error_code error;
+  for (std::filesystem::directory_iterator entry(folderOf(path), error), end; !error && entry != end;
+       entry.increment(error)) {
+    const std::string hidden = entry->path().filename().string();
+    const std::string name = finalNameOf(hidden);
+    if (name.empty() || (name != ownName && !(pattern && pattern->isNumbered() && pattern->frameOf(name)))) continue;
+    if (isAbandoned(entry->path()) && std::remove(entry->path().c_str()) == 0) removed.push_back(hidden);
+  }
+  std::sort(removed.begin(), removed.end());
+  return removed;
+}
+
 void OutputFile::requireWritable(const std::string &path) {
   std::error_code error;
   const std::filesystem::file_status present = std::filesystem::status(path, error);
@@ -79,6 +126,9 @@ OutputFile::OutputFile(const std::string &path) : path_(path), temporaryPath_(te
   requireWritable(path);
   descriptor_ = ::open(temporaryPath_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
   if (descriptor_ < 0) failWriting(path, systemCause(errno));
+  lock_ = ::dup(descriptor_);
+  // File systems without locks only lose the clearing up.
+  if (lock_ >= 0) ::flock(lock_, LOCK_EX | LOCK_NB);
   constexpr int bufferSize = 1 << 16;
   auto *buffer = static_cast<unsigned char *>(av_malloc(bufferSize));
   // Of a type that libraries before and after a change of theirs take.
@@ -91,6 +141,7 @@ OutputFile::OutputFile(const std::string &path) : path_(path), temporaryPath_(te
   av_free(buffer);
   closeDescriptor();
   std::remove(temporaryPath_.c_str());
+  if (lock_ >= 0) ::close(lock_);
   throw std::bad_alloc();
 }
 
@@ -98,6 +149,7 @@ OutputFile::~OutputFile() {
   io_.reset();
   closeDescriptor();
   if (!isCommitted_) std::remove(temporaryPath_.c_str());
+  if (lock_ >= 0) ::close(lock_);
 }
 
 std::int64_t OutputFile::seek(void *self, std::int64_t offset, int whence) {

@@ -1,10 +1,15 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "AvPtr.h"
 
 namespace pyrelux::media {
+
+/// Removes the hidden files that runs for this output left when they were killed: those that nobody writes any more.
+/// `isPattern`: the name may have a place for a number, as FramePattern has it. Returns their names without folder. Files that can't be looked at stay.
+std::vector<std::string> removeLeftovers(const std::string &path, bool isPattern);
 
 /// A file that grows beside its final name, hidden, and takes that name when it is complete and on the disk. Without
 /// commit() it disappears. Its hidden name can't be guessed and is never that of a file or link that is there.
@@ -43,6 +48,7 @@ class OutputFile {
   std::string path_;
   std::string temporaryPath_;
   int descriptor_ = -1;
+  int lock_ = -1;  ///< tells others that the file is not left over; until it has its name
   BufferedIoPtr io_;
   bool isCommitted_ = false;
 };

@@ -123,7 +123,8 @@ TEST_F(Audio, WhoseTimesGoBackIsLeftOutFromThereOn) {
     SCOPED_TRACE(output);
     const Result result = pyrelux(renderWords("twice.mpg", output));
     EXPECT_EQ(result.exitCode, 0);
-    EXPECT_EQ(result.err, "pyrelux: a part of the audio of 'twice.mpg' is left out: its times go back\n");
+    EXPECT_THAT(result.err,
+                testing::HasSubstr("pyrelux: a part of the audio of 'twice.mpg' is left out: its times go back\n"));
     std::vector<std::string> copied = hashesOf(output);
     // The second begins before the first has ended, since audio and video are not of one length.
     ASSERT_GE(copied.size(), before.size());

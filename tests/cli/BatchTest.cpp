@@ -39,10 +39,10 @@ TEST_F(Batches, RenderEachRow) {
   EXPECT_THAT(outputs(), ElementsAre("1_Ember.png", "2_Night, Shift.png"));
   expectSuccess(pyrelux({"render", "--text", "Night, Shift", "-o", "own.png", "--size", "64x36", "--frames", "1", "--backend",
                          "soft", "--set", "steps=10", "--seed", "2"}));
-  EXPECT_EQ(contents(path("own.png")), contents(path("out/2_Night, Shift.png"))) << "the same as one by one";
+  EXPECT_EQ(load(path("own.png")), load(path("out/2_Night, Shift.png"))) << "the same as one by one";
   expectSuccess(pyrelux({"render", "--text", "Ember", "-o", "first.png", "--size", "64x36", "--frames", "1", "--backend",
                          "soft", "--set", "steps=10", "--set", "glow=20", "--seed", "1", "--preset", "torch"}));
-  EXPECT_EQ(contents(path("first.png")), contents(path("out/1_Ember.png")));
+  EXPECT_EQ(load(path("first.png")), load(path("out/1_Ember.png")));
 }
 
 TEST_F(Batches, AreReadFromJsonToo) {

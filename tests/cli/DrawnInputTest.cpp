@@ -134,7 +134,7 @@ TEST_F(DrawnInput, WrongValuesAreRefused) {
   expectUsageError({"--text", ""}, {"nothing to see"});
   expectUsageError({"--text", "  \n"}, {"nothing to see"});
   expectUsageError({"--text", "FIRE", "--font", "Sans 1200"}, {"'Sans 1200'", "1920x1080"});
-  for (const char *colour : {"red", "#fff", "1,1", "1,1,2", "-1,0,0", "nan,0,0", ""})
+  for (const char *colour : {"reddish", "#ff", "1,1", "1,1,2", "-1,0,0", "nan,0,0", ""})
     expectUsageError({"--text", "FIRE", "--text-color", colour}, {"'text-color'", colour, "0..1"});
   for (const char *size :
        {"64", "64x", "x36", "64x36x1", "0x36", "64x-36", "64 x 36", "16385x1", "16384x16384", "99999999999x1", ""})

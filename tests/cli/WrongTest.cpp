@@ -68,6 +68,10 @@ const WrongTest::Makers &WrongTest::makers() {
   using File = const fs::path &;
   static const Makers all{
       {"title.png", [](Test, File file) { save(file, title()); }},
+      {"keyed.json",
+       [](Test, File file) {
+         save(file, R"({"version": 1, "parameters": {"tongue-length": [{"frame": 1, "value": 5}, {"frame": 9, "value": 9}]}})");
+       }},
       {"old.png", [](Test, File file) { save(file, "before"); }},
       {"empty.png", [](Test, File file) { save(file, ""); }},
       {"empty.mov", [](Test, File file) { save(file, ""); }},

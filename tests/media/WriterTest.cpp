@@ -1,6 +1,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <functional>
@@ -109,6 +110,29 @@ TEST_F(WriterTest, MissingEncoder) {
               Encoder("a.png", codec, false, {4, 4, 8, {}}, options);
             }),
             "cannot write 'a.png': the installed FFmpeg lacks the encoder 'none'");
+}
+
+TEST_F(WriterTest, WhatItWritesIsNotLeftOver) {
+  for (const char *name : {"fire.mov", "fire_%d.png"}) {
+    SCOPED_TRACE(name);
+    {
+      OutputFormat format{4, 4, 8, {24, 1}};
+      // A picture that is complete waits for its name.
+      format.publish = [&](const NewPicture &) {
+        for (const auto &entry : std::filesystem::directory_iterator(path("")))
+          std::filesystem::last_write_time(entry.path(),
+                                           std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
+        EXPECT_TRUE(Writer::removeLeftovers(path(name)).empty());
+      };
+      const auto writer = Writer::open(path(name), format);
+      for (const auto &entry : std::filesystem::directory_iterator(path("")))
+        std::filesystem::last_write_time(entry.path(),
+                                         std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
+      EXPECT_TRUE(Writer::removeLeftovers(path(name)).empty());
+      writer->write(1, picture());
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(path("")));
+  }
 }
 
 TEST_F(WriterTest, NoSuchFolder) {
