@@ -4,7 +4,7 @@
 #include <poll.h>
 #include <pty.h>
 #include <signal.h>
-#include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -60,7 +60,7 @@ struct Channel {
     if (isTerminal)
       openTerminal(ends);
     else
-      require(pipe(ends) == 0, "no channel");
+      require(pipe2(ends, O_CLOEXEC) == 0, "no channel");
     ours = Descriptor(ends[0]);
     theirs = Descriptor(ends[1]);
   }
@@ -118,6 +118,30 @@ std::vector<char *> pointers(std::vector<std::string> &texts) {
   return all;
 }
 
+/// What a child needs to become the program. Made before the fork, after which other threads' locks stay as they were.
+struct Start {
+  const Command &command;
+  pid_t parent;
+  int out;
+  int err;
+  char *const *words;
+  char *const *environment;
+};
+
+/// In the child: returns only when the program can't be started.
+void become(const Start &start) {
+  // A test program that is killed leaves nothing behind. The signal comes when the thread that forked ends, and that
+  // one waits for the program.
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (getppid() != start.parent) return;
+  const Command &command = start.command;
+  const int in = open("/dev/null", O_RDONLY | O_CLOEXEC);
+  const int out = command.outputFile.empty() ? start.out : open(command.outputFile.c_str(), O_WRONLY | O_CLOEXEC);
+  if (dup2(in, STDIN_FILENO) < 0 || dup2(out, STDOUT_FILENO) < 0 || dup2(start.err, STDERR_FILENO) < 0) return;
+  if (!command.folder.empty() && chdir(command.folder.c_str()) != 0) return;
+  execvpe(start.words[0], start.words, start.environment);
+}
+
 }  // namespace
 
 void requireTerminals() { const Channel channel(true); }
@@ -125,25 +149,27 @@ void requireTerminals() { const Channel channel(true); }
 Result run(const Command &command) {
   Channel out(false);
   Channel err(command.errorsToTerminal);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  if (command.outputFile.empty())
-    posix_spawn_file_actions_adddup2(&actions, out.theirs.number(), STDOUT_FILENO);
-  else
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, command.outputFile.c_str(), O_WRONLY, 0);
-  posix_spawn_file_actions_adddup2(&actions, err.theirs.number(), STDERR_FILENO);
-  if (!command.folder.empty()) posix_spawn_file_actions_addchdir_np(&actions, command.folder.c_str());
-
+  Channel failure(false);
   std::vector<std::string> words = command.words;
   std::vector<std::string> environment = environmentFor(command);
-  pid_t program = 0;
-  const int error = posix_spawnp(&program, words.at(0).c_str(), &actions, nullptr, pointers(words).data(),
-                                 pointers(environment).data());
-  posix_spawn_file_actions_destroy(&actions);
-  require(error == 0, "can't start " + words[0]);
+  const std::vector<char *> wordPointers = pointers(words), environmentPointers = pointers(environment);
+  const Start start{
+      command, getpid(), out.theirs.number(), err.theirs.number(), wordPointers.data(), environmentPointers.data()};
+  const pid_t program = fork();
+  if (program == 0) {
+    become(start);
+    [[maybe_unused]] const ssize_t told = write(failure.theirs.number(), "", 1);
+    _exit(127);
+  }
+  failure.theirs.close();
+  require(program > 0, "can't start " + words.at(0));
   out.theirs.close();
   err.theirs.close();
+  char byte;
+  if (read(failure.ours.number(), &byte, 1) != 0) {
+    waitpid(program, nullptr, 0);
+    throw std::runtime_error("can't start " + words[0]);
+  }
 
   Result result;
   collect(command, program, {std::pair{&out.ours, &result.out}, std::pair{&err.ours, &result.err}});
