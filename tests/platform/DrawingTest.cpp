@@ -1,78 +1,22 @@
 #include <OpenGL/OpenGL.h>
 #include <OpenGL/glext.h>
 #include <gmock/gmock.h>
-#include <malloc.h>
-#include <unistd.h>
 
-#include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <functional>
 #include <memory>
-#include <ostream>
 #include <string>
 #include <thread>
 #include <tuple>
 #include <utility>
 #include <vector>
 
-#include "Backends.h"
-#include "HostContext.h"
+#include "DrawingBackend.h"
 
 namespace pyrelux::platform {
 namespace {
 
-using test::makeContext;
-
-constexpr GLsizei width = 4;
-constexpr GLsizei height = 3;
-
 struct Pixel {
   float r, g, b, a;
-};
-
-struct NamedBackend {
-  const char *name;
-  std::int32_t id;
-};
-
-void PrintTo(const NamedBackend &backend, std::ostream *out) { *out << backend.name; }
-
-const NamedBackend kBackends[] = {{"soft", kBackendSoft}, {"mesa", kBackendMesa}, {"gpu", kBackendGPU}};
-
-/// Whether the environment requires a backend, by its name; "egl" requires mesa, which needs no GPU.
-bool isRequired(const NamedBackend &backend) {
-  const char *value = std::getenv("REQUIRE_BACKEND");
-  const std::string required = value ? value : "";
-  return backend.id == kBackendSoft || required == backend.name || (required == "egl" && backend.id == kBackendMesa);
-}
-
-/// A host's current context. Where a backend can't draw, its tests are skipped with a message, or fail if it is
-/// required.
-class BackendTest : public ::testing::Test {
- protected:
-  void start(const NamedBackend &backend) {
-    const std::string problem = backendUnavailable(backend.id);
-    if (!problem.empty()) {
-      if (isRequired(backend)) FAIL() << "the backend " << backend.name << " is required, and " << problem;
-      GTEST_SKIP() << "NOT TESTED: " << problem;
-    }
-    host = makeContext(backend.id);
-    ASSERT_NE(host, nullptr);
-    CGLSetCurrentContext(host);
-  }
-
-  void TearDown() override {
-    CGLSetCurrentContext(nullptr);
-    if (host) CGLDestroyContext(host);
-  }
-
-  CGLContextObj host = nullptr;
-};
-
-class DrawingTest : public BackendTest, public ::testing::WithParamInterface<NamedBackend> {
- protected:
-  void SetUp() override { start(GetParam()); }
 };
 
 INSTANTIATE_TEST_SUITE_P(Backend, DrawingTest, ::testing::ValuesIn(kBackends),
@@ -96,47 +40,6 @@ class EGLTest : public DrawingTest {};
 
 INSTANTIATE_TEST_SUITE_P(Backend, EGLTest, ::testing::Values(kBackends[1], kBackends[2]),
                          [](const auto &backend) { return backend.param.name; });
-
-/// A pbuffer with a context of its own that shares with the host's.
-class Surface {
- public:
-  Surface(CGLContextObj share, bool floats, GLsizei w = width, GLsizei h = height)
-      : context_(makeContext(0, floats, share)), width_(w), height_(h) {
-    EXPECT_EQ(CGLCreatePBuffer(w, h, GL_TEXTURE_RECTANGLE_EXT, GL_RGBA, 0, &pbuffer_), kCGLNoError);
-    begin();
-  }
-  ~Surface() {
-    CGLDestroyPBuffer(pbuffer_);
-    if (context_) CGLDestroyContext(context_);
-  }
-  Surface(const Surface &) = delete;
-  Surface &operator=(const Surface &) = delete;
-
-  void begin() {
-    EXPECT_EQ(CGLSetCurrentContext(context_), kCGLNoError);
-    EXPECT_EQ(CGLSetPBuffer(context_, pbuffer_, 0, 0, 0), kCGLNoError);
-    glMatrixMode(GL_PROJECTION);
-    glLoadIdentity();
-    glOrtho(0, width_, 0, height_, -1, 1);
-  }
-
-  void clear(float r, float g, float b, float a) const {
-    glClearColor(r, g, b, a);
-    glClear(GL_COLOR_BUFFER_BIT);
-  }
-
-  /// Destroys the context before the pbuffer, in the wrong order.
-  void destroyContext() { CGLDestroyContext(std::exchange(context_, nullptr)); }
-
-  CGLContextObj context() const { return context_; }
-  CGLPBufferObj pbuffer() const { return pbuffer_; }
-
- private:
-  CGLContextObj context_;
-  CGLPBufferObj pbuffer_ = nullptr;
-  GLsizei width_;
-  GLsizei height_;
-};
 
 void fill(float x, float y, float w, float h, const Pixel &colour) {
   glColor4f(colour.r, colour.g, colour.b, colour.a);
@@ -179,15 +82,6 @@ std::vector<float> readFloats() {
   std::vector<float> floats(width * height * 4);
   glReadPixels(0, 0, width, height, GL_RGBA, GL_FLOAT, floats.data());
   return floats;
-}
-
-GLuint boundRectangleTexture() {
-  GLuint texture = 0;
-  glGenTextures(1, &texture);
-  glBindTexture(GL_TEXTURE_RECTANGLE_EXT, texture);
-  glTexParameteri(GL_TEXTURE_RECTANGLE_EXT, GL_TEXTURE_MIN_FILTER, static_cast<GLint>(GL_NEAREST));
-  glTexParameteri(GL_TEXTURE_RECTANGLE_EXT, GL_TEXTURE_MAG_FILTER, static_cast<GLint>(GL_NEAREST));
-  return texture;
 }
 
 /// Binds a texture that holds the pattern.
@@ -482,62 +376,6 @@ TEST_P(DrawingTest, ASurfaceLargerThanItsTexturesIsRefused) {
   CGLCreatePBuffer(largest + 1, 1, GL_TEXTURE_RECTANGLE_EXT, GL_RGBA, 0, &pbuffer);
   EXPECT_NE(CGLSetPBuffer(host, pbuffer, 0, 0, 0), kCGLNoError);
   CGLDestroyPBuffer(pbuffer);
-}
-
-std::size_t residentBytes() {
-  std::size_t total = 0;
-  std::size_t resident = 0;
-  std::ifstream("/proc/self/statm") >> total >> resident;
-  return resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-}
-
-constexpr GLsizei largeSide = 1024;
-
-/// Checks that `oneFrame`, which draws into a large float surface and destroys it, leaves no storage behind.
-void expectFlatMemory(const std::function<void()> &oneFrame) {
-  constexpr std::size_t surfaceBytes = std::size_t{largeSide} * largeSide * 8;
-  // Large blocks go back to the system as soon as they are freed; the allocator would otherwise keep some by turns.
-  mallopt(M_MMAP_THRESHOLD, 1 << 20);
-  // The first rounds fill the driver's caches, and the 256 MB that an address sanitizer keeps back.
-  for (int i = 0; i < 40; ++i) oneFrame();
-  const std::size_t before = residentBytes();
-  constexpr std::size_t rounds = 300;
-  for (std::size_t i = 0; i < rounds; ++i) oneFrame();
-  const std::size_t after = residentBytes();
-  const std::size_t growth = after > before ? after - before : 0;
-  ::testing::Test::RecordProperty("growthBytes", std::to_string(growth));
-  // A name that stays costs some kilobytes of the driver's; a leaked surface costs 8 MB a round, 2.4 GB in all. Four
-  // surfaces leave room for storage that is freed late.
-  EXPECT_LT(growth, 4 * surfaceBytes) << growth / rounds << " bytes a round";
-}
-
-TEST_P(DrawingTest, ADestroyedPBufferFreesItsStorageThoughItsTextureIsNeverDeleted) {
-  expectFlatMemory([this] {
-    Surface surface(host, true, largeSide, largeSide);
-    surface.clear(0.5f, 0.25f, 0.125f, 1.0f);  // writes every page of the storage
-    CGLSetCurrentContext(host);
-    boundRectangleTexture();
-    EXPECT_EQ(CGLTexImagePBuffer(host, surface.pbuffer(), GL_FRONT_LEFT), kCGLNoError);
-    glFinish();
-  });
-}
-
-TEST_P(DrawingTest, ADestroyedPBufferFreesItsStorageThoughItsContextLivesOn) {
-  const CGLContextObj context = makeContext(0, true, host);
-  expectFlatMemory([this, context] {
-    CGLPBufferObj pbuffer = nullptr;
-    CGLCreatePBuffer(largeSide, largeSide, GL_TEXTURE_RECTANGLE_EXT, GL_RGBA, 0, &pbuffer);
-    CGLSetCurrentContext(context);
-    EXPECT_EQ(CGLSetPBuffer(context, pbuffer, 0, 0, 0), kCGLNoError);
-    glClearColor(0.5f, 0.25f, 0.125f, 1.0f);
-    glClear(GL_COLOR_BUFFER_BIT);
-    CGLSetCurrentContext(host);
-    boundRectangleTexture();
-    EXPECT_EQ(CGLTexImagePBuffer(host, pbuffer, GL_FRONT_LEFT), kCGLNoError);
-    CGLDestroyPBuffer(pbuffer);
-    glFinish();
-  });
-  CGLDestroyContext(context);
 }
 
 }  // namespace
