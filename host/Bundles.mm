@@ -64,8 +64,8 @@ NSDictionary *propertyList(const fs::path &bundle) {
   try {
     id list = [NSPropertyListSerialization propertyListWithData:data
                                                         options:NSPropertyListImmutable
-                                                         format:NULL
-                                                          error:NULL];
+                                                         format:nullptr
+                                                          error:nullptr];
     return [list isKindOfClass:[NSDictionary class]] ? list : nil;
   } catch (...) {
     return nil;

@@ -29,8 +29,7 @@ struct Line {
 };
 
 /// `corners`: of a frame and input of one pixel, so that texture coordinates and places are shares.
-void visitQuads(const std::vector<platform::QuadCorner> &corners,
-                const std::function<void(const CopyPlace &)> &visit) {
+void visitQuads(const std::vector<platform::QuadCorner> &corners, const std::function<void(const CopyPlace &)> &visit) {
   constexpr std::size_t perQuad = 4;
   if (corners.size() <= perQuad) return;
   for (std::size_t quad = 0; quad + perQuad <= corners.size(); quad += perQuad) {

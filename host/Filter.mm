@@ -20,7 +20,7 @@ std::map<std::string, std::string> keysByLabel(NSBundle *bundle) {
   std::map<std::string, std::string> keys;
   NSString *path = [bundle pathForResource:@"Localizable" ofType:@"strings"];
   NSDictionary *table = path ? [[NSString stringWithContentsOfFile:path encoding:NSUTF8StringEncoding
-                                                             error:NULL] propertyListFromStringsFileFormat]
+                                                             error:nullptr] propertyListFromStringsFileFormat]
                              : nil;
   NSArray *all = [table allKeys];
   for (NSUInteger i = 0; i < [all count]; ++i) {
@@ -54,7 +54,7 @@ Declared Filter::Objects::makeFilter(Class filterClass, const std::string &name)
   NSObject<FxFilter> *fresh = nil;
   const auto declare = [&] {
     id<PyreluxFilterCreation> allocated = [filterClass alloc];
-    fresh = [allocated initWithAPIManager:apiManager];
+    fresh = static_cast<id>([allocated initWithAPIManager:apiManager]);
     NSDictionary *properties = [fresh properties];
     NSArray *keys = [properties allKeys];
     for (NSUInteger i = 0; i < [keys count]; ++i) {

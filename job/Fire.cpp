@@ -68,7 +68,8 @@ void multiply(ParameterSet &parameters, const ParameterDeclaration *parameter, c
   if (!parameter || factors.empty()) return;
   const std::vector<Keyframe> constant = parameters.keyframes(*parameter);
   if (constant.size() > 1)
-    throw ValueError("'" + parameter->slug() + "' has keyframes, and --ignite and --die write others; leave one of them out");
+    throw ValueError("'" + parameter->slug() +
+                     "' has keyframes, and --ignite and --die write others; leave one of them out");
   std::vector<Keyframe> keyframes;
   for (const Factor &factor : factors)
     keyframes.push_back(
@@ -79,8 +80,8 @@ void multiply(ParameterSet &parameters, const ParameterDeclaration *parameter, c
 Life lifeOf(const project::Scene &scene, const FrameList &frames, const project::Clock &clock) {
   const double rate = clock.rate.perSecond();
   const double first = static_cast<double>(clock.firstFrame);
-  const double last =
-      scene.duration ? first + std::max(std::round(*scene.duration * rate), 1.0) - 1.0 : static_cast<double>(frames.last());
+  const double last = scene.duration ? first + std::max(std::round(*scene.duration * rate), 1.0) - 1.0
+                                     : static_cast<double>(frames.last());
   const Life life{first, scene.ignite.value_or(0.0) * rate, last, scene.die.value_or(0.0) * rate};
   if (life.catching > 0.0 && life.dying > 0.0 && life.catching + life.dying >= last - first)
     throw ValueError("--ignite and --die leave no frame between them of the " + formatNumber(last - first + 1.0) +
@@ -105,7 +106,8 @@ void scaleLength(ParameterSet &parameters, double factor, RenderListener &listen
 }
 
 Loop loopOf(const project::Scene &scene, const FrameList &frames) {
-  if (scene.ignite || scene.die) throw ValueError("a fire that repeats has no beginning and no end; leave --ignite and --die or --loop out");
+  if (scene.ignite || scene.die)
+    throw ValueError("a fire that repeats has no beginning and no end; leave --ignite and --die or --loop out");
   const std::int64_t count = frames.count();
   if (count != frames.last() - frames.first() + 1) throw ValueError("'--loop' is for frames in a row");
   if (count < 2) throw ValueError("'--loop' needs two frames at least");
@@ -157,8 +159,8 @@ ParameterSet withLife(ParameterSet parameters, const project::Scene &scene, cons
   return parameters;
 }
 
-Fire planFire(const project::Scene &scene, ParameterSet parameters, const FrameList &frames, const project::Clock &clock,
-              double titleShare, RenderListener &listener) {
+Fire planFire(const project::Scene &scene, ParameterSet parameters, const FrameList &frames,
+              const project::Clock &clock, double titleShare, RenderListener &listener) {
   // A title of a quarter of the frame's height burns as it does without.
   constexpr double usualShare = 0.25;
   if (scene.flameScale == project::FlameScale::Title) scaleLength(parameters, titleShare / usualShare, listener);

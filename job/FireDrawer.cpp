@@ -16,8 +16,8 @@ FireDrawer::FireDrawer(host::Filter &filter, host::FrameRenderer &renderer, cons
   if (!fire.loop) return;
   leadFilter_ = std::make_unique<host::Filter>(filter.info());
   leadFilter_->parameters() = filter.parameters();
-  lead_ = std::make_unique<host::SequentialRenderer>(*leadFilter_, renderer, 
-                                                     std::min(firstFrame, fire.loop->frames.first - fire.loop->blend), fire.time);
+  lead_ = std::make_unique<host::SequentialRenderer>(
+      *leadFilter_, renderer, std::min(firstFrame, fire.loop->frames.first - fire.loop->blend), fire.time);
   lead_->setPreRollListener(preRollListener);
 }
 

@@ -137,9 +137,9 @@ FrameList chooseFrames(const RenderRequest &request, const media::InputInfo &inp
     const std::int64_t first = isStill ? 1 : input.firstFrame;
     return {first, first + std::max<std::int64_t>(1, static_cast<std::int64_t>(frames)) - 1};
   };
-  const FrameList wanted = request.scene.frames     ? *request.scene.frames
-                           : request.scene.duration ? FrameList(timed(*request.scene.duration))
-                                                    : FrameList(usual());
+  FrameList wanted = request.scene.frames     ? *request.scene.frames
+                     : request.scene.duration ? FrameList(timed(*request.scene.duration))
+                                              : FrameList(usual());
   if (!isStill && (wanted.first() < input.firstFrame || wanted.last() > input.lastFrame))
     throw ValueError("'" + *request.input + "' has the frames " + std::to_string(input.firstFrame) + "-" +
                      std::to_string(input.lastFrame) + "; '" + formatFrames(wanted) + "' is not among them");

@@ -54,8 +54,7 @@ void chooseAudio(const RenderRequest &request, const media::InputInfo &input, co
 void requireKnob(const char *option, const std::optional<int> &number, const std::optional<media::NumberRange> &range,
                  const std::string &output, const char *takers) {
   if (!number) return;
-  if (!range)
-    throw ValueError("'" + std::string(option) + "' is of no use for '" + output + "'; it is for " + takers);
+  if (!range) throw ValueError("'" + std::string(option) + "' is of no use for '" + output + "'; it is for " + takers);
   if (*number < range->least || *number > range->most)
     throw ValueError("'" + std::string(option) + "' can't be " + std::to_string(*number) + ": for '" + output +
                      "' its range is " + std::to_string(range->least) + ".." + std::to_string(range->most));

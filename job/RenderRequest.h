@@ -62,10 +62,10 @@ struct RenderRequest {
   std::string output;
   std::string codec;                            ///< empty for the usual one of the output's extension
   std::optional<AlphaUse> alpha;                ///< otherwise the codec's usual one
-  std::optional<int> crf;              ///< see media::OutputFormat; otherwise what suits the codec
-  std::optional<int> quality;          ///< the same
-  std::optional<int> loopCount;        ///< how often an animation plays; otherwise for ever
-  bool makeFolders = false;            ///< make the folders of the output that are missing
+  std::optional<int> crf;                       ///< see media::OutputFormat; otherwise what suits the codec
+  std::optional<int> quality;                   ///< the same
+  std::optional<int> loopCount;                 ///< how often an animation plays; otherwise for ever
+  bool makeFolders = false;                     ///< make the folders of the output that are missing
   std::optional<double> density;                ///< 0..1, see Delivery; otherwise 0
   std::optional<BackgroundRequest> background;  ///< otherwise nothing, or black where there is no alpha
   bool withAudio = true;                        ///< copy a movie's audio

@@ -13,7 +13,8 @@ namespace {
 void requireOneKindOfRoom(const project::Scene &scene) {
   if (!scene.pad) return;
   if (scene.canvas) throw ValueError("'--pad' makes a canvas of its own, and '--canvas' another; give one of them");
-  if (scene.place || scene.fit) throw ValueError("'--place' and '--fit' go with --canvas, and '--pad' makes a canvas of its own");
+  if (scene.place || scene.fit)
+    throw ValueError("'--place' and '--fit' go with --canvas, and '--pad' makes a canvas of its own");
 }
 
 Room padded(const media::PictureShape &picture, const Padding &padding) {

@@ -18,8 +18,8 @@ struct Room {
   bool isWhole(const media::PictureShape &picture) const;
 };
 
-/// The room that a scene gives a picture: its canvas or padding, else a frame of the shape `usual`. An automatic padding
-/// is none yet. Throws ValueError for wishes that do not go together, and for a frame that is too large.
+/// The room that a scene gives a picture: its canvas or padding, else a frame of the shape `usual`. An automatic
+/// padding is none yet. Throws ValueError for wishes that do not go together, and for a frame that is too large.
 Room roomFor(const project::Scene &scene, const media::PictureShape &picture, const media::PictureShape &usual);
 
 /// The room with so many pixels more at its sides.

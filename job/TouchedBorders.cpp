@@ -13,8 +13,8 @@ namespace {
 
 constexpr std::array<const char *, 4> sideNames{"top", "right", "bottom", "left"};
 
-/// Calls see(pixel) with the index of the first sample of each pixel at a side, until it returns true. Returns whether it
-/// did.
+/// Calls see(pixel) with the index of the first sample of each pixel at a side, until it returns true. Returns whether
+/// it did.
 template <typename See>
 bool anyAtSide(std::size_t side, int width, int height, See see) {
   const bool isRow = side % 2 == 0;
@@ -57,7 +57,8 @@ void TouchedBorders::remark(RenderListener &listener) const {
   for (std::size_t side = 0; side < sides_.size(); ++side) {
     if (sides_[side].frames == 0) continue;
     names.push_back(sideNames[side]);
-    worst.firstFrame = worst.frames == 0 ? sides_[side].firstFrame : std::min(worst.firstFrame, sides_[side].firstFrame);
+    worst.firstFrame =
+        worst.frames == 0 ? sides_[side].firstFrame : std::min(worst.firstFrame, sides_[side].firstFrame);
     worst.frames = std::max(worst.frames, sides_[side].frames);
   }
   if (names.empty()) return;

@@ -78,8 +78,8 @@ class Writer {
   /// Throws OutputError if a file could not be made at the path, without making one.
   static void requireWritable(const std::string &path);
 
-  /// Removes what runs for this output left in its folder when they were killed, and nobody writes any more. Returns the
-  /// names of the hidden files, without folder.
+  /// Removes what runs for this output left in its folder when they were killed, and nobody writes any more. Returns
+  /// the names of the hidden files, without folder.
   static std::vector<std::string> removeLeftovers(const std::string &path);
 
   /// Whether the path can hold more than one frame: a movie, or a still's extension with a frame pattern in its name.

@@ -66,11 +66,11 @@ struct Scene {
   std::optional<Burn> burn;
 
   // Time.
-  std::optional<double> ignite;      ///< seconds at the beginning in which the fire catches
-  std::optional<double> die;         ///< seconds at the end in which it goes out
-  std::optional<FrameRate> timeBase;  ///< the rate that the fire burns as fast as, whatever the frame rate is
-  std::optional<std::int64_t> seed;  ///< 0 .. maxSeed; another one is another fire of the same look
-  std::optional<bool> loops;         ///< the frames repeat without a jump
+  std::optional<double> ignite;           ///< seconds at the beginning in which the fire catches
+  std::optional<double> die;              ///< seconds at the end in which it goes out
+  std::optional<FrameRate> timeBase;      ///< the rate that the fire burns as fast as, whatever the frame rate is
+  std::optional<std::int64_t> seed;       ///< 0 .. maxSeed; another one is another fire of the same look
+  std::optional<bool> loops;              ///< the frames repeat without a jump
   std::optional<std::int64_t> loopBlend;  ///< the frames at the end that are dissolved for it
 };
 
@@ -78,10 +78,10 @@ constexpr std::int64_t maxSeed = 1000000;
 
 /// A field of Scene: a key of project files, and an option.
 struct SceneField {
-  std::string key;      ///< "time-base"; the option has two dashes before it
-  std::string value;    ///< what stands for the value in help: "RATE"; empty for what is on or off
-  std::string brief;    ///< what it does, in a few words
-  std::string details;  ///< the rest of the sentence, with the punctuation it begins with
+  std::string key;                   ///< "time-base"; the option has two dashes before it
+  std::string value;                 ///< what stands for the value in help: "RATE"; empty for what is on or off
+  std::string brief;                 ///< what it does, in a few words
+  std::string details;               ///< the rest of the sentence, with the punctuation it begins with
   std::vector<std::string> choices;  ///< words that it takes, those with a value after them ending with "="
   bool takesNumber;                  ///< in JSON a number is as good as its text
   bool isLook;                       ///< a preset may hold it
@@ -101,8 +101,8 @@ const std::vector<SceneField> &sceneFields();
 /// The field of that key, which is there.
 const SceneField &sceneField(const std::string &key);
 
-/// `scene`, with the fields of `weaker` in the places of those that are not set. `onlyLook`: none but those that a preset
-/// may hold.
+/// `scene`, with the fields of `weaker` in the places of those that are not set. `onlyLook`: none but those that a
+/// preset may hold.
 void fillIn(Scene &scene, const Scene &weaker, bool onlyLook);
 
 }  // namespace pyrelux::project

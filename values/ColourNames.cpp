@@ -171,8 +171,9 @@ std::optional<std::uint32_t> colourNamed(const std::string &name) {
   std::string lower = name;
   std::transform(lower.begin(), lower.end(), lower.begin(),
                  [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-  const auto found = std::lower_bound(std::begin(colours), std::end(colours), lower,
-                                      [](const NamedColour &colour, const std::string &wanted) { return colour.name < wanted; });
+  const auto found =
+      std::lower_bound(std::begin(colours), std::end(colours), lower,
+                       [](const NamedColour &colour, const std::string &wanted) { return colour.name < wanted; });
   if (found == std::end(colours) || lower != found->name) return std::nullopt;
   return found->colour;
 }

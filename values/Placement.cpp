@@ -102,7 +102,8 @@ Padding parsePadding(const std::string &text) {
 std::string formatPadding(const Padding &padding) {
   if (padding.isAuto) return "auto";
   std::vector<std::string> texts;
-  for (const Length &length : padding.sides) texts.push_back(formatNumber(length.amount) + (length.isPercent ? "%" : ""));
+  for (const Length &length : padding.sides)
+    texts.push_back(formatNumber(length.amount) + (length.isPercent ? "%" : ""));
   return joined(texts, ",");
 }
 

@@ -41,7 +41,7 @@ struct Length {
 
 /// The room around a picture.
 struct Padding {
-  bool isAuto = false;              ///< as much as is needed
+  bool isAuto = false;               ///< as much as is needed
   std::array<Length, 4> sides = {};  ///< top, right, bottom, left
 };
 

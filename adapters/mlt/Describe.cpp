@@ -2,6 +2,7 @@
 // writes Kdenlive's description of the effect.
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <exception>
 #include <fstream>
@@ -79,7 +80,7 @@ std::string explanation(const ParameterDeclaration &declaration) {
 /// A colour in MLT's notation, such as "#ff8000".
 std::string colourText(const host::ParameterValue &colour) {
   char text[8];
-  const auto byte = [](double channel) { return static_cast<unsigned>(channel * 255.0 + 0.5) & 0xffu; };
+  const auto byte = [](double channel) { return static_cast<unsigned>(std::lround(channel * 255.0)) & 0xffu; };
   std::snprintf(text, sizeof text, "#%02x%02x%02x", byte(colour[0]), byte(colour[1]), byte(colour[2]));
   return text;
 }

@@ -39,7 +39,7 @@ class Property {
   }
 
   /// Sets the parameter to the value or keyframes of the text.
-  static void apply(std::shared_ptr<const Property> property, host::ParameterSet &parameters) {
+  static void apply(const std::shared_ptr<const Property> &property, host::ParameterSet &parameters) {
     const Property &its = *property;
     // Getting a number makes MLT parse keyframes; getting a text would make it forget them.
     mlt_properties_anim_get_double(its.properties_.get(), name, 0, its.clip_.length);

@@ -15,8 +15,8 @@ namespace {
 
 /// Options that are for the whole batch.
 const std::set<std::string> &commonOptions() {
-  static const std::set<std::string> names{"--batch",    "--output", "--overwrite", "--resume",      "--progress",
-                                           "--quiet",    "--verbose", "--backend",  "--save-project", "--set"};
+  static const std::set<std::string> names{"--batch", "--output",  "--overwrite", "--resume",       "--progress",
+                                           "--quiet", "--verbose", "--backend",   "--save-project", "--set"};
   return names;
 }
 

@@ -5,8 +5,8 @@
 
 namespace pyrelux::cli {
 
-/// What a batch has finished: a file of lines beside the outputs, one for each output that is complete. Thread: one at a
-/// time.
+/// What a batch has finished: a file of lines beside the outputs, one for each output that is complete. Thread: one at
+/// a time.
 class BatchLedger {
  public:
   /// `path`: the file; missing is as good as empty, and lines that are none are left out. Throws media::InputError when

@@ -54,8 +54,9 @@ class CsvReader {
     const auto takeRow = [](int, void *self) { static_cast<CsvReader *>(self)->takeRow(); };
     const bool isRead = csv_parse(&parser_, text.data(), text.size(), takeCell, takeRow, this) == text.size();
     if (!isRead || csv_fini(&parser_, takeCell, takeRow, this) != 0)
-      media::failReading(path_, "row " + std::to_string(rows_.size()) +
-                                    " has a quote that does not end, or text after one; write \"\" for a quote in quotes");
+      media::failReading(path_,
+                         "row " + std::to_string(rows_.size()) +
+                             " has a quote that does not end, or text after one; write \"\" for a quote in quotes");
     return std::move(rows_);
   }
 
@@ -114,7 +115,8 @@ BatchTable tableOfJson(const std::string &path, const std::string &text) {
     BatchTable::Row row{number, Cells(table.columns.size())};
     for (const auto &[name, value] : object.items()) {
       if (value.is_structured())
-        media::failReading(path, "'" + name + "' in row " + std::to_string(number) + " is not a text, number or switch");
+        media::failReading(path,
+                           "'" + name + "' in row " + std::to_string(number) + " is not a text, number or switch");
       if (!table.find(name)) {
         table.columns.push_back(name);
         if (table.columns.size() > maxColumns) media::failReading(path, "it has more than 1000 columns");
@@ -132,8 +134,8 @@ void requireShortCells(const std::string &path, const BatchTable &table) {
   for (const BatchTable::Row &row : table.rows)
     for (std::size_t column = 0; column < row.cells.size(); ++column)
       if (row.cells[column] && row.cells[column]->size() > maxCellBytes)
-        media::failReading(path, "'" + table.columns[column] + "' in row " + std::to_string(row.number) +
-                                     " is longer than 64 KiB");
+        media::failReading(
+            path, "'" + table.columns[column] + "' in row " + std::to_string(row.number) + " is longer than 64 KiB");
 }
 
 }  // namespace

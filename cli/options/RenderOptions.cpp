@@ -307,8 +307,8 @@ std::vector<Option> renderOptions(RenderRequest &request, Reporting &reporting) 
     options.push_back(sceneOption(key, request).in(lookGroup));
   for (const char *key : {"frames", "duration", "fps", "bits"})
     options.push_back(sceneOption(key, request).in(outputGroup));
-  options.push_back(
-      flag("--make-folders", request.makeFolders, true, "Make the folders of the output that are missing").in(outputGroup));
+  options.push_back(flag("--make-folders", request.makeFolders, true, "Make the folders of the output that are missing")
+                        .in(outputGroup));
   options.push_back(overwriteOption(request).in(outputGroup));
   options.push_back(flag("--resume", request.existing, job::Existing::Resume,
                          "Render only what is missing of a sequence",

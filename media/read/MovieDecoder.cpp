@@ -127,7 +127,7 @@ std::optional<PictureTimes> MovieDecoder::measureIndex() const {
 }
 
 std::optional<PictureTimes> MovieDecoder::measurePackets() {
-  const std::optional<PictureTimes> indexed = measureIndex();
+  std::optional<PictureTimes> indexed = measureIndex();
   if (indexed && isEven(*indexed, frameRate())) return indexed;
   if (!indexed && !packetsArePictures(decoder_->codec())) return std::nullopt;
   PictureTimes pictures;

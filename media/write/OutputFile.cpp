@@ -58,8 +58,8 @@ bool isAbandoned(const std::filesystem::path &file) {
   const int descriptor = ::open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK);
   if (descriptor < 0) return false;
   struct stat status = {};
-  const bool isOld = ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
-                     status.st_mtime + moment <= std::time(nullptr);
+  const bool isOld =
+      ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && status.st_mtime + moment <= std::time(nullptr);
   const bool isFree = isOld && ::flock(descriptor, LOCK_EX | LOCK_NB) == 0;
   ::close(descriptor);
   return isFree;

@@ -8,7 +8,8 @@
 namespace pyrelux::media {
 
 /// Removes the hidden files that runs for this output left when they were killed: those that nobody writes any more.
-/// `isPattern`: the name may have a place for a number, as FramePattern has it. Returns their names without folder. Files that can't be looked at stay.
+/// `isPattern`: the name may have a place for a number, as FramePattern has it. Returns their names without folder.
+/// Files that can't be looked at stay.
 std::vector<std::string> removeLeftovers(const std::string &path, bool isPattern);
 
 /// A file that grows beside its final name, hidden, and takes that name when it is complete and on the disk. Without

@@ -20,8 +20,8 @@ class Batches : public CliTest {
   Batches() { fs::create_directory(path("out")); }
 
   Result render(const std::string &batch, const std::string &output, const Words &more = {}) const {
-    return pyrelux(Words{"render", "--batch", batch, "-o", output, "--size", "64x36", "--frames", "1", "--backend", "soft",
-                         "--set", "steps=10"} +
+    return pyrelux(Words{"render", "--batch", batch, "-o", output, "--size", "64x36", "--frames", "1", "--backend",
+                         "soft", "--set", "steps=10"} +
                    more);
   }
 
@@ -37,11 +37,12 @@ TEST_F(Batches, RenderEachRow) {
   save(path("titles.csv"), "id,text,glow,preset\n1,Ember,20,torch\n2,\"Night, Shift\",,\n");
   expectSuccess(render("titles.csv", "out/{id}_{text}.png"));
   EXPECT_THAT(outputs(), ElementsAre("1_Ember.png", "2_Night, Shift.png"));
-  expectSuccess(pyrelux({"render", "--text", "Night, Shift", "-o", "own.png", "--size", "64x36", "--frames", "1", "--backend",
-                         "soft", "--set", "steps=10", "--seed", "2"}));
+  expectSuccess(pyrelux({"render", "--text", "Night, Shift", "-o", "own.png", "--size", "64x36", "--frames", "1",
+                         "--backend", "soft", "--set", "steps=10", "--seed", "2"}));
   EXPECT_EQ(load(path("own.png")), load(path("out/2_Night, Shift.png"))) << "the same as one by one";
-  expectSuccess(pyrelux({"render", "--text", "Ember", "-o", "first.png", "--size", "64x36", "--frames", "1", "--backend",
-                         "soft", "--set", "steps=10", "--set", "glow=20", "--seed", "1", "--preset", "torch"}));
+  expectSuccess(
+      pyrelux({"render", "--text", "Ember", "-o", "first.png", "--size", "64x36", "--frames", "1", "--backend", "soft",
+               "--set", "steps=10", "--set", "glow=20", "--seed", "1", "--preset", "torch"}));
   EXPECT_EQ(load(path("first.png")), load(path("out/1_Ember.png")));
 }
 
@@ -79,7 +80,8 @@ TEST_F(Batches, NameTheRowsThatFailAndGoOn) {
   save(path("title.png"), titlePng(testWidth, testHeight));
   const Result result = pyrelux({"render", "--batch", "rows.csv", "-o", "out/{id}.png", "--backend", "soft"});
   EXPECT_EQ(result.exitCode, 1);
-  EXPECT_THAT(result.err, AllOf(HasSubstr("row 1, 'out/1.png': "), HasSubstr("'missing.png'"), HasSubstr("1 of 2 rows failed")));
+  EXPECT_THAT(result.err,
+              AllOf(HasSubstr("row 1, 'out/1.png': "), HasSubstr("'missing.png'"), HasSubstr("1 of 2 rows failed")));
   EXPECT_THAT(outputs(), ElementsAre("2.png"));
 }
 

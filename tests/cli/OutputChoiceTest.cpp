@@ -1,7 +1,7 @@
 // How outputs are stored, and where.
 
-#include <sys/file.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -39,7 +39,8 @@ class OutputChoice : public CliTest {
 TEST_F(OutputChoice, IsHowWellAnEncoderStores) {
   for (const char *name : {"fire.mp4", "fire.webm"})
     EXPECT_GT(sizeWith(name, {"--crf", "5"}), sizeWith(name, {"--crf", "45"})) << name;
-  EXPECT_GT(sizeWith("h265.mkv", {"--codec", "h265", "--crf", "5"}), sizeWith("h265.mkv", {"--codec", "h265", "--crf", "45"}));
+  EXPECT_GT(sizeWith("h265.mkv", {"--codec", "h265", "--crf", "5"}),
+            sizeWith("h265.mkv", {"--codec", "h265", "--crf", "45"}));
   EXPECT_GT(sizeWith("fire.webp", {"--quality", "100"}), sizeWith("fire.webp", {"--quality", "10"}));
   render("title.png", "usual.mp4", {"--frames", "1-4"});
   render("title.png", "same.mp4", {"--frames", "1-4", "--crf", "16"});

@@ -70,7 +70,9 @@ const WrongTest::Makers &WrongTest::makers() {
       {"title.png", [](Test, File file) { save(file, title()); }},
       {"keyed.json",
        [](Test, File file) {
-         save(file, R"({"version": 1, "parameters": {"tongue-length": [{"frame": 1, "value": 5}, {"frame": 9, "value": 9}]}})");
+         save(
+             file,
+             R"({"version": 1, "parameters": {"tongue-length": [{"frame": 1, "value": 5}, {"frame": 9, "value": 9}]}})");
        }},
       {"old.png", [](Test, File file) { save(file, "before"); }},
       {"empty.png", [](Test, File file) { save(file, ""); }},

@@ -29,8 +29,8 @@ TEST(SourceOnFire, CoversOrAdds) {
 }
 
 TEST(SourceOnFire, TakesBytesToo) {
-  const Image result = sourceOnFire(bytePixels(1, 1, {255, 0, 0, 255}), 1.0f, bytePixels(1, 1, {0, 51, 0, 51}), 1.0f,
-                                    SourceMode::Mix);
+  const Image result =
+      sourceOnFire(bytePixels(1, 1, {255, 0, 0, 255}), 1.0f, bytePixels(1, 1, {0, 51, 0, 51}), 1.0f, SourceMode::Mix);
   EXPECT_EQ(result.asFloats(), (Image::Floats{1.0f, 51.0f / 255.0f, 0.0f, 1.0f + 51.0f / 255.0f}));
 }
 

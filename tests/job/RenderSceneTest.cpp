@@ -205,8 +205,8 @@ TEST_F(SceneRenders, ALoopEndsWhereItBegins) {
 }
 
 TEST_F(SceneRenders, ACanvasHoldsTheInputWhereItIsPut) {
-  RenderRequest wanted = scene("canvas.exr", {{"canvas", "96x54"}, {"place", "75,75"}},
-                               {{"fire-opacity", "0"}, {"source-opacity", "1"}});
+  RenderRequest wanted =
+      scene("canvas.exr", {{"canvas", "96x54"}, {"place", "75,75"}}, {{"fire-opacity", "0"}, {"source-opacity", "1"}});
   render(wanted);
   const auto reader = media::Reader::open(path("canvas.exr"));
   EXPECT_EQ(reader->info().width, 96);
@@ -240,7 +240,8 @@ TEST_F(SceneRenders, AutomaticRoomIsAsLargeAsTheFireNeeds) {
 }
 
 TEST_F(SceneRenders, AutomaticRoomHasItsLimit) {
-  const std::vector<project::Setting> endless{{"length-of-pyrelux", "100"}, {"attract-repel", "100"}, {"turbulence-amount", "100"}};
+  const std::vector<project::Setting> endless{
+      {"length-of-pyrelux", "100"}, {"attract-repel", "100"}, {"turbulence-amount", "100"}};
   EXPECT_THAT(render(scene("far.exr", {{"pad", "auto"}}, endless)), Contains(HasSubstr("further than '--pad auto'")));
   EXPECT_EQ(media::Reader::open(path("far.exr"))->info().height, 4 * 27);
 }
@@ -261,8 +262,13 @@ TEST_F(SceneRenders, ADurationCountsFrames) {
 }
 
 TEST_F(SceneRenders, SavedProjectsDrawTheSamePictures) {
-  RenderRequest wanted = scene("lit_%d.exr", {{"frames", "1-12"}, {"ignite", "250ms"}, {"die", "200ms"}, {"seed", "9"},
-                                              {"burn", "shape"}, {"flame-scale", "title"}, {"pad", "3"}});
+  RenderRequest wanted = scene("lit_%d.exr", {{"frames", "1-12"},
+                                              {"ignite", "250ms"},
+                                              {"die", "200ms"},
+                                              {"seed", "9"},
+                                              {"burn", "shape"},
+                                              {"flame-scale", "title"},
+                                              {"pad", "3"}});
   wanted.saveProject = path("lit.json");
   render(wanted);
   RenderRequest again = request("again_%d.exr", "1");

@@ -1,5 +1,5 @@
-#include "Room.h"
 #include "JobTest.h"
+#include "Room.h"
 #include "TouchedBorders.h"
 #include "ValueError.h"
 
@@ -88,9 +88,10 @@ TEST(TouchedBorders, AreRemarkedWithTheirFrames) {
   borders.look(5, nothing, withPixel(3, 0, 0.5f));
   borders.look(6, nothing, toBytes(withPixel(3, 0, 0.5f)));
   borders.look(7, nothing, withPixel(7, 2, 0.5f));
-  EXPECT_THAT(remarksOf(borders),
-              ElementsAre("remark: the fire is cut off at the top, right of 2 of 4 frames, first of frame 5; --pad auto "
-                          "makes room for it"));
+  EXPECT_THAT(
+      remarksOf(borders),
+      ElementsAre("remark: the fire is cut off at the top, right of 2 of 4 frames, first of frame 5; --pad auto "
+                  "makes room for it"));
 }
 
 TEST(TouchedBorders, AreThoseOfEachSideAlone) {

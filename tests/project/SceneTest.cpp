@@ -70,7 +70,8 @@ TEST(SceneFields, RefuseNonsense) {
 TEST(SceneFields, HaveTheirRanges) {
   Scene scene;
   sceneField("seed").parse(scene, "1000000");
-  for (const char *seed : {"-1", "1000001", "1.5", "nan"}) EXPECT_THROW(sceneField("seed").parse(scene, seed), ValueError);
+  for (const char *seed : {"-1", "1000001", "1.5", "nan"})
+    EXPECT_THROW(sceneField("seed").parse(scene, seed), ValueError);
   EXPECT_THROW(sceneField("loop-blend").parse(scene, "0"), ValueError);
   EXPECT_EQ(scene.seed, 1000000);
 }
@@ -120,7 +121,8 @@ TEST(ProjectScenes, AreTheSameAfterWritingAndReading) {
 }
 
 TEST(ProjectScenes, TakeNumbersWhereTextsAreNumbers) {
-  const Project project = parseProject(R"({"version": 1, "seed": 7, "duration": 2.5, "pad": 10})", sampleDeclarations());
+  const Project project =
+      parseProject(R"({"version": 1, "seed": 7, "duration": 2.5, "pad": 10})", sampleDeclarations());
   EXPECT_EQ(project.scene.seed, 7);
   EXPECT_EQ(project.scene.duration, 2.5);
   EXPECT_EQ(formatPadding(*project.scene.pad), "10,10,10,10");

@@ -22,7 +22,8 @@ TEST(Colours, OfTheListsEndsAreFound) {
 }
 
 TEST(Colours, AreNothingElse) {
-  for (const char *text : {"", "#", "#12", "#12345", "#1234567", "#ggg", "#-12", "#+12345", "red ", "reds", "a", "zzz", "1,2"})
+  for (const char *text :
+       {"", "#", "#12", "#12345", "#1234567", "#ggg", "#-12", "#+12345", "red ", "reds", "a", "zzz", "1,2"})
     EXPECT_FALSE(readColour(text)) << text;
 }
 
