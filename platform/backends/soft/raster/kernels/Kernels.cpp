@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 #include "KernelSets.h"
 
@@ -9,42 +10,38 @@ namespace pyrelux::soft {
 
 namespace {
 
-struct Available {
-  const Kernels *sets[4];
-  int count = 0;
-
-  Available() {
-    sets[count++] = &scalarKernels();
+std::vector<const Kernels *> detect() {
+  std::vector<const Kernels *> sets{&scalarKernels()};
 #if defined(__x86_64__)
-    sets[count++] = &sse2Kernels();
-    if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma")) {
-      sets[count++] = &avx2Kernels();
-      if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw")) sets[count++] = &avx512Kernels();
-    }
-#elif defined(__aarch64__)
-    sets[count++] = &neonKernels();
-#endif
+  sets.push_back(&sse2Kernels());
+  if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma")) {
+    sets.push_back(&avx2Kernels());
+    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw")) sets.push_back(&avx512Kernels());
   }
-};
+#elif defined(__aarch64__)
+  sets.push_back(&neonKernels());
+#endif
+  return sets;
+}
 
-const Available &available() {
-  static const Available sets;
+/// Scalar first, the best last.
+const std::vector<const Kernels *> &available() {
+  static const std::vector<const Kernels *> sets = detect();
   return sets;
 }
 
 const Kernels &choose() {
-  const Available &all = available();
   if (const char *wanted = std::getenv("PYRELUX_SIMD"))
-    for (int i = 0; i < all.count; ++i)
-      if (std::strcmp(all.sets[i]->name, wanted) == 0) return *all.sets[i];
-  return *all.sets[all.count - 1];
+    for (const Kernels *set : available())
+      if (std::strcmp(set->name, wanted) == 0) return *set;
+  return *available().back();
 }
 
 }  // namespace
 
 const Kernels *const *availableKernels(int &count) {
-  count = available().count;
-  return available().sets;
+  count = static_cast<int>(available().size());
+  return available().data();
 }
 
 const Kernels &kernels() {
