@@ -1,5 +1,6 @@
 #include <iostream>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 #include "BackendChoice.h"
 #include "Commands.h"
@@ -12,37 +13,72 @@ namespace pyrelux::cli {
 
 namespace {
 
-int info(const std::string &backend) {
-  int exitCode = 0;
-  std::cout << "version:   " PYRELUX_VERSION "\n";
+using Json = nlohmann::ordered_json;
+
+/// What draws, or why nothing does.
+Json backendFacts(const std::string &wanted) {
   try {
-    const std::int32_t backendId = host::chooseBackend(backend);
+    const std::int32_t backendId = host::chooseBackend(wanted);
     const host::FrameRenderer renderer(backendId);
-    std::cout << "backend:   " << host::backendName(backendId) << "\n"
-              << "renderer:  " << renderer.description() << "\n";
+    return {{"name", host::backendName(backendId)}, {"renderer", renderer.description()}};
   } catch (const host::HostError &error) {
-    std::cout << "backend:   none: " << error.what() << "\n";
-    exitCode = 1;
+    return {{"error", error.what()}};
   }
+}
+
+Json filterFacts() {
   try {
-    const host::Filter filter(host::findFilter(host::defaultSearchPath()));
-    const host::FilterInfo &found = filter.info();
-    std::cout << "filter:    " << found.displayName << " " << found.version << " (" << found.groupName << ")\n"
-              << "bundle:    " << found.bundlePath << "\n";
+    const host::FilterInfo found = host::Filter(host::findFilter(host::defaultSearchPath())).info();
+    return {{"name", found.displayName},
+            {"version", found.version},
+            {"group", found.groupName},
+            {"bundle", found.bundlePath}};
   } catch (const host::HostError &error) {
-    std::cout << "bundle:    none: " << error.what() << "\n";
-    exitCode = 1;
+    return {{"error", error.what()}};
   }
-  return exitCode;
+}
+
+void printLine(const char *name, const Json &text) { std::cout << name << text.get<std::string>() << "\n"; }
+
+void print(const Json &backend, const Json &filter) {
+  printLine("version:   ", PYRELUX_VERSION);
+  if (backend.contains("error")) {
+    printLine("backend:   none: ", backend["error"]);
+  } else {
+    printLine("backend:   ", backend["name"]);
+    printLine("renderer:  ", backend["renderer"]);
+  }
+  if (filter.contains("error")) {
+    printLine("bundle:    none: ", filter["error"]);
+  } else {
+    std::cout << "filter:    " << filter["name"].get<std::string>() << " " << filter["version"].get<std::string>()
+              << " (" << filter["group"].get<std::string>() << ")\n";
+    printLine("bundle:    ", filter["bundle"]);
+  }
+}
+
+int info(const std::string &wanted, bool asJson) {
+  const Json backend = backendFacts(wanted);
+  const Json filter = filterFacts();
+  if (asJson)
+    std::cout << Json{{"version", PYRELUX_VERSION}, {"backend", backend}, {"filter", filter}}.dump(2) << "\n";
+  else
+    print(backend, filter);
+  return backend.contains("error") || filter.contains("error") ? 1 : 0;
 }
 
 }  // namespace
 
 Command infoCommand() {
-  const auto backend = std::make_shared<std::string>("auto");
-  return {"info", "Show version, backend and filter bundle", {backendOption(*backend)}, [backend] {
-            return info(*backend);
-          }};
+  struct Arguments {
+    std::string backend = "auto";
+    bool asJson = false;
+  };
+  const auto arguments = std::make_shared<Arguments>();
+  return {"info",
+          "Show version, backend and filter bundle",
+          {backendOption(arguments->backend), flag("--json", arguments->asJson, true, "As JSON")},
+          [arguments] { return info(arguments->backend, arguments->asJson); }};
 }
 
 }  // namespace pyrelux::cli

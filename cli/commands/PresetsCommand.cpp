@@ -57,6 +57,7 @@ int listPresets(bool asJson) {
       document.push_back({{"name", file.name},
                           {"description", project.description.value_or("")},
                           {"settings", settingsOf(project, declarations)},
+                          {"project", Json::parse(project::formatProject(project, declarations))},
                           {"file", file.path},
                           {"own", file.isOwn}});
     std::cout << document.dump(2) << '\n';
@@ -76,7 +77,7 @@ Command presetsCommand() {
   const auto asJson = std::make_shared<bool>(false);
   return {"presets",
           "List the looks that --preset takes",
-          {flag("--json", *asJson, true, "As JSON", ", with their settings")},
+          {flag("--json", *asJson, true, "As JSON", ", with their settings and as project files")},
           [asJson] { return listPresets(*asJson); }};
 }
 

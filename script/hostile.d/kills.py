@@ -33,10 +33,12 @@ def run(trial):
     if r.random() < 0.3:
         output = r.choice(["out.mkv", "out.mp4", "out.mov"])
         words = ["render", "in.png", "-o", output, *more]
-        end(trial, start(trial, words), words, number)
-        # A signal may also come after the movie got its name and before the program is gone: then every frame is there.
+        code = end(trial, start(trial, words), words, number)
+        # A movie that was interrupted has the frames up to there. A signal may also come after the movie got its name and
+        # before the program is gone: then every frame is there.
         if trial.path(output).exists():
-            again, _, _ = trial.run("render", output, "-o", "look.png", "--frames", str(FRAMES), "--quiet", *QUICK)
+            last = 1 if code == 128 + number else FRAMES
+            again, _, _ = trial.run("render", output, "-o", "look.png", "--frames", str(last), "--quiet", *QUICK)
             trial.requireCode(again, {0})
         return
     words = ["render", "in.png", "-o", "out.%d.png", *more, "--resume"]

@@ -135,7 +135,7 @@ TEST_P(Completion, OfOptionsIsTheOptionsOfTheCommand) {
     EXPECT_EQ(completions({"pyrelux", command, "-"}), optionsIn(helpOf({command})));
   }
   EXPECT_EQ(completions({"pyrelux", "-"}), optionsIn(helpOf({})));
-  EXPECT_EQ(completions({"pyrelux", "render", "--ba"}), Set{"--backend"});
+  EXPECT_EQ(completions({"pyrelux", "render", "--bac"}), Set{"--backend"});
 }
 
 TEST_P(Completion, OfAFixedChoiceIsWhatIsNotRefused) {

@@ -23,6 +23,20 @@ TEST_F(Info, NamesVersionBackendRendererAndBundle) {
   EXPECT_THAT(result.out, Not(HasSubstr("none")));
 }
 
+TEST_F(Info, IsJsonForPrograms) {
+  const Result result = pyrelux({"info", "--json", "--backend", "soft"});
+  expectSuccess(result);
+  const auto facts = nlohmann::json::parse(result.out);
+  EXPECT_EQ("version:   " + facts.at("version").get<std::string>(), pyrelux({"info"}).out.substr(0, 16));
+  EXPECT_EQ(facts.at("backend").at("name"), "soft");
+  EXPECT_EQ(facts.at("filter").at("name"), "Pyrelux");
+  EXPECT_EQ(facts.at("filter").at("bundle"), PYRELUX_TEST_BUNDLES "/Pyrelux.bundle");
+  const Result without = pyrelux({"info", "--json"}, {{"PYRELUX_PLUGIN_PATH", path("").string()}});
+  EXPECT_EQ(without.exitCode, 1);
+  EXPECT_THAT(nlohmann::json::parse(without.out).at("filter").at("error").get<std::string>(),
+              HasSubstr("no filter bundle"));
+}
+
 TEST_F(Info, TellsOfABackendByName) {
   const Result result = pyrelux({"info", "--backend", "egl"});
   expectSuccess(result);

@@ -118,6 +118,15 @@ TEST_F(Limit, APictureThatCannotBeReadIsToldAndDrawnAgain) {
   EXPECT_EQ(pyrelux({"verify", "fire.png.manifest.jsonl"}).out,
             "fire.1.png can't be read\nfire.2.png is not what was rendered\n"
             "1 of 3 pictures are as they were rendered\n");
+  const Result told = pyrelux({"verify", "fire.png.manifest.jsonl", "--json"});
+  EXPECT_EQ(told.exitCode, 1);
+  const auto facts = nlohmann::json::parse(told.out);
+  EXPECT_EQ(facts.at("right"), 1);
+  EXPECT_EQ(facts.at("total"), 3);
+  std::string states;
+  for (const auto &picture : facts.at("pictures")) states += picture.at("state").get<std::string>() + " ";
+  EXPECT_EQ(states, "unreadable different right ");
+  EXPECT_EQ(facts.at("pictures").at(0).at("file"), "fire.1.png");
   fs::remove(path("fire.2.png"));
   const Result resumed = pyrelux(words + Words{"--resume", "--verbose"});
   EXPECT_EQ(resumed.exitCode, 0);

@@ -59,6 +59,15 @@ TEST_F(Presets, AreWhatTheirSettingsSay) {
   EXPECT_TRUE(load(path("one.png")) == load(path("two.png")));
 }
 
+TEST_F(Presets, AreListedAsProjectsThatDrawTheSame) {
+  const nlohmann::json all = listed();
+  const auto &preset = all.at(0);
+  save(path("look.json"), preset.at("project").dump());
+  render("title.png", "one.png", Words{"--preset", preset.at("name")} + quick());
+  render("title.png", "two.png", Words{"--project", "look.json"} + quick());
+  EXPECT_TRUE(load(path("one.png")) == load(path("two.png")));
+}
+
 TEST_F(Presets, AreChangedBySettingsWhereverThoseStand) {
   const Words black{"--set", "color-inner=0,0,0", "--set", "color-center=0,0,0", "--set", "color-outer=0,0,0"};
   render("title.png", "preset.png", {"--preset", "toxic"});

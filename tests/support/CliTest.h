@@ -28,6 +28,9 @@ constexpr int testHeight = 36;
 /// Settings that make a frame cheap to draw.
 Words quick();
 
+/// Standard error without what is remarked of the small or opaque pictures that tests burn.
+std::string withoutRemarksOnTests(const std::string &err);
+
 /// Sets "exit code 0 and no word about it" as the expectation.
 void expectSuccess(const Result &result);
 
