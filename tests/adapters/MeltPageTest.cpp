@@ -132,9 +132,14 @@ TEST_F(MeltPage, KdenliveIsToldOfEveryParameter) {
   std::size_t expected = 1;
   for (const nlohmann::json &parameter : nlohmann::json::parse(pyrelux({"parameters", "--json"}).out)) {
     const std::string kind = parameter.at("kind");
-    if (kind == "custom") continue;
+    const std::string key = parameter.at("key");
+    // Ours, which acts on what the filter has drawn, is the command's alone.
+    if (kind == "custom" || key.find("::") == std::string::npos) continue;
     ++expected;
-    const std::string name = parameter.at("name");
+    // By their keys, so that projects of earlier versions go on working.
+    const std::map<std::string, std::string> older{{"tongues", "pyrelux"}, {"tongue-length", "length-of-pyrelux"}};
+    const std::string shown = parameter.at("name");
+    const std::string name = older.count(shown) ? older.at(shown) : shown;
     ASSERT_EQ(controls.count(name), 1u) << name;
     const nlohmann::json &control = controls[name];
     EXPECT_EQ(control.at("label"), parameter.at("label"));
