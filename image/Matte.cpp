@@ -29,7 +29,7 @@ Image lumaMatte(const Image &picture) {
   });
 }
 
-Image keyMatte(const Image &picture, const Colour &key, double softness) {
+Image keyMatte(const Image &picture, const std::array<double, 3> &key, double softness) {
   const float keyed[] = {static_cast<float>(key[0]), static_cast<float>(key[1]), static_cast<float>(key[2])};
   return withMatte(picture, [&keyed, soft = static_cast<float>(softness)](float *pixel) {
     float distance = 0.0f;

@@ -46,8 +46,8 @@ TEST(ParameterValue, BothEndsOfTheRangeBelongToIt) {
 }
 
 TEST(ParameterValue, BeyondTheRangeIsRefusedWithTheRange) {
-  EXPECT_EQ(validationError(kTongues, {0.0}), "'pyrelux' can't be 0: its range is 1..50");
-  EXPECT_EQ(validationError(kTongues, {51.0}), "'pyrelux' can't be 51: its range is 1..50");
+  EXPECT_EQ(validationError(kTongues, {0.0}), "'tongues' can't be 0: its range is 1..50");
+  EXPECT_EQ(validationError(kTongues, {51.0}), "'tongues' can't be 51: its range is 1..50");
   EXPECT_EQ(validationError(kGlow, {100.5}), "'glow' can't be 100.5: its range is -100..100");
   EXPECT_EQ(validationError(kGlow, {-100.5}), "'glow' can't be -100.5: its range is -100..100");
   EXPECT_THAT(validationError(kDirection, {180000.0}), testing::HasSubstr("degrees"));
@@ -70,7 +70,7 @@ TEST(ParameterValue, IsAFiniteNumberInEveryComponent) {
 }
 
 TEST(ParameterValue, OfAnIntegerIsWhole) {
-  EXPECT_EQ(validationError(kTongues, {12.5}), "'pyrelux' can't be 12.5: it has to be a whole number");
+  EXPECT_EQ(validationError(kTongues, {12.5}), "'tongues' can't be 12.5: it has to be a whole number");
 }
 
 TEST(ParameterValue, OfAPopupIsOneOfItsEntries) {
