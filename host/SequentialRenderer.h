@@ -5,17 +5,10 @@
 #include <utility>
 
 #include "Filter.h"
+#include "FilterTime.h"
 #include "FrameRenderer.h"
 
 namespace pyrelux::host {
-
-/// The times at which a filter is asked for frames.
-struct FilterTime {
-  double origin = 0.0;  ///< the time of frame 0
-  double scale = 1.0;   ///< from a frame to the next, above 0
-
-  double at(std::int64_t frame) const { return origin + scale * static_cast<double>(frame); }
-};
 
 /// Renders frames that are the same to the bit however they are reached. A filter may carry something from frame to
 /// frame (this one integrates its speeds), so that a frame depends on those before it. The run that counts goes through

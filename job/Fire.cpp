@@ -19,9 +19,6 @@ using host::Keyframe;
 using host::ParameterDeclaration;
 using host::ParameterSet;
 
-/// From the fire of one seed to that of the next, in frames: far enough that the noise has nothing in common.
-constexpr double seedStride = 1013.0;
-
 /// A factor of a parameter's value at a frame.
 struct Factor {
   double frame;
@@ -131,21 +128,14 @@ bool Fire::isComposed(std::int64_t frame) const {
 }
 
 ParameterSet Fire::filterParameters() const {
-  ParameterSet result = parameters;
-  if (time.origin != 0.0 || time.scale != 1.0)
-    for (const ParameterDeclaration &parameter : parameters.declarations()) {
-      std::vector<Keyframe> keyframes = parameters.keyframes(parameter);
-      if (keyframes.size() < 2) continue;
-      for (Keyframe &keyframe : keyframes) keyframe.frame = time.origin + time.scale * keyframe.frame;
-      result.setKeyframes(parameter, keyframes);
-    }
+  ParameterSet result = host::inFilterTime(parameters, time);
   const ParameterDeclaration *opacity = project::sourceOpacityOf(parameters);
   const bool isEverComposed = burn == project::Burn::Shape || parameters.isSet(project::fireOpacityId);
   if (!opacity || !isEverComposed) return result;
   // A curve, so that the set and with it the filter's run stay the same when the fire comes and goes.
   const auto fire = std::make_shared<const Fire>(*this);
   result.setCurve(*opacity, [fire, id = opacity->id](double filterTime) {
-    const std::int64_t frame = std::llround((filterTime - fire->time.origin) / fire->time.scale);
+    const std::int64_t frame = fire->time.frameAt(filterTime);
     return fire->isComposed(frame) ? host::ParameterValue{} : fire->parameters.value(id, static_cast<double>(frame));
   });
   return result;
@@ -164,11 +154,8 @@ Fire planFire(const project::Scene &scene, ParameterSet parameters, const FrameL
   // A title of a quarter of the frame's height burns as it does without.
   constexpr double usualShare = 0.25;
   if (scene.flameScale == project::FlameScale::Title) scaleLength(parameters, titleShare / usualShare, listener);
-  Fire fire{std::move(parameters), {}, scene.burn.value_or(project::Burn::Art), std::nullopt};
-  if (scene.timeBase) fire.time.scale = scene.timeBase->perSecond() / clock.rate.perSecond();
-  // The first frame is the same moment at every rate.
-  fire.time.origin = static_cast<double>(clock.firstFrame) * (1.0 - fire.time.scale) +
-                     static_cast<double>(scene.seed.value_or(0)) * seedStride;
+  Fire fire{std::move(parameters), project::filterTimeOf(scene, clock), scene.burn.value_or(project::Burn::Art),
+            std::nullopt};
   if (scene.loops.value_or(false))
     fire.loop = loopOf(scene, frames);
   else if (scene.loopBlend)

@@ -9,14 +9,8 @@ namespace pyrelux::project {
 
 namespace {
 
-void applyProject(host::ParameterSet &parameters, const Project *project, const Clock &clock) {
-  if (!project) return;
-  for (auto [id, keyframes] : project->parameters) {
-    if (project->timed.count(id))
-      for (host::Keyframe &keyframe : keyframes) keyframe.frame = clock.frameAt(keyframe.frame);
-    parameters.setKeyframes(*parameters.find(id), keyframes);
-  }
-}
+/// From the fire of one seed to that of the next, in frames: far enough that the noise has nothing in common.
+constexpr double seedStride = 1013.0;
 
 }  // namespace
 
@@ -35,10 +29,29 @@ void applySetting(host::ParameterSet &parameters, const Setting &setting) {
   }
 }
 
+host::FilterTime filterTimeOf(const Scene &scene, const Clock &clock) {
+  host::FilterTime time;
+  if (scene.timeBase) time.scale = scene.timeBase->perSecond() / clock.rate.perSecond();
+  // The first frame is the same moment at every rate.
+  time.origin = static_cast<double>(clock.firstFrame) * (1.0 - time.scale) +
+                static_cast<double>(scene.seed.value_or(0)) * seedStride;
+  return time;
+}
+
+void applyProject(host::ParameterSet &parameters, const Project &project, const Clock &clock) {
+  for (auto [id, keyframes] : project.parameters) {
+    const host::ParameterDeclaration *parameter = parameters.find(id);
+    if (!parameter) continue;
+    if (project.timed.count(id))
+      for (host::Keyframe &keyframe : keyframes) keyframe.frame = clock.frameAt(keyframe.frame);
+    parameters.setKeyframes(*parameter, keyframes);
+  }
+}
+
 int applyLayers(host::ParameterSet &parameters, const Layers &layers, const Clock &clock) {
   if (host::findColorDepth(parameters)) host::setDeep(parameters, true);
-  applyProject(parameters, layers.preset, clock);
-  applyProject(parameters, layers.project, clock);
+  if (layers.preset) applyProject(parameters, *layers.preset, clock);
+  if (layers.project) applyProject(parameters, *layers.project, clock);
   host::ParameterSet typed(parameters.declarations());
   for (const Setting &setting : layers.settings) {
     applySetting(parameters, setting);

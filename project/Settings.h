@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "FilterTime.h"
 #include "Parameters.h"
 #include "Project.h"
 
@@ -36,6 +37,12 @@ struct Clock {
 
   double frameAt(double seconds) const { return static_cast<double>(firstFrame) + seconds * rate.perSecond(); }
 };
+
+/// When the filter draws the frames: at the scene's time base, and in the stretch of time that is its seed's.
+host::FilterTime filterTimeOf(const Scene &scene, const Clock &clock);
+
+/// Sets what the project sets of these parameters; keyframes that are set by time come to the frames of `clock`.
+void applyProject(host::ParameterSet &parameters, const Project &project, const Clock &clock);
 
 /// Applies the layers; keyframes that are set by time come to the frames of `clock`. Returns the bits per channel to
 /// draw with, 8 or 16: those of the filter's Color Depth, which is 16 Bit unless a layer says otherwise. Throws
