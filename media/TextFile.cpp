@@ -4,9 +4,8 @@
 #include <cstdio>
 #include <memory>
 
-#include "InputFile.h"
 #include "MediaErrors.h"
-#include "OutputFile.h"
+#include "RegularFile.h"
 
 namespace pyrelux::media {
 
@@ -25,12 +24,6 @@ std::string readText(const std::string &path, std::size_t mostBytes) {
   }
   if (std::ferror(file.get())) failReading(path, systemCause(errno));
   return text;
-}
-
-void writeText(const std::string &path, const std::string &text) {
-  OutputFile file(path);
-  avio_write(file.io(), reinterpret_cast<const unsigned char *>(text.data()), static_cast<int>(text.size()));
-  file.commit();
 }
 
 }  // namespace pyrelux::media

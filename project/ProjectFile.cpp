@@ -20,9 +20,4 @@ Project loadProject(const std::string &path, const std::vector<host::ParameterDe
   }
 }
 
-void saveProject(const std::string &path, const Project &project,
-                 const std::vector<host::ParameterDeclaration> &declarations) {
-  media::writeText(path, formatProject(project, declarations));
-}
-
 }  // namespace pyrelux::project

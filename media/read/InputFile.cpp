@@ -7,6 +7,7 @@
 
 #include "LibraryCause.h"
 #include "MediaErrors.h"
+#include "RegularFile.h"
 #include "StillStructure.h"
 
 extern "C" {
@@ -25,16 +26,6 @@ bool endsWith(std::string_view text, std::string_view end) {
 }
 
 }  // namespace
-
-void requireRegularFile(const std::string &path) {
-  std::error_code error;
-  const std::filesystem::file_status status = std::filesystem::status(path, error);
-  if (status.type() == std::filesystem::file_type::not_found) failReading(path, causeNoSuchFile);
-  if (error) failReading(path, systemCause(error.value()));
-  if (std::filesystem::is_directory(status)) failReading(path, causeFolder);
-  // Opening a pipe could wait for ever, and a device never ends.
-  if (!std::filesystem::is_regular_file(status)) failReading(path, causeNotRegular);
-}
 
 InputFile::InputFile(const std::string &path) : path_(path) {
   requireRegularFile(path);

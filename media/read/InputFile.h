@@ -12,9 +12,6 @@ struct Content {
   AVCodecID stillCodec = AV_CODEC_ID_NONE;  ///< of a single picture; none for a movie
 };
 
-/// Throws InputError: no such file, a folder, or anything but a file: opening a pipe could wait for ever.
-void requireRegularFile(const std::string &path);
-
 /// A regular file open for reading. The libraries get its bytes only, never its name: they would read meaning into a
 /// name ("%", "http:", an extension), and would let one file send them to others.
 class InputFile {
