@@ -55,6 +55,12 @@ std::vector<PresetFile> filesIn(const fs::path &folder, bool isOwn) {
   return files;
 }
 
+std::vector<std::string> namesOf(const std::vector<PresetFile> &files) {
+  std::vector<std::string> names;
+  for (const PresetFile &file : files) names.push_back(file.name);
+  return names;
+}
+
 }  // namespace
 
 std::vector<PresetFile> presetFiles() {
@@ -68,11 +74,9 @@ std::vector<PresetFile> presetFiles() {
   return files;
 }
 
-std::vector<std::string> presetNames() {
-  std::vector<std::string> names;
-  for (const PresetFile &file : presetFiles()) names.push_back(file.name);
-  return names;
-}
+std::vector<std::string> presetNames() { return namesOf(presetFiles()); }
+
+std::vector<std::string> shippedPresetNames() { return namesOf(filesIn(shippedFolder(), false)); }
 
 bool isPresetPath(const std::string &nameOrPath) { return fs::path(nameOrPath).extension() == extension; }
 

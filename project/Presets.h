@@ -25,6 +25,9 @@ std::vector<PresetFile> presetFiles();
 /// Their names, in the same order.
 std::vector<std::string> presetNames();
 
+/// The names of those that are shipped, whether the user has replaced them or not.
+std::vector<std::string> shippedPresetNames();
+
 /// Whether a preset is named by its file's path: "looks/warm.json".
 bool isPresetPath(const std::string &nameOrPath);
 

@@ -79,6 +79,13 @@ TEST_F(PresetFiles, OfTheUserReplaceShippedOnes) {
   EXPECT_EQ(loadPreset("campfire", sampleDeclarations()).description, "Mine");
 }
 
+TEST_F(PresetFiles, ThatAreShippedAreKnownByNameWhateverTheUserHas) {
+  const std::vector<std::string> shipped = presetNames();
+  save("campfire.json", R"({"version": 1})");
+  save("a-mine.json", R"({"version": 1})");
+  EXPECT_EQ(shippedPresetNames(), shipped);
+}
+
 TEST_F(PresetFiles, AreAlsoNamedByTheirPaths) {
   const fs::path path = home_ / "elsewhere.json";
   std::ofstream(path) << R"({"version": 1, "description": "Elsewhere"})";
