@@ -17,9 +17,10 @@ constexpr std::size_t maxRuns = 8;
 
 /// A filter object that advances through the frames.
 struct KeyframedEffect::Run {
-  Run(const host::FilterInfo &info, host::FrameRenderer &renderer, const host::ParameterSet &parameters)
-      : filter(info), frames(filter, renderer, 0) {
-    filter.parameters() = parameters;
+  Run(const host::FilterInfo &info, host::FrameRenderer &renderer, const host::ParameterSet &parameters,
+      const host::FilterTime &time)
+      : filter(info), frames(filter, renderer, 0, time) {
+    filter.parameters() = host::inFilterTime(parameters, time);
   }
 
   host::Filter filter;
@@ -35,10 +36,14 @@ KeyframedEffect::KeyframedEffect(const host::FilterInfo &filter)
 
 KeyframedEffect::~KeyframedEffect() = default;
 
-void KeyframedEffect::setParameters(const host::ParameterSet &parameters) {
+void KeyframedEffect::setParameters(const host::ParameterSet &parameters, const host::FilterTime &time) {
+  // A run keeps its time.
+  if (time != time_) runs_.clear();
   parameters_ = parameters;
+  time_ = time;
+  const host::ParameterSet ofFilter = host::inFilterTime(parameters, time);
   for (const std::unique_ptr<Run> &run : runs_) {
-    run->filter.edit(parameters);
+    run->filter.edit(ofFilter);
     run->next = 0;
   }
 }
@@ -61,7 +66,7 @@ KeyframedEffect::Run &KeyframedEffect::runFor(std::int64_t frame) {
     if ((*run)->next <= frame && (nearest == runs_.end() || (*run)->next > (*nearest)->next)) nearest = run;
   if (nearest == runs_.end()) {
     if (runs_.size() < maxRuns) {
-      runs_.push_back(std::make_unique<Run>(filter_, renderer_, parameters_));
+      runs_.push_back(std::make_unique<Run>(filter_, renderer_, parameters_, time_));
       return *runs_.back();
     }
     nearest = runs_.begin();

@@ -21,8 +21,9 @@ class KeyframedEffect {
   /// The filter's parameters at their defaults.
   const host::ParameterSet &defaults() const { return defaults_; }
 
-  /// Sets all parameters. Keyframes are at the frame numbers of render(). Every run starts again.
-  void setParameters(const host::ParameterSet &parameters);
+  /// Sets all parameters, and when the filter draws the frames. Keyframes are at the frame numbers of render(). Every
+  /// run starts again.
+  void setParameters(const host::ParameterSet &parameters, const host::FilterTime &time = {});
 
   /// Draws frame number `frame`, 0 or more. Otherwise as StaticEffect::render().
   void render(const std::uint8_t *input, std::uint8_t *output, int width, int height, std::int64_t frame,
@@ -36,7 +37,8 @@ class KeyframedEffect {
   host::FilterInfo filter_;
   host::FrameRenderer renderer_;
   host::ParameterSet defaults_;
-  host::ParameterSet parameters_;
+  host::ParameterSet parameters_;  ///< by frame numbers
+  host::FilterTime time_;
   std::vector<std::unique_ptr<Run>> runs_;  ///< ordered by last use
   Canvas canvas_;
 };

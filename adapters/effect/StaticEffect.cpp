@@ -13,8 +13,14 @@ host::ParameterSet parametersOf(const host::FilterInfo &filter) {
   return host::deepByDefault(host::Filter(filter).parameters());
 }
 
-void StaticEffect::render(const std::uint8_t *input, std::uint8_t *output, int width, int height, double timeFrames,
+void StaticEffect::setParameters(const host::ParameterSet &parameters, const host::FilterTime &time) {
+  filter_.edit(host::inFilterTime(parameters, time));
+  time_ = time;
+}
+
+void StaticEffect::render(const std::uint8_t *input, std::uint8_t *output, int width, int height, std::int64_t frame,
                           double pixelAspect, Composition composition) {
+  const double timeFrames = time_.at(frame);
   host::FrameSettings settings;
   settings.pixelAspect = pixelAspect;
   settings.floatOutput = host::isDeep(filter_.parameters(), timeFrames);

@@ -32,7 +32,9 @@ Frei0rInstance::Frei0rInstance(int width, int height)
       height_(height),
       isCalledByFFmpeg_(isCalledByFFmpeg()),
       rowPixels_(isCalledByFFmpeg_ && !isAskingForRows() ? rowPixelsOfFFmpeg(width) : width),
-      plugIn_(plugIn()) {
+      plugIn_(plugIn()),
+      values_(plugIn_->declarations),
+      look_(values_) {
   if (rowPixels_ < width_)
     throw std::runtime_error("this program does not show how its rows of " + std::to_string(width_) +
                              " pixels lie in memory; scale or pad the picture to a multiple of 16 pixels of width");
@@ -48,10 +50,11 @@ void Frei0rInstance::set(const void *value, int index) {
   const std::lock_guard<std::mutex> lock(mutex_);
   const Frei0rParameter *parameter = parameterAt(index);
   if (!parameter || !value) return;
+  isNew_ = true;
   switch (parameter->kind) {
     case Frei0rParameter::Kind::Number:
     case Frei0rParameter::Kind::Colour:
-      if (effect_) setOfFilter(*parameter, value);
+      setOfFilter(*parameter, value);
       break;
     default:
       if (const char *text = *static_cast<char *const *>(value)) setOfPlugIn(*parameter, text);
@@ -62,9 +65,7 @@ void Frei0rInstance::get(void *value, int index) {
   const std::lock_guard<std::mutex> lock(mutex_);
   const Frei0rParameter *parameter = parameterAt(index);
   if (!parameter || !value) return;
-  const auto current = [&] {
-    return effect_ ? effect_->parameters().value(parameter->id, 0.0) : declarationOf(*parameter).defaultValue;
-  };
+  const auto current = [&] { return values_.value(parameter->id, 0.0); };
   switch (parameter->kind) {
     case Frei0rParameter::Kind::Number:
       *static_cast<f0r_param_double *>(value) = toUnit(declarationOf(*parameter), current()[parameter->component]);
@@ -90,6 +91,7 @@ bool Frei0rInstance::draw(double time, const std::uint8_t *input, std::uint8_t *
   try {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (!effect_) return false;
+    applySettings();
     if (rowPixels_ == width_)
       effect_->render(input, output, width_, height_, frameAt(time), 1.0, settings_.composition);
     else
@@ -129,7 +131,7 @@ const host::ParameterDeclaration &Frei0rInstance::declarationOf(const Frei0rPara
 
 void Frei0rInstance::setOfFilter(const Frei0rParameter &parameter, const void *value) {
   const host::ParameterDeclaration &declaration = declarationOf(parameter);
-  host::ParameterValue whole = effect_->parameters().value(parameter.id, 0.0);
+  host::ParameterValue whole = values_.value(parameter.id, 0.0);
   if (parameter.kind == Frei0rParameter::Kind::Colour) {
     const auto &colour = *static_cast<const f0r_param_color_t *>(value);
     const auto channel = [](float sample) { return sample > 0.0f ? std::min<double>(sample, 1.0) : 0.0; };
@@ -137,7 +139,19 @@ void Frei0rInstance::setOfFilter(const Frei0rParameter &parameter, const void *v
   } else {
     whole[parameter.component] = fromUnit(declaration, *static_cast<const f0r_param_double *>(value));
   }
-  effect_->edit(declaration, whole);
+  values_.set(declaration, whole);
+}
+
+void Frei0rInstance::applySettings() {
+  if (!isNew_) return;
+  look_.choose(preset_, seed_, settings_.frameRate);
+  host::ParameterSet parameters = look_.parameters();
+  for (const host::ParameterDeclaration &declaration : values_.declarations()) {
+    const host::ParameterValue value = values_.value(declaration.id, 0.0);
+    if (values_.isSet(declaration.id) && !look_.holdsInsteadOf(declaration, value)) parameters.set(declaration, value);
+  }
+  effect_->setParameters(parameters, look_.time());
+  isNew_ = false;
 }
 
 void Frei0rInstance::setOfPlugIn(const Frei0rParameter &parameter, const std::string &text) {
@@ -148,9 +162,10 @@ void Frei0rInstance::setOfPlugIn(const Frei0rParameter &parameter, const std::st
 }
 
 bool Frei0rInstance::readSetting(Frei0rParameter::Kind kind, const std::string &text) {
+  if (kind == Frei0rParameter::Kind::Preset || kind == Frei0rParameter::Kind::Seed) return true;
   if (kind == Frei0rParameter::Kind::FrameRate) {
     const auto rate = readFrameRate(text);
-    if (rate) settings_.framesPerSecond = rate->perSecond();
+    settings_.frameRate = rate.value_or(settings_.frameRate);
     return rate.has_value();
   }
   if (kind == Frei0rParameter::Kind::TimeUnit) {
@@ -164,21 +179,32 @@ bool Frei0rInstance::readSetting(Frei0rParameter::Kind kind, const std::string &
 }
 
 std::string &Frei0rInstance::textOf(Frei0rParameter::Kind kind) {
-  return kind == Frei0rParameter::Kind::FrameRate  ? frameRate_
-         : kind == Frei0rParameter::Kind::TimeUnit ? timeUnit_
-                                                   : output_;
+  switch (kind) {
+    case Frei0rParameter::Kind::FrameRate:
+      return frameRate_;
+    case Frei0rParameter::Kind::TimeUnit:
+      return timeUnit_;
+    case Frei0rParameter::Kind::Preset:
+      return preset_;
+    case Frei0rParameter::Kind::Seed:
+      return seed_;
+    default:
+      return output_;
+  }
 }
 
-double Frei0rInstance::frameAt(double time) {
+std::int64_t Frei0rInstance::frameAt(double time) {
   const bool isMilliseconds =
       settings_.timeUnit == TimeUnit::Auto ? isCalledByFFmpeg_ : settings_.timeUnit == TimeUnit::Milliseconds;
   const double seconds = isMilliseconds ? time / 1000.0 : time;
   // FFmpeg turns "no time" into a time centuries before the start, whatever its time base.
   constexpr double earliest = -1e9;
   // Hosts round times; a frame's number is whole.
-  const double frame = seconds >= earliest ? std::round(seconds * settings_.framesPerSecond) : nextFrame_;
-  nextFrame_ = std::clamp(frame, -host::maxFrame, host::maxFrame) + 1.0;
-  return nextFrame_ - 1.0;
+  const double number =
+      seconds >= earliest ? std::round(seconds * settings_.frameRate.perSecond()) : static_cast<double>(nextFrame_);
+  const auto frame = static_cast<std::int64_t>(std::clamp(number, -host::maxFrame, host::maxFrame));
+  nextFrame_ = frame + 1;
+  return frame;
 }
 
 }  // namespace pyrelux::adapters

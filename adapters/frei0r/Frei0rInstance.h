@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Frei0rPlugIn.h"
+#include "Look.h"
 #include "StaticEffect.h"
 
 namespace pyrelux::adapters {
@@ -37,14 +38,16 @@ class Frei0rInstance {
   const Frei0rParameter *parameterAt(int index) const;
   const host::ParameterDeclaration &declarationOf(const Frei0rParameter &parameter) const;
   void setOfFilter(const Frei0rParameter &parameter, const void *value);
-  /// Complains of a text that the parameter can't be.
+  /// Tells the effect what was set since the last frame.
+  void applySettings();
+  /// Complains of a text that the parameter can't be, except of a preset or seed, which are read with the next frame.
   void setOfPlugIn(const Frei0rParameter &parameter, const std::string &text);
   /// False when the parameter can't be this text.
   bool readSetting(Frei0rParameter::Kind kind, const std::string &text);
   std::string &textOf(Frei0rParameter::Kind kind);
   /// The number of the frame at a time. Without a time it is the one after the previous frame: FFmpeg loses the time of
   /// frames that it copies to pad their rows.
-  double frameAt(double time);
+  std::int64_t frameAt(double time);
 
   std::mutex mutex_;  ///< some hosts call an instance from several threads
   int width_;
@@ -55,10 +58,15 @@ class Frei0rInstance {
   std::shared_ptr<const Frei0rPlugIn> plugIn_;
   std::unique_ptr<StaticEffect> effect_;  ///< null when nothing can be drawn
   Frei0rSettings settings_;
-  double nextFrame_ = 0.0;  ///< the one after the last frame drawn
+  host::ParameterSet values_;  ///< as the host has set them
+  Look look_;
+  bool isNew_ = true;           ///< something was set that the effect has not been told of
+  std::int64_t nextFrame_ = 0;  ///< the one after the last frame drawn
   std::string frameRate_ = "25";
   std::string timeUnit_ = "auto";
   std::string output_ = "over";
+  std::string preset_ = Look::noPreset;
+  std::string seed_ = "0";
   std::atomic<bool> hasComplained_{false};
 };
 

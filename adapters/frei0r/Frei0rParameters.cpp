@@ -49,7 +49,9 @@ std::vector<Frei0rParameter> frei0rParameters(const std::vector<ParameterDeclara
   std::vector<Frei0rParameter> parameters = {
       {Kind::FrameRate, "Frame rate", "Frames per second: 25, 23.976 or 30000/1001", 0, 0},
       {Kind::Output, "Output", "over (the fire over the source) or fire (the fire alone)", 0, 0},
-      {Kind::TimeUnit, "Time unit", "How the program counts time: auto, seconds or milliseconds", 0, 0}};
+      {Kind::TimeUnit, "Time unit", "How the program counts time: auto, seconds or milliseconds", 0, 0},
+      {Kind::Preset, "Preset", "A preset's name, the path of a .json file, or none", 0, 0},
+      {Kind::Seed, "Seed", "0..1000000: another fire of the same look", 0, 0}};
   for (const ParameterDeclaration &declaration : declarations) {
     const std::string explanation = explanationOf(declaration);
     switch (declaration.kind) {

@@ -9,6 +9,7 @@ extern "C" {
 #include <vector>
 
 #include "Canvas.h"
+#include "FrameRate.h"
 #include "Parameters.h"
 
 namespace pyrelux::adapters {
@@ -18,7 +19,7 @@ enum class TimeUnit { Auto, Seconds, Milliseconds };
 
 /// An instance's settings, besides the filter's parameters.
 struct Frei0rSettings {
-  double framesPerSecond = 25.0;
+  FrameRate frameRate{25, 1};
   TimeUnit timeUnit = TimeUnit::Auto;
   Composition composition = Composition::OverSource;
 };
@@ -26,7 +27,7 @@ struct Frei0rSettings {
 /// A parameter of the plug-in. frei0r has numbers in 0 .. 1, here over the declared range or a popup's entries;
 /// colours; and texts.
 struct Frei0rParameter {
-  enum class Kind { Number, Colour, FrameRate, TimeUnit, Output };
+  enum class Kind { Number, Colour, FrameRate, TimeUnit, Output, Preset, Seed };
   Kind kind = Kind::Number;
   std::string name;
   std::string explanation;

@@ -12,9 +12,12 @@
 #include <vector>
 
 #include "Bundles.h"
+#include "Look.h"
 #include "MltParameters.h"
 #include "Numbers.h"
 #include "ParameterText.h"
+#include "Presets.h"
+#include "Scene.h"
 #include "StaticEffect.h"
 
 namespace pyrelux::adapters {
@@ -31,13 +34,25 @@ constexpr char pointTakes[] =
 
 constexpr char colourTakes[] = "a colour, #rrggbb or 0xrrggbbaa";
 constexpr char outputTakes[] = "over: the fire over the source; fire: the fire alone";
+constexpr char presetTakes[] =
+    "a preset's name, the path of a .json file, or none; what is set to anything but its default wins over the preset";
+constexpr char seedTakes[] = "another fire of the same look, 0..1000000";
 
 /// Whether the parameter is the adapter's own; only such parameters have no id.
 bool isOwn(const ParameterDeclaration &declaration) { return declaration.id == 0; }
 
 /// The declarations for the MLT filter's properties: the filter's parameters with a value, and the adapter's own.
 std::vector<ParameterDeclaration> declarationsOfProperties(const host::ParameterSet &parameters) {
-  std::vector<ParameterDeclaration> result;
+  ParameterDeclaration preset;
+  preset.kind = ParameterKind::Popup;
+  preset.label = preset.key = "Preset";
+  preset.entries = project::shippedPresetNames();
+  preset.entries.insert(preset.entries.begin(), Look::noPreset);
+  ParameterDeclaration seed;
+  seed.kind = ParameterKind::Integer;
+  seed.label = seed.key = "Seed";
+  seed.maximum = static_cast<double>(project::maxSeed);
+  std::vector<ParameterDeclaration> result{preset, seed};
   for (const ParameterDeclaration &declaration : parameters.declarations())
     if (declaration.kind != ParameterKind::Custom) result.push_back(declaration);
   ParameterDeclaration output;
@@ -68,13 +83,19 @@ std::string unitOf(const ParameterDeclaration &declaration) {
 
 /// Describes the parameter's possible values.
 std::string explanation(const ParameterDeclaration &declaration) {
-  if (isOwn(declaration)) return outputTakes;
+  if (isOwn(declaration))
+    return declaration.label == "Preset" ? presetTakes : declaration.label == "Seed" ? seedTakes : outputTakes;
   if (declaration.kind == ParameterKind::Point) return pointTakes;
   if (declaration.kind == ParameterKind::Colour) return colourTakes;
   ParameterDeclaration inPercent = declaration;
   inPercent.minimum = Numbers(declaration).minimum;
   inPercent.maximum = Numbers(declaration).maximum;
   return host::formatTakes(inPercent) + (isShare(declaration) ? " percent" : "");
+}
+
+/// A number that every parser takes: "1000000", not "1e+06".
+std::string plainNumber(double number) {
+  return number == std::floor(number) ? std::to_string(std::llround(number)) : formatNumber(number);
 }
 
 /// A colour in MLT's notation, such as "#ff8000".
@@ -132,8 +153,8 @@ void writeYamlParameter(std::ostream &out, const ParameterDeclaration &declarati
     default: {
       const Numbers numbers(declaration);
       line("type", declaration.kind == ParameterKind::Integer ? "integer" : "float");
-      line("minimum", formatNumber(numbers.minimum));
-      line("maximum", formatNumber(numbers.maximum));
+      line("minimum", plainNumber(numbers.minimum));
+      line("maximum", plainNumber(numbers.maximum));
       line("default", formatNumber(numbers.standard));
       if (!unitOf(declaration).empty()) line("unit", quoted(unitOf(declaration)));
       line("widget", "slider");
@@ -212,10 +233,10 @@ void writeKdenliveParameter(std::ostream &out, const ParameterDeclaration &decla
     }
     default: {
       const Numbers numbers(declaration);
-      attribute("type", "animated");
+      attribute("type", isOwn(declaration) ? "constant" : "animated");
       attribute("default", formatNumber(numbers.standard));
-      attribute("min", formatNumber(isAngle ? std::max(numbers.minimum, -turn) : numbers.minimum));
-      attribute("max", formatNumber(isAngle ? std::min(numbers.maximum, turn) : numbers.maximum));
+      attribute("min", plainNumber(isAngle ? std::max(numbers.minimum, -turn) : numbers.minimum));
+      attribute("max", plainNumber(isAngle ? std::min(numbers.maximum, turn) : numbers.maximum));
       attribute("decimals", declaration.kind == ParameterKind::Integer ? "0" : "2");
       if (!unitOf(declaration).empty()) attribute("suffix", unitOf(declaration));
     }

@@ -58,9 +58,14 @@ class MltFilter {
     std::unique_ptr<MltParameters> parameters = std::move(parameters_);
     const bool isNew = !parameters;
     if (isNew) parameters = std::make_unique<MltParameters>(effect_->defaults());
-    const Clip clip{mlt_filter_get_length2(filter, frame), profile ? profile->width : 1, profile ? profile->height : 1};
+    Clip clip{mlt_filter_get_length2(filter, frame), 1, 1, {}};
+    if (profile) {
+      clip.width = profile->width;
+      clip.height = profile->height;
+      if (mlt_profile_fps(profile) > 0.0) clip.rate = {profile->frame_rate_num, profile->frame_rate_den};
+    }
     if (parameters->read(mlt_filter_properties(filter), clip) || isNew)
-      effect_->setParameters(parameters->parameters());
+      effect_->setParameters(parameters->parameters(), parameters->time());
     parameters_ = std::move(parameters);
   }
 

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <memory>
 #include <new>
+#include <optional>
 #include <vector>
 
 #include "Complaint.h"
@@ -38,16 +39,20 @@ class Property {
     mlt_properties_set(properties_.get(), name, text_.c_str());
   }
 
-  /// Sets the parameter to the value or keyframes of the text.
-  static void apply(const std::shared_ptr<const Property> &property, host::ParameterSet &parameters) {
+  /// Sets the parameter to the value or keyframes of the text, or to the look's where they hold.
+  static void apply(const std::shared_ptr<const Property> &property, const Look &look, host::ParameterSet &parameters) {
     const Property &its = *property;
     // Getting a number makes MLT parse keyframes; getting a text would make it forget them.
     mlt_properties_anim_get_double(its.properties_.get(), name, 0, its.clip_.length);
     const mlt_animation animation = mlt_properties_get_animation(its.properties_.get(), name);
     const int keys = animation ? mlt_animation_key_count(animation) : 0;
     const bool isPopup = its.declaration_.kind == ParameterKind::Popup;
-    if (keys == 0)
-      parameters.set(its.declaration_, isPopup ? its.entryNamed(its.text_) : its.valueAt(0));
+    // Some programs write a constant as a single keyframe.
+    const std::optional<ParameterValue> constant = its.constantOf(animation, keys);
+    if (constant && look.holdsInsteadOf(its.declaration_, *constant))
+      parameters.setKeyframes(its.declaration_, look.parameters().keyframes(its.declaration_));
+    else if (keys == 0)
+      parameters.set(its.declaration_, *constant);
     else if (isPopup)
       parameters.setKeyframes(its.declaration_, its.held(animation, keys));
     else
@@ -58,6 +63,13 @@ class Property {
 
  private:
   static constexpr char name[] = "value";
+
+  /// The value, unless there are several keyframes.
+  std::optional<ParameterValue> constantOf(mlt_animation animation, int keys) const {
+    if (keys > 1) return std::nullopt;
+    if (declaration_.kind != ParameterKind::Popup) return valueAt(0);
+    return keys == 0 ? entryNamed(text_) : held(animation, keys).at(0).value;
+  }
 
   /// A popup's keyframes. Each holds its entry until the next, whatever interpolation it asks for.
   std::vector<Keyframe> held(mlt_animation animation, int keys) const {
@@ -126,19 +138,26 @@ bool isShare(const ParameterDeclaration &declaration) {
 }
 
 bool MltParameters::read(mlt_properties properties, const Clip &clip) {
-  bool hasChanged = false;
-  for (const ParameterDeclaration &declaration : defaults_.declarations()) {
+  const auto textOf = [properties](const std::string &name) {
+    const char *text = mlt_properties_get(properties, name.c_str());
+    return std::string(text ? text : "");
+  };
+  bool hasChanged = look_.choose(textOf("preset"), textOf("seed"), clip.rate);
+  if (hasChanged) {
+    parameters_ = look_.parameters();
+    texts_.clear();
+  }
+  for (const ParameterDeclaration &declaration : look_.parameters().declarations()) {
     if (declaration.kind == ParameterKind::Custom) continue;
-    const char *text = mlt_properties_get(properties, declaration.keySlug().c_str());
-    const std::string now = text ? text : "";
+    const std::string now = textOf(declaration.keySlug());
     std::string &before = texts_[declaration.id];
     if (now == before && (clip == clip_ || now.empty())) continue;
     hasChanged = true;
     before = now;
     if (now.empty())
-      parameters_.setKeyframes(declaration, defaults_.keyframes(declaration));
+      parameters_.setKeyframes(declaration, look_.parameters().keyframes(declaration));
     else
-      Property::apply(std::make_shared<const Property>(properties, declaration, now, clip), parameters_);
+      Property::apply(std::make_shared<const Property>(properties, declaration, now, clip), look_, parameters_);
   }
   clip_ = clip;
   return hasChanged;

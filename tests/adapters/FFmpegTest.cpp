@@ -61,11 +61,22 @@ TEST_F(FFmpeg, BurnsFramesWhoseTimeItLost) {
 
 TEST_F(FFmpeg, TakesParametersInOrder) {
   const std::string frame = byFfmpeg(3);
-  EXPECT_EQ(byFfmpeg(3, "25|over|milliseconds|0.1020408163|0.3"), frame);
-  EXPECT_NE(byFfmpeg(3, "25|over|auto|0.5|0.3"), frame);
-  EXPECT_NE(byFfmpeg(3, "25|over|auto|0.1020408163|0.6"), frame);
+  EXPECT_EQ(byFfmpeg(3, "25|over|milliseconds|none|0|0.1020408163|0.3"), frame);
+  EXPECT_NE(byFfmpeg(3, "25|over|auto|none|0|0.5|0.3"), frame);
+  EXPECT_NE(byFfmpeg(3, "25|over|auto|none|0|0.1020408163|0.6"), frame);
   EXPECT_NE(byFfmpeg(3, "25|fire"), frame);
   EXPECT_EQ(byFfmpeg(3, "50"), byFfmpeg(6));
+}
+
+TEST_F(FFmpeg, TakesAPresetAndASeed) {
+  const std::string frame = byFfmpeg(3, "25|over|auto|torch|7");
+  expectRendered(frame, 3, {"--preset", "torch", "--seed", "7"});
+  EXPECT_NE(byFfmpeg(3, "25|over|auto|torch"), frame);
+  EXPECT_NE(byFfmpeg(3, "25|over|auto|none|7"), frame);
+  // Numbers that are the default leave the preset's, others do not.
+  EXPECT_EQ(byFfmpeg(3, "25|over|auto|torch|7|0.1020408163|0.3"), frame);
+  expectRendered(byFfmpeg(3, "25|over|auto|torch|7|0.1020408163|0.6"), 3,
+                 {"--preset", "torch", "--seed", "7", "--set", "tongue-length=60"});
 }
 
 TEST_F(FFmpeg, SeeksToTheSameFrame) {

@@ -33,7 +33,7 @@ TEST(Frei0rFailure, WithoutABundleThePictureStays) {
   testing::internal::CaptureStderr();
   {
     Library library;
-    EXPECT_EQ(library.info().num_params, 3);
+    EXPECT_EQ(library.info().num_params, 5);
     Instance instance(library);
     for (int frame = 0; frame < 3; ++frame) EXPECT_EQ(instance.update(frame), title());
   }

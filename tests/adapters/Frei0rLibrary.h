@@ -81,7 +81,7 @@ class Instance {
         instance_(library.construct(static_cast<unsigned>(pictureWidth), static_cast<unsigned>(pictureHeight))) {
     setText("Time unit", "seconds");
     // The fewest copies keep this fast. Without a bundle the parameter does not exist.
-    if (library.info().num_params > 3) setNumber("Steps", 0.0);
+    if (library.info().num_params > 5) setNumber("Steps", 0.0);
   }
   ~Instance() { library_.destruct(instance_); }
   Instance(const Instance &) = delete;

@@ -64,9 +64,11 @@ TEST(Frei0rParameters, APointIsTwoNumbersAndWhatCannotBeSetIsLeftOut) {
     types.push_back(parameter.type());
     EXPECT_NE(parameter.explanation, "");
   }
-  EXPECT_THAT(names, testing::ElementsAre("Frame rate", "Output", "Time unit", "Thing", "Thing X", "Thing Y", "Thing"));
-  EXPECT_THAT(types, testing::ElementsAre(F0R_PARAM_STRING, F0R_PARAM_STRING, F0R_PARAM_STRING, F0R_PARAM_DOUBLE,
-                                          F0R_PARAM_DOUBLE, F0R_PARAM_DOUBLE, F0R_PARAM_COLOR));
+  EXPECT_THAT(names, testing::ElementsAre("Frame rate", "Output", "Time unit", "Preset", "Seed", "Thing", "Thing X",
+                                          "Thing Y", "Thing"));
+  EXPECT_THAT(types, testing::ElementsAre(F0R_PARAM_STRING, F0R_PARAM_STRING, F0R_PARAM_STRING, F0R_PARAM_STRING,
+                                          F0R_PARAM_STRING, F0R_PARAM_DOUBLE, F0R_PARAM_DOUBLE, F0R_PARAM_DOUBLE,
+                                          F0R_PARAM_COLOR));
 }
 
 }  // namespace

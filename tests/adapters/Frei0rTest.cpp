@@ -28,7 +28,7 @@ TEST_F(Frei0r, TellsWhatItIs) {
 
 TEST_F(Frei0r, HasTheFiltersParametersAndItsOwn) {
   const host::Filter filter(host::findFilter(host::defaultSearchPath()));
-  int expected = 3;
+  int expected = 5;
   for (const auto &declaration : filter.parameters().declarations()) {
     if (declaration.kind == host::ParameterKind::Custom) continue;
     expected += declaration.kind == host::ParameterKind::Point ? 2 : 1;
@@ -51,6 +51,8 @@ TEST_F(Frei0r, DefaultsAreTheFilters) {
   EXPECT_EQ(colour.b, 0.0f);
   EXPECT_EQ(instance.text("Frame rate"), "25");
   EXPECT_EQ(instance.text("Output"), "over");
+  EXPECT_EQ(instance.text("Preset"), "none");
+  EXPECT_EQ(instance.text("Seed"), "0");
 }
 
 TEST_F(Frei0r, WhatIsSetIsRead) {

@@ -37,8 +37,12 @@ TEST_F(GStreamer, TakesParametersAsProperties) {
   EXPECT_EQ(byGstreamer(3, "frame-rate=50"), byGstreamer(6));
   EXPECT_EQ(byGstreamer(3, "tongue-length=0.6 color-outer-b=1 output=fire"),
             byFfmpeg(3,
-                     "25|fire|auto|0.1020408163|0.6|0.06|0.75|0.2|0.2|0.1414141414|0.6|0.5|0.1666666667|"
+                     "25|fire|auto|none|0|0.1020408163|0.6|0.06|0.75|0.2|0.2|0.1414141414|0.6|0.5|0.1666666667|"
                      "0.1034482759|0.5|1/1/0|1/0.5/0|1/0/1"));
+}
+
+TEST_F(GStreamer, TakesAPresetAndASeed) {
+  EXPECT_EQ(byGstreamer(3, "preset=torch seed=7"), byFfmpeg(3, "25|over|auto|torch|7"));
 }
 
 TEST_F(GStreamer, SeeksToTheSameFrame) {

@@ -63,7 +63,7 @@ class HostPages : public ProgramTest {
 TEST_F(HostPages, Ffmpeg) {
   saveWithFfmpeg({"-loop", "1", "-framerate", "25", "-i", path("title.png").string(), "-t", "4", "-c:v", "png"},
                  "title.mov");
-  EXPECT_EQ(run("ffmpeg.md").size(), 5u);
+  EXPECT_EQ(run("ffmpeg.md").size(), 6u);
   expectMovie("fire.mov", "prores", "yuva444p12le", 100);
   EXPECT_EQ(probe("fire.mov").at("color_space"), "bt709");
   EXPECT_NE(frameOf("fire.mov", 20), frameOf("fire.mov", 0));
@@ -71,6 +71,8 @@ TEST_F(HostPages, Ffmpeg) {
   EXPECT_EQ(frameOf("alone.mov", 20), byFfmpeg(20, "25|fire"));
   expectMovie("burning.mp4", "h264", "yuv420p", 125);
   EXPECT_NE(frameOf("burning.mp4", 20), frameOf("street.mp4", 20));
+  expectMovie("torch.mov", "png", "rgba", 100);
+  EXPECT_EQ(frameOf("torch.mov", 20), byFfmpeg(20, "25|over|auto|torch|7"));
   expectMovie("smooth.mov", "png", "rgba", 200);
   EXPECT_EQ(frameOf("smooth.mov", 20), byFfmpeg(20));
   // The frame after a seek is that of a run from the beginning.
@@ -79,9 +81,11 @@ TEST_F(HostPages, Ffmpeg) {
 }
 
 TEST_F(HostPages, Gstreamer) {
-  EXPECT_EQ(run("gstreamer.md").size(), 3u);
+  EXPECT_EQ(run("gstreamer.md").size(), 4u);
   expectMovie("fire.mov", "png", "rgba", 100);
   EXPECT_EQ(frameOf("fire.mov", 20), byGstreamer(20));
+  expectMovie("torch.mov", "png", "rgba", 100);
+  EXPECT_EQ(frameOf("torch.mov", 20), byGstreamer(20, "preset=torch seed=7"));
   expectMovie("burning.webm", "vp8", "yuv420p", 125);
   EXPECT_NE(frameOf("burning.webm", 20), frameOf("street.webm", 20));
   expectMovie("alone.mov", "png", "rgba", 100);
@@ -105,7 +109,8 @@ TEST_F(HostPages, Readme) {
 }
 
 TEST_F(HostPages, Frei0r) {
-  EXPECT_EQ(run("frei0r.md").size(), 1u);
+  EXPECT_EQ(run("frei0r.md").size(), 2u);
+  EXPECT_EQ(frameOf("torch.mov", 20), byFfmpeg(20, "25|over|auto|torch|7"));
   EXPECT_NE(frameOf("fire.mov", 20), frameOf("fire.mov", 0));
 }
 

@@ -25,15 +25,15 @@ class Install : public ProgramTest {
   }
 
   Result ffmpeg(const std::string &plugInFolder, const Environment &environment = {}) const {
-    return withPlugIn({PYRELUX_FFMPEG, "-v", "error", "-i", "title.png", "-vf", "format=rgba,frei0r=pyrelux", "-f",
-                       "rawvideo", "-pix_fmt", "rgba", "-"},
+    return withPlugIn({PYRELUX_FFMPEG, "-v", "error", "-i", "title.png", "-vf",
+                       "format=rgba,frei0r=pyrelux:25|over|auto|torch", "-f", "rawvideo", "-pix_fmt", "rgba", "-"},
                       plugInFolder, environment);
   }
 
   Result gstreamer(const std::string &plugInFolder) const {
     return withPlugIn({"/bin/sh", "-c",
                        PYRELUX_GSTREAMER " -q filesrc location=title.png ! pngdec ! videoconvert ! "
-                                         "video/x-raw,format=RGBA ! frei0r-filter-pyrelux ! fdsink"},
+                                         "video/x-raw,format=RGBA ! frei0r-filter-pyrelux preset=torch ! fdsink"},
                       plugInFolder, {{"GST_REGISTRY", path("registry").string()}});
   }
 
@@ -41,7 +41,8 @@ class Install : public ProgramTest {
 };
 
 TEST_F(Install, IsWhole) {
-  const std::string burnt = byFfmpeg(0);
+  const std::string burnt = byFfmpeg(0, "25|over|auto|torch");
+  EXPECT_NE(burnt, byFfmpeg(0));
   EXPECT_NE(burnt, decoded("title.png", "rgba"));
   EXPECT_EQ(pictureOf(ffmpeg(plugIns())), burnt);
   EXPECT_EQ(pictureOf(gstreamer(plugIns())), burnt);

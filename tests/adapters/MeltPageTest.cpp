@@ -58,7 +58,7 @@ TEST_F(MeltPage, CommandsWorkAsTheyStand) {
   saveWithFfmpeg({"-f", "lavfi", "-i", "testsrc2=size=320x180:rate=25:duration=3", "-pix_fmt", "yuv420p"},
                  "street.mp4");
   const Words commands = commandsOf(project / "docs/mlt.md") + commandsOf(project / "README.md");
-  EXPECT_EQ(commands.size(), 6u);
+  EXPECT_EQ(commands.size(), 7u);
   for (const std::string &command : commands) {
     const Result result = type(command);
     EXPECT_EQ(result.exitCode, 0) << command << '\n' << result.err;
@@ -68,6 +68,7 @@ TEST_F(MeltPage, CommandsWorkAsTheyStand) {
   }
   EXPECT_EQ(probe("fire.mov").at("nb_read_frames"), "25");
   EXPECT_THAT(probe("fire.mov").at("pix_fmt").get<std::string>(), testing::HasSubstr("yuva444p"));
+  EXPECT_EQ(probe("torch.mov").at("nb_read_frames"), "25");
   EXPECT_EQ(probe("film.mp4").at("nb_read_frames"), "60");
   EXPECT_EQ(probe("flare.mp4").at("nb_read_frames"), "50");
   EXPECT_EQ(probe("blue.png").at("width"), 1280);
@@ -80,7 +81,7 @@ TEST_F(MeltPage, InstallsWhatItNeeds) {
   const Result installed = run(install);
   ASSERT_EQ(installed.exitCode, 0) << installed.err;
 
-  const std::string burntByTheBuild = burnt({}, 3);
+  const std::string burntByTheBuild = burnt({"preset=torch"}, 3);
   // Links to MLT's own modules beside ours, which lies in the prefix as it does in the build.
   const fs::path module = path("prefix") / fs::relative(PYRELUX_MLT_MODULE, PYRELUX_BUILD_FOLDER);
   ASSERT_TRUE(fs::exists(module));
@@ -89,7 +90,7 @@ TEST_F(MeltPage, InstallsWhatItNeeds) {
     if (entry.path().filename() != module.filename()) fs::copy_symlink(entry.path(), modules / entry.path().filename());
   fs::remove_all(path("modules"));
   fs::create_directory_symlink(modules, path("modules"));
-  EXPECT_EQ(burnt({}, 3), burntByTheBuild);
+  EXPECT_EQ(burnt({"preset=torch"}, 3), burntByTheBuild);
   EXPECT_THAT(melt({"-query", "filter=pyrelux"}).out, testing::HasSubstr("identifier: turbulence-speed"));
 
   EXPECT_EQ(load(path("prefix/share/kdenlive/effects/pyrelux.xml")), load(PYRELUX_KDENLIVE_EFFECT));
@@ -129,7 +130,7 @@ TEST_F(MeltPage, KdenliveIsToldOfEveryParameter) {
   // What belongs to a group is in one place.
   for (const std::string &group : groups) EXPECT_EQ(std::count(groups.begin(), groups.end(), group), 1) << group;
 
-  std::size_t expected = 1;
+  std::size_t expected = 3;
   for (const nlohmann::json &parameter : nlohmann::json::parse(pyrelux({"parameters", "--json"}).out)) {
     const std::string kind = parameter.at("kind");
     const std::string key = parameter.at("key");
@@ -163,6 +164,14 @@ TEST_F(MeltPage, KdenliveIsToldOfEveryParameter) {
   EXPECT_EQ(controls["source-opacity"].at("suffix"), "%");
   EXPECT_EQ(controls["source-mode"].at("paramlist"), "Cover;Mix");
   EXPECT_EQ(controls["point-attract-repel"].at("default"), "45% 45% 10% 10%");
+  EXPECT_EQ(controls["preset"].at("type"), "list");
+  EXPECT_EQ(controls["preset"].at("default"), "none");
+  const std::string presets = ";" + controls["preset"].at("paramlist").get<std::string>() + ";";
+  EXPECT_EQ(presets.rfind(";none;", 0), 0u);
+  for (const nlohmann::json &preset : nlohmann::json::parse(pyrelux({"presets", "--json"}).out))
+    EXPECT_THAT(presets, testing::HasSubstr(";" + preset.at("name").get<std::string>() + ";"));
+  EXPECT_EQ(controls["seed"].at("type"), "constant") << "without keyframes";
+  EXPECT_EQ(controls["seed"].at("max"), "1000000");
   EXPECT_EQ(controls["output"].at("paramlist"), "over;fire");
 }
 

@@ -33,6 +33,18 @@ TEST_F(Melt, ShowsWhatRenderDrawsWithAllKindsOfParameters) {
   expectComposed(frame(frames, 5), fire("title.png", 5, settings), decoded("title.png", "rgba"));
 }
 
+TEST_F(Melt, TakesAPresetAndASeed) {
+  const auto expectSame = [this](const Words &properties, const Words &arguments) {
+    expectComposed(frame(burnt(properties, 6), 5), fire("title.png", 5, arguments), decoded("title.png", "rgba"));
+  };
+  expectSame({"preset=torch", "seed=7"}, {"--preset", "torch", "--seed", "7"});
+  expectSame({"preset=torch", "seed=7", "length-of-pyrelux=60", "glow=20"},
+             {"--preset", "torch", "--seed", "7", "--set", "length-of-pyrelux=60"});
+  save(path("look.json"), R"({"version": 1, "seed": 3, "parameters": {
+      "turbulence-speed": [{"frame": 0, "value": 0}, {"frame": 5, "value": 100}]}})");
+  expectSame({"preset=look.json"}, {"--preset", "look.json"});
+}
+
 TEST_F(Melt, TakesKeyframes) {
   save(path("keys.json"), R"({"version": 1, "parameters": {
       "glow": [{"frame": 0, "value": -20}, {"frame": 12, "value": 60}, {"frame": 24, "value": 0, "ease": "hold"}],

@@ -4,175 +4,27 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
-#ifdef __SANITIZE_ADDRESS__
-#include <sanitizer/lsan_interface.h>
-#endif
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
-#include <filesystem>
-#include <memory>
 #include <random>
-#include <stdexcept>
 #include <thread>
 #include <vector>
 
 #include "Bundles.h"
 #include "FailingMemory.h"
-#include "KeyframedEffect.h"
+#include "Filter.h"
+#include "MltHost.h"
 #include "MltParameters.h"
 #include "Numbers.h"
 #include "ParameterText.h"
-#include "TitleFrame.h"
+#include "Presets.h"
+#include "TemporaryFile.h"
 
 namespace pyrelux::adapters::test {
 namespace {
-
-namespace fs = std::filesystem;
-
-constexpr int length = 25;
-
-/// A folder of modules that has only ours.
-class Repository {
- public:
-  Repository() {
-    char folder[] = "/tmp/pyrelux-mlt-XXXXXX";
-    if (!mkdtemp(folder)) throw std::runtime_error("no temporary folder");
-    folder_ = folder;
-    fs::create_symlink(PYRELUX_MLT_MODULE, folder_ / fs::path(PYRELUX_MLT_MODULE).filename());
-  }
-  ~Repository() { fs::remove_all(folder_); }
-  Repository(const Repository &) = delete;
-  Repository &operator=(const Repository &) = delete;
-
-  const char *folder() const { return folder_.c_str(); }
-
- private:
-  fs::path folder_;
-};
-
-const Repository &repository() {
-  static const Repository only;
-  return only;
-}
-
-/// Loads MLT's modules while the object lives.
-class Mlt {
- public:
-  Mlt() {
-    initialise();
-    profile_ = mlt_profile_init(nullptr);
-    profile_->width = width;
-    profile_->height = height;
-    profile_->sample_aspect_num = profile_->sample_aspect_den = 1;
-  }
-  ~Mlt() {
-    mlt_profile_close(profile_);
-    mlt_factory_close();
-  }
-  Mlt(const Mlt &) = delete;
-  Mlt &operator=(const Mlt &) = delete;
-
-  mlt_profile profile() const { return profile_; }
-
- private:
-  static void initialise() {
-#ifdef __SANITIZE_ADDRESS__
-    // mlt_repository_init() makes a list that MLT never frees.
-    const __lsan::ScopedDisabler unwatched;
-#endif
-    if (!mlt_factory_init(repository().folder())) throw std::runtime_error("no MLT");
-  }
-
-  mlt_profile profile_;
-};
-
-using Settings = std::vector<std::pair<std::string, std::string>>;
-
-/// An MLT filter on a clip of `length` frames.
-class Burner {
- public:
-  explicit Burner(const Mlt &mlt, const Settings &settings = {})
-      : filter_(mlt_factory_filter(mlt.profile(), "pyrelux", nullptr)) {
-    if (!filter_) throw std::runtime_error("no filter pyrelux");
-    mlt_filter_set_in_and_out(filter_, 0, length - 1);
-    set("steps", "10");
-    for (const auto &[name, value] : settings) set(name, value);
-  }
-  ~Burner() { mlt_filter_close(filter_); }
-  Burner(const Burner &) = delete;
-  Burner &operator=(const Burner &) = delete;
-
-  void set(const std::string &name, const std::string &value) {
-    mlt_properties_set(mlt_filter_properties(filter_), name.c_str(), value.c_str());
-  }
-
-  Frame burn(int position, const Frame &input = title(), int pictureWidth = width, int pictureHeight = height) {
-    Frame burnt = input;
-    burnInPlace(burnt, position, pictureWidth, pictureHeight);
-    return burnt;
-  }
-
-  /// The same without any memory of its own.
-  void burnInPlace(Frame &picture, int position, int pictureWidth, int pictureHeight) {
-    const std::unique_ptr<mlt_frame_s, decltype(&mlt_frame_close)> frame(mlt_frame_init(nullptr), mlt_frame_close);
-    const int bytes = static_cast<int>(picture.size());
-    auto *pixels = static_cast<std::uint8_t *>(mlt_pool_alloc(bytes));
-    std::memcpy(pixels, picture.data(), picture.size());
-    mlt_frame_set_image(frame.get(), pixels, bytes, mlt_pool_release);
-    const mlt_properties properties = mlt_frame_properties(frame.get());
-    mlt_properties_set_int(properties, "format", mlt_image_rgba);
-    mlt_properties_set_int(properties, "width", pictureWidth);
-    mlt_properties_set_int(properties, "height", pictureHeight);
-    mlt_frame_set_aspect_ratio(frame.get(), 1.0);
-    mlt_frame_set_position(frame.get(), position);
-    mlt_filter_process(filter_, frame.get());
-    std::uint8_t *image = nullptr;
-    mlt_image_format format = mlt_image_rgba;
-    EXPECT_EQ(mlt_frame_get_image(frame.get(), &image, &format, &pictureWidth, &pictureHeight, 0), 0);
-    EXPECT_EQ(format, mlt_image_rgba);
-    std::memcpy(picture.data(), image, picture.size());
-  }
-
- private:
-  mlt_filter filter_;
-};
-
-const Settings animated{{"turbulence-speed", "0=0;12=100;20~=0;24=50"}, {"glow", "0=-50;24=80"}};
-
-class MltModule : public testing::Test {
- protected:
-  Mlt mlt;
-};
-
-/// Draws the same frame with the filter itself, and composes it; with ten steps unless they are set.
-class Reference {
- public:
-  Reference() : effect_(host::findFilter(host::defaultSearchPath())), parameters_(effect_.defaults()) {
-    set("steps", {10.0});
-  }
-
-  const host::ParameterSet &parameters() const { return parameters_; }
-  void set(const std::string &name, const host::ParameterValue &value) {
-    parameters_.set(parameters_.named(name), value);
-  }
-  void setKeyframes(const std::string &name, const std::vector<host::Keyframe> &keyframes) {
-    parameters_.setKeyframes(parameters_.named(name), keyframes);
-  }
-
-  Frame burn(int position, Frame frame = title(), int pictureWidth = width, int pictureHeight = height) {
-    effect_.setParameters(parameters_);
-    effect_.render(frame.data(), frame.data(), pictureWidth, pictureHeight, position, 1.0, Composition::OverSource);
-    return frame;
-  }
-
- private:
-  KeyframedEffect effect_;
-  host::ParameterSet parameters_;
-};
 
 TEST_F(MltModule, DrawsWhatTheFilterDraws) {
   Burner burner(mlt);
@@ -422,17 +274,23 @@ TEST_F(MltTrouble, WhicheverAllocationFailsNoFrameIsWrong) {
 #endif
   Mlt mlt;
   const Frame input = title();
-  const Frame burnt = Burner(mlt, animated).burn(6);
+  const TemporaryFile preset(R"({"version": 1, "parameters": {"length-of-pyrelux": 60}})");
+  Settings all = animated;
+  all.insert(all.end(), {{"preset", preset.path()}, {"seed", "3"}});
+  const Frame burnt = Burner(mlt, all).burn(6);
   bool hasFailed = true;
   int spared = 0;
   testing::internal::CaptureStderr();
   for (; hasFailed && spared < 10000; ++spared) {
     Burner burner(mlt, animated);
+    // Beforehand: what reads JSON ends the process when it lacks memory to free its own.
+    burner.set("preset", preset.path());
     burner.burn(2);
     // All that is set is read, and a run begun, once more.
     burner.set("glow", "5");
     burner.burn(3);
     for (const auto &[name, value] : animated) burner.set(name, value);
+    burner.set("seed", "3");
     Frame picture = input;
     {
       const FailingMemory failing(0, spared);
@@ -469,7 +327,7 @@ TEST(MltLoading, DescribesItself) {
   const auto parameters = static_cast<mlt_properties>(mlt_properties_get_data(metadata, "parameters", nullptr));
   ASSERT_NE(parameters, nullptr);
   const host::Filter filter(host::findFilter(host::defaultSearchPath()));
-  int at = 0;
+  int at = 2;
   const auto text = [&](const char *name) {
     const auto parameter = static_cast<mlt_properties>(mlt_properties_get_data_at(parameters, at, nullptr));
     const char *found = parameter ? mlt_properties_get(parameter, name) : nullptr;
@@ -495,7 +353,24 @@ TEST(MltLoading, DescribesItself) {
     ++at;
   }
   EXPECT_EQ(text("identifier"), "output");
-  EXPECT_EQ(mlt_properties_count(parameters), at + 1);
+  const int count = at + 1;
+  at = 0;
+  EXPECT_EQ(text("identifier"), "preset");
+  EXPECT_EQ(text("type"), "string");
+  EXPECT_EQ(text("default"), "none");
+  mlt_properties const presets = static_cast<mlt_properties>(mlt_properties_get_data(
+      static_cast<mlt_properties>(mlt_properties_get_data_at(parameters, 0, nullptr)), "values", nullptr));
+  std::vector<std::string> names{"none"};
+  for (const std::string &name : project::shippedPresetNames()) names.push_back(name);
+  std::vector<std::string> listed;
+  for (int i = 0; i < mlt_properties_count(presets); ++i) listed.push_back(mlt_properties_get_value(presets, i));
+  EXPECT_EQ(listed, names);
+  at = 1;
+  EXPECT_EQ(text("identifier"), "seed");
+  EXPECT_EQ(text("type"), "integer");
+  EXPECT_EQ(text("maximum"), "1000000");
+  EXPECT_EQ(text("default"), "0");
+  EXPECT_EQ(mlt_properties_count(parameters), count);
 }
 
 }  // namespace

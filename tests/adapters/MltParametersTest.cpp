@@ -8,6 +8,7 @@
 #include "Bundles.h"
 #include "Filter.h"
 #include "MltParameters.h"
+#include "TemporaryFile.h"
 
 namespace pyrelux::adapters::test {
 namespace {
@@ -29,12 +30,14 @@ class MltParametersTest : public testing::Test {
 
   mlt_properties properties() const { return properties_.get(); }
 
-  Clip clip{50, 1000, 500};
+  Clip clip{50, 1000, 500, {}};
 
  private:
   host::Filter filter_;
   std::unique_ptr<mlt_properties_s, decltype(&mlt_properties_close)> properties_{mlt_properties_new(),
                                                                                  mlt_properties_close};
+
+ protected:
   MltParameters read_;
 };
 
@@ -220,6 +223,62 @@ TEST_F(MltParametersTest, KeyframesBeyondAnyClipTakeNoTime) {
   clip.length = 0;
   EXPECT_TRUE(read());
   EXPECT_NEAR(number("glow", 20000.0), 50.0 * 20000.0 / 2e9, 1e-9);
+}
+
+TEST_F(MltParametersTest, APresetIsBeneathWhatIsSet) {
+  const TemporaryFile look(R"({"version": 1, "parameters": {
+      "glow": [{"frame": 0, "value": 0}, {"frame": 10, "value": 50}], "length-of-pyrelux": 60, "source-mode": "Mix",
+      "source-opacity": 0.3, "color-center": [0, 0, 1], "point-attract-repel": [0, 0]}})");
+  set("preset", look.path().c_str());
+  EXPECT_TRUE(read());
+  EXPECT_FALSE(read());
+  const auto expectPresets = [this] {
+    EXPECT_EQ(number("glow", 5.0), 25.0);
+    EXPECT_EQ(number("length-of-pyrelux"), 60.0);
+    EXPECT_EQ(number("source-mode"), 1.0);
+    EXPECT_EQ(number("source-opacity"), 0.3);
+    EXPECT_EQ(value("color-center"), (host::ParameterValue{0.0, 0.0, 1.0}));
+    EXPECT_EQ(value("point-attract-repel"), (host::ParameterValue{0.0, 0.0}));
+  };
+  expectPresets();
+  // As programs do that give every parameter, some as a single keyframe.
+  for (const auto &[name, standard] : {std::pair("glow", "0=20"),
+                                       {"length-of-pyrelux", "30"},
+                                       {"source-mode", "Cover"},
+                                       {"source-opacity", "0"},
+                                       {"color-center", "#ff8000"},
+                                       {"point-attract-repel", "45% 45% 10% 10%"}})
+    set(name, standard);
+  EXPECT_TRUE(read());
+  expectPresets();
+  set("source-mode", "0=0");
+  read();
+  expectPresets();
+  // What is set wins, and a curve is set even where it begins at the default.
+  set("length-of-pyrelux", "31");
+  set("glow", "0=20;10=20");
+  set("color-center", "#ff8100");
+  read();
+  EXPECT_EQ(number("length-of-pyrelux"), 31.0);
+  EXPECT_EQ(number("glow", 5.0), 20.0);
+  EXPECT_EQ(value("color-center")[0], 1.0);
+  EXPECT_EQ(number("source-mode"), 1.0);
+  set("preset", "none");
+  EXPECT_TRUE(read());
+  EXPECT_EQ(number("length-of-pyrelux"), 31.0);
+  EXPECT_EQ(number("source-mode"), 0.0);
+}
+
+TEST_F(MltParametersTest, ASeedMovesTheFiltersTimeAlone) {
+  set("seed", "2");
+  set("glow", "0=0;10=50");
+  EXPECT_TRUE(read());
+  EXPECT_FALSE(read());
+  EXPECT_EQ(read_.time().at(4), 2030.0);
+  EXPECT_DOUBLE_EQ(number("glow", 5.0), 25.0);
+  set("seed", "");
+  EXPECT_TRUE(read());
+  EXPECT_EQ(read_.time().at(4), 4.0);
 }
 
 }  // namespace

@@ -49,9 +49,11 @@ std::string ProgramTest::byGstreamer(int number, const std::string &properties) 
   return frame;
 }
 
-void ProgramTest::expectRendered(const std::string &frame, int number) const {
-  const Result result = pyrelux(
-      {"render", "title.png", "-o", "fire.exr", "--overwrite", "--codec", "float", "--frames", std::to_string(number)});
+void ProgramTest::expectRendered(const std::string &frame, int number, const Words &arguments) const {
+  using cli::test::operator+;
+  const Result result = pyrelux(Words{"render", "title.png", "-o", "fire.exr", "--overwrite", "--codec", "float",
+                                      "--frames", std::to_string(number)} +
+                                arguments);
   cli::test::expectSuccess(result);
   cli::test::expectComposed(frame, decoded("fire.exr", "gbrapf32le"), decoded("title.png", "rgba"));
 }

@@ -23,8 +23,9 @@ class ProgramTest : public cli::test::CliTest {
   std::string byFfmpeg(int number, const std::string &parameters = {}) const;
   std::string byGstreamer(int number, const std::string &properties = {}) const;
 
-  /// Expects what `pyrelux render` draws of that frame, over the title: over black no level off by more than one.
-  void expectRendered(const std::string &frame, int number) const;
+  /// Expects what `pyrelux render` with these arguments draws of that frame, over the title: over black no level off by
+  /// more than one.
+  void expectRendered(const std::string &frame, int number, const cli::test::Words &arguments = {}) const;
 
   std::size_t frameBytes() const { return static_cast<std::size_t>(size_.width * size_.height) * 4; }
 
