@@ -133,9 +133,9 @@ TEST_F(MeltPage, KdenliveIsToldOfEveryParameter) {
   std::size_t expected = 3;
   for (const nlohmann::json &parameter : nlohmann::json::parse(pyrelux({"parameters", "--json"}).out)) {
     const std::string kind = parameter.at("kind");
-    const std::string key = parameter.at("key");
+    const std::string declared = parameter.at("key");
     // Ours, which acts on what the filter has drawn, is the command's alone.
-    if (kind == "custom" || key.find("::") == std::string::npos) continue;
+    if (kind == "custom" || declared.find("::") == std::string::npos) continue;
     ++expected;
     // By their keys, so that projects of earlier versions go on working.
     const std::map<std::string, std::string> older{{"tongues", "pyrelux"}, {"tongue-length", "length-of-pyrelux"}};

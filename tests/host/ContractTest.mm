@@ -270,9 +270,11 @@ TEST_F(Contract, InitialValuesAreNoEdits) {
 TEST_F(Contract, AdaptersTellTheFilterOfEdits) {
   std::vector<std::uint8_t> pixels(3 * 2 * 4, 255);
   {
+    ParameterSet wanted = adapters::parametersOf(probe("Probe"));
+    wanted.set(wanted.named("amount"), {0.25});
     adapters::StaticEffect effect(probe("Probe"));
     messages();
-    effect.edit(effect.parameters().named("amount"), {0.25});
+    effect.setParameters(wanted, {});
     EXPECT_THAT(messages(), ElementsAre("parameterChanged:2"));
   }
   adapters::KeyframedEffect effect(probe("Probe"));
