@@ -150,7 +150,9 @@ TEST_F(MeltPage, KdenliveIsToldOfEveryParameter) {
                                                     : "animated");
     if (control.at("type") != "animated") continue;
     const double factor = control.value("suffix", "") == "%" ? 100.0 : 1.0;
-    const auto number = [&](const char *key) { return std::stod(control.at(key).get<std::string>()) / factor; };
+    const auto number = [&](const char *attribute) {
+      return std::stod(control.at(attribute).get<std::string>()) / factor;
+    };
     EXPECT_EQ(number("default"), parameter.at("default").get<double>()) << name;
     if (kind == "angle") {
       EXPECT_GE(number("min"), parameter.at("range").at(0).get<double>()) << name;

@@ -41,7 +41,7 @@ TEST_F(Melt, TakesAPresetAndASeed) {
   expectSame({"preset=torch", "seed=7", "length-of-pyrelux=60", "glow=20"},
              {"--preset", "torch", "--seed", "7", "--set", "length-of-pyrelux=60"});
   save(path("look.json"), R"({"version": 1, "seed": 3, "parameters": {
-      "turbulence-speed": [{"frame": 0, "value": 0}, {"frame": 5, "value": 100}]}})");
+      "glow": [{"frame": 0, "value": 0}, {"frame": 5, "value": 60}]}})");
   expectSame({"preset=look.json"}, {"--preset", "look.json"});
 }
 
