@@ -3,11 +3,26 @@
 #include <cerrno>
 #include <cstdio>
 #include <memory>
+#include <nlohmann/json.hpp>
+#include <string_view>
 
 #include "MediaErrors.h"
 #include "RegularFile.h"
 
 namespace pyrelux::media {
+
+namespace {
+
+bool isUtf8(const std::string &text) {
+  try {
+    nlohmann::json(text).dump();
+    return true;
+  } catch (const nlohmann::json::type_error &) {
+    return false;
+  }
+}
+
+}  // namespace
 
 std::string readText(const std::string &path, std::size_t mostBytes) {
   requireRegularFile(path);
@@ -23,6 +38,14 @@ std::string readText(const std::string &path, std::size_t mostBytes) {
     if (text.size() > mostBytes) failReading(path, "it is longer than " + std::to_string(mostBytes) + " bytes");
   }
   if (std::ferror(file.get())) failReading(path, systemCause(errno));
+  return text;
+}
+
+std::string readUtf8(const std::string &path, std::size_t mostBytes) {
+  constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+  std::string text = readText(path, mostBytes);
+  if (!isUtf8(text) || text.find('\0') != std::string::npos) failReading(path, "it is not UTF-8; save it as UTF-8");
+  if (text.rfind(byteOrderMark, 0) == 0) text.erase(0, byteOrderMark.size());
   return text;
 }
 

@@ -9,6 +9,9 @@ namespace pyrelux::media {
 /// What the file holds. Throws InputError: missing, not permitted, a folder, longer than `mostBytes`.
 std::string readText(const std::string &path, std::size_t mostBytes);
 
+/// What a file in UTF-8 holds, without a byte order mark. Throws InputError, for null bytes, too.
+std::string readUtf8(const std::string &path, std::size_t mostBytes);
+
 /// Writes the file beside its final name and gives it that name when it is complete. Throws OutputError.
 void writeText(const std::string &path, const std::string &text);
 

@@ -15,6 +15,12 @@ std::optional<double> readNumber(const std::string &text) {
   return number;
 }
 
+std::optional<double> readNumberBefore(const std::string &unit, const std::string &text) {
+  if (text.size() <= unit.size() || text.compare(text.size() - unit.size(), unit.size(), unit) != 0)
+    return std::nullopt;
+  return readNumber(text.substr(0, text.size() - unit.size()));
+}
+
 std::optional<std::vector<double>> readNumbers(const std::string &text, std::size_t count) {
   std::vector<double> numbers;
   std::size_t begin = 0;

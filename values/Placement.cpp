@@ -14,18 +14,11 @@ namespace {
 constexpr double maxPercent = 1000.0;
 constexpr double maxLengthPixels = 16384.0;
 
-/// The number before a unit that the text ends with; nothing if it ends otherwise.
-std::optional<double> numberBefore(const std::string &unit, const std::string &text) {
-  if (text.size() <= unit.size() || text.compare(text.size() - unit.size(), unit.size(), unit) != 0)
-    return std::nullopt;
-  return readNumber(text.substr(0, text.size() - unit.size()));
-}
-
 std::optional<Length> readLength(const std::string &text) {
   Length length;
-  if (const auto percent = numberBefore("%", text)) {
+  if (const auto percent = readNumberBefore("%", text)) {
     length = {*percent, true};
-  } else if (const auto pixels = numberBefore("px", text)) {
+  } else if (const auto pixels = readNumberBefore("px", text)) {
     length = {*pixels, false};
   } else if (const auto number = readNumber(text)) {
     length = {*number, false};
@@ -71,7 +64,7 @@ std::string formatPlacement(const Placement &placement) {
 CanvasFit parseCanvasFit(const std::string &text) {
   if (text == "none") return {};
   if (text == "contain") return {100.0};
-  const auto percent = numberBefore("%", text);
+  const auto percent = readNumberBefore("%", text);
   if (!percent || !(*percent > 0.0 && *percent <= maxPercent))
     throw ValueError("'" + text + "' is not a size on a canvas; write none, contain or a share like 80%");
   return {*percent};

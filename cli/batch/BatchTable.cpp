@@ -24,15 +24,6 @@ bool endsWith(const std::string &text, const std::string &end) {
   return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
-bool isUtf8(const std::string &text) {
-  try {
-    Json(text).dump();
-    return true;
-  } catch (const Json::type_error &) {
-    return false;
-  }
-}
-
 /// Collects what libcsv tells.
 class CsvReader {
  public:
@@ -78,9 +69,7 @@ class CsvReader {
   std::vector<Cells> rows_;
 };
 
-BatchTable tableOfCsv(const std::string &path, std::string text) {
-  constexpr const char *byteOrderMark = "\xEF\xBB\xBF";
-  if (text.compare(0, 3, byteOrderMark) == 0) text.erase(0, 3);
+BatchTable tableOfCsv(const std::string &path, const std::string &text) {
   std::vector<Cells> rows = CsvReader(path).read(text);
   if (rows.size() < 2) media::failReading(path, "it has no row after the line with the columns' names");
   BatchTable table;
@@ -148,9 +137,7 @@ std::optional<std::size_t> BatchTable::find(const std::string &column) const {
 BatchTable readBatch(const std::string &path) {
   const bool isJson = endsWith(path, ".json");
   if (!isJson && !endsWith(path, ".csv")) media::failReading(path, "a batch is a .csv or .json file");
-  const std::string text = media::readText(path, maxBatchBytes);
-  if (!isUtf8(text) || text.find('\0') != std::string::npos)
-    media::failReading(path, "it is not UTF-8; save it as UTF-8");
+  const std::string text = media::readUtf8(path, maxBatchBytes);
   BatchTable table = isJson ? tableOfJson(path, text) : tableOfCsv(path, text);
   requireShortCells(path, table);
   return table;
