@@ -171,13 +171,14 @@ TEST(Title, WithoutASizeFits) {
   EXPECT_NEAR(small.height(), 0.73 * 0.15 * pictureHeight, 2);
   EXPECT_NEAR(inkOf(titleOf("A rather long title that would not fit into the picture")).width(), 0.9 * pictureWidth, 2);
   EXPECT_NEAR(inkOf(titleOf("H\nH\nH\nH\nH\nH\nH\nH\nH\nH\nH\nH")).height(), 0.9 * pictureHeight, 2);
-  EXPECT_THAT(refusalOf(titleOf(std::string(maxTitleBytes, 'H'))), HasSubstr("too long for a picture of 320x180"));
+  EXPECT_THAT(refusalOf(titleOf(std::string(maxTitleLineBytes, 'H'))),
+              HasSubstr("too long for the picture's 320x180 pixels"));
 }
 
 TEST(Title, WithASizeThatDoesNotFitIsRefused) {
   EXPECT_THAT(refusalOf(titleOf("FIRE", "Sans 200")),
               AllOf(HasSubstr("'Sans 200'"), HasSubstr("320x180 pixels"), HasSubstr("without a size")));
-  EXPECT_THAT(refusalOf(titleOf(std::string(maxTitleBytes, 'W'), "Sans 999999")), HasSubstr("320x180"));
+  EXPECT_THAT(refusalOf(titleOf(std::string(maxTitleLineBytes, 'W'), "Sans 999999")), HasSubstr("320x180"));
   EXPECT_THAT(refusalOf(titleOf("FIRE", "Sans 0")), HasSubstr("no size that can be drawn"));
   // Its capitals' height is less than the picture's.
   EXPECT_EQ(refusalOf(titleOf("I", "Sans 240")), "");
@@ -194,7 +195,9 @@ TEST(Title, ThatIsNotUtf8IsRefused) {
 }
 
 TEST(Title, ThatIsVeryLongIsRefused) {
-  EXPECT_THAT(refusalOf(titleOf(std::string(maxTitleBytes + 1, 'H'))), HasSubstr("longer than 2000 bytes"));
+  EXPECT_THAT(refusalOf(titleOf(std::string(maxTitleLineBytes + 1, 'H'))),
+              HasSubstr("a line of the text is longer than 2000 bytes"));
+  EXPECT_THAT(refusalOf(titleOf(std::string(maxTitleBytes + 1, '\n'))), HasSubstr("longer than 65536 bytes"));
 }
 
 TEST(Title, InAnUnknownFontIsDrawnInAnother) {
