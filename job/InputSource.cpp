@@ -61,6 +61,21 @@ void remarkRectangle(const RenderRequest &request, media::Reader &reader, Render
                   "one of its colours");
 }
 
+void requireOneInput(const RenderRequest &request) {
+  const project::TitleFields &title = request.scene.title;
+  const int inputs =
+      request.input.has_value() + title.text.has_value() + title.textFile.has_value() + request.testPattern.has_value();
+  if (inputs == 0) throw ValueError("nothing to burn: give an INPUT, --text, --text-file or --input-test-pattern");
+  if (inputs > 1)
+    throw ValueError("INPUT, --text, --text-file and --input-test-pattern exclude each other: give one of them");
+  if (title.hasText()) return;
+  project::Scene ofText;
+  ofText.title = title;
+  for (const project::SceneField &field : project::sceneFields())
+    if (field.format(ofText))
+      throw ValueError("'--" + field.key + "' is for a text: give --text or --text-file, or leave it out");
+}
+
 /// The input in the room that the request gives it: without one, in a frame as large as the background, or as itself.
 std::unique_ptr<media::Reader> inItsRoom(const RenderRequest &request, std::unique_ptr<media::Reader> input,
                                          const media::InputInfo *back) {
@@ -90,9 +105,7 @@ FrameRate chooseRate(const RenderRequest &request, const Background *background,
 
 std::unique_ptr<media::Reader> openInput(const RenderRequest &request, int bits, const Background *background,
                                          RenderListener &listener) {
-  const int inputs = request.input.has_value() + request.text.has_value() + request.testPattern.has_value();
-  if (inputs == 0) throw ValueError("nothing to burn: give an INPUT, --text or --input-test-pattern");
-  if (inputs > 1) throw ValueError("INPUT, --text and --input-test-pattern exclude each other: give one of them");
+  requireOneInput(request);
   requirePlaceForTimes(request);
   const media::InputInfo *back = background ? background->info() : nullptr;
   const bool hasMovie = back && back->kind == media::InputKind::Movie;

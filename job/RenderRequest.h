@@ -39,14 +39,11 @@ struct BackgroundRequest {
 /// A render, asked for. What is not there follows from the input, the background, the project or the output, as each
 /// field says.
 struct RenderRequest {
-  // What burns: one of the first three.
+  // What burns: one of these two, or the scene's text.
   std::optional<std::string> input;          ///< a file, or a pattern of files
-  std::optional<std::string> text;           ///< to be drawn; "\n" begins a line, written as such or as a line feed
   std::optional<std::string> testPattern;    ///< one of testPatternNames()
   bool deinterlace = false;                  ///< make whole pictures of movies' fields
   std::optional<VariableRate> variableRate;  ///< otherwise Resample
-  std::optional<std::string> font;           ///< of the text; otherwise its default
-  std::optional<Colour> textColour;          ///< otherwise white
 
   /// What project files may say too. Frames are otherwise all of the input's or of the background's, or a default for
   /// stills; the frame rate is the background's, the input's, or 24; the bits are what suits the output's format.

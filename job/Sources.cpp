@@ -25,7 +25,16 @@ SettingsFiles loadSettings(const RenderRequest &request, const std::vector<host:
 }
 
 RenderRequest withSettings(RenderRequest request, const SettingsFiles &files) {
-  if (files.project) project::fillIn(request.scene, files.project->scene, false);
+  if (files.project) {
+    project::Scene scene = files.project->scene;
+    // What the command line burns comes in the place of the project's text.
+    if (request.input || request.testPattern) scene.title = {};
+    if (request.scene.title.hasText()) {
+      scene.title.text.reset();
+      scene.title.textFile.reset();
+    }
+    project::fillIn(request.scene, scene, false);
+  }
   if (files.preset) project::fillIn(request.scene, files.preset->scene, true);
   return request;
 }

@@ -355,6 +355,7 @@ Project parseProject(const std::string &text, const std::vector<ParameterDeclara
   project.description = parseText(root, "description", false, parseAnyText);
   project.preset = parseText(root, "preset", false, parsePreset);
   for (const SceneField &field : sceneFields()) parseField(root, field, project.scene);
+  if (project.scene.title.text && project.scene.title.textFile) fail("text", " and text-file exclude each other");
   if (const auto found = root.find("parameters"); found != root.end()) parseParameters(*found, declarations, project);
   return project;
 }

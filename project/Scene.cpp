@@ -36,6 +36,12 @@ const Words<Burn> &burnWords() {
   return words;
 }
 
+const Words<TextAlign> &alignWords() {
+  static const Words<TextAlign> words{
+      {"left", TextAlign::Left}, {"center", TextAlign::Center}, {"right", TextAlign::Right}};
+  return words;
+}
+
 const Words<int> &bitsWords() {
   static const Words<int> words{{"8", 8}, {"16", 16}};
   return words;
@@ -70,13 +76,67 @@ InputMatte parseKey(const std::string &text) {
   matte.key = *colour;
   if (colon == std::string::npos) return matte;
   const std::string percent = text.substr(colon + 1);
-  const auto softness =
-      percent.empty() || percent.back() != '%' ? std::nullopt : readNumber(percent.substr(0, percent.size() - 1));
+  const auto softness = readNumberBefore("%", percent);
   if (!softness || !(*softness > 0.0 && *softness <= 100.0))
     throw ValueError("'" + percent + "' is not a softness; write a share above 0% and up to 100%");
   matte.softness = *softness / 100.0;
   return matte;
 }
+
+/// "10%" as 0.1.
+double parsePercent(const std::string &text, double least, double most) {
+  const auto percent = readNumberBefore("%", text);
+  if (!percent || !(*percent >= least && *percent <= most))
+    throw ValueError("'" + text + "' is not a share in " + formatNumber(least) + "%.." + formatNumber(most) + "%");
+  return *percent / 100.0;
+}
+
+double parseFactor(const std::string &text, double least, double most) {
+  const auto factor = readNumber(text);
+  if (!factor || !(*factor >= least && *factor <= most))
+    throw ValueError("'" + text + "' is not a factor in " + formatNumber(least) + ".." + formatNumber(most));
+  return *factor;
+}
+
+/// With line feeds for "\n" and a backslash for two.
+std::string parseLines(const std::string &text) {
+  std::string lines;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    const char next = text[at] == '\\' && at + 1 < text.size() ? text[at + 1] : '\0';
+    const bool isEscape = next == 'n' || next == '\\';
+    lines += !isEscape ? text[at] : next == 'n' ? '\n' : '\\';
+    at += isEscape;
+  }
+  return lines;
+}
+
+std::string formatLines(const std::string &lines) {
+  std::string text;
+  for (const char letter : lines) text += letter == '\n' ? "\\n" : letter == '\\' ? "\\\\" : std::string(1, letter);
+  return text;
+}
+
+/// `what`: "a font", for the message.
+std::string parseSome(const std::string &text, const std::string &what) {
+  if (text.empty()) throw ValueError(what + " has a name, and '' is none");
+  return text;
+}
+
+Colour parseColour(const std::string &text) {
+  const auto colour = readColour(text);
+  if (!colour || !isInRange(*colour)) throw ValueError("'" + text + "' is not a colour; it takes " + colourTakes);
+  return *colour;
+}
+
+std::string formatColour(const Colour &colour) {
+  std::vector<std::string> levels;
+  for (const double level : colour) levels.push_back(formatNumber(level));
+  return joined(levels, ",");
+}
+
+std::string formatPercent(double share) { return formatNumber(share * 100.0) + "%"; }
+
+std::string formatText(const std::string &text) { return text; }
 
 template <typename Value, typename Format>
 std::optional<std::string> formatted(const std::optional<Value> &value, Format format) {
@@ -101,6 +161,104 @@ std::vector<SceneField> makeFields() {
        inputMatteWords(), false, false,
        [](Scene &scene, const std::string &text) { scene.inputMatte = parseInputMatte(text); },
        [](const Scene &scene) { return formatted(scene.inputMatte, formatInputMatte); }},
+      {"text",
+       "TEXT",
+       "Burn this text instead of an INPUT",
+       ", in the middle of a transparent picture; \\n begins a line, and \\\\ is a backslash",
+       {},
+       false,
+       false,
+       [](Scene &scene, const std::string &text) {
+         if (text.empty()) throw ValueError("there is nothing to see in the text ''");
+         scene.title.text = parseLines(text);
+       },
+       [](const Scene &scene) { return formatted(scene.title.text, formatLines); }},
+      {"text-file",
+       "FILE",
+       "Burn the text of a file",
+       " in UTF-8 of at most 64 KiB, as it stands: line feeds begin lines, and nothing is escaped",
+       {},
+       false,
+       false,
+       [](Scene &scene, const std::string &text) { scene.title.textFile = parseSome(text, "a text's file"); },
+       [](const Scene &scene) { return formatted(scene.title.textFile, formatText); }},
+      {"font",
+       "FONT",
+       "The text's font",
+       ", a family, style and size in pixels like 'Serif Italic 200'; 'fc-list : family' lists families. With a size "
+       "the text has to fit into the picture; without one it is 15 % of the picture's height, or smaller to fit into "
+       "90 % of its width and height (default: Sans Bold)",
+       {},
+       false,
+       false,
+       [](Scene &scene, const std::string &text) { scene.title.font = parseSome(text, "a font"); },
+       [](const Scene &scene) { return formatted(scene.title.font, formatText); }},
+      {"font-file",
+       "FILE",
+       "A font that is not installed",
+       ": a .ttf or .otf that the text has, in the size and style of --font, unless --font names a family",
+       {},
+       false,
+       false,
+       [](Scene &scene, const std::string &text) { scene.title.fontFile = parseSome(text, "a font's file"); },
+       [](const Scene &scene) { return formatted(scene.title.fontFile, formatText); }},
+      {"strict-fonts", "", "A font or character that is missing is an error",
+       "; otherwise another font takes its place, which is said", wordsOf(switchWords()), false, false,
+       [](Scene &scene, const std::string &text) { scene.title.strictFonts = parseWord(switchWords(), text); },
+       [](const Scene &scene) { return formatted(scene.title.strictFonts, formatSwitch); }},
+      {"text-color",
+       "COLOR",
+       "The text's colour",
+       std::string(", ") + colourTakes + " (default: white)",
+       {},
+       false,
+       false,
+       [](Scene &scene, const std::string &text) { scene.title.colour = parseColour(text); },
+       [](const Scene &scene) { return formatted(scene.title.colour, formatColour); }},
+      {"text-position",
+       "X,Y",
+       "Where the text's middle is in the picture",
+       ", in percent from the left and from the bottom, or center (the default); without a size the text fits into the "
+       "room around it",
+       {},
+       false,
+       false,
+       [](Scene &scene, const std::string &text) { scene.title.position = parsePlacement(text); },
+       [](const Scene &scene) { return formatted(scene.title.position, formatPlacement); }},
+      {"text-align", "SIDE", "How the text's lines lie below each other",
+       ": left, center or right (default: center); lines that are written from the right lie the other way round",
+       wordsOf(alignWords()), false, false,
+       [](Scene &scene, const std::string &text) { scene.title.align = parseWord(alignWords(), text); },
+       [](const Scene &scene) {
+         return formatted(scene.title.align, [](TextAlign align) { return wordFor(alignWords(), align); });
+       }},
+      {"text-wrap",
+       "WIDTH",
+       "Where the text's lines wrap between words",
+       ", 1%..100% of the picture's width; a word that is longer stays whole (default: they do not)",
+       {},
+       false,
+       false,
+       [](Scene &scene, const std::string &text) { scene.title.wrap = parsePercent(text, 1.0, 100.0); },
+       [](const Scene &scene) { return formatted(scene.title.wrap, formatPercent); }},
+      {"line-spacing",
+       "FACTOR",
+       "How far the text's lines are apart",
+       ", 0.1..10 times as far as the font has them",
+       {},
+       true,
+       false,
+       [](Scene &scene, const std::string &text) { scene.title.lineSpacing = parseFactor(text, 0.1, 10.0); },
+       [](const Scene &scene) { return formatted(scene.title.lineSpacing, formatNumber); }},
+      {"letter-spacing",
+       "PERCENT",
+       "How much farther apart the text's letters are",
+       ", -50%..500% of the font's size (default: 0%)",
+       {},
+       false,
+       false,
+       [](Scene &scene, const std::string &text) { scene.title.letterSpacing = parsePercent(text, -50.0, 500.0); },
+       [](const Scene &scene) { return formatted(scene.title.letterSpacing, formatPercent); }},
       {"size",
        "WIDTHxHEIGHT",
        "Width and height in pixels of the picture with the text or pattern",
@@ -265,9 +423,7 @@ InputMatte parseInputMatte(const std::string &text) {
 std::string formatInputMatte(const InputMatte &matte) {
   if (matte.kind == InputMatte::Kind::Luma) return "luma";
   if (matte.kind == InputMatte::Kind::Own) return wordFor(inputAlphaWords(), matte.alpha);
-  std::vector<std::string> levels;
-  for (const double level : matte.key) levels.push_back(formatNumber(level));
-  return "key=" + joined(levels, ",") + ":" + formatNumber(matte.softness * 100.0) + "%";
+  return "key=" + formatColour(matte.key) + ":" + formatPercent(matte.softness);
 }
 
 bool SceneField::takesOnlyChoices() const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -11,6 +12,7 @@
 #include "PictureSize.h"
 #include "Placement.h"
 #include "Reader.h"
+#include "TextAlign.h"
 #include "Words.h"
 
 // What options and project files say of a render besides the filter's parameters.
@@ -47,9 +49,30 @@ struct InputMatte {
 InputMatte parseInputMatte(const std::string &text);
 std::string formatInputMatte(const InputMatte &matte);
 
+/// A text that burns in the place of an input. What is not there is not set.
+struct TitleFields {
+  std::optional<std::string> text;      ///< lines separated by line feeds
+  std::optional<std::string> textFile;  ///< the path of a file that holds it
+  std::optional<std::string> font;      ///< a family, style and size, as Pango describes fonts
+  std::optional<std::string> fontFile;  ///< the path of a file of fonts
+  std::optional<bool> strictFonts;      ///< a font or character that is missing is an error
+  std::optional<Colour> colour;
+  std::optional<Placement> position;  ///< of the text's middle in the picture
+  std::optional<TextAlign> align;
+  std::optional<double> wrap;           ///< where lines wrap between words, a share of the picture's width
+  std::optional<double> lineSpacing;    ///< from line to line, times the font's
+  std::optional<double> letterSpacing;  ///< added between letters, in sizes of the font
+
+  bool hasText() const { return text || textFile; }
+
+  /// The paths, which project files count from their folder.
+  std::array<std::optional<std::string> *, 2> files() { return {&textFile, &fontFile}; }
+};
+
 /// What is not there is not set.
 struct Scene {
   std::optional<InputMatte> inputMatte;
+  TitleFields title;
   std::optional<PictureSize> size;  ///< of a text or test pattern, pixels
   std::optional<FrameList> frames;
   std::optional<double> duration;  ///< seconds from the first frame on

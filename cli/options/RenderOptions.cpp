@@ -49,23 +49,12 @@ Option sceneOption(const std::string &key, RenderRequest &request) {
   return std::move(row).calling(fill);
 }
 
-void requireLevels(const std::string &option, const std::string &text, const Colour &colour) {
-  if (!isInRange(colour)) throw ValueError("'" + option + "' can't be '" + text + "': its levels are in 0..1");
-}
-
-Colour parseTextColour(const std::string &text) {
-  const auto colour = readColour(text);
-  if (!colour) throw ValueError("'text-color' can't be '" + text + "': it takes a colour, " + colourTakes);
-  requireLevels("text-color", text, *colour);
-  return *colour;
-}
-
 job::BackgroundRequest parseBackground(const std::string &text) {
   const auto colour = readColour(text);
   // "####.png" is a sequence.
   if (!colour && (text.empty() || (text[0] == '#' && text.find('.') == std::string::npos)))
     throw ValueError("'over' can't be '" + text + "': a colour is " + colourTakes);
-  if (colour) requireLevels("over", text, *colour);
+  if (colour && !isInRange(*colour)) throw ValueError("'over' can't be '" + text + "': its levels are in 0..1");
   return {text, colour, {}, false};
 }
 
@@ -174,38 +163,27 @@ void append(std::vector<Option> &options, std::vector<Option> more) {
 }
 
 std::vector<Option> inputOptions(RenderRequest &request) {
-  return {option("INPUT", "INPUT", "Picture", ", movie, or numbered sequence with %04d or #### in its name")
-              .filling(request.input)
-              .in(inputGroup),
-          sceneOption("input-alpha", request).needing("INPUT").in(inputGroup),
-          flag("--deinterlace", request.deinterlace, true, "Make whole pictures of the fields of interlaced movies",
-               ", one of each pair, so that the frame rate stays")
-              .in(inputGroup),
-          option("--text", "TEXT", "Burn this text instead of an INPUT",
-                 ", in the middle of a transparent picture; \\n begins a line")
-              .filling(request.text)
-              .in(inputGroup),
-          option("--font", "FONT", "The text's font",
-                 ", a family, style and size in pixels like 'Serif Italic 200'; 'fc-list : family' lists families. "
-                 "With a size the text has to fit into the picture; without one it is 15 % of the picture's height, "
-                 "or smaller to fit into 90 % of its width and height (default: Sans Bold)")
-              .needing("--text")
-              .filling(request.font)
-              .in(inputGroup),
-          option("--text-color", "COLOR", "The text's colour", std::string(", ") + colourTakes + " (default: white)")
-              .needing("--text")
-              .filling(request.textColour, parseTextColour)
-              .in(inputGroup),
-          option("--input-test-pattern", "NAME", "Burn a picture for tests instead of an INPUT",
+  std::vector<Option> options{
+      option("INPUT", "INPUT", "Picture", ", movie, or numbered sequence with %04d or #### in its name")
+          .filling(request.input)
+          .in(inputGroup),
+      sceneOption("input-alpha", request).needing("INPUT").in(inputGroup),
+      flag("--deinterlace", request.deinterlace, true, "Make whole pictures of the fields of interlaced movies",
+           ", one of each pair, so that the frame rate stays")
+          .in(inputGroup)};
+  for (const char *key : {"text", "text-file", "font", "font-file", "strict-fonts", "text-color", "text-position",
+                          "text-align", "text-wrap", "line-spacing", "letter-spacing"})
+    options.push_back(sceneOption(key, request).in(inputGroup));
+  append(options,
+         {option("--input-test-pattern", "NAME", "Burn a picture for tests instead of an INPUT",
                  ": bars, checker, circle, ramp (of alpha), title (block letters that need no font)")
               .oneOf(testPatternNames())
               .filling(request.testPattern)
               .in(inputGroup),
-          sceneOption("size", request).excluding("INPUT").in(inputGroup),
-          sceneOption("canvas", request).in(inputGroup),
-          sceneOption("place", request).in(inputGroup),
-          sceneOption("fit", request).in(inputGroup),
-          sceneOption("pad", request).excluding("--canvas").in(inputGroup)};
+          sceneOption("size", request).excluding("INPUT").in(inputGroup), sceneOption("canvas", request).in(inputGroup),
+          sceneOption("place", request).in(inputGroup), sceneOption("fit", request).in(inputGroup),
+          sceneOption("pad", request).excluding("--canvas").in(inputGroup)});
+  return options;
 }
 
 std::vector<Option> lookOptions(RenderRequest &request) {

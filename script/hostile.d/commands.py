@@ -25,15 +25,22 @@ VALUES = {
     "--progress": ["auto", "line", "json", "none", "x"],
     "--font": ["Sans 20", "Sans -1", "Sans 1e9", "", "No Such Font 12"],
     "--text-color": ["#ffffff", "1,1,1", "red", ""],
+    "--font-file": ["notes.txt", "none.ttf", ".", "", "pipe.png", "in.png"],
+    "--text-position": ["center", "50,20", "0,0", "1e3,5", "x", ""],
+    "--text-align": ["left", "right", "center", "x"],
+    "--text-wrap": ["80%", "1%", "100%", "0%", "80", ""],
+    "--line-spacing": ["1", "0.1", "10", "0", "nan", ""],
+    "--letter-spacing": ["0%", "-50%", "500%", "501%", "x", ""],
     "--vary": ["glow=1,20", "preset=campfire,torch", "frame=1-3", "glow=", "=", "frame=3-1", "steps=10,20"],
     "--cell": ["64", "100", "63", "-1", "99999"],
     "--columns": ["1", "2", "0", "x"],
     "--frame": ["1", "3", "x", "1-2"],
 }
-FLAGS = ["--overwrite", "--resume", "--quiet", "--verbose", "--no-audio", "--presets", "--help", "--version", "--nope", "-",
-         "--", "-x", "--json"]
+FLAGS = ["--overwrite", "--resume", "--quiet", "--verbose", "--no-audio", "--strict-fonts", "--presets", "--help", "--version",
+         "--nope", "-", "--", "-x", "--json"]
 INPUTS = [["in.png"], ["s%d.png"], ["s#.png"], ["cut.png"], ["notes.txt"], ["none.png"], ["."], ["pipe.png"], ["dangling.png"],
-          ["--text", "Fire"], ["--text", ""], ["--text", "\u202e\x01\\n"], ["--text", "A" * 2000],
+          ["--text", "Fire"], ["--text-file", "notes.txt"], ["--text-file", "cut.png"], ["--text", ""],
+          ["--text", "\u202e\x01\\n"], ["--text", "A" * 2000],
           ["--input-test-pattern", "bars"], ["--input-test-pattern", "title"], ["--input-test-pattern", "x"], [],
           ["in.png", "in.png"]]
 OTHERS = [["parameters"], ["presets"], ["verify", "notes.txt"], ["verify"], ["completion", "bash"], ["completion", "x"],
@@ -64,7 +71,8 @@ def words(r):
         line += [f"{option}={r.choice(few)}"] if r.random() < 0.3 else [option, r.choice(few)]
     line += r.sample(FLAGS[:4] if r.random() < 0.8 else FLAGS, r.choice([0, 0, 1, 2]))
     # Cheap, unless the line says otherwise.
-    if ("--text" in line or "--input-test-pattern" in line) and not any(word.startswith("--size") for word in line):
+    isDrawn = any(word in line for word in ("--text", "--text-file", "--input-test-pattern"))
+    if isDrawn and not any(word.startswith("--size") for word in line):
         line += ["--size", "64x36"]
     if not any(word.startswith("--preset") for word in line):
         line += QUICK

@@ -20,6 +20,23 @@ class DrawnInput : public CliTest {
                    environment);
   }
 
+  static constexpr const char *serifFont = "/usr/share/fonts/truetype/dejavu/DejaVuSerif.ttf";
+
+  /// Renders a sequence of one picture afresh.
+  void drawSequence(const Words &input) const {
+    expectSuccess(draw(input + Words{"--frames", "1", "--quiet"}, "fire_%d.png"));
+  }
+
+  /// Whether --resume keeps the picture of that sequence.
+  bool resumes(const Words &input) const {
+    const Words size{"--size", "64x36", "--frames", "1"};
+    const Result result =
+        pyrelux(Words{"render", "-o", "fire_%d.png", "--resume", "--set", "source-opacity=1", "--progress", "json"} +
+                quick() + size + input);
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    return result.out.find("\"kept\"") != std::string::npos;
+  }
+
   /// The bytes of the picture.
   std::string drawn(const Words &input) const {
     expectSuccess(draw(input));
@@ -61,6 +78,144 @@ TEST_F(DrawnInput, TextIsDrawnInItsColour) {
 TEST_F(DrawnInput, TextHasLines) {
   EXPECT_EQ(drawn({"--text", "A\\nB"}), drawn({"--text", "A\nB"}));
   EXPECT_NE(drawn({"--text", "A\\nB"}), drawn({"--text", "A B"}));
+  save(path("backslash.txt"), "A\\nB");
+  EXPECT_EQ(drawn({"--text", "A\\\\nB"}), drawn({"--text-file", "backslash.txt"})) << "a backslash and an n";
+}
+
+TEST_F(DrawnInput, TextFilesAreAsTheyStand) {
+  const std::string two = drawn({"--text", "A\nB"});
+  for (const char *text : {"A\nB", "A\r\nB\r\n", "A\nB\n",
+                           "\xEF\xBB\xBF"
+                           "A\nB"}) {
+    save(path("title.txt"), text);
+    EXPECT_EQ(drawn({"--text-file", "title.txt"}), two) << text;
+  }
+  // A remark shows the text.
+  save(path("title.txt"), "A\xF4\x8F\xBF\xBD\r\n");
+  EXPECT_THAT(draw({"--text-file", "title.txt"}).err, testing::HasSubstr("in 'A\xF4\x8F\xBF\xBD'"))
+      << "without a last line feed";
+}
+
+TEST_F(DrawnInput, TextFilesThatAreWrongAreNamed) {
+  const auto refusal = [&](int exitCode, const Words &words) {
+    const Result result = draw({"--text-file", "title.txt"});
+    expectRefusal(result, words);
+    EXPECT_EQ(result.exitCode, exitCode);
+  };
+  refusal(3, {"title.txt", "no such file"});
+  save(path("title.txt"), "f\xE9u");
+  refusal(3, {"title.txt", "it is not UTF-8"});
+  save(path("title.txt"), std::string("a\0b", 3));
+  refusal(3, {"title.txt", "it is not UTF-8"});
+  save(path("title.txt"), std::string(65537, '\n'));
+  refusal(3, {"title.txt", "longer than 65536 bytes"});
+  save(path("title.txt"), "\n");
+  refusal(2, {"title.txt", "nothing to see"});
+}
+
+TEST_F(DrawnInput, TextIsSetAsTheOptionsSay) {
+  const Words text{"--text", "One and\\nanother", "--font", "Sans 6"};
+  std::map<std::string, std::string> pictures{{drawn(text), "none"}};
+  for (const Words &more : {Words{"--text-position", "40,70"},
+                            {"--text-align", "left"},
+                            {"--text-align", "right"},
+                            {"--line-spacing", "1.5"},
+                            {"--letter-spacing", "10%"},
+                            {"--text-wrap", "50%"},
+                            {"--font-file", serifFont}})
+    pictures[drawn(text + more)] = testing::PrintToString(more);
+  EXPECT_EQ(pictures.size(), 7u) << "a family that is named wins over the file";
+  for (const Words &more : {Words{"--text-position", "center"},
+                            {"--text-align", "center"},
+                            {"--letter-spacing", "0%"},
+                            {"--strict-fonts"},
+                            {"--text-color", "white"}})
+    EXPECT_EQ(drawn(text + more), drawn(text)) << testing::PrintToString(more);
+}
+
+TEST_F(DrawnInput, FontFilesAreFonts) {
+  fs::copy_file(serifFont, path("brand.ttf"));
+  EXPECT_EQ(drawn({"--text", "FIRE", "--font-file", "brand.ttf"}), drawn({"--text", "FIRE", "--font", "DejaVu Serif"}));
+  save(path("bad.ttf"), "no font");
+  for (const auto &[file, why] :
+       {std::pair{"bad.ttf", "not a TrueType or OpenType font"}, {"none.ttf", "such file"}, {".", "regular"}}) {
+    const Result result = draw({"--text", "FIRE", "--font-file", file});
+    expectRefusal(result, {file, why});
+    EXPECT_EQ(result.exitCode, 3);
+  }
+}
+
+TEST_F(DrawnInput, StrictFontsRefuseWhatIsRemarked) {
+  for (const Words &text : {Words{"--text", "FIRE", "--font", "Nowhere Grotesk"}, {"--text", "A\xF4\x8F\xBF\xBD"}}) {
+    fs::remove(path("fire.png"));
+    const Result lax = draw(text);
+    EXPECT_EQ(lax.exitCode, 0);
+    fs::remove(path("fire.png"));
+    const Result strict = draw(text + Words{"--strict-fonts"});
+    EXPECT_EQ(strict.exitCode, 2);
+    expectRefusal(strict, {lax.err.substr(0, lax.err.size() - 1) + "; give another --font", "--strict-fonts"});
+    EXPECT_FALSE(fs::exists(path("fire.png")));
+  }
+}
+
+TEST_F(DrawnInput, ProjectsHaveTexts) {
+  fs::create_directories(path("titles"));
+  save(path("titles/title.txt"), "FIRE");
+  fs::copy_file(serifFont, path("titles/brand.ttf"));
+  save(path("titles/text.json"), R"({"version": 1, "text": "FIRE", "text-color": "#0040ff"})");
+  save(path("titles/file.json"), R"({"version": 1, "text-file": "title.txt", "font-file": "brand.ttf"})");
+  const std::string plain = drawn({"--text", "FIRE"});
+  EXPECT_EQ(drawn({"--project", "titles/text.json"}), drawn({"--text", "FIRE", "--text-color", "#0040ff"}));
+  const std::string brand = drawn({"--text", "FIRE", "--font-file", "titles/brand.ttf"});
+  EXPECT_NE(brand, plain);
+  EXPECT_EQ(drawn({"--project", "titles/file.json"}), brand);
+  EXPECT_EQ(drawn({"--project", "titles/file.json", "--text", "WATER"}),
+            drawn({"--text", "WATER", "--font-file", "titles/brand.ttf"}));
+  save(path("water.txt"), "WATER");
+  EXPECT_EQ(drawn({"--project", "titles/text.json", "--text-file", "water.txt"}),
+            drawn({"--text", "WATER", "--text-color", "#0040ff"}));
+  EXPECT_EQ(drawn({"--project", "titles/text.json", "--input-test-pattern", "bars"}),
+            drawn({"--input-test-pattern", "bars"}));
+  const Words input{"render", "title.png", "-o", "fire.png", "--overwrite"};
+  expectSuccess(pyrelux(input + quick()));
+  const std::string picture = load(path("fire.png"));
+  expectSuccess(pyrelux(input + quick() + Words{"--project", "titles/text.json"}));
+  EXPECT_EQ(load(path("fire.png")), picture) << "an INPUT wins over the project's text";
+}
+
+TEST_F(DrawnInput, SavedProjectsHaveTheText) {
+  fs::create_directories(path("titles"));
+  save(path("title.txt"), "One\\two");
+  fs::copy_file(serifFont, path("brand.ttf"));
+  const Words rows[] = {{"--text", "A\\nB", "--font", "Sans 8", "--text-position", "40,60", "--text-align", "right"},
+                        {"--text-file", "title.txt", "--font-file", "brand.ttf", "--letter-spacing", "5%"}};
+  for (const Words &text : rows) {
+    fs::remove(path("titles/saved.json"));
+    const std::string first = drawn(text + Words{"--save-project", "titles/saved.json"});
+    EXPECT_EQ(drawn({"--project", "titles/saved.json"}), first);
+  }
+  EXPECT_THAT(load(path("titles/saved.json")), testing::HasSubstr(R"("text-file": "../title.txt")"));
+}
+
+TEST_F(DrawnInput, ResumingNoticesWhatTheTextDependsOn) {
+  save(path("title.txt"), "A\nBB");
+  fs::copy_file(serifFont, path("brand.ttf"));
+  const Words plain{"--text", "A\\nBB", "--font", "Sans 8"};
+  for (const Words &more : {Words{"--text-position", "40,60"},
+                            {"--text-align", "left"},
+                            {"--line-spacing", "1.5"},
+                            {"--letter-spacing", "9%"},
+                            {"--text-color", "red"}}) {
+    SCOPED_TRACE(testing::PrintToString(more));
+    drawSequence(plain);
+    EXPECT_TRUE(resumes(plain));
+    EXPECT_FALSE(resumes(plain + more));
+  }
+  drawSequence({"--text-file", "title.txt", "--font-file", "brand.ttf"});
+  EXPECT_TRUE(resumes({"--text-file", "title.txt", "--font-file", "brand.ttf"}));
+  EXPECT_FALSE(resumes({"--text-file", "title.txt"}));
+  save(path("title.txt"), "A\nBC");
+  EXPECT_FALSE(resumes({"--text-file", "title.txt"}));
 }
 
 TEST_F(DrawnInput, TextMayLookLikeAnOption) { EXPECT_NE(drawn({"--text", "-o"}), drawn({"--text", "o"})); }
@@ -126,16 +281,20 @@ TEST_F(DrawnInput, ExactlyOneInputIsNeeded) {
 TEST_F(DrawnInput, OptionsOfOtherInputsAreRefused) {
   expectUsageError({"title.png", "--size", "64x36"}, {"INPUT", "--size"});
   expectUsageError({"--text", "FIRE", "--input-alpha", "none"}, {"--input-alpha", "INPUT"});
-  expectUsageError({"title.png", "--font", "Sans"}, {"--font", "--text"});
-  expectUsageError({"--input-test-pattern", "bars", "--text-color", "#ffffff"}, {"--text-color", "--text"});
+  const Words ofText[] = {{"--font", "Sans"},          {"--font-file", serifFont}, {"--strict-fonts"},
+                          {"--text-color", "#ffffff"}, {"--text-position", "1,1"}, {"--text-align", "left"},
+                          {"--text-wrap", "50%"},      {"--line-spacing", "1"},    {"--letter-spacing", "0%"}};
+  for (const Words &words : ofText)
+    for (const Words &input : {Words{"title.png"}, {"--input-test-pattern", "bars"}})
+      expectUsageError(input + words, {"'" + words[0] + "' is for a text", "--text or --text-file"});
 }
 
 TEST_F(DrawnInput, WrongValuesAreRefused) {
   expectUsageError({"--text", ""}, {"nothing to see"});
   expectUsageError({"--text", "  \n"}, {"nothing to see"});
   expectUsageError({"--text", "FIRE", "--font", "Sans 1200"}, {"'Sans 1200'", "1920x1080"});
-  for (const char *colour : {"reddish", "#ff", "1,1", "1,1,2", "-1,0,0", "nan,0,0", ""})
-    expectUsageError({"--text", "FIRE", "--text-color", colour}, {"'text-color'", colour, "0..1"});
+  for (const char *colour : {"reddish", "#ffff", "1,1", "1,1,2", "-1,0,0", "nan,0,0", ""})
+    expectUsageError({"--text", "FIRE", "--text-color", colour}, {"--text-color", colour, "0..1"});
   for (const char *size :
        {"64", "64x", "x36", "64x36x1", "0x36", "64x-36", "64 x 36", "16385x1", "16384x16384", "99999999999x1", ""})
     expectUsageError({"--text", "FIRE", "--size", size}, {"'" + std::string(size) + "' is not a size", "WIDTHxHEIGHT"});

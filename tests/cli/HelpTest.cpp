@@ -50,7 +50,15 @@ TEST_F(Help, OfRenderExplainsEveryOptionWithItsUnit) {
     Words words;
   } rows[] = {
       {"--input-alpha", {"KIND", "straight", "premultiplied", "none", "auto", "EXR", "TIFF", "default"}},
-      {"--text TEXT", {"\\n", "middle", "transparent"}},
+      {"--text TEXT", {"\\n begins a line", "\\\\ is a backslash", "middle", "transparent"}},
+      {"--text-file", {"FILE", "UTF-8", "64 KiB", "nothing is escaped"}},
+      {"--font-file", {"FILE", ".ttf or .otf", "not installed", "--font names a family"}},
+      {"--strict-fonts", {"missing", "error"}},
+      {"--text-position", {"X,Y", "percent", "bottom", "center (the default)"}},
+      {"--text-align", {"left, center or right", "default: center"}},
+      {"--text-wrap", {"WIDTH", "1%..100%", "words", "default"}},
+      {"--line-spacing", {"FACTOR", "0.1..10"}},
+      {"--letter-spacing", {"PERCENT", "-50%..500%", "default: 0%"}},
       {"--font", {"FONT", "size in pixels", "default: Sans Bold", "fc-list"}},
       {"--text-color", {"COLOR", "#rrggbb", "0..1", "default: white"}},
       {"--input-test-pattern", {"NAME", "bars", "checker", "circle", "ramp", "title"}},

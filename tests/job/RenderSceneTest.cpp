@@ -140,8 +140,8 @@ TEST_F(SceneRenders, AShapeBurnsInWhiteUnderItsColours) {
   std::ofstream(path("dark.png"), std::ios::binary) << "";
   RenderRequest dark = scene("dark.png", {}, {{"fire-opacity", "0"}, {"source-opacity", "1"}});
   dark.testPattern.reset();
-  dark.text = "I";
-  dark.textColour = Colour{0.0, 0.0, 0.25};
+  dark.scene.title.text = "I";
+  dark.scene.title.colour = Colour{0.0, 0.0, 0.25};
   dark.codec.clear();
   render(dark);
   const auto burnt = [&](const std::string &burn) {

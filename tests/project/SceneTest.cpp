@@ -13,6 +13,7 @@
 
 #include <map>
 #include <nlohmann/json.hpp>
+#include <set>
 
 namespace pyrelux::project {
 namespace {
@@ -23,6 +24,17 @@ using testing::HasSubstr;
 /// A text that each field takes, as format() writes it.
 const std::map<std::string, std::string> &samples() {
   static const std::map<std::string, std::string> texts{{"input-alpha", "key=0,1,0:40%"},
+                                                        {"text", "One\\nand \\\\another"},
+                                                        {"text-file", "title.txt"},
+                                                        {"font", "Serif Italic 200"},
+                                                        {"font-file", "brand.ttf"},
+                                                        {"strict-fonts", "true"},
+                                                        {"text-color", "1,0.5,0"},
+                                                        {"text-position", "25,75"},
+                                                        {"text-align", "left"},
+                                                        {"text-wrap", "80%"},
+                                                        {"line-spacing", "1.25"},
+                                                        {"letter-spacing", "-5%"},
                                                         {"size", "64x36"},
                                                         {"canvas", "128x72"},
                                                         {"place", "25,75"},
@@ -59,9 +71,12 @@ TEST(SceneFields, TakeWhatTheyFormat) {
 }
 
 TEST(SceneFields, RefuseNonsense) {
+  const std::set<std::string> takingAnyText{"text", "text-file", "font", "font-file"};
   for (const SceneField &field : sceneFields()) {
     Scene scene;
-    EXPECT_THROW(field.parse(scene, "no such value"), ValueError) << field.key;
+    if (takingAnyText.count(field.key) == 0) {
+      EXPECT_THROW(field.parse(scene, "no such value"), ValueError) << field.key;
+    }
     EXPECT_THROW(field.parse(scene, ""), ValueError) << field.key;
     EXPECT_FALSE(field.format(scene)) << field.key;
   }
@@ -74,6 +89,34 @@ TEST(SceneFields, HaveTheirRanges) {
     EXPECT_THROW(sceneField("seed").parse(scene, seed), ValueError);
   EXPECT_THROW(sceneField("loop-blend").parse(scene, "0"), ValueError);
   EXPECT_EQ(scene.seed, 1000000);
+  const struct {
+    const char *key;
+    std::vector<std::string> taken;
+    std::vector<std::string> refused;
+  } rows[] = {{"text-wrap", {"1%", "100%"}, {"0.9%", "101%", "80", "%", "nan%", "0.8"}},
+              {"line-spacing", {"0.1", "10"}, {"0", "0.09", "10.1", "-1", "nan", "50%"}},
+              {"letter-spacing", {"-50%", "0%", "500%"}, {"-51%", "501%", "10", "inf%"}},
+              {"text-position", {"center", "-1000,1000"}, {"left", "50", "50,50,50", "1001,0"}},
+              {"text-color", {"#fff", "tomato", "0,1,0"}, {"reddish", "#ff", "1,1,2", "-1,0,0", "nan,0,0"}},
+              {"text-align", {"left", "center", "right"}, {"Left", "justify"}}};
+  for (const auto &row : rows) {
+    for (const std::string &text : row.taken) EXPECT_NO_THROW(sceneField(row.key).parse(scene, text)) << text;
+    for (const std::string &text : row.refused)
+      EXPECT_THROW(sceneField(row.key).parse(scene, text), ValueError) << row.key << " " << text;
+  }
+}
+
+TEST(SceneFields, TextHasLinesAndBackslashes) {
+  const std::pair<const char *, const char *> rows[] = {{"A\\nB", "A\nB"},   {"A\nB", "A\nB"}, {"A\\\\nB", "A\\nB"},
+                                                        {"\\\\\\n", "\\\n"}, {"\\t", "\\t"},   {"A\\", "A\\"}};
+  for (const auto &[typed, text] : rows) {
+    Scene scene;
+    sceneField("text").parse(scene, typed);
+    EXPECT_EQ(scene.title.text, text) << typed;
+    Scene again;
+    sceneField("text").parse(again, *sceneField("text").format(scene));
+    EXPECT_EQ(again.title.text, text) << typed;
+  }
 }
 
 TEST(InputMattes, HaveWordsAndAColour) {
@@ -107,14 +150,23 @@ TEST(Scenes, AreFilledInFromWeakerOnes) {
 }
 
 std::string allFields() {
-  std::string json = "{\"version\": 1";
-  for (const auto &[key, text] : samples()) json += ", \"" + key + "\": " + (key == "loop" ? text : "\"" + text + "\"");
-  return json + "}";
+  nlohmann::json json{{"version", 1}};
+  for (const auto &[key, text] : samples()) {
+    if (key == "text-file") continue;  // excludes the text
+    if (sceneField(key).isFlag())
+      json[key] = text == "true";
+    else
+      json[key] = text;
+  }
+  return json.dump();
 }
 
 TEST(ProjectScenes, AreTheSameAfterWritingAndReading) {
   const Project project = parseProject(allFields(), sampleDeclarations());
-  for (const auto &[key, text] : samples()) EXPECT_EQ(sceneField(key).format(project.scene), text);
+  for (const auto &[key, text] : samples()) {
+    if (key == "text-file") continue;
+    EXPECT_EQ(sceneField(key).format(project.scene), text);
+  }
   const std::string text = formatProject(project, sampleDeclarations());
   EXPECT_EQ(formatProject(parseProject(text, sampleDeclarations()), sampleDeclarations()), text);
   EXPECT_THAT(text, HasSubstr("\"loop\": true"));
@@ -138,6 +190,9 @@ std::string errorOf(const std::string &fields) {
 }
 
 TEST(ProjectScenes, AreRefusedWithTheirKey) {
+  EXPECT_THAT(errorOf(R"("text": "A", "text-file": "a.txt")"), HasSubstr("text and text-file exclude each other"));
+  EXPECT_THAT(errorOf(R"("text-align": "middle")"), HasSubstr("text-align: it is left or center or right"));
+  EXPECT_THAT(errorOf(R"("strict-fonts": 1)"), HasSubstr("strict-fonts can't be 1: it takes true or false"));
   EXPECT_THAT(errorOf(R"("seed": -1)"), HasSubstr("seed: '-1' is not a whole number"));
   EXPECT_THAT(errorOf(R"("loop": "yes")"), HasSubstr("loop can't be 'yes': it takes true or false"));
   EXPECT_THAT(errorOf(R"("canvas": 5)"), HasSubstr("canvas can't be 5: it takes a text"));
