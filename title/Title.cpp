@@ -29,12 +29,6 @@ void requireText(const std::string &text) {
       throw TitleError("a line of the text is longer than " + std::to_string(maxTitleLineBytes) + " bytes; break it");
 }
 
-bool hasVisibleCharacters(const std::string &text) {
-  for (const char *at = text.data(); at != text.data() + text.size(); at = g_utf8_next_char(at))
-    if (g_unichar_isgraph(g_utf8_get_char(at))) return true;
-  return false;
-}
-
 std::string sizeText(double width, double height) {
   return std::to_string(std::lround(width)) + "x" + std::to_string(std::lround(height)) + " pixels";
 }
@@ -164,7 +158,7 @@ DrawnTitle drawTitle(const Title &title) {
   if (isFiles) pango_font_description_set_family(font.get(), pango_font_description_get_family(&file->description()));
   TitleLayout layout(title, *font, file ? &*file : nullptr, isFiles);
   if (layout.ink().isEmpty()) {
-    if (file && hasVisibleCharacters(title.text)) throw FontFileError(causeDamagedFont);
+    if (file && countVisible(title.text) > 0) throw FontFileError(causeDamagedFont);
     throw TitleError("there is nothing to see in the text " + shown(title.text));
   }
 
@@ -173,6 +167,11 @@ DrawnTitle drawTitle(const Title &title) {
   if (title.font && family && !isFiles && !layout.knows(family))
     drawn.remarks.push_back("there is no font '" + std::string(family) + "'; '" + layout.family() +
                             "' is used instead");
+  // Of an alias such as "Sans", no font's characters are expected.
+  const bool isOwnFont = isFiles || (title.font && family && layout.family() == family);
+  if (const int count = isOwnFont ? layout.borrowedCharacters() : 0)
+    drawn.remarks.push_back("the font '" + layout.family() + "' lacks " + std::to_string(count) +
+                            " of the characters in " + shown(title.text) + "; another font draws them");
   if (const int count = layout.unknownCharacters())
     drawn.remarks.push_back("no font that is installed has " + std::to_string(count) + " of the characters in " +
                             shown(title.text));

@@ -47,7 +47,8 @@ constexpr std::size_t maxTitleLineBytes = 2000;
 ///
 /// Errors: throws TitleError when the text is not UTF-8, is too long, has nothing visible or does not fit;
 /// FontFileError when the font file is none or draws nothing; std::runtime_error when no font is installed. If a font
-/// is missing, another one replaces it; characters that no font has become boxes. Both give a remark. Thread: any.
+/// that is named, or a character of it, is missing, another font replaces it; characters that no font has become boxes.
+/// All give a remark. Thread: any.
 DrawnTitle drawTitle(const Title &title);
 
 }  // namespace pyrelux

@@ -24,6 +24,11 @@ PangoAlignment alignmentOf(TextAlign align) {
   return PANGO_ALIGN_CENTER;
 }
 
+std::string familyOf(PangoFont *font) {
+  const DescriptionPtr description(pango_font_describe(font));
+  return pango_font_description_get_family(description.get());
+}
+
 int pangoUnits(double pixels) { return static_cast<int>(std::lround(pixels * PANGO_SCALE)); }
 
 }  // namespace
@@ -33,6 +38,13 @@ std::string shown(const std::string &text) {
   if (g_utf8_strlen(text.data(), static_cast<gssize>(text.size())) <= maxCharacters) return "'" + text + "'";
   const char *const end = g_utf8_offset_to_pointer(text.data(), maxCharacters);
   return "'" + std::string(text.data(), end) + "...'";
+}
+
+int countVisible(const std::string &text) {
+  int count = 0;
+  for (const char *at = text.data(); at != text.data() + text.size(); at = g_utf8_next_char(at))
+    count += g_unichar_isgraph(g_utf8_get_char(at)) != 0;
+  return count;
 }
 
 TitleLayout::TitleLayout(const Title &title, const PangoFontDescription &font, const FontFile *file, bool isFiles)
@@ -91,10 +103,20 @@ Box TitleLayout::ink() const {
 
 int TitleLayout::unknownCharacters() const { return pango_layout_get_unknown_glyphs_count(layout_.get()); }
 
-std::string TitleLayout::family() const {
-  const DescriptionPtr description(pango_font_describe(font_.get()));
-  return pango_font_description_get_family(description.get());
+int TitleLayout::borrowedCharacters() const {
+  const char *const text = pango_layout_get_text(layout_.get());
+  const std::string own = family();
+  int count = 0;
+  const IterPtr iter(pango_layout_get_iter(layout_.get()));
+  do {
+    const PangoLayoutRun *const run = pango_layout_iter_get_run_readonly(iter.get());
+    if (run && familyOf(run->item->analysis.font) != own)
+      count += countVisible({text + run->item->offset, static_cast<std::size_t>(run->item->length)});
+  } while (pango_layout_iter_next_run(iter.get()));
+  return count;
 }
+
+std::string TitleLayout::family() const { return familyOf(font_.get()); }
 
 bool TitleLayout::knows(const std::string &names) const {
   PangoFontFamily **families = nullptr;

@@ -24,6 +24,9 @@ struct Box {
 /// As much of a text as messages show, in quotes.
 std::string shown(const std::string &text);
 
+/// The characters that leave ink, spaces and the like not among them.
+int countVisible(const std::string &text);
+
 /// A laid-out text. It has its own font map, because Pango never frees the shared one.
 class TitleLayout {
  public:
@@ -44,6 +47,9 @@ class TitleLayout {
   Box ink() const;
 
   int unknownCharacters() const;
+
+  /// The visible characters that the font in use lacks and that fonts of other families have.
+  int borrowedCharacters() const;
 
   /// The family of the font in use.
   std::string family() const;

@@ -295,8 +295,16 @@ TEST_F(TitleFontFile, StandsBesideTheInstalledFonts) {
   // Hebrew, which the serif font lacks.
   Title title = titleIn(installed("DejaVuSerif.ttf"));
   title.text = "\u05D0";
-  EXPECT_THAT(drawTitle(title).remarks, IsEmpty());
+  EXPECT_THAT(drawTitle(title).remarks, ElementsAre(HasSubstr("'DejaVu Serif' lacks 1 of the characters in '\u05D0'")));
   EXPECT_EQ(inkOf(title).height(), inkOf(titleOf("\u05D0", "DejaVu Serif")).height());
+}
+
+TEST(TitleFont, ThatLacksCharactersIsNamed) {
+  const std::string text = "a \u05D0 \u05D0";
+  EXPECT_THAT(drawTitle(titleOf(text, "DejaVu Serif 20")).remarks,
+              ElementsAre(HasSubstr("the font 'DejaVu Serif' lacks 2 of the characters")));
+  for (const char *font : {"DejaVu Sans 20", "Serif 20", "20"})
+    EXPECT_THAT(drawTitle(titleOf(text, font)).remarks, IsEmpty()) << font;
 }
 
 TEST_F(TitleFontFile, ThatIsNoneIsRefused) {
