@@ -114,14 +114,14 @@ TEST_F(DrawnInput, TextFilesThatAreWrongAreNamed) {
 }
 
 TEST_F(DrawnInput, TextIsSetAsTheOptionsSay) {
-  const Words text{"--text", "One and\\nanother", "--font", "Sans 6"};
+  const Words text{"--text", "One and\\nit", "--font", "Sans 6"};
   std::map<std::string, std::string> pictures{{drawn(text), "none"}};
   for (const Words &more : {Words{"--text-position", "40,70"},
                             {"--text-align", "left"},
                             {"--text-align", "right"},
                             {"--line-spacing", "1.5"},
-                            {"--letter-spacing", "10%"},
-                            {"--text-wrap", "50%"},
+                            {"--letter-spacing", "50%"},
+                            {"--text-wrap", "25%"},
                             {"--font-file", serifFont}})
     pictures[drawn(text + more)] = testing::PrintToString(more);
   EXPECT_EQ(pictures.size(), 7u) << "a family that is named wins over the file";
@@ -200,11 +200,12 @@ TEST_F(DrawnInput, SavedProjectsHaveTheText) {
 TEST_F(DrawnInput, ResumingNoticesWhatTheTextDependsOn) {
   save(path("title.txt"), "A\nBB");
   fs::copy_file(serifFont, path("brand.ttf"));
-  const Words plain{"--text", "A\\nBB", "--font", "Sans 8"};
+  const Words plain{"--text", "A\\nBB CC", "--font", "Sans 8"};
   for (const Words &more : {Words{"--text-position", "40,60"},
                             {"--text-align", "left"},
+                            {"--text-wrap", "30%"},
                             {"--line-spacing", "1.5"},
-                            {"--letter-spacing", "9%"},
+                            {"--letter-spacing", "50%"},
                             {"--text-color", "red"}}) {
     SCOPED_TRACE(testing::PrintToString(more));
     drawSequence(plain);

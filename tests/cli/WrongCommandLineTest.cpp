@@ -185,7 +185,7 @@ const std::vector<WrongRow> options = {
     {"FontFileWithoutText", still({"--font-file", "f.ttf"}), wrongUsage, {"'--font-file' is for a text"}},
     {"TextColorWithoutText", still({"--text-color", "red"}), wrongUsage, {"'--text-color' is for a text"}},
     {"StrictFontsWithoutText", still({"--strict-fonts"}), wrongUsage, {"'--strict-fonts' is for a text"}},
-    {"StrictFontsWithAValue", text({"--strict-fonts=yes"}), wrongUsage, {"--strict-fonts"}},
+    {"StrictFontsWithAValue", text({"--strict-fonts=often"}), wrongUsage, {"--strict-fonts"}},
     {"SizeOfAnInput", still({"--size", "64x36"}), wrongUsage, {"--size", "INPUT"}},
     {"CanvasWithoutHeight", still({"--canvas", "640"}), wrongUsage, {"--canvas", "'640'", "WIDTHxHEIGHT"}},
     {"CanvasAndPad", still({"--canvas", "64x36", "--pad", "10"}), wrongUsage, {"--canvas", "--pad"}},
