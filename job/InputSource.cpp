@@ -1,12 +1,17 @@
 #include "InputSource.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
+#include <filesystem>
 #include <utility>
 
 #include "Compositing.h"
 #include "DrawnInput.h"
 #include "InputReaders.h"
+#include "MediaErrors.h"
+#include "SvgDrawing.h"
+#include "TextFile.h"
 #include "ValueError.h"
 #include "Writer.h"
 
@@ -86,6 +91,36 @@ std::unique_ptr<media::Reader> inItsRoom(const RenderRequest &request, std::uniq
   return inRoom(std::move(input), roomFor(request.scene, own, back ? shapeOf(*back) : own));
 }
 
+bool isSvg(const std::string &path) {
+  std::string extension = std::filesystem::path(path).extension().string();
+  for (char &letter : extension) letter = static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
+  return extension == ".svg";
+}
+
+/// A drawing in its room, as sharp as it is large there.
+std::unique_ptr<media::Reader> openSvg(const RenderRequest &request, const project::InputMatte &matte,
+                                       const media::InputInfo *back) {
+  constexpr std::size_t maxBytes = 64u << 20;
+  const std::string &path = *request.input;
+  if (request.variableRate) throw ValueError("'--vfr' is for movies, and '" + path + "' is none");
+  requireMovieToDeinterlace(request, back && back->kind == media::InputKind::Movie);
+  if (matte.kind == project::InputMatte::Kind::Own && matte.alpha != media::InputAlpha::Auto)
+    throw ValueError("'--input-alpha' is for pictures of pixels: '" + path +
+                     "' is a drawing, with an alpha of its own");
+  try {
+    const SvgDrawing drawing(media::readText(path, maxBytes));
+    const media::PictureShape own{drawing.width(), drawing.height(), 1.0};
+    const bool followsBack = back && !request.background->fit;
+    const Room room = roomFor(request.scene, own,
+                              followsBack ? media::PictureShape{back->width, back->height, back->pixelAspect} : own);
+    auto reader = media::Reader::of(drawing.draw(room.width, room.height), {path});
+    if (matte.kind != project::InputMatte::Kind::Own) reader = withMatte(std::move(reader), matte);
+    return inRoom(std::move(reader), room);
+  } catch (const SvgError &error) {
+    media::failReading(path, error.what());
+  }
+}
+
 }  // namespace
 
 std::unique_ptr<media::Reader> openFile(const RenderRequest &request, const std::string &path,
@@ -120,6 +155,7 @@ std::unique_ptr<media::Reader> openInput(const RenderRequest &request, int bits,
     return inItsRoom(request, std::move(drawn), followsBack ? back : nullptr);
   }
   const project::InputMatte matte = request.scene.inputMatte.value_or(project::InputMatte());
+  if (isSvg(*request.input)) return openSvg(request, matte, back);
   auto reader = openFile(request, *request.input, {matte.alpha, request.deinterlace, isKept(request)}, listener);
   const bool isMovie = reader->info().kind == media::InputKind::Movie;
   requireMovieToDeinterlace(request, isMovie || hasMovie);

@@ -56,6 +56,9 @@ Room roomFor(const project::Scene &scene, const media::PictureShape &picture, co
   double scale = std::min(contained, 1.0);
   if (scene.fit) scale = scene.fit->percent ? contained * *scene.fit->percent / 100.0 : 1.0;
   Room room{frame, sideOf(shownWidth * scale), sideOf(picture.height * scale), 0, 0};
+  if (std::int64_t{room.width} * room.height > maximumPixels)
+    throw ValueError("'--fit' makes the input " + std::to_string(room.width) + "x" + std::to_string(room.height) +
+                     " pixels large; there may be " + std::to_string(maximumPixels) + " in all");
   const Placement place = scene.place.value_or(Placement());
   // Truncated as halves of odd numbers are.
   room.left = static_cast<int>(place.x / 100.0 * frame.width - room.width / 2.0);

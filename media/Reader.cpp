@@ -63,4 +63,8 @@ std::unique_ptr<Reader> Reader::open(const std::string &path, const ReadOptions 
 
 std::unique_ptr<Reader> Reader::of(Image image) { return std::make_unique<StillReader>(stillOf(std::move(image))); }
 
+std::unique_ptr<Reader> Reader::of(Image image, std::vector<std::string> files) {
+  return std::make_unique<StillReader>(stillOf(std::move(image)), std::move(files));
+}
+
 }  // namespace pyrelux::media

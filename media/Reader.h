@@ -61,6 +61,8 @@ class Reader {
   }
   /// A still that is in memory already.
   static std::unique_ptr<Reader> of(Image image);
+  /// The same, of a picture that was made from these files.
+  static std::unique_ptr<Reader> of(Image image, std::vector<std::string> files);
   virtual ~Reader() = default;
 
   const InputInfo &info() const { return info_; }

@@ -8,7 +8,7 @@ program_packages=(
   libegl-dev libegl1 libegl-mesa0 libgl1-mesa-dri
   libavfilter-dev libavformat-dev libavcodec-dev libavutil-dev libswresample-dev libswscale-dev libtiff-dev libopenexr-dev
   libimath-dev libzimg-dev
-  libpango1.0-dev libcairo2-dev fonts-dejavu-core libimagequant-dev
+  libpango1.0-dev libcairo2-dev librsvg2-dev fonts-dejavu-core libimagequant-dev
   libfftw3-dev
   frei0r-plugins-dev libmlt-dev
   libcli11-dev nlohmann-json3-dev libxxhash-dev libcsv-dev

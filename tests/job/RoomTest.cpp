@@ -65,6 +65,7 @@ TEST(Rooms, AreRefusedWhenTheyDoNotGoTogetherOrAreTooLarge) {
   EXPECT_THROW(roomFor(scene({{"pad", "1"}, {"place", "1,1"}}), logo, logo), ValueError);
   EXPECT_THROW(roomFor(scene({{"pad", "1"}, {"fit", "none"}}), logo, logo), ValueError);
   EXPECT_THROW(roomFor(scene({{"pad", "16000"}}), logo, logo), ValueError);
+  EXPECT_THROW(roomFor(scene({{"canvas", "9000x9000"}, {"fit", "1000%"}}), {100, 100, 1.0}, logo), ValueError);
 }
 
 Image withPixel(int x, int y, float level) {
