@@ -62,6 +62,11 @@ void wrapAt(double scale, const Title &title, TitleLayout &layout) {
   if (title.wrap) layout.wrap(*title.wrap * title.width / scale);
 }
 
+void requireFewLines(const TitleLayout &layout) {
+  if (layout.hasTooManyLines())
+    throw TitleError("the text has more than " + std::to_string(TitleLayout::maxLines) + " lines; draw a part of it");
+}
+
 /// The largest scale up to `most` at which the text fits; wraps it so.
 double automaticScale(double most, const Title &title, const Room &room, TitleLayout &layout) {
   const auto fits = [&](double scale) {
@@ -89,8 +94,9 @@ double scaleFor(const Title &title, const PangoFontDescription &font, const Room
   if (em < smallestEm) throw TitleError("the font '" + *title.font + "' has no size that can be drawn");
   const double scale = em / TitleLayout::em;
   wrapAt(scale, title, layout);
+  requireFewLines(layout);
   const Box ink = layout.ink();
-  if (layout.hasTooManyLines() || scale > room.fitting(ink))
+  if (scale > room.fitting(ink))
     throw TitleError("in the font '" + *title.font + "' the text is " +
                      sizeText(ink.width() * scale, ink.height() * scale) + ", more than " + room.name +
                      "; a font without a size fits itself");
@@ -157,6 +163,7 @@ DrawnTitle drawTitle(const Title &title) {
   if (isFiles && !title.font) font.reset(pango_font_description_copy(&file->description()));
   if (isFiles) pango_font_description_set_family(font.get(), pango_font_description_get_family(&file->description()));
   TitleLayout layout(title, *font, file ? &*file : nullptr, isFiles);
+  requireFewLines(layout);
   if (layout.ink().isEmpty()) {
     if (file && countVisible(title.text) > 0) throw FontFileError(causeDamagedFont);
     throw TitleError("there is nothing to see in the text " + shown(title.text));

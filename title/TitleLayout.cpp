@@ -9,9 +9,6 @@ namespace pyrelux {
 
 namespace {
 
-/// With the largest letters and line spacing.
-constexpr int maxLines = 1000;
-
 PangoAlignment alignmentOf(TextAlign align) {
   switch (align) {
     case TextAlign::Left:

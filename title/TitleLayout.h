@@ -40,7 +40,9 @@ class TitleLayout {
   /// Lets lines wrap between words at a width in pixels.
   void wrap(double width);
 
-  /// Whether there are more lines than Pango's numbers have place for.
+  /// Pango's numbers have no place for more, with the largest letters and line spacing.
+  static constexpr int maxLines = 1000;
+
   bool hasTooManyLines() const;
 
   /// The box around everything visible. Pango's own ink box also includes blank lines and runs.

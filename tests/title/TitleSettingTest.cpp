@@ -205,7 +205,7 @@ TEST(TitleWrap, TakesTheLongestText) {
   title.wrap = 0.01;
   EXPECT_THAT(refusalOf(title), HasSubstr("too long for the picture's"));
   title.font = "DejaVu Sans 20";
-  EXPECT_THAT(refusalOf(title), HasSubstr("more than the picture's"));
+  EXPECT_THAT(refusalOf(title), HasSubstr("more than 1000 lines"));
 }
 
 /// A folder for fonts of its own, and the fonts that fontconfig finds by a name.
@@ -312,6 +312,22 @@ TEST_F(TitleFontFile, ThatIsNoneIsRefused) {
   EXPECT_EQ(fontRefusalOf(titleIn(save("empty.ttf", ""))), "it is not a TrueType or OpenType font");
   EXPECT_EQ(fontRefusalOf(titleIn("/usr/share/fonts")), "it is not a regular file");
   EXPECT_THAT(fontRefusalOf(titleIn("/nonexistent.ttf")), HasSubstr("no such file"));
+}
+
+TEST_F(TitleFontFile, ThatDrawsNothingIsRefused) {
+  std::string bytes = bytesOf(installed("DejaVuSerif.ttf"));
+  // The table of outlines, by its entry in the file's directory: a name, a sum, where it begins and how long it is.
+  const std::size_t entry = bytes.find("glyf");
+  ASSERT_LT(entry, 1000u);
+  const auto numberAt = [&](std::size_t at) {
+    std::size_t number = 0;
+    for (std::size_t i = 0; i < 4; ++i) number = number * 256 + static_cast<unsigned char>(bytes[at + i]);
+    return number;
+  };
+  const std::size_t begin = numberAt(entry + 8);
+  const std::size_t length = numberAt(entry + 12);
+  bytes.replace(begin, length, length, '\0');
+  EXPECT_THAT(fontRefusalOf(titleIn(save("blank.ttf", bytes))), HasSubstr("it draws nothing of the text"));
 }
 
 TEST_F(TitleFontFile, ThatIsDamagedDoesNoHarm) {

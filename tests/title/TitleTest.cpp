@@ -197,6 +197,8 @@ TEST(Title, ThatIsNotUtf8IsRefused) {
 TEST(Title, ThatIsVeryLongIsRefused) {
   EXPECT_THAT(refusalOf(titleOf(std::string(maxTitleLineBytes + 1, 'H'))),
               HasSubstr("a line of the text is longer than 2000 bytes"));
+  EXPECT_THAT(refusalOf(titleOf(std::string(1000, '\n') + "H")), HasSubstr("more than 1000 lines"));
+  EXPECT_EQ(refusalOf(titleOf(std::string(999, '\n') + "H")), "");
   EXPECT_THAT(refusalOf(titleOf(std::string(maxTitleBytes + 1, '\n'))), HasSubstr("longer than 65536 bytes"));
 }
 
