@@ -119,7 +119,10 @@ Loop loopOf(const project::Scene &scene, const FrameList &frames) {
 
 double Loop::shareAt(std::int64_t frame) const {
   const std::int64_t place = frame - (frames.last - blend);
-  return place <= 0 ? 0.0 : static_cast<double>(place) / static_cast<double>(blend + 1);
+  if (place <= 0) return 0.0;
+  const double way = static_cast<double>(place) / static_cast<double>(blend + 1);
+  // Slow at both ends, so that the step to the first frame is not larger than those before it.
+  return way * way * (3.0 - 2.0 * way);
 }
 
 bool Fire::isComposed(std::int64_t frame) const {

@@ -89,7 +89,8 @@ Image SvgDrawing::draw(int width, int height) const {
   const CairoPtr cairo(cairo_create(surface.get()));
   const RsvgRectangle viewport = {0.0, 0.0, static_cast<double>(width), static_cast<double>(height)};
   GError *error = nullptr;
-  if (!rsvg_handle_render_document(handle_->rsvg.get(), cairo.get(), &viewport, &error)) throw SvgError(reasonOf(error));
+  if (!rsvg_handle_render_document(handle_->rsvg.get(), cairo.get(), &viewport, &error))
+    throw SvgError(reasonOf(error));
   if (cairo_status(cairo.get()) != CAIRO_STATUS_SUCCESS) throw std::bad_alloc();
   cairo_surface_flush(surface.get());
   return imageOf(*surface, width, height);

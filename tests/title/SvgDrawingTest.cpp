@@ -3,10 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <unistd.h>
 #include <array>
 #include <cstdlib>
 #include <fstream>
-#include <unistd.h>
 
 namespace pyrelux {
 namespace {
@@ -85,7 +85,9 @@ TEST(SvgDrawing, ReadsNoOtherFile) {
             .draw(8, 8);
     EXPECT_EQ(pixel(image, 4, 4)[3], 0) << reference;
   }
-  EXPECT_NE(refusal("<!DOCTYPE svg [<!ENTITY x SYSTEM \"file://" + secret + "\">]>" + svg("width=\"8\" height=\"8\"", "&x;<")), "");
+  EXPECT_NE(refusal("<!DOCTYPE svg [<!ENTITY x SYSTEM \"file://" + secret + "\">]>" +
+                    svg("width=\"8\" height=\"8\"", "&x;<")),
+            "");
   unlink(secret.c_str());
   rmdir(folder);
 }
@@ -100,7 +102,8 @@ TEST(SvgDrawing, EndsWhateverItRepeats) {
   std::string nested;
   for (int depth = 0; depth < 100000; ++depth) nested += "<g>";
   refusal(svg("width=\"8\" height=\"8\"", nested));
-  EXPECT_EQ(refusal(svg("width=\"8\" height=\"8\"", "<g id=\"a\"><use href=\"#a\"/></g>")).find('\n'), std::string::npos);
+  EXPECT_EQ(refusal(svg("width=\"8\" height=\"8\"", "<g id=\"a\"><use href=\"#a\"/></g>")).find('\n'),
+            std::string::npos);
 }
 
 }  // namespace
