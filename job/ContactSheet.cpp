@@ -87,6 +87,9 @@ Cell makeCell(const std::vector<std::pair<std::string, std::string>> &choices, R
     cell.label += (cell.label.empty() ? "" : "\n") + (name == presetAxis ? value : name + " " + value);
   }
   cell.scene = withSettings(request, files).scene;
+  // One frame is no loop, whatever the preset is for.
+  cell.scene.loops = std::nullopt;
+  cell.scene.loopBlend = std::nullopt;
   cell.drawBits = project::applyLayers(cell.parameters, files.layers(request), clock);
   return cell;
 }

@@ -130,6 +130,15 @@ bool Fire::isComposed(std::int64_t frame) const {
          parameters.value(project::fireOpacityId, static_cast<double>(frame))[0] < 100.0;
 }
 
+Fire Fire::lead() const {
+  constexpr double slowness = 0.9;
+  Fire slower = *this;
+  slower.time.scale *= slowness;
+  // At the loop's first frame both are at the same time.
+  slower.time.origin = time.at(loop->frames.first) - slower.time.scale * static_cast<double>(loop->frames.first);
+  return slower;
+}
+
 ParameterSet Fire::filterParameters() const {
   ParameterSet result = host::inFilterTime(parameters, time);
   const ParameterDeclaration *opacity = project::sourceOpacityOf(parameters);

@@ -33,6 +33,10 @@ struct Fire {
   /// Whether the source is laid on the fire here and not by the filter.
   bool isComposed(std::int64_t frame) const;
 
+  /// The same fire for the frames that lead to the first of the loop: a little slower, so that the step from the last
+  /// frame to the first is not larger than those before it.
+  Fire lead() const;
+
   /// The parameters as the filter is to have them: by its own times, and without a source where it is composed here.
   host::ParameterSet filterParameters() const;
 };

@@ -15,31 +15,33 @@ FireDrawer::FireDrawer(host::Filter &filter, host::FrameRenderer &renderer, cons
   renderer_.setPreRollListener(preRollListener);
   if (!fire.loop) return;
   leadFilter_ = std::make_unique<host::Filter>(filter.info());
-  leadFilter_->parameters() = filter.parameters();
+  leadFire_ = fire.lead();
+  leadFilter_->parameters() = leadFire_->filterParameters();
   lead_ = std::make_unique<host::SequentialRenderer>(
-      *leadFilter_, renderer, std::min(firstFrame, fire.loop->frames.first - fire.loop->blend), fire.time);
+      *leadFilter_, renderer, std::min(firstFrame, fire.loop->frames.first - fire.loop->blend), leadFire_->time);
   lead_->setPreRollListener(preRollListener);
 }
 
 void FireDrawer::draw(std::int64_t frame, const Image &input, Image &output) {
-  drawAlone(renderer_, frame, input, output);
+  drawAlone(renderer_, fire_, frame, input, output);
   const double share = fire_.loop ? fire_.loop->shareAt(frame) : 0.0;
   if (share == 0.0) return;
   Image other;
-  drawAlone(*lead_, fire_.loop->leadOf(frame), input, other);
+  drawAlone(*lead_, *leadFire_, fire_.loop->leadOf(frame), input, other);
   output = dissolve(output, other, static_cast<float>(share));
 }
 
-void FireDrawer::drawAlone(host::SequentialRenderer &renderer, std::int64_t frame, const Image &input, Image &output) {
-  if (!fire_.isComposed(frame)) return renderer.render(frame, input, settings_, output);
+void FireDrawer::drawAlone(host::SequentialRenderer &renderer, const Fire &fire, std::int64_t frame, const Image &input,
+                           Image &output) {
+  if (!fire.isComposed(frame)) return renderer.render(frame, input, settings_, output);
   const Image source = premultiplied(input);
-  renderer.render(frame, fire_.burn == project::Burn::Shape ? shapeOf(source) : source, settings_, output);
+  renderer.render(frame, fire.burn == project::Burn::Shape ? shapeOf(source) : source, settings_, output);
   const auto valueOf = [&](const host::ParameterDeclaration *parameter) {
-    return parameter ? fire_.parameters.value(parameter->id, static_cast<double>(frame))[0] : 0.0;
+    return parameter ? fire.parameters.value(parameter->id, static_cast<double>(frame))[0] : 0.0;
   };
-  const double weight = valueOf(fire_.parameters.find(project::fireOpacityId)) / 100.0;
-  const double opacity = valueOf(project::sourceOpacityOf(fire_.parameters));
-  const bool isCovered = valueOf(project::sourceModeOf(fire_.parameters)) == 0.0;
+  const double weight = valueOf(fire.parameters.find(project::fireOpacityId)) / 100.0;
+  const double opacity = valueOf(project::sourceOpacityOf(fire.parameters));
+  const bool isCovered = valueOf(project::sourceModeOf(fire.parameters)) == 0.0;
   output = sourceOnFire(output, static_cast<float>(weight), source, static_cast<float>(opacity),
                         isCovered ? SourceMode::Cover : SourceMode::Mix);
 }

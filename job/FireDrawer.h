@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "Filter.h"
 #include "Fire.h"
@@ -24,12 +25,14 @@ class FireDrawer {
   void draw(std::int64_t frame, const Image &input, Image &output);
 
  private:
-  void drawAlone(host::SequentialRenderer &renderer, std::int64_t frame, const Image &input, Image &output);
+  void drawAlone(host::SequentialRenderer &renderer, const Fire &fire, std::int64_t frame, const Image &input,
+                 Image &output);
 
   const Fire fire_;
   const host::FrameSettings settings_;
   host::SequentialRenderer renderer_;
   // Of the frames that lead to the first of a loop.
+  std::optional<Fire> leadFire_;
   std::unique_ptr<host::Filter> leadFilter_;
   std::unique_ptr<host::SequentialRenderer> lead_;
 };

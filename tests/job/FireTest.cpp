@@ -154,6 +154,16 @@ TEST(FireLoops, DissolveTheirLastFrames) {
   EXPECT_THROW(planned(scene), ValueError);
 }
 
+TEST(FireLoops, AreLedToABitSlower) {
+  project::Scene scene;
+  scene.loops = true;
+  scene.seed = 2;
+  const Fire fire = planned(scene);
+  const Fire lead = fire.lead();
+  EXPECT_DOUBLE_EQ(lead.time.at(1), fire.time.at(1)) << "both come to the first frame";
+  EXPECT_DOUBLE_EQ(lead.time.at(0), fire.time.at(1) - 0.9);
+}
+
 TEST(FireLoops, AreFramesInARowWithoutBeginningAndEnd) {
   RenderListener silence;
   project::Scene scene;

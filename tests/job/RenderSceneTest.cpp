@@ -320,6 +320,8 @@ TEST_F(SceneRenders, SheetsDrawTheSameScenes) {
   sheet.variations = {parseVariation("glow=0,50")};
   sheet.cellWidth = minCellWidth;
   Journal journal;
+  std::ofstream(path("loop.json")) << R"({"version": 1, "loop": true, "loop-blend": 3})";
+  sheet.render.preset = path("loop.json");
   EXPECT_EQ(drawSheet(sheet, journal, journal.stop).drawn, 2);
   sheet.render.scene.pad = parsePadding("auto");
   EXPECT_THROW(drawSheet(sheet, journal, journal.stop), ValueError);
