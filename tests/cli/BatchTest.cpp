@@ -46,6 +46,16 @@ TEST_F(Batches, RenderEachRow) {
   EXPECT_EQ(load(path("first.png")), load(path("out/1_Ember.png")));
 }
 
+TEST_F(Batches, SetTextsTheirPlacesAndSettings) {
+  save(path("titles.csv"), "text,text-position,text-color,fire-opacity,loop\nA,\"25,75\",red,50%,no\n");
+  expectSuccess(render("titles.csv", "out/{row}.png", {"--font", "Sans 20"}));
+  expectSuccess(pyrelux({"render", "--text",   "A",     "--text-position", "25,75", "--text-color", "red",
+                         "--font", "Sans 20",  "--set", "fire-opacity=50", "-o",    "own.png",      "--size",
+                         "64x36",  "--frames", "1",     "--backend",       "soft",  "--set",        "steps=10",
+                         "--seed", "1"}));
+  EXPECT_EQ(load(path("own.png")), load(path("out/1.png")));
+}
+
 TEST_F(Batches, AreReadFromJsonToo) {
   save(path("titles.json"), R"([{"text": "A", "seed": 7, "loop": false}, {"text": "B", "fps": 25}])");
   expectSuccess(render("titles.json", "out/{row}.png"));
