@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "Joined.h"
 #include "Numbers.h"
@@ -58,8 +59,8 @@ Value parseWord(const Words<Value> &words, const std::string &text) {
   throw ValueError("it is " + joined(wordsOf(words), " or ") + ", not '" + text + "'");
 }
 
-/// A whole number.
-std::int64_t parseWhole(const std::string &text, std::int64_t least, std::int64_t most) {
+template <std::int64_t least, std::int64_t most>
+std::int64_t parseWhole(const std::string &text) {
   const auto number = readNumber(text);
   if (!number || *number != std::floor(*number) || *number < static_cast<double>(least) ||
       *number > static_cast<double>(most))
@@ -84,14 +85,17 @@ InputMatte parseKey(const std::string &text) {
 }
 
 /// "10%" as 0.1.
-double parsePercent(const std::string &text, double least, double most) {
+template <int least, int most>
+double parsePercent(const std::string &text) {
   const auto percent = readNumberBefore("%", text);
   if (!percent || !(*percent >= least && *percent <= most))
-    throw ValueError("'" + text + "' is not a share in " + formatNumber(least) + "%.." + formatNumber(most) + "%");
+    throw ValueError("'" + text + "' is not a share in " + std::to_string(least) + "%.." + std::to_string(most) + "%");
   return *percent / 100.0;
 }
 
-double parseFactor(const std::string &text, double least, double most) {
+double parseLineSpacing(const std::string &text) {
+  constexpr double least = 0.1;
+  constexpr double most = 10.0;
   const auto factor = readNumber(text);
   if (!factor || !(*factor >= least && *factor <= most))
     throw ValueError("'" + text + "' is not a factor in " + formatNumber(least) + ".." + formatNumber(most));
@@ -100,6 +104,7 @@ double parseFactor(const std::string &text, double least, double most) {
 
 /// With line feeds for "\n" and a backslash for two.
 std::string parseLines(const std::string &text) {
+  if (text.empty()) throw ValueError("there is nothing to see in the text ''");
   std::string lines;
   for (std::size_t at = 0; at < text.size(); ++at) {
     const char next = text[at] == '\\' && at + 1 < text.size() ? text[at + 1] : '\0';
@@ -121,6 +126,9 @@ std::string parseSome(const std::string &text, const std::string &what) {
   if (text.empty()) throw ValueError(what + " has a name, and '' is none");
   return text;
 }
+std::string parseTextFile(const std::string &text) { return parseSome(text, "a text's file"); }
+std::string parseFont(const std::string &text) { return parseSome(text, "a font"); }
+std::string parseFontFile(const std::string &text) { return parseSome(text, "a font's file"); }
 
 Colour parseColour(const std::string &text) {
   const auto colour = readColour(text);
@@ -134,277 +142,182 @@ std::string formatColour(const Colour &colour) {
   return joined(levels, ",");
 }
 
-std::string formatPercent(double share) { return formatNumber(share * 100.0) + "%"; }
+/// The percent that was parsed: shares of a whole hundred are not all exact.
+std::string formatPercent(double share) {
+  constexpr double finest = 1e10;
+  return formatNumber(std::round(share * 100.0 * finest) / finest) + "%";
+}
 
 std::string formatText(const std::string &text) { return text; }
 
-template <typename Value, typename Format>
-std::optional<std::string> formatted(const std::optional<Value> &value, Format format) {
-  return value ? std::optional<std::string>(format(*value)) : std::nullopt;
-}
-
 std::string formatWhole(std::int64_t number) { return std::to_string(number); }
 
-std::string formatSwitch(bool value) { return wordFor(switchWords(), value); }
+// A field's value, wherever in a scene it is.
+template <typename Value>
+std::optional<Value> &valueIn(Scene &scene, std::optional<Value> Scene::*member) {
+  return scene.*member;
+}
+template <typename Value>
+std::optional<Value> &valueIn(Scene &scene, std::optional<Value> TitleFields::*member) {
+  return scene.title.*member;
+}
+template <typename Value>
+const std::optional<Value> &valueIn(const Scene &scene, std::optional<Value> Scene::*member) {
+  return scene.*member;
+}
+template <typename Value>
+const std::optional<Value> &valueIn(const Scene &scene, std::optional<Value> TitleFields::*member) {
+  return scene.title.*member;
+}
+
+template <auto member, auto parse, auto format>
+SceneField field(const char *key, const char *value, const char *brief, std::string details) {
+  return {key,
+          value,
+          brief,
+          std::move(details),
+          {},
+          false,
+          false,
+          [](Scene &scene, const std::string &text) { valueIn(scene, member) = parse(text); },
+          [](const Scene &scene) {
+            const auto &set = valueIn(scene, member);
+            return set ? std::optional<std::string>(format(*set)) : std::nullopt;
+          }};
+}
+
+/// A field that takes one of some words; without a `value`, one that is on or off.
+template <auto member, auto words>
+SceneField choice(const char *key, const char *value, const char *brief, std::string details) {
+  return {key,
+          value,
+          brief,
+          std::move(details),
+          wordsOf(words()),
+          false,
+          false,
+          [](Scene &scene, const std::string &text) { valueIn(scene, member) = parseWord(words(), text); },
+          [](const Scene &scene) {
+            const auto &set = valueIn(scene, member);
+            return set ? std::optional<std::string>(wordFor(words(), *set)) : std::nullopt;
+          }};
+}
+
+/// In JSON, a number is as good as its text.
+SceneField orNumber(SceneField row) {
+  row.takesNumber = true;
+  return row;
+}
+
+/// A preset may hold it.
+SceneField ofLook(SceneField row) {
+  row.isLook = true;
+  return row;
+}
+
+SceneField inputAlpha() {
+  SceneField row = field<&Scene::inputMatte, parseInputMatte, formatInputMatte>(
+      "input-alpha", "KIND", "What an INPUT's colour means where it is not opaque",
+      ": straight (not multiplied by alpha), premultiplied (multiplied), none (alpha is ignored, all is opaque) or "
+      "auto "
+      "(EXR premultiplied, TIFF as the file says, else straight; the default). For pictures without alpha: luma (light "
+      "on black, as transparent as it is dark) or key=COLOR:SOFTNESS (in front of a colour, which becomes transparent; "
+      "SOFTNESS in percent, 30% if it is left out)");
+  row.choices = inputMatteWords();
+  return row;
+}
 
 std::vector<SceneField> makeFields() {
   constexpr std::int64_t maxBlend = 100000;
   return {
-      {"input-alpha", "KIND", "What an INPUT's colour means where it is not opaque",
-       ": straight (not multiplied by alpha), premultiplied (multiplied), none (alpha is ignored, all is opaque) or "
-       "auto "
-       "(EXR premultiplied, TIFF as the file says, else straight; the default). For pictures without alpha: luma "
-       "(light "
-       "on black, as transparent as it is dark) or key=COLOR:SOFTNESS (in front of a colour, which becomes "
-       "transparent; "
-       "SOFTNESS in percent, 30% if it is left out)",
-       inputMatteWords(), false, false,
-       [](Scene &scene, const std::string &text) { scene.inputMatte = parseInputMatte(text); },
-       [](const Scene &scene) { return formatted(scene.inputMatte, formatInputMatte); }},
-      {"text",
-       "TEXT",
-       "Burn this text instead of an INPUT",
-       ", in the middle of a transparent picture; \\n begins a line, and \\\\ is a backslash",
-       {},
-       false,
-       false,
-       [](Scene &scene, const std::string &text) {
-         if (text.empty()) throw ValueError("there is nothing to see in the text ''");
-         scene.title.text = parseLines(text);
-       },
-       [](const Scene &scene) { return formatted(scene.title.text, formatLines); }},
-      {"text-file",
-       "FILE",
-       "Burn the text of a file",
-       " in UTF-8 of at most 64 KiB, as it stands: line feeds begin lines, and nothing is escaped",
-       {},
-       false,
-       false,
-       [](Scene &scene, const std::string &text) { scene.title.textFile = parseSome(text, "a text's file"); },
-       [](const Scene &scene) { return formatted(scene.title.textFile, formatText); }},
-      {"font",
-       "FONT",
-       "The text's font",
-       ", a family, style and size in pixels like 'Serif Italic 200'; 'fc-list : family' lists families. With a size "
-       "the text has to fit into the picture; without one it is 15 % of the picture's height, or smaller to fit into "
-       "90 % of its width and height (default: Sans Bold)",
-       {},
-       false,
-       false,
-       [](Scene &scene, const std::string &text) { scene.title.font = parseSome(text, "a font"); },
-       [](const Scene &scene) { return formatted(scene.title.font, formatText); }},
-      {"font-file",
-       "FILE",
-       "A font that is not installed",
-       ": a .ttf or .otf that the text has, in the size and style of --font, unless --font names a family",
-       {},
-       false,
-       false,
-       [](Scene &scene, const std::string &text) { scene.title.fontFile = parseSome(text, "a font's file"); },
-       [](const Scene &scene) { return formatted(scene.title.fontFile, formatText); }},
-      {"strict-fonts", "", "A font or character that is missing is an error",
-       "; otherwise another font takes its place, which is said", wordsOf(switchWords()), false, false,
-       [](Scene &scene, const std::string &text) { scene.title.strictFonts = parseWord(switchWords(), text); },
-       [](const Scene &scene) { return formatted(scene.title.strictFonts, formatSwitch); }},
-      {"text-color",
-       "COLOR",
-       "The text's colour",
-       std::string(", ") + colourTakes + " (default: white)",
-       {},
-       false,
-       false,
-       [](Scene &scene, const std::string &text) { scene.title.colour = parseColour(text); },
-       [](const Scene &scene) { return formatted(scene.title.colour, formatColour); }},
-      {"text-position",
-       "X,Y",
-       "Where the text's middle is in the picture",
-       ", in percent from the left and from the bottom, or center (the default); without a size the text fits into the "
-       "room around it",
-       {},
-       false,
-       false,
-       [](Scene &scene, const std::string &text) { scene.title.position = parsePlacement(text); },
-       [](const Scene &scene) { return formatted(scene.title.position, formatPlacement); }},
-      {"text-align", "SIDE", "How the text's lines lie below each other",
-       ": left, center or right (default: center); lines that are written from the right lie the other way round",
-       wordsOf(alignWords()), false, false,
-       [](Scene &scene, const std::string &text) { scene.title.align = parseWord(alignWords(), text); },
-       [](const Scene &scene) {
-         return formatted(scene.title.align, [](TextAlign align) { return wordFor(alignWords(), align); });
-       }},
-      {"text-wrap",
-       "WIDTH",
-       "Where the text's lines wrap between words",
-       ", 1%..100% of the picture's width; a word that is longer stays whole (default: they do not)",
-       {},
-       false,
-       false,
-       [](Scene &scene, const std::string &text) { scene.title.wrap = parsePercent(text, 1.0, 100.0); },
-       [](const Scene &scene) { return formatted(scene.title.wrap, formatPercent); }},
-      {"line-spacing",
-       "FACTOR",
-       "How far the text's lines are apart",
-       ", 0.1..10 times as far as the font has them",
-       {},
-       true,
-       false,
-       [](Scene &scene, const std::string &text) { scene.title.lineSpacing = parseFactor(text, 0.1, 10.0); },
-       [](const Scene &scene) { return formatted(scene.title.lineSpacing, formatNumber); }},
-      {"letter-spacing",
-       "PERCENT",
-       "How much farther apart the text's letters are",
-       ", -50%..500% of the font's size (default: 0%)",
-       {},
-       false,
-       false,
-       [](Scene &scene, const std::string &text) { scene.title.letterSpacing = parsePercent(text, -50.0, 500.0); },
-       [](const Scene &scene) { return formatted(scene.title.letterSpacing, formatPercent); }},
-      {"size",
-       "WIDTHxHEIGHT",
-       "Width and height in pixels of the picture with the text or pattern",
-       " (default: a background's, else 1920x1080)",
-       {},
-       false,
-       false,
-       [](Scene &scene, const std::string &text) { scene.size = parseSize(text); },
-       [](const Scene &scene) { return formatted(scene.size, formatSize); }},
-      {"canvas",
-       "WIDTHxHEIGHT",
-       "Put the input on a transparent canvas of that size",
-       ", in pixels",
-       {},
-       false,
-       false,
-       [](Scene &scene, const std::string &text) { scene.canvas = parseSize(text); },
-       [](const Scene &scene) { return formatted(scene.canvas, formatSize); }},
-      {"place",
-       "X,Y",
-       "Where the input's middle is on the canvas",
-       ", in percent of the canvas from the left and from the bottom, or center (the default)",
-       {},
-       false,
-       false,
-       [](Scene &scene, const std::string &text) { scene.place = parsePlacement(text); },
-       [](const Scene &scene) { return formatted(scene.place, formatPlacement); }},
-      {"fit",
-       "none|contain|NN%",
-       "How large the input is on the canvas",
-       ": none (its own pixels), contain (as large as fits) or a share of the canvas that it fits into, such as 80% "
-       "(default: its own pixels, or smaller to fit)",
-       {},
-       false,
-       false,
-       [](Scene &scene, const std::string &text) { scene.fit = parseCanvasFit(text); },
-       [](const Scene &scene) { return formatted(scene.fit, formatCanvasFit); }},
-      {"pad",
-       "LENGTHS",
-       "Room around the input",
-       ": auto (as much as the fire of the wanted frames needs), or one to four lengths for top, right, bottom and "
-       "left, such as 40,10% (pixels, or percent of the input's height)",
-       {},
-       true,
-       false,
-       [](Scene &scene, const std::string &text) { scene.pad = parsePadding(text); },
-       [](const Scene &scene) { return formatted(scene.pad, formatPadding); }},
-      {"flame-scale", "KIND", "What the flames' length is a share of",
-       ": frame (the frame's height; the default) or title (four times the height of what burns, so that a look fits "
-       "titles of any size)",
-       wordsOf(flameScaleWords()), false, true,
-       [](Scene &scene, const std::string &text) { scene.flameScale = parseWord(flameScaleWords(), text); },
-       [](const Scene &scene) {
-         return formatted(scene.flameScale, [](FlameScale value) { return wordFor(flameScaleWords(), value); });
-       }},
-      {"burn", "KIND", "What the fire is made of",
-       ": art (the input with its colours; the default) or shape (its alpha in white, with the input's colours on top, "
-       "so that dark titles burn like white ones)",
-       wordsOf(burnWords()), false, true,
-       [](Scene &scene, const std::string &text) { scene.burn = parseWord(burnWords(), text); },
-       [](const Scene &scene) {
-         return formatted(scene.burn, [](Burn value) { return wordFor(burnWords(), value); });
-       }},
-      {"frames",
-       "RANGE",
-       "Frames to render",
-       ", 7, 1-48, 1-240x2 (every second one) or 1,5,9-12; frame N is rendered at time N, whichever frames are "
-       "rendered "
-       "before it (default: --duration, or all of the input, or of a movie behind it; else of a picture 1-48 into a "
-       "movie or sequence, 1 into a picture)",
-       {},
-       true,
-       false,
-       [](Scene &scene, const std::string &text) { scene.frames = parseFrames(text); },
-       [](const Scene &scene) { return formatted(scene.frames, formatFrames); }},
-      {"duration",
-       "SECONDS",
-       "How long the output is",
-       ", from the first frame on: 4s or 250ms",
-       {},
-       true,
-       false,
-       [](Scene &scene, const std::string &text) { scene.duration = parseSeconds(text); },
-       [](const Scene &scene) { return formatted(scene.duration, formatSeconds); }},
-      {"fps",
-       "RATE",
-       "Frames per second of a movie",
-       ", 24, 23.976 or 30000/1001 (default: that of a movie behind the fire, else the input's, else 24)",
-       {},
-       true,
-       false,
-       [](Scene &scene, const std::string &text) { scene.frameRate = parseFrameRate(text); },
-       [](const Scene &scene) { return formatted(scene.frameRate, formatFrameRate); }},
-      {"time-base",
-       "RATE",
-       "The fire burns as fast as at that many frames per second",
-       ", whatever the output's rate is (default: the output's rate)",
-       {},
-       true,
-       true,
-       [](Scene &scene, const std::string &text) { scene.timeBase = parseFrameRate(text); },
-       [](const Scene &scene) { return formatted(scene.timeBase, formatFrameRate); }},
-      {"ignite",
-       "SECONDS",
-       "How long the fire takes to catch at the beginning",
-       ": 1.5s or 500ms (default: it burns)",
-       {},
-       true,
-       true,
-       [](Scene &scene, const std::string &text) { scene.ignite = parseSeconds(text); },
-       [](const Scene &scene) { return formatted(scene.ignite, formatSeconds); }},
-      {"die",
-       "SECONDS",
-       "How long the fire takes to go out",
-       " at the end of the duration, else of the frames: 1s (default: it burns to the end)",
-       {},
-       true,
-       true,
-       [](Scene &scene, const std::string &text) { scene.die = parseSeconds(text); },
-       [](const Scene &scene) { return formatted(scene.die, formatSeconds); }},
-      {"seed",
-       "N",
-       "Another fire of the same look",
-       ", 0..1000000 (default: 0)",
-       {},
-       true,
-       true,
-       [](Scene &scene, const std::string &text) { scene.seed = parseWhole(text, 0, maxSeed); },
-       [](const Scene &scene) { return formatted(scene.seed, formatWhole); }},
-      {"loop", "", "Make the frames repeat without a jump",
-       ": the last of them dissolve into those that lead to the first", wordsOf(switchWords()), false, true,
-       [](Scene &scene, const std::string &text) { scene.loops = parseWord(switchWords(), text); },
-       [](const Scene &scene) { return formatted(scene.loops, formatSwitch); }},
-      {"loop-blend",
-       "FRAMES",
-       "How many frames dissolve",
-       " (default: a quarter of them)",
-       {},
-       true,
-       true,
-       [](Scene &scene, const std::string &text) { scene.loopBlend = parseWhole(text, 1, maxBlend); },
-       [](const Scene &scene) { return formatted(scene.loopBlend, formatWhole); }},
-      {"bits", "BITS", "Bits per channel of the output",
-       ", 8 (dithered) or 16 (default: 16 for .tif, .exr and ProRes, else 8)", wordsOf(bitsWords()), true, false,
-       [](Scene &scene, const std::string &text) { scene.bits = parseWord(bitsWords(), text); },
-       [](const Scene &scene) { return formatted(scene.bits, [](int bits) { return std::to_string(bits); }); }},
+      inputAlpha(),
+      field<&TitleFields::text, parseLines, formatLines>(
+          "text", "TEXT", "Burn this text instead of an INPUT",
+          ", in the middle of a transparent picture; \\n begins a line, and \\\\ is a backslash"),
+      field<&TitleFields::textFile, parseTextFile, formatText>(
+          "text-file", "FILE", "Burn the text of a file",
+          " in UTF-8 of at most 64 KiB, as it stands: line feeds begin lines, and nothing is escaped"),
+      field<&TitleFields::font, parseFont, formatText>("font", "FONT", "The text's font",
+                                                       ", a family, style and size in pixels like 'Serif Italic 200'; "
+                                                       "'fc-list : family' lists families. With a size "
+                                                       "the text has to fit into the picture; without one it is 15 % "
+                                                       "of the picture's height, or smaller to fit into "
+                                                       "90 % of its width and height (default: Sans Bold)"),
+      field<&TitleFields::fontFile, parseFontFile, formatText>(
+          "font-file", "FILE", "A font that is not installed",
+          ": a .ttf or .otf that the text has, in the size and style of --font, unless --font names a family"),
+      choice<&TitleFields::strictFonts, switchWords>("strict-fonts", "",
+                                                     "A font or character that is missing is an error",
+                                                     "; otherwise another font takes its place, which is said"),
+      field<&TitleFields::colour, parseColour, formatColour>("text-color", "COLOR", "The text's colour",
+                                                             std::string(", ") + colourTakes + " (default: white)"),
+      field<&TitleFields::position, parsePlacement, formatPlacement>(
+          "text-position", "X,Y", "Where the text's middle is in the picture",
+          ", in percent from the left and from the bottom, or center (the default); without a size the text fits into "
+          "the room around it"),
+      choice<&TitleFields::align, alignWords>(
+          "text-align", "SIDE", "How the text's lines lie below each other",
+          ": left, center or right (default: center); lines that are written from the right lie the other way round"),
+      field<&TitleFields::wrap, parsePercent<1, 100>, formatPercent>(
+          "text-wrap", "WIDTH", "Where the text's lines wrap between words",
+          ", 1%..100% of the picture's width; a word that is longer stays whole (default: they do not)"),
+      orNumber(field<&TitleFields::lineSpacing, parseLineSpacing, formatNumber>(
+          "line-spacing", "FACTOR", "How far the text's lines are apart",
+          ", 0.1..10 times as far as the font has them")),
+      field<&TitleFields::letterSpacing, parsePercent<-50, 500>, formatPercent>(
+          "letter-spacing", "PERCENT", "How much farther apart the text's letters are",
+          ", -50%..500% of the font's size (default: 0%)"),
+      field<&Scene::size, parseSize, formatSize>("size", "WIDTHxHEIGHT",
+                                                 "Width and height in pixels of the picture with the text or pattern",
+                                                 " (default: a background's, else 1920x1080)"),
+      field<&Scene::canvas, parseSize, formatSize>("canvas", "WIDTHxHEIGHT",
+                                                   "Put the input on a transparent canvas of that size", ", in pixels"),
+      field<&Scene::place, parsePlacement, formatPlacement>(
+          "place", "X,Y", "Where the input's middle is on the canvas",
+          ", in percent of the canvas from the left and from the bottom, or center (the default)"),
+      field<&Scene::fit, parseCanvasFit, formatCanvasFit>(
+          "fit", "none|contain|NN%", "How large the input is on the canvas",
+          ": none (its own pixels), contain (as large as fits) or a share of the canvas that it fits into, such as 80% "
+          "(default: its own pixels, or smaller to fit)"),
+      orNumber(field<&Scene::pad, parsePadding, formatPadding>(
+          "pad", "LENGTHS", "Room around the input",
+          ": auto (as much as the fire of the wanted frames needs), or one to four lengths for top, right, bottom and "
+          "left, such as 40,10% (pixels, or percent of the input's height)")),
+      ofLook(choice<&Scene::flameScale, flameScaleWords>("flame-scale", "KIND", "What the flames' length is a share of",
+                                                         ": frame (the frame's height; the default) or title (four "
+                                                         "times the height of what burns, so that a look fits "
+                                                         "titles of any size)")),
+      ofLook(choice<&Scene::burn, burnWords>(
+          "burn", "KIND", "What the fire is made of",
+          ": art (the input with its colours; the default) or shape (its alpha in white, with the input's colours on "
+          "top, so that dark titles burn like white ones)")),
+      orNumber(field<&Scene::frames, parseFrames, formatFrames>(
+          "frames", "RANGE", "Frames to render",
+          ", 7, 1-48, 1-240x2 (every second one) or 1,5,9-12; frame N is rendered at time N, whichever frames are "
+          "rendered before it (default: --duration, or all of the input, or of a movie behind it; else of a picture "
+          "1-48 into a movie or sequence, 1 into a picture)")),
+      orNumber(field<&Scene::duration, parseSeconds, formatSeconds>("duration", "SECONDS", "How long the output is",
+                                                                    ", from the first frame on: 4s or 250ms")),
+      orNumber(field<&Scene::frameRate, parseFrameRate, formatFrameRate>(
+          "fps", "RATE", "Frames per second of a movie",
+          ", 24, 23.976 or 30000/1001 (default: that of a movie behind the fire, else the input's, else 24)")),
+      ofLook(orNumber(field<&Scene::timeBase, parseFrameRate, formatFrameRate>(
+          "time-base", "RATE", "The fire burns as fast as at that many frames per second",
+          ", whatever the output's rate is (default: the output's rate)"))),
+      ofLook(orNumber(field<&Scene::ignite, parseSeconds, formatSeconds>(
+          "ignite", "SECONDS", "How long the fire takes to catch at the beginning",
+          ": 1.5s or 500ms (default: it burns)"))),
+      ofLook(orNumber(field<&Scene::die, parseSeconds, formatSeconds>(
+          "die", "SECONDS", "How long the fire takes to go out",
+          " at the end of the duration, else of the frames: 1s (default: it burns to the end)"))),
+      ofLook(orNumber(field<&Scene::seed, parseWhole<0, maxSeed>, formatWhole>(
+          "seed", "N", "Another fire of the same look", ", 0..1000000 (default: 0)"))),
+      ofLook(choice<&Scene::loops, switchWords>("loop", "", "Make the frames repeat without a jump",
+                                                ": the last of them dissolve into those that lead to the first")),
+      ofLook(orNumber(field<&Scene::loopBlend, parseWhole<1, maxBlend>, formatWhole>(
+          "loop-blend", "FRAMES", "How many frames dissolve", " (default: a quarter of them)"))),
+      orNumber(choice<&Scene::bits, bitsWords>("bits", "BITS", "Bits per channel of the output",
+                                               ", 8 (dithered) or 16 (default: 16 for .tif, .exr and ProRes, else 8)")),
   };
 }
 

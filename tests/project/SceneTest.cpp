@@ -82,6 +82,14 @@ TEST(SceneFields, RefuseNonsense) {
   }
 }
 
+TEST(SceneFields, GiveBackThePercentThatTheyTook) {
+  for (const char *text : {"7%", "14.3%", "29%", "57%", "100%"}) {
+    Scene scene;
+    sceneField("letter-spacing").parse(scene, text);
+    EXPECT_EQ(sceneField("letter-spacing").format(scene), text);
+  }
+}
+
 TEST(SceneFields, HaveTheirRanges) {
   Scene scene;
   sceneField("seed").parse(scene, "1000000");
