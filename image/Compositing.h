@@ -29,6 +29,7 @@ bool isOpaque(const Image &picture);
 struct PixelBox {
   int left = 0, top = 0, right = 0, bottom = 0;
   bool isEmpty() const { return right <= left || bottom <= top; }
+  int width() const { return right - left; }
   int height() const { return bottom - top; }
 };
 

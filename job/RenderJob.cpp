@@ -167,7 +167,8 @@ RenderResult RenderJob::run(RenderListener &listener, const StopToken &stop) {
   if (!result.isStopped() || result.done() > 0) sink.finish();
   listener.finished();
   remarkLosses(format.audioFrom, writer->losses(), listener);
-  stages.remarkTouchedBorders(listener);
+  // An automatic padding has said already where it ends.
+  if (!request.scene.pad || !request.scene.pad->isAuto) stages.remarkTouchedBorders(listener);
   return result;
 }
 

@@ -11,8 +11,6 @@
 
 namespace pyrelux::media {
 
-namespace {
-
 bool isUtf8(const std::string &text) {
   try {
     nlohmann::json(text).dump();
@@ -21,8 +19,6 @@ bool isUtf8(const std::string &text) {
     return false;
   }
 }
-
-}  // namespace
 
 std::string readText(const std::string &path, std::size_t mostBytes) {
   requireRegularFile(path);

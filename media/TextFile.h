@@ -9,6 +9,9 @@ namespace pyrelux::media {
 /// What the file holds. Throws InputError: missing, not permitted, a folder, longer than `mostBytes`.
 std::string readText(const std::string &path, std::size_t mostBytes);
 
+/// Whether the bytes are UTF-8.
+bool isUtf8(const std::string &text);
+
 /// What a file in UTF-8 holds, without a byte order mark. Throws InputError, for null bytes, too.
 std::string readUtf8(const std::string &path, std::size_t mostBytes);
 

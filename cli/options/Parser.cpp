@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <map>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "ExitCodes.h"
 #include "HelpFormatter.h"
 #include "Joined.h"
+#include "TextFile.h"
 #include "ValueError.h"
 
 namespace pyrelux::cli {
@@ -20,11 +20,7 @@ using Typed = std::map<const Option *, std::vector<std::string>>;
 
 /// Foundation for Linux reads the arguments too, and finds no bundle any more after one that is not UTF-8.
 void requireUtf8(const std::string &argument) {
-  try {
-    nlohmann::json(argument).dump();
-  } catch (const nlohmann::json::type_error &) {
-    throw ValueError("'" + argument + "' is not UTF-8");
-  }
+  if (!media::isUtf8(argument)) throw ValueError("'" + argument + "' is not UTF-8");
 }
 
 /// The library's message without what it adds on further lines.

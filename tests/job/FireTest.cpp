@@ -38,12 +38,17 @@ Fire planned(const project::Scene &scene, const host::ParameterSet &set = parame
   return planFire(scene, set, FrameRange{1, 48}, clockAt24, titleShare, silence);
 }
 
+/// Over 48 frames.
+host::ParameterSet living(const project::Scene &scene, const host::ParameterSet &set = parameters()) {
+  return withLife(set, scene, FrameRange{1, 48}, clockAt24);
+}
+
 double at(const host::ParameterSet &set, std::uint32_t id, double frame) { return set.value(id, frame)[0]; }
 
 TEST(FireLife, CatchesFromNothingAndFlaresUp) {
   project::Scene scene;
   scene.ignite = 1.0;
-  const host::ParameterSet lit = withLife(parameters(), scene, FrameRange{1, 48}, clockAt24);
+  const host::ParameterSet lit = living(scene);
   EXPECT_EQ(at(lit, project::fireOpacityId, 1), 0.0);
   EXPECT_GT(at(lit, project::fireOpacityId, 5), 20.0);
   EXPECT_EQ(at(lit, project::fireOpacityId, 25), 100.0);
@@ -57,13 +62,13 @@ TEST(FireLife, CatchesFromNothingAndFlaresUp) {
 TEST(FireLife, GoesOutAtTheEnd) {
   project::Scene scene;
   scene.die = 0.5;
-  const host::ParameterSet dying = withLife(parameters(), scene, FrameRange{1, 48}, clockAt24);
+  const host::ParameterSet dying = living(scene);
   EXPECT_EQ(at(dying, project::fireOpacityId, 36), 100.0);
   EXPECT_EQ(at(dying, project::fireOpacityId, 48), 0.0);
   EXPECT_DOUBLE_EQ(at(dying, lengthId, 36), 40.0);
   EXPECT_DOUBLE_EQ(at(dying, lengthId, 48), 4.0);
   scene.duration = 1.0;
-  EXPECT_EQ(at(withLife(parameters(), scene, FrameRange{1, 48}, clockAt24), project::fireOpacityId, 24), 0.0)
+  EXPECT_EQ(at(living(scene), project::fireOpacityId, 24), 0.0)
       << "at the end of the duration, whichever frames are rendered";
 }
 
@@ -71,19 +76,19 @@ TEST(FireLife, NeedsItsTimeAndNoOtherKeyframes) {
   project::Scene scene;
   scene.ignite = 1.5;
   scene.die = 1.0;
-  EXPECT_THROW(withLife(parameters(), scene, FrameRange{1, 48}, clockAt24), ValueError);
+  EXPECT_THROW(living(scene), ValueError);
   scene.die = 0.4;
   host::ParameterSet keyed = parameters();
-  EXPECT_NO_THROW(withLife(keyed, scene, FrameRange{1, 48}, clockAt24));
+  EXPECT_NO_THROW(living(scene, keyed));
   keyed.setKeyframes(*keyed.find(lengthId), {{1, {10}}, {9, {20}}});
-  EXPECT_THROW(withLife(keyed, scene, FrameRange{1, 48}, clockAt24), ValueError);
+  EXPECT_THROW(living(scene, keyed), ValueError);
   scene.die.reset();
   EXPECT_NO_THROW(withLife(parameters(), scene, FrameRange{1, 9}, clockAt24)) << "a part of a film that catches fire";
-  EXPECT_NO_THROW(withLife(keyed, {}, FrameRange{1, 48}, clockAt24));
+  EXPECT_NO_THROW(living({}, keyed));
 }
 
 TEST(FireLife, IsWithoutEffectUnlessAsked) {
-  const host::ParameterSet plain = withLife(parameters(), {}, FrameRange{1, 48}, clockAt24);
+  const host::ParameterSet plain = living({});
   EXPECT_FALSE(plain.isSet(lengthId));
   EXPECT_FALSE(plain.isSet(project::fireOpacityId));
 }

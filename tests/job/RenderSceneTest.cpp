@@ -135,7 +135,10 @@ TEST_F(SceneRenders, KeyframesTakeTheFireFromOneWayToTheOther) {
 }
 
 TEST_F(SceneRenders, AShapeBurnsInWhiteUnderItsColours) {
-  EXPECT_LT(largestDifference(drawn({{"burn", "shape"}}, coloured), drawn({}, coloured)), 1e-2)
+  const Image::Floats art = drawn({}, coloured);
+  // Halves are rounded once more by the filter's last pass.
+  EXPECT_LT(largestDifference(drawn({{"burn", "shape"}}, coloured), art),
+            *std::max_element(art.begin(), art.end()) / 1024)
       << "the pattern is white itself";
   std::ofstream(path("dark.png"), std::ios::binary) << "";
   RenderRequest dark = scene("dark.png", {}, {{"fire-opacity", "0"}, {"source-opacity", "1"}});
@@ -176,6 +179,7 @@ TEST_F(SceneRenders, ATimeBaseBurnsAsFastAtEveryRate) {
   render(scene("film_%d.exr", {{"frames", "1-5"}, {"fps", "24"}}));
   render(scene("video_%d.exr", {{"frames", "1-11"}, {"fps", "60"}, {"time-base", "24"}}));
   EXPECT_EQ(pixelsOf("film_1.exr"), pixelsOf("video_1.exr"));
+  // The times are the same but for their last bit, which may move a half to the next one.
   EXPECT_LT(largestDifference(pixelsOf("film_3.exr"), pixelsOf("video_6.exr")), 1e-3);
   EXPECT_LT(largestDifference(pixelsOf("film_5.exr"), pixelsOf("video_11.exr")), 1e-3);
   EXPECT_GT(distance(pixelsOf("film_3.exr"), pixelsOf("video_3.exr")), 1e-4);
@@ -309,6 +313,7 @@ TEST_F(SceneRenders, ArtworkWithoutAlphaIsRemarkedAndGetsAMatte) {
   const Image::Floats luma = pixelsOf("burnt.exr");
   EXPECT_GT(distance(luma, rectangle), 0.01);
   burn({{"input-alpha", "key=#000000:100%"}});
+  // What is nearly black is the key, and luma keeps it.
   EXPECT_LT(distance(pixelsOf("burnt.exr"), luma), 1e-3) << "white on black";
 }
 

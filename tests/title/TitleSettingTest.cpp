@@ -12,7 +12,7 @@
 #include <iterator>
 #include <vector>
 
-#include "Title.h"
+#include "TestTitles.h"
 
 namespace fs = std::filesystem;
 
@@ -24,50 +24,17 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-constexpr int pictureWidth = 320;
-constexpr int pictureHeight = 180;
-
-Title titleOf(const std::string &text, const std::string &font = "DejaVu Sans 20") {
-  Title title;
-  title.text = text;
-  title.font = font;
-  title.width = pictureWidth;
-  title.height = pictureHeight;
-  return title;
-}
-
-/// The smallest rectangle around the ink of some rows, in pixels; right and bottom are one past its end.
-struct Ink {
-  int left = pictureWidth;
-  int top = pictureHeight;
-  int right = 0;
-  int bottom = 0;
-  int width() const { return right - left; }
-  int height() const { return bottom - top; }
-};
+/// In a font of a size that does not depend on the text.
+Title setTitle(const std::string &text, const std::string &font = "DejaVu Sans 20") { return titleOf(text, font); }
 
 bool hasInk(const Image &picture, int x, int y) {
   return picture.asBytes()[(static_cast<std::size_t>(y) * picture.width() + x) * 4 + 3] > 0;
 }
 
-Ink inkOf(const Title &title) {
-  const Image picture = drawTitle(title).picture;
-  Ink ink;
-  for (int y = 0; y < picture.height(); ++y)
-    for (int x = 0; x < picture.width(); ++x)
-      if (hasInk(picture, x, y)) {
-        ink.left = std::min(ink.left, x);
-        ink.top = std::min(ink.top, y);
-        ink.right = std::max(ink.right, x + 1);
-        ink.bottom = std::max(ink.bottom, y + 1);
-      }
-  return ink;
-}
-
 /// The ink of each line, from the top: of rows with ink, parted by rows without.
-std::vector<Ink> linesOf(const Title &title) {
+std::vector<PixelBox> linesOf(const Title &title) {
   const Image picture = drawTitle(title).picture;
-  std::vector<Ink> lines;
+  std::vector<PixelBox> lines;
   bool isInLine = false;
   for (int y = 0; y < picture.height(); ++y) {
     bool isInked = false;
@@ -84,30 +51,21 @@ std::vector<Ink> linesOf(const Title &title) {
   return lines;
 }
 
-std::string refusalOf(const Title &title) {
-  try {
-    drawTitle(title);
-  } catch (const TitleError &error) {
-    return error.what();
-  }
-  return {};
-}
-
 TEST(TitlePosition, IsOfTheMiddleOfTheInk) {
   for (const Placement &place : {Placement{50.0, 50.0}, Placement{25.0, 80.0}, Placement{70.0, 12.5}}) {
-    Title title = titleOf("gypsy\nI");
+    Title title = setTitle("gypsy\nI");
     title.font = "DejaVu Sans 10";
     title.position = place;
-    const Ink ink = inkOf(title);
+    const PixelBox ink = inkOf(title);
     EXPECT_NEAR((ink.left + ink.right) / 2.0, place.x / 100.0 * pictureWidth, 1.0);
     EXPECT_NEAR((ink.top + ink.bottom) / 2.0, (1.0 - place.y / 100.0) * pictureHeight, 1.0);
   }
 }
 
 TEST(TitlePosition, LeavesRoomForWhatFits) {
-  Title title = titleOf("A rather long title", "DejaVu Sans");
+  Title title = setTitle("A rather long title", "DejaVu Sans");
   title.position = {20.0, 50.0};
-  const Ink ink = inkOf(title);
+  const PixelBox ink = inkOf(title);
   EXPECT_NEAR(ink.width(), 0.9 * 0.4 * pictureWidth, 2.0);
   title.font = "DejaVu Sans 20";
   EXPECT_THAT(refusalOf(title), AllOf(HasSubstr("more than the 128x180 pixels"), HasSubstr("around its position")));
@@ -120,7 +78,7 @@ TEST(TitlePosition, LeavesRoomForWhatFits) {
 
 TEST(TitleAlign, LaysLinesAtASide) {
   const auto linesAt = [](TextAlign align) {
-    Title title = titleOf("HHHHHH\nHH");
+    Title title = setTitle("HHHHHH\nHH");
     title.align = align;
     return linesOf(title);
   };
@@ -136,7 +94,7 @@ TEST(TitleAlign, LaysLinesAtASide) {
     EXPECT_LT(lines[1].width(), lines[0].width() / 2);
   }
   // In Hebrew.
-  Title fromTheRight = titleOf("\u05D0\u05D0\u05D0\u05D0\u05D0\n\u05D0");
+  Title fromTheRight = setTitle("\u05D0\u05D0\u05D0\u05D0\u05D0\n\u05D0");
   fromTheRight.align = TextAlign::Left;
   const auto lines = linesOf(fromTheRight);
   EXPECT_NEAR(lines.front().right, lines.back().right, 2) << "the other way round";
@@ -144,7 +102,7 @@ TEST(TitleAlign, LaysLinesAtASide) {
 
 TEST(TitleLineSpacing, IsTimesTheFonts) {
   const auto distanceAt = [](std::optional<double> spacing) {
-    Title title = titleOf("H\nH\nH");
+    Title title = setTitle("H\nH\nH");
     title.lineSpacing = spacing;
     const auto lines = linesOf(title);
     EXPECT_EQ(lines.size(), 3u);
@@ -158,7 +116,7 @@ TEST(TitleLineSpacing, IsTimesTheFonts) {
 
 TEST(TitleLetterSpacing, IsInEms) {
   const auto widthAt = [](double spacing) {
-    Title title = titleOf("HHHHH");
+    Title title = setTitle("HHHHH");
     title.letterSpacing = spacing;
     return inkOf(title).width();
   };
@@ -168,12 +126,12 @@ TEST(TitleLetterSpacing, IsInEms) {
 }
 
 TEST(TitleWrap, BreaksLinesBetweenWords) {
-  Title title = titleOf("HHH HHH HHH HHH");
+  Title title = setTitle("HHH HHH HHH HHH");
   EXPECT_EQ(linesOf(title).size(), 1u);
   title.wrap = 0.5;
   const auto lines = linesOf(title);
   ASSERT_EQ(lines.size(), 2u);
-  for (const Ink &line : lines) EXPECT_LE(line.width(), 0.5 * pictureWidth);
+  for (const PixelBox &line : lines) EXPECT_LE(line.width(), 0.5 * pictureWidth);
   title.wrap = 0.05;
   EXPECT_EQ(linesOf(title).size(), 4u) << "a word stays whole";
   title.text = "HHH HHH\nHHH HHH";
@@ -184,15 +142,15 @@ TEST(TitleWrap, BreaksLinesBetweenWords) {
 TEST(TitleWrap, LeavesLettersAsLargeAsFit) {
   std::string text;
   for (int word = 0; word < 60; ++word) text += "word ";
-  Title title = titleOf(text);
+  Title title = setTitle(text);
   title.font = "DejaVu Sans";
   title.wrap = 0.6;
-  const Ink ink = inkOf(title);
+  const PixelBox ink = inkOf(title);
   EXPECT_LE(ink.width(), 0.6 * pictureWidth + 1);
   EXPECT_GT(ink.height(), 0.75 * pictureHeight) << "as much of the height as another line needs";
   EXPECT_LE(ink.height(), 0.9 * pictureHeight + 2);
   // What fits has the size that it has without wrapping.
-  Title small = titleOf("H", "DejaVu Sans");
+  Title small = setTitle("H", "DejaVu Sans");
   const int height = inkOf(small).height();
   small.wrap = 0.6;
   EXPECT_EQ(inkOf(small).height(), height);
@@ -201,7 +159,7 @@ TEST(TitleWrap, LeavesLettersAsLargeAsFit) {
 TEST(TitleWrap, TakesTheLongestText) {
   std::string text;
   while (text.size() + 2 < maxTitleBytes) text += text.size() % 1500 < 2 ? "\nI" : " I";
-  Title title = titleOf(text, "DejaVu Sans");
+  Title title = setTitle(text, "DejaVu Sans");
   title.wrap = 0.01;
   EXPECT_THAT(refusalOf(title), HasSubstr("too long for the picture's"));
   title.font = "DejaVu Sans 20";
@@ -243,7 +201,7 @@ class TitleFontFile : public testing::Test {
   }
 
   static Title titleIn(const std::string &file, const std::optional<std::string> &font = {}) {
-    Title title = titleOf("Fire");
+    Title title = setTitle("Fire");
     title.fontFile = file;
     title.font = font;
     return title;
@@ -264,9 +222,9 @@ class TitleFontFile : public testing::Test {
 };
 
 TEST_F(TitleFontFile, IsUsedWithoutBeingInstalled) {
-  const auto serif = drawTitle(titleOf("Fire", "DejaVu Serif")).picture.asBytes();
-  const auto bold = drawTitle(titleOf("Fire", "DejaVu Serif Bold")).picture.asBytes();
-  const auto large = drawTitle(titleOf("Fire", "DejaVu Serif 50")).picture.asBytes();
+  const auto serif = drawTitle(setTitle("Fire", "DejaVu Serif")).picture.asBytes();
+  const auto bold = drawTitle(setTitle("Fire", "DejaVu Serif Bold")).picture.asBytes();
+  const auto large = drawTitle(setTitle("Fire", "DejaVu Serif 50")).picture.asBytes();
   leaveOneFont();
   const std::string file = save("brand.ttf", bytesOf(installed("DejaVuSerif.ttf")));
   const DrawnTitle drawn = drawTitle(titleIn(file));
@@ -280,14 +238,14 @@ TEST_F(TitleFontFile, IsUsedWithoutBeingInstalled) {
 TEST_F(TitleFontFile, WinsOverInstalledFontsOfItsFamily) {
   const std::string bold = save("bold.ttf", bytesOf(installed("DejaVuSerif-Bold.ttf")));
   EXPECT_EQ(drawTitle(titleIn(bold, "50")).picture.asBytes(),
-            drawTitle(titleOf("Fire", "DejaVu Serif Bold 50")).picture.asBytes());
+            drawTitle(setTitle("Fire", "DejaVu Serif Bold 50")).picture.asBytes());
 }
 
 TEST_F(TitleFontFile, LeavesOtherTextAlone) {
   const std::string file = save("brand.ttf", bytesOf(installed("DejaVuSerif.ttf")));
-  const auto before = drawTitle(titleOf("Fire", "DejaVu Sans")).picture.asBytes();
+  const auto before = drawTitle(setTitle("Fire", "DejaVu Sans")).picture.asBytes();
   drawTitle(titleIn(file));
-  EXPECT_EQ(drawTitle(titleOf("Fire", "DejaVu Sans")).picture.asBytes(), before);
+  EXPECT_EQ(drawTitle(setTitle("Fire", "DejaVu Sans")).picture.asBytes(), before);
   EXPECT_EQ(drawTitle(titleIn(file, "DejaVu Sans")).picture.asBytes(), before) << "a family that is named wins";
 }
 
@@ -296,15 +254,15 @@ TEST_F(TitleFontFile, StandsBesideTheInstalledFonts) {
   Title title = titleIn(installed("DejaVuSerif.ttf"));
   title.text = "\u05D0";
   EXPECT_THAT(drawTitle(title).remarks, ElementsAre(HasSubstr("'DejaVu Serif' lacks 1 of the characters in '\u05D0'")));
-  EXPECT_EQ(inkOf(title).height(), inkOf(titleOf("\u05D0", "DejaVu Serif")).height());
+  EXPECT_EQ(inkOf(title).height(), inkOf(setTitle("\u05D0", "DejaVu Serif")).height());
 }
 
 TEST(TitleFont, ThatLacksCharactersIsNamed) {
   const std::string text = "a \u05D0 \u05D0";
-  EXPECT_THAT(drawTitle(titleOf(text, "DejaVu Serif 20")).remarks,
+  EXPECT_THAT(drawTitle(setTitle(text, "DejaVu Serif 20")).remarks,
               ElementsAre(HasSubstr("the font 'DejaVu Serif' lacks 2 of the characters")));
   for (const char *font : {"DejaVu Sans 20", "Serif 20", "20"})
-    EXPECT_THAT(drawTitle(titleOf(text, font)).remarks, IsEmpty()) << font;
+    EXPECT_THAT(drawTitle(setTitle(text, font)).remarks, IsEmpty()) << font;
 }
 
 TEST_F(TitleFontFile, ThatIsNoneIsRefused) {

@@ -1,4 +1,4 @@
-#include "Title.h"
+#include "TestTitles.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -13,59 +13,8 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-constexpr int pictureWidth = 320;
-constexpr int pictureHeight = 180;
-
-Title titleOf(const std::string &text) {
-  Title title;
-  title.text = text;
-  title.width = pictureWidth;
-  title.height = pictureHeight;
-  return title;
-}
-
-Title titleOf(const std::string &text, const std::string &font) {
-  Title title = titleOf(text);
-  title.font = font;
-  return title;
-}
-
 int alphaAt(const Image &picture, int x, int y) {
   return picture.asBytes()[(static_cast<std::size_t>(y) * picture.width() + x) * 4 + 3];
-}
-
-/// The smallest rectangle around all ink, in pixels; right and bottom are one past its end.
-struct Ink {
-  int left = pictureWidth;
-  int top = pictureHeight;
-  int right = 0;
-  int bottom = 0;
-  int width() const { return right - left; }
-  int height() const { return bottom - top; }
-};
-
-Ink inkOf(const Image &picture) {
-  Ink ink{picture.width(), picture.height(), 0, 0};
-  for (int y = 0; y < picture.height(); ++y)
-    for (int x = 0; x < picture.width(); ++x)
-      if (alphaAt(picture, x, y) > 0) {
-        ink.left = std::min(ink.left, x);
-        ink.top = std::min(ink.top, y);
-        ink.right = std::max(ink.right, x + 1);
-        ink.bottom = std::max(ink.bottom, y + 1);
-      }
-  return ink;
-}
-
-Ink inkOf(const Title &title) { return inkOf(drawTitle(title).picture); }
-
-std::string refusalOf(const Title &title) {
-  try {
-    drawTitle(title);
-  } catch (const TitleError &error) {
-    return error.what();
-  }
-  return {};
 }
 
 TEST(Title, IsAPictureOfTheSizeThatWasAskedFor) {
@@ -80,7 +29,7 @@ TEST(Title, IsInTheMiddle) {
   // Letters that stand out to one side of their line, and lines of different lengths.
   for (const char *text : {"FIRE", "gypsy", "j", "''", ".", "One\nand another", "a  ", "a\t", "a\n\n", "\na\n    "}) {
     SCOPED_TRACE(text);
-    const Ink ink = inkOf(titleOf(text));
+    const PixelBox ink = inkOf(titleOf(text));
     // Its edges are at fractions of a pixel, each rounded outwards.
     EXPECT_NEAR(ink.left, pictureWidth - ink.right, 1);
     EXPECT_NEAR(ink.top, pictureHeight - ink.bottom, 1);
@@ -126,19 +75,19 @@ TEST(Title, OfFloatsHasItsColourExactly) {
 }
 
 TEST(Title, WithTwoLinesIsHigher) {
-  const Ink one = inkOf(titleOf("FIRE"));
-  const Ink two = inkOf(titleOf("FIRE\nFIRE"));
+  const PixelBox one = inkOf(titleOf("FIRE"));
+  const PixelBox two = inkOf(titleOf("FIRE\nFIRE"));
   EXPECT_GT(two.height(), one.height() + pictureHeight / 10);
   EXPECT_EQ(two.width(), one.width());
 }
 
 TEST(Title, LinesAreCentredBelowEachOther) {
   const Image picture = drawTitle(titleOf("I\nHHHHHH")).picture;
-  const Ink ink = inkOf(picture);
+  const PixelBox ink = alphaBox(picture);
   Image top = picture;
   const std::size_t half = static_cast<std::size_t>((ink.top + ink.bottom) / 2) * pictureWidth * 4;
   std::fill(top.asBytes().begin() + static_cast<std::ptrdiff_t>(half), top.asBytes().end(), std::uint8_t{0});
-  const Ink first = inkOf(top);
+  const PixelBox first = alphaBox(top);
   EXPECT_LT(first.width(), ink.width() / 3);
   EXPECT_NEAR(first.left + first.right, pictureWidth, 2);
 }
@@ -167,7 +116,7 @@ TEST(Title, StyleAndFamilyAreFollowed) {
 TEST(Title, WithoutASizeFits) {
   EXPECT_EQ(drawTitle(titleOf("FIRE")).picture.asBytes(), drawTitle(titleOf("FIRE", "Sans Bold")).picture.asBytes());
   // A short text keeps 15 % of the height; a long one has 90 % of the width, a high one of the height.
-  const Ink small = inkOf(titleOf("H", "DejaVu Sans"));
+  const PixelBox small = inkOf(titleOf("H", "DejaVu Sans"));
   EXPECT_NEAR(small.height(), 0.73 * 0.15 * pictureHeight, 2);
   EXPECT_NEAR(inkOf(titleOf("A rather long title that would not fit into the picture")).width(), 0.9 * pictureWidth, 2);
   EXPECT_NEAR(inkOf(titleOf("H\nH\nH\nH\nH\nH\nH\nH\nH\nH\nH\nH")).height(), 0.9 * pictureHeight, 2);
@@ -205,7 +154,7 @@ TEST(Title, ThatIsVeryLongIsRefused) {
 TEST(Title, InAnUnknownFontIsDrawnInAnother) {
   const DrawnTitle drawn = drawTitle(titleOf("FIRE", "Nowhere Grotesk Bold 40"));
   EXPECT_THAT(drawn.remarks, ElementsAre(AllOf(HasSubstr("no font 'Nowhere Grotesk'"), HasSubstr("is used instead"))));
-  EXPECT_GT(inkOf(drawn.picture).width(), 0);
+  EXPECT_GT(alphaBox(drawn.picture).width(), 0);
   // One installed family of several is enough, and so is an alias.
   for (const char *font : {"Nowhere,DejaVu Sans 40", "Sans 40", "serif 40", "40", "Bold"})
     EXPECT_THAT(drawTitle(titleOf("FIRE", font)).remarks, IsEmpty()) << font;
