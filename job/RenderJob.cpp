@@ -6,34 +6,22 @@
 #include "BackendChoice.h"
 #include "Filter.h"
 #include "FireDrawer.h"
-#include "FirePlan.h"
 #include "FramePipeline.h"
 #include "FrameRenderer.h"
 #include "FrameSink.h"
-#include "InputSource.h"
 #include "Manifest.h"
 #include "OutputGuard.h"
 #include "OutputPlan.h"
-#include "OwnParameters.h"
 #include "PreRollWatch.h"
 #include "ProjectFile.h"
 #include "Provenance.h"
-#include "Sources.h"
+#include "RenderPlan.h"
 #include "TouchedBorders.h"
-#include "ValueError.h"
 #include "Writer.h"
 
 namespace pyrelux::job {
 
 namespace {
-
-void requirePlaceForFrames(const RenderRequest &request, const FrameList &frames) {
-  if (request.existing == Existing::Resume && !media::Writer::isSequence(request.output))
-    throw ValueError("--resume is for numbered sequences, and '" + request.output + "' is none");
-  if (frames.count() > 1 && !media::Writer::holdsManyFrames(request.output))
-    throw ValueError("'" + request.output + "' holds one frame, not " + std::to_string(frames.count()) +
-                     "; put %04d or #### into its name, or write a movie");
-}
 
 /// Saves all settings that are in force. `parameters`: with the keyframes of a fire that catches and goes out.
 void saveSettings(const RenderRequest &request, const host::ParameterSet &parameters, const media::InputInfo &input,
@@ -113,36 +101,23 @@ class Rendering {
 }  // namespace
 
 RenderResult RenderJob::run(RenderListener &listener, const StopToken &stop) {
-  // Everything that can be refused is asked before anything is drawn.
   host::Filter filter(host::findFilter(host::defaultSearchPath()));
-  host::ParameterSet parameters = project::allParameters(filter);
-  const SettingsFiles files = loadSettings(request_, parameters.declarations());
-  const RenderRequest request = withSettings(request_, files);
-  const bool manyFrames = media::Writer::holdsManyFrames(request.output);
-  const int bits = chooseBits(request);
-  const int drawBits = project::drawBitsOf(parameters, files.layers(request));
-  Sources sources(request, drawBits, listener);
-  Background *const background = sources.background();
-  const FrameList frames = chooseFrames(request, sources.info(), background, manyFrames);
-  requirePlaceForFrames(request, frames);
-  sources.guardOutput(request, frames);
-  const project::Clock clock{sources.firstFrame(), chooseRate(request, background, sources.info().frameRate)};
-  project::applyLayers(parameters, files.layers(request), clock);
-  parameters = withLife(std::move(parameters), request.scene, frames, clock);
-  const Fire fire = planFireIn(sources, request, filter, parameters, frames, clock, listener, stop);
+  RenderPlan plan = planRender(request_, filter, listener, stop);
+  const RenderRequest &request = plan.request;
+  Sources &sources = plan.sources;
   const media::InputInfo &input = sources.info();
-  media::OutputFormat format = chooseFormat(request, input, background, frames, bits, listener);
-  if (background) background->prepare({input.width, input.height, input.pixelAspect}, format.frameRate);
+  const FrameList &frames = plan.frames;
+  media::OutputFormat &format = plan.format;
 
   const std::int32_t backendId = host::chooseBackend(request.backend);
   const std::string backend = host::backendName(backendId);
   host::FrameRenderer frameRenderer(backendId);
   listener.backendChosen(backend, frameRenderer.description());
   host::FrameSettings settings;
-  settings.floatOutput = drawBits == 16;
+  settings.floatOutput = plan.drawBits == 16;
   settings.pixelAspect = input.pixelAspect;
 
-  format.record = provenanceOf(request, background, fire, settings, backend, bits);
+  format.record = provenanceOf(request, sources.background(), plan.fire, settings, backend, plan.bits);
   if (request.isThere && request.isThere(recordOfAll(format, frames, sources)))
     return {frames.count(), 0, frames.count(), 0};
   if (request.makeFolders) makeFoldersOf(request.output);
@@ -156,8 +131,8 @@ RenderResult RenderJob::run(RenderListener &listener, const StopToken &stop) {
 
   listener.started(frames.count());
   const auto writer = media::Writer::open(request.output, format);
-  saveSettings(request, parameters, input, frames, format.frameRate);
-  FireDrawer drawer(filter, frameRenderer, fire, settings, sources.firstFrame(), PreRollWatch(listener, stop));
+  saveSettings(request, plan.parameters, input, frames, format.frameRate);
+  FireDrawer drawer(filter, frameRenderer, plan.fire, settings, sources.firstFrame(), PreRollWatch(listener, stop));
   FrameSink sink(*writer, isSequence, listener);
   Rendering stages(request, sources, drawer, manifest, sink);
   rendering = &stages;

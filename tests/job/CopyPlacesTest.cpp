@@ -17,9 +17,11 @@ class CopyPlaces : public testing::Test {
     filter_.parameters().set(filter_.parameters().named(name), {value});
   }
 
-  std::vector<CopyPlace> visited(const FrameList &frames, const std::function<bool()> &goesOn = [] { return true; }) {
+  std::vector<CopyPlace> visited(
+      const FrameList &frames, const std::function<bool()> &goesOn = [] { return true; }) {
     std::vector<CopyPlace> places;
-    visitCopies(filter_, 1, frames, {}, [&](const CopyPlace &place) { places.push_back(place); }, goesOn);
+    visitCopies(
+        filter_, 1, frames, {}, [&](const CopyPlace &place) { places.push_back(place); }, goesOn);
     return places;
   }
 
