@@ -165,6 +165,7 @@ class SoftContext : public platform::Context {
   GLint packAlignment_ = 4;
   GLint unpackAlignment_ = 4;
   bool packInverted_ = false;
+  bool unpackInverted_ = false;
   GLenum shadeModel_ = 0x1D01;  ///< GL_SMOOTH
   std::shared_ptr<TextureObject> bound2D_;
   std::shared_ptr<TextureObject> boundRectangle_;

@@ -102,4 +102,6 @@ const std::string &rasteriserDescription() {
   return description;
 }
 
+const char *rasteriserInstructions() { return kernels().name; }
+
 }  // namespace pyrelux::soft

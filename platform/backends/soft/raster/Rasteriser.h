@@ -27,4 +27,7 @@ void useReferenceOnly(bool only);
 /// A description for users: the instruction set and the number of threads.
 const std::string &rasteriserDescription();
 
+/// The instructions that are in use, as PYRELUX_SIMD names them. Thread: any.
+const char *rasteriserInstructions();
+
 }  // namespace pyrelux::soft

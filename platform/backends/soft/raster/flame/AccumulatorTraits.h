@@ -22,7 +22,8 @@ struct ByteAccumulator {
   using UnitCopy = UnitLevels;
   using ScaledCopy = ScaledLevels;
   using ColumnTable = LevelColumnTable;
-  static constexpr unsigned planes = TexturePlanes::Levels;
+  static constexpr unsigned unitPlanes = TexturePlanes::Levels;    ///< what copies at their own size are drawn from
+  static constexpr unsigned scaledPlanes = TexturePlanes::Levels;  ///< what other copies are drawn from
   static constexpr Sum maskOn = 0xFFFF;
 
   static Tint tint(float colour) { return static_cast<Tint>(tintOf(colour)); }
@@ -37,6 +38,8 @@ struct ByteAccumulator {
   static Sum plus(Sum a, WideSum b) { return static_cast<Sum>(std::min<WideSum>(a + b, 0xFFFF)); }
   /// Whether adding more does not change the pixel.
   static bool isFull(Sum sum) { return sum >= 255; }
+
+  static Tint scaledTint(Tint tint) { return tint; }
 
   static int texel(std::int64_t position) { return tapAt(position).texel; }
   static Fraction fraction(std::int64_t position) { return static_cast<Fraction>(tapAt(position).fraction << 7); }
@@ -70,7 +73,8 @@ struct FloatAccumulator {
   using UnitCopy = UnitFloats;
   using ScaledCopy = ScaledFloats;
   using ColumnTable = FloatColumnTable;
-  static constexpr unsigned planes = TexturePlanes::Floats;
+  static constexpr unsigned unitPlanes = TexturePlanes::Floats;
+  static constexpr unsigned scaledPlanes = TexturePlanes::Floats;
   static constexpr Sum maskOn = 1.0f;
 
   static Tint tint(float colour) { return colour; }
@@ -78,6 +82,9 @@ struct FloatAccumulator {
   static bool vanishes(const TexturePlanes &, int, Tint tint) { return tint == 0.0f; }
   static Sum plus(Sum a, WideSum b) { return static_cast<Sum>(a + b); }
   static bool isFull(Sum) { return false; }
+
+  /// The tint of a scaled copy's samples.
+  static Tint scaledTint(Tint tint) { return tint; }
 
   static int texel(std::int64_t position) { return static_cast<int>(position >> 32); }
   static Fraction fraction(std::int64_t position) {
@@ -99,6 +106,25 @@ struct FloatAccumulator {
     kernels().putFloats(sums, constants, width, blank, pixels);
   }
   static float *row(Pixels &target, int y) { return target.floatRow(y); }
+};
+
+/// For float surfaces and textures of bytes: copies at another size sample levels, of which a vector holds more.
+struct MixedAccumulator : FloatAccumulator {
+  using ScaledCopy = ScaledMixed;
+  using ColumnTable = MixedColumnTable;
+  static constexpr unsigned scaledPlanes = TexturePlanes::Levels;
+
+  static Tint scaledTint(Tint tint) { return tint / 255.0f; }
+
+  using FloatAccumulator::texels;
+  static const std::int8_t *texels(const TexturePlanes &from, int plane, const MixedColumnTable &table) {
+    return from.levels(plane, table.base, 0);
+  }
+
+  using FloatAccumulator::add;
+  static void add(const ScaledMixed *copies, int count, std::ptrdiff_t stride, const FloatTarget &target) {
+    kernels().scaledMixed(copies, count, stride, target);
+  }
 };
 
 }  // namespace pyrelux::soft

@@ -16,13 +16,9 @@ std::int64_t positionInside(const Axis &axis, int pixel) {
   return axis.position(std::clamp(pixel, axis.first, axis.end - 1));
 }
 
-void fillTable(const Axis &axis, int strip, LevelColumnTable &table) {
-  int taps[stripWidth];
-  for (int i = 0; i < stripWidth; ++i) {
-    const Tap tap = tapAt(positionInside(axis, strip * stripWidth + i));
-    taps[i] = tap.texel;
-    table.fractions[i] = static_cast<std::uint8_t>(tap.fraction);
-  }
+/// Fills what tables of levels have in common: base, taps, windows and whether they are narrow.
+template <typename ColumnTable>
+void fillTaps(const int (&taps)[stripWidth], ColumnTable &table) {
   table.base = *std::min_element(taps, taps + stripWidth);
   table.narrow = true;
   for (int group = 0; group < stripWidth / 8; ++group) {
@@ -30,8 +26,18 @@ void fillTable(const Axis &axis, int strip, LevelColumnTable &table) {
     table.windows[group] = static_cast<std::uint16_t>(*low - table.base);
     table.narrow = table.narrow && *high + 1 - *low < 16;
   }
+  for (int i = 0; i < stripWidth; ++i) table.taps[i] = static_cast<std::uint16_t>(taps[i] - table.base);
+}
+
+void fillTable(const Axis &axis, int strip, LevelColumnTable &table) {
+  int taps[stripWidth];
   for (int i = 0; i < stripWidth; ++i) {
-    table.taps[i] = static_cast<std::uint16_t>(taps[i] - table.base);
+    const Tap tap = tapAt(positionInside(axis, strip * stripWidth + i));
+    taps[i] = tap.texel;
+    table.fractions[i] = static_cast<std::uint8_t>(tap.fraction);
+  }
+  fillTaps(taps, table);
+  for (int i = 0; i < stripWidth; ++i) {
     const int inWindow = table.taps[i] - table.windows[i / 8];
     const int fraction = table.fractions[i];
     table.pairs[2 * i] = static_cast<std::uint8_t>(inWindow);
@@ -39,6 +45,23 @@ void fillTable(const Axis &axis, int strip, LevelColumnTable &table) {
     table.pairs[2 * i + 1] = static_cast<std::uint8_t>(fraction ? inWindow + 1 : inWindow);
     table.weights[2 * i] = static_cast<std::uint8_t>(fraction ? 256 - fraction : 255);
     table.weights[2 * i + 1] = static_cast<std::uint8_t>(fraction ? fraction : 1);
+  }
+}
+
+void fillTable(const Axis &axis, int strip, MixedColumnTable &table) {
+  int taps[stripWidth];
+  for (int i = 0; i < stripWidth; ++i) {
+    const std::int64_t position = positionInside(axis, strip * stripWidth + i);
+    taps[i] = FloatAccumulator::texel(position);
+    table.fractions[i] = FloatAccumulator::fraction(position);
+  }
+  fillTaps(taps, table);
+  constexpr std::uint8_t zero = 0x80;
+  for (int i = 0; i < stripWidth; ++i) {
+    const int inWindow = table.taps[i] - table.windows[i / 8];
+    table.pairs[4 * i] = static_cast<std::uint8_t>(inWindow);
+    table.pairs[4 * i + 2] = static_cast<std::uint8_t>(inWindow + 1);
+    table.pairs[4 * i + 1] = table.pairs[4 * i + 3] = zero;
   }
 }
 
@@ -67,7 +90,15 @@ void findTaps(Copy<Traits> &copy) {
   int strip = firstStrip(copy.x);
   for (auto &table : taps.columns) fillTable(copy.x, strip++, table);
   for (int y = copy.y.first; y < copy.y.end; ++y) {
-    taps.rows.push_back(Traits::texel(copy.y.position(y)));
+    const int lower = Traits::texel(copy.y.position(y));
+    std::vector<int> &rows = taps.texelRows;
+    // The row before may have sampled one of the two or both.
+    const int last = rows.empty() ? lower - 1 : rows.back();
+    if (last != lower + 1) {
+      if (last != lower) rows.push_back(lower);
+      rows.push_back(lower + 1);
+    }
+    taps.lowerRows.push_back(static_cast<int>(rows.size()) - 2);
     taps.rowFractions.push_back(Traits::fraction(copy.y.position(y)));
   }
 }
@@ -113,8 +144,21 @@ void Flame<Traits>::add(const Quad &quad, const std::array<bool, 4> &mask) {
   } else if (copy.channels != 0) {
     ++scaledCount;
   }
-  bounds.push_back({quad.x.first, quad.x.end, quad.y.first, quad.y.end});
+  bounds.push_back(boundsOf(copy));
   copies.push_back(std::move(copy));
+}
+
+template <typename Traits>
+typename Flame<Traits>::Bounds Flame<Traits>::boundsOf(const Copy<Traits> &copy) const {
+  Bounds all{copy.x.first, copy.x.end, copy.y.first, copy.y.end};
+  if (!copy.isUnit || copy.hasConstants) return all;
+  const Occupancy::Box &box = planes.occupancy().box();
+  // Pixels beside the texture sample its edges.
+  if (box.x0 > 0) all.x0 = std::max(all.x0, box.x0 - 1 - copy.shiftX);
+  if (box.y0 > 0) all.y0 = std::max(all.y0, box.y0 - 1 - copy.shiftY);
+  if (box.x1 < planes.width()) all.x1 = std::min(all.x1, box.x1 - copy.shiftX);
+  if (box.y1 < planes.height()) all.y1 = std::min(all.y1, box.y1 - copy.shiftY);
+  return all;
 }
 
 template <typename Traits>
@@ -150,5 +194,6 @@ void Flame<Traits>::clear() {
 
 template struct Flame<ByteAccumulator>;
 template struct Flame<FloatAccumulator>;
+template struct Flame<MixedAccumulator>;
 
 }  // namespace pyrelux::soft

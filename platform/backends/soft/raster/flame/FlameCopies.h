@@ -30,7 +30,9 @@ TapRange tapRange(const Axis &axis, int first, int last) {
 template <typename Traits>
 struct ScaledTaps {
   std::vector<typename Traits::ColumnTable> columns;
-  std::vector<int> rows;
+  std::vector<int> texelRows;  ///< the rows of texels that the copy's rows need, in their order
+  std::vector<int>
+      lowerRows;  ///< for each row of the copy, the index in texelRows of its lower tap; the next is the upper
   std::vector<typename Traits::Fraction> rowFractions;
 };
 
@@ -82,6 +84,8 @@ struct Flame {
   bool reaches(const Quad &quad) const;
   /// Adds a copy for the quad, unless it would change nothing. `mask` has the channels that are written.
   void add(const Quad &quad, const std::array<bool, 4> &mask);
+  /// The pixels of a copy where it may add something.
+  Bounds boundsOf(const Copy<Traits> &copy) const;
   /// Completes the copies after the last add(). Thread: uses the pool.
   void prepare();
   /// Removes all copies.
@@ -89,7 +93,8 @@ struct Flame {
 
   const TexturePlanes &planes;
   std::vector<Copy<Traits>> copies;
-  std::vector<Bounds> bounds;  ///< of the copies; contiguous, because every tile searches them
+  /// The pixels where each copy may add something; contiguous, because every tile searches them.
+  std::vector<Bounds> bounds;
   std::vector<PlaneGroup> groups;
   unsigned channels = 0;        ///< a bit for each channel that any copy changes
   std::size_t scaledCount = 0;  ///< copies at another size than their own

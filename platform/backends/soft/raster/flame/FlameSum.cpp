@@ -22,7 +22,7 @@ void drawCopies(const Flame<Traits> &flame, const Pass &rest, Pixels &target, bo
   const int columns = (target.width() + Tile::width - 1) / Tile::width;
   const int rows = (target.height() + Tile::height - 1) / Tile::height;
   parallelFor(columns * rows, [&](int index) {
-    const int x0 = index % columns * Tile::width, y0 = index / columns * Tile::height;
+    const int x0 = index / rows * Tile::width, y0 = index % rows * Tile::height;
     const int x1 = std::min(x0 + Tile::width, target.width()), y1 = std::min(y0 + Tile::height, target.height());
     Tile tile(flame, x0, y0, x1, y1);
     tile.addUp();
@@ -34,15 +34,24 @@ void drawCopies(const Flame<Traits> &flame, const Pass &rest, Pixels &target, bo
 /// Draws the copies for which transforms are faster, and returns the others.
 template <typename Traits>
 std::vector<Quad> drawManyAtOnce(const Pass &pass, const TexturePlanes &planes, Pixels &target, bool &blank) {
-  if constexpr (std::is_same_v<Traits, FloatAccumulator>)
-    return addByFft(pass, planes, target, blank);
-  else
+  if constexpr (std::is_same_v<Traits, ByteAccumulator>)
     return pass.quads;  // on 8-bit surfaces every copy is rounded by itself
+  else
+    return addByFft(pass, planes, target, blank);
+}
+
+/// The planes that a pass reads.
+template <typename Traits>
+unsigned planesFor(const Pass &pass) {
+  unsigned planes = 0;
+  for (const Quad &quad : pass.quads)
+    planes |= quad.x.isUnit() && quad.y.isUnit() ? Traits::unitPlanes : Traits::scaledPlanes;
+  return planes;
 }
 
 template <typename Traits>
 void addFlameOf(const Pass &pass, Pixels &target, bool blank) {
-  const TexturePlanes planes(*pass.texture, Traits::planes);
+  const TexturePlanes planes(*pass.texture, planesFor<Traits>(pass));
   const std::vector<Quad> quads = drawManyAtOnce<Traits>(pass, planes, target, blank);
 
   Pass rest = pass;
@@ -72,6 +81,8 @@ bool isFlame(const Pass &pass) { return pass.texture && pass.filter == Filter::L
 void addFlame(const Pass &pass, Pixels &target, bool blank) {
   if (target.samples() == Samples::Byte)
     addFlameOf<ByteAccumulator>(pass, target, blank);
+  else if (pass.texture->samples() == Samples::Byte)
+    addFlameOf<MixedAccumulator>(pass, target, blank);
   else
     addFlameOf<FloatAccumulator>(pass, target, blank);
 }

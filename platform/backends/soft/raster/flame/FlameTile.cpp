@@ -33,17 +33,63 @@ template <typename Traits>
 void FlameTile<Traits>::findParts() {
   for (std::size_t i = 0; i < flame_.bounds.size(); ++i) {
     const auto &bounds = flame_.bounds[i];
-    const int x0 = std::max(bounds.x0, x0_), x1 = std::min(bounds.x1, x1_);
-    const int y0 = std::max(bounds.y0, y0_), y1 = std::min(bounds.y1, y1_);
-    if (x0 >= x1 || y0 >= y1) continue;
+    if (bounds.x0 >= x1_ || bounds.x1 <= x0_ || bounds.y0 >= y1_ || bounds.y1 <= y0_) continue;
     const Copy<Traits> &copy = flame_.copies[i];
+    const int x0 = std::max(copy.x.first, x0_), x1 = std::min(copy.x.end, x1_);
+    const int y0 = std::max(copy.y.first, y0_), y1 = std::min(copy.y.end, y1_);
+    if (x0 >= x1 || y0 >= y1) continue;
     const TapRange rows = copy.rowRange(y0, y1 - 1);
-    const Part part{&copy, x0, x1, y0, y1, flame_.planes.occupancy().band(rows.low, rows.high)};
-    if (!isFull_ && part.isEmpty(x0, x1)) continue;
+    Part part{&copy, x0, x1, y0, y1, flame_.planes.occupancy().band(rows.low, rows.high)};
+    if (copy.isUnit) {
+      findStripParts(part);
+      if (part.parts == 0) continue;
+    } else if (!isFull_ && part.isEmpty(x0, x1)) {
+      continue;
+    }
     if (copy.hasConstants) noteConstants(part);
     if ((flame_.channels & ~full_) == 0) return;
     if (copy.channels != 0) parts_.push_back(part);
   }
+}
+
+template <typename Traits>
+void FlameTile<Traits>::findStripParts(Part &part) const {
+  const Copy<Traits> &copy = *part.copy;
+  const int left = x0_ + copy.shiftX, bottom = part.y0 + copy.shiftY;
+  constexpr int blocks = stripHeight / partRows, cell = Occupancy::cellWidth;
+  static_assert(Occupancy::cellHeight == partRows && halfStrip == 2 * cell && width / cell + 1 < 25);
+  const bool isInside =
+      left >= 0 && left + width < flame_.planes.width() && bottom >= 0 && bottom + stripHeight < flame_.planes.height();
+  if (isFull_ || !isInside) {
+    for (int strip = 0; strip < strips; ++strip)
+      for (int half = 0; half < 2; ++half) {
+        const int begin = x0_ + strip * stripWidth + half * halfStrip;
+        const int from = std::max(part.x0, begin), to = std::min(part.x1, begin + halfStrip);
+        if (from < to && (isFull_ || !part.isEmpty(from, to))) part.parts |= 0x55u << (8 * strip + half);
+      }
+    return;
+  }
+  // The rows of a block lie in two rows of cells, and the columns of a half in three columns.
+  std::uint32_t cells[blocks + 1];
+  for (int row = 0; row <= blocks; ++row)
+    cells[row] = flame_.planes.occupancy().cellsFrom(left / cell, bottom / Occupancy::cellHeight + row);
+  for (int block = 0; block < blocks; ++block) {
+    const std::uint32_t rows = cells[block] | cells[block + 1];
+    const std::uint32_t halves = rows | rows >> 1 | rows >> 2;
+    for (int strip = 0; strip < strips; ++strip) {
+      const std::uint32_t both = (halves >> 4 * strip & 1) | (halves >> (4 * strip + 1) & 2);
+      part.parts |= both << (8 * strip + 2 * block);
+    }
+  }
+}
+
+template <typename Traits>
+bool FlameTile<Traits>::hasAnything(const Part &part, int strip) const {
+  const int left = x0_ + strip * stripWidth;
+  const int from = std::max(part.x0, left), to = std::min(part.x1, left + stripWidth);
+  if (from >= to) return false;
+  if (part.copy->isUnit) return (part.parts >> 8 * strip & allParts) != 0;
+  return isFull_ || !part.isEmpty(from, to);
 }
 
 template <typename Traits>
@@ -86,31 +132,19 @@ void FlameTile<Traits>::addNotedConstants() {
 }
 
 template <typename Traits>
-unsigned FlameTile<Traits>::halvesOf(const Part &part, int strip) const {
-  unsigned halves = 0;
-  for (int half = 0; half < 2; ++half) {
-    const int left = x0_ + strip * stripWidth + half * halfStrip;
-    const int from = std::max(part.x0, left), to = std::min(part.x1, left + halfStrip);
-    if (from < to && (isFull_ || !part.isEmpty(from, to))) halves |= 1u << half;
-  }
-  return halves;
-}
-
-template <typename Traits>
 void FlameTile<Traits>::addGroup(int strip, const PlaneGroup &group) {
   const int left = x0_ + strip * stripWidth;
   int units = 0, scaled = 0;
   for (const Part &part : parts_) {
     if (!(part.copy->channels & group.bits)) continue;
-    const unsigned halves = halvesOf(part, strip);
-    if (halves == 0) continue;
+    if (!hasAnything(part, strip)) continue;
     const bool isWhole = part.x0 <= left && part.x1 >= left + stripWidth && part.y0 == y0_ && part.y1 == y1_;
     if (!isWhole) {
-      addAlone(strip, group, part, halves);
+      addAlone(strip, group, part);
       continue;
     }
     if (part.copy->isUnit)
-      units_[units++] = unitSource(strip, group, part, halves);
+      units_[units++] = unitSource(strip, group, part);
     else
       scaled_[scaled++] = scaledSource(strip, group, part);
     if (units < maxAtOnce && scaled < maxAtOnce) continue;
@@ -130,7 +164,7 @@ void FlameTile<Traits>::addSources(int strip, const PlaneGroup &group, const Sou
 }
 
 template <typename Traits>
-void FlameTile<Traits>::addAlone(int strip, const PlaneGroup &group, const Part &part, unsigned halves) {
+void FlameTile<Traits>::addAlone(int strip, const PlaneGroup &group, const Part &part) {
   const int left = x0_ + strip * stripWidth;
   auto target = targetOf(strip, group, part.y0, part.y1);
   alignas(64) Sum mask[stripWidth];
@@ -140,19 +174,18 @@ void FlameTile<Traits>::addAlone(int strip, const PlaneGroup &group, const Part 
   }
   const auto add = [&](const auto &source) { Traits::add(&source, 1, flame_.planes.stride(), target); };
   if (part.copy->isUnit)
-    add(unitSource(strip, group, part, halves));
+    add(unitSource(strip, group, part));
   else
     add(scaledSource(strip, group, part));
 }
 
 template <typename Traits>
-typename Traits::UnitCopy FlameTile<Traits>::unitSource(int strip, const PlaneGroup &group, const Part &part,
-                                                        unsigned halves) const {
+typename Traits::UnitCopy FlameTile<Traits>::unitSource(int strip, const PlaneGroup &group, const Part &part) const {
   const Copy<Traits> &copy = *part.copy;
   typename Traits::UnitCopy source;
   source.texels =
       Traits::texels(flame_.planes, group.plane, x0_ + strip * stripWidth + copy.shiftX, part.y0 + copy.shiftY);
-  source.halves = halves;
+  source.parts = part.parts >> 8 * strip & allParts;
   source.fractionX = copy.fractionX;
   source.fractionY = copy.fractionY;
   for (int i = 0; i < group.count; ++i) source.tints[i] = copy.tints[group.channels[i]];
@@ -167,9 +200,10 @@ typename Traits::ScaledCopy FlameTile<Traits>::scaledSource(int strip, const Pla
   source.columns = &copy.scaled.columns[static_cast<std::size_t>(x0_ / stripWidth + strip - firstStrip(copy.x))];
   prefetch(*source.columns);
   source.texels = Traits::texels(flame_.planes, group.plane, *source.columns);
-  source.rowTaps = copy.scaled.rows.data() + (part.y0 - copy.y.first);
+  source.texelRows = copy.scaled.texelRows.data();
+  source.lowerRows = copy.scaled.lowerRows.data() + (part.y0 - copy.y.first);
   source.rowFractions = copy.scaled.rowFractions.data() + (part.y0 - copy.y.first);
-  for (int i = 0; i < group.count; ++i) source.tints[i] = copy.tints[group.channels[i]];
+  for (int i = 0; i < group.count; ++i) source.tints[i] = Traits::scaledTint(copy.tints[group.channels[i]]);
   return source;
 }
 
@@ -222,5 +256,6 @@ void FlameTile<Traits>::writeTo(Pixels &target, bool blank) const {
 
 template class FlameTile<ByteAccumulator>;
 template class FlameTile<FloatAccumulator>;
+template class FlameTile<MixedAccumulator>;
 
 }  // namespace pyrelux::soft

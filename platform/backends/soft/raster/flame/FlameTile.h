@@ -9,7 +9,7 @@ template <typename Traits>
 class FlameTile {
  public:
   static constexpr int width = 128;
-  static constexpr int height = 32;
+  static constexpr int height = stripHeight;
 
   /// The tile has the pixels x0 <= x < x1, y0 <= y < y1, at most width x height of them; x0 is a multiple of
   /// stripWidth. Keeps a reference to the flame.
@@ -33,6 +33,8 @@ class FlameTile {
     const Copy<Traits> *copy;
     int x0, x1, y0, y1;
     Occupancy::Band band;
+    /// For a copy at its own size, eight bits for each strip: a Unit…::parts.
+    std::uint32_t parts = 0;
 
     bool isEmpty(int from, int to) const {
       const TapRange columns = copy->columnRange(from, to - 1);
@@ -41,16 +43,17 @@ class FlameTile {
   };
 
   void findParts();
-  /// A bit for each half of a strip in which a part may have anything.
-  unsigned halvesOf(const Part &part, int strip) const;
+  /// Sets part.parts.
+  void findStripParts(Part &part) const;
+  bool hasAnything(const Part &part, int strip) const;
   void noteConstants(const Part &part);
   void addNotedConstants();
   void addGroup(int strip, const PlaneGroup &group);
   /// Adds a part that does not fill the strip.
-  void addAlone(int strip, const PlaneGroup &group, const Part &part, unsigned halves);
+  void addAlone(int strip, const PlaneGroup &group, const Part &part);
   template <typename Source>
   void addSources(int strip, const PlaneGroup &group, const Source *sources, int count);
-  typename Traits::UnitCopy unitSource(int strip, const PlaneGroup &group, const Part &part, unsigned halves) const;
+  typename Traits::UnitCopy unitSource(int strip, const PlaneGroup &group, const Part &part) const;
   typename Traits::ScaledCopy scaledSource(int strip, const PlaneGroup &group, const Part &part) const;
   bool isSaturated(int strip, const PlaneGroup &group) const;
   typename Traits::Target targetOf(int strip, const PlaneGroup &group, int y0, int y1);

@@ -139,14 +139,22 @@ void Occupancy::resize(int width, int height) {
 }
 
 void Occupancy::finish() {
+  bitStride_ = columns_ / 8 + 4;
+  bits_.assign(static_cast<std::size_t>(bitStride_ * rows_), 0);
+  box_ = {columns_, rows_, 0, 0};
   for (int row = 0; row < rows_; ++row) {
     std::int32_t sum = 0;
     for (int column = 0; column < columns_; ++column) {
+      if (cells_[index(column, row)]) {
+        bits_[static_cast<std::size_t>(row * bitStride_ + column / 8)] |= static_cast<std::uint8_t>(1u << column % 8);
+        box_ = {std::min(box_.x0, column), std::min(box_.y0, row), std::max(box_.x1, column + 1), row + 1};
+      }
       sum += cells_[index(column, row)];
       cells_[index(column, row)] = cells_[index(column, row - 1)] + sum;
     }
   }
   full_ = cells_.back() == columns_ * rows_;
+  box_ = {box_.x0 * cellWidth, box_.y0 * cellHeight, box_.x1 * cellWidth, box_.y1 * cellHeight};
 }
 
 Occupancy::Band Occupancy::band(int y0, int y1) const {

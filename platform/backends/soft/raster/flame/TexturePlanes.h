@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 #include "Pixels.h"
@@ -43,6 +44,20 @@ class Occupancy {
   /// Rows y0 .. y1 (both included; clamped to the texture).
   Band band(int y0, int y1) const;
 
+  /// The texels that may be other than zero: x0 <= x < x1, y0 <= y < y1; empty if all are zero.
+  struct Box {
+    int x0, y0, x1, y1;
+  };
+  const Box &box() const { return box_; }
+
+  /// For 25 cells of a row from `column` on, a bit each, the lowest for the first: whether it is not empty. Column and
+  /// row are the texture's.
+  std::uint32_t cellsFrom(int column, int row) const {
+    std::uint32_t bits;
+    std::memcpy(&bits, &bits_[static_cast<std::size_t>(row * bitStride_ + column / 8)], sizeof bits);
+    return bits >> (column % 8);
+  }
+
   /// Whether texels x0 .. x1, y0 .. y1 (both included; clamped to the texture) may be other than zero.
   bool any(int x0, int y0, int x1, int y1) const { return band(y0, y1).any(x0, x1); }
 
@@ -55,6 +70,10 @@ class Occupancy {
   int columns_ = 0;
   int rows_ = 0;
   bool full_ = false;
+  Box box_{};
+  int bitStride_ = 0;  ///< bytes
+  std::vector<std::uint8_t>
+      bits_;  ///< a bit for each cell; rows end with so many zeros that a word can be read from any
   std::vector<std::int32_t> cells_;  ///< preceded by a row and a column of zeros
 };
 

@@ -3,42 +3,56 @@
 // the same reason nothing here may call a library function.
 //
 // Each set supplies Words, a vector of wordLanes 16-bit lanes, and Floats, a vector of floatLanes floats.
-//  - For Words: loadTexels (widens signed bytes), loadWords, storeWords, broadcastWords, + - &, addSaturated
-//  (unsigned),
-//    multiplyRounded: (a * b + 2^14) >> 15.
+//  - For Words: loadTexels (widens signed bytes), loadWords, storeWords, broadcastWords, broadcastPairs (the
+//    words of a 32-bit number by turns), + - &, addSaturated (unsigned), multiplyRounded: (a * b + 2^14) >> 15.
 //  - For Floats: loadTexels (forces the load into a register; compilers would load again what crosses two cache lines),
-//    loadFloats, storeFloats, broadcastFloats, - *, multiplyAdd(a, b, c): a * b + c, gatherFloats(row, taps).
-//  - For both: sampleNarrow(row, columns, x), the samples of a narrow table for the lanes from pixel x on.
+//    loadFloats, storeFloats, broadcastFloats, - *, multiplyAdd(a, b, c): a * b + c.
+//  - shuffles: whether it picks texels out of a window. Then narrowSampler(columns, x) returns, for each kind of table,
+//  an
+//    object that holds the table of the lanes from pixel x on, and samples them from a row of texels when called.
 
 /// Blends from a towards b. With f = fraction / 128: a + ((f * (b - a) + 128) >> 8).
 inline Words lerp(Words a, Words b, Words fraction) { return a + multiplyRounded(b - a, fraction); }
 inline Floats lerp(Floats a, Floats b, Floats fraction) { return multiplyAdd(b - a, fraction, a); }
 
-/// Samples pixel by pixel, for tables that are not narrow.
-inline Words sampleWide(const std::int8_t *row, const LevelColumnTable &columns, int x) {
-  alignas(64) std::uint16_t levels[wordLanes];
-  for (int i = 0; i < wordLanes; ++i) {
-    const std::int8_t *tap = row + columns.taps[x + i];
-    const int level = tap[0] + ((columns.fractions[x + i] * (tap[1] - tap[0]) + 128) >> 8);
-    levels[i] = static_cast<std::uint16_t>(level + 128);
+/// Samples a row pixel by pixel.
+inline void sampleWide(const std::int8_t *row, const LevelColumnTable &columns, std::uint16_t *samples) {
+  for (int i = 0; i < stripWidth; ++i) {
+    const std::int8_t *tap = row + columns.taps[i];
+    const int level = tap[0] + ((columns.fractions[i] * (tap[1] - tap[0]) + 128) >> 8);
+    samples[i] = static_cast<std::uint16_t>(level + 128);
   }
-  return loadWords(levels);
 }
-inline Floats sampleWide(const float *row, const FloatColumnTable &columns, int x) {
-  return lerp(gatherFloats(row, columns.taps + x), gatherFloats(row + 1, columns.taps + x),
-              loadFloats(columns.fractions + x));
+inline void sampleWide(const std::int8_t *row, const MixedColumnTable &columns, float *samples) {
+  for (int i = 0; i < stripWidth; ++i) {
+    const std::int8_t *tap = row + columns.taps[i];
+    const float lower = static_cast<float>(tap[0] + 128), step = static_cast<float>(tap[1] - tap[0]);
+    samples[i] = lower + columns.fractions[i] * step;
+  }
+}
+inline void sampleWide(const float *row, const FloatColumnTable &columns, float *samples) {
+  for (int i = 0; i < stripWidth; ++i) {
+    const float *tap = row + columns.taps[i];
+    samples[i] = tap[0] + columns.fractions[i] * (tap[1] - tap[0]);
+  }
 }
 
 /// The operations in which levels and floats differ.
 struct LevelLanes {
   using Vector = Words;
   using Texel = std::int8_t;
+  using Sum = std::uint16_t;
+  using Fraction = std::int16_t;
+  using WideFraction = std::uint32_t;  ///< a fraction twice: two words are broadcast faster than one
   using Target = LevelTarget;
   static constexpr int lanes = wordLanes;
+  static constexpr bool weighs = false;
 
   static Words load(const std::uint16_t *from) { return loadWords(from); }
   static void store(std::uint16_t *to, Words words) { storeWords(to, words); }
   static Words broadcast(std::int16_t value) { return broadcastWords(value); }
+  static Words broadcastWide(std::uint32_t twice) { return broadcastPairs(twice); }
+  static std::uint32_t widen(std::int16_t value) { return static_cast<std::uint16_t>(value) * 0x10001u; }
   static Words texels(const std::int8_t *from) { return loadTexels(from); }
   /// Adds the 128 that texels lack.
   static Words complete(Words value) { return value + broadcastWords(128); }
@@ -48,12 +62,18 @@ struct LevelLanes {
 struct FloatLanes {
   using Vector = Floats;
   using Texel = float;
+  using Sum = float;
+  using Fraction = float;
+  using WideFraction = float;
   using Target = FloatTarget;
   static constexpr int lanes = floatLanes;
+  static constexpr bool weighs = true;  ///< sums are not rounded, so tint and fraction can be multiplied beforehand
 
   static Floats load(const float *from) { return loadFloats(from); }
   static void store(float *to, Floats floats) { storeFloats(to, floats); }
   static Floats broadcast(float value) { return broadcastFloats(value); }
+  static Floats broadcastWide(float value) { return broadcastFloats(value); }
+  static float widen(float value) { return value; }
   static Floats texels(const float *from) { return loadTexels(from); }
   static Floats complete(Floats value) { return value; }
   static Floats masked(Floats value, Floats mask) { return value * mask; }
@@ -64,6 +84,7 @@ struct FloatLanes {
 template <typename Lanes>
 struct UnitRows {
   using Vector = typename Lanes::Vector;
+  static constexpr bool weighs = false;
 
   template <typename Copy>
   UnitRows(const Copy &copy, std::ptrdiff_t rowStride, int x, int y)
@@ -73,10 +94,11 @@ struct UnitRows {
         fractionY(Lanes::broadcast(copy.fractionY)),
         lower(sample()) {}
 
-  /// Whether the vector at x lies in a half of the strip where the copy has nothing.
+  /// Whether the vectors at x of some rows from y on, which share a part's rows, lie where the copy has nothing.
   template <typename Copy>
-  static bool isEmpty(const Copy &copy, int x) {
-    return Lanes::lanes <= halfStrip && !(copy.halves >> (x / halfStrip) & 1);
+  static bool isEmpty(const Copy &copy, int x, int y) {
+    const unsigned wanted = Lanes::lanes <= halfStrip ? 1u << (x / halfStrip) : 3u;
+    return !(copy.parts >> (y / partRows * 2) & wanted);
   }
 
   Vector next(int) {
@@ -96,38 +118,43 @@ struct UnitRows {
   Vector lower;
 };
 
-/// The rows of a copy at another size, from pixel (x, y) of the strip on.
-template <typename Lanes, typename Copy>
-struct ScaledRows {
+/// A strip of a copy at another size, after the rows of texels were sampled at its columns.
+template <typename Lanes>
+struct Resampled {
+  using Sum = typename Lanes::Sum;
+  using Wide = typename Lanes::WideFraction;
+
+  const Sum *lower[stripHeight];  ///< for each row of the target, its lower row of samples; the upper one follows it
+  Wide fractions[stripHeight];
+  Wide lowerWeights[stripHeight];  ///< of the two rows of samples, in the only channel; only if Lanes::weighs
+  Wide upperWeights[stripHeight];
+  typename Lanes::Fraction tints[4];
+};
+
+/// Its rows, from column x on.
+template <typename Lanes>
+struct ResampledRows {
   using Vector = typename Lanes::Vector;
+  static constexpr bool weighs = Lanes::weighs;
 
-  ScaledRows(const Copy &of, std::ptrdiff_t rowStride, int fromX, int fromY)
-      : copy(of), stride(rowStride), x(fromX), tap(of.rowTaps[fromY]), lower(sample(tap)), upper(sample(tap + 1)) {}
+  ResampledRows(const Resampled<Lanes> &of, std::ptrdiff_t, int fromX, int) : copy(of), x(fromX) {}
 
-  static bool isEmpty(const Copy &, int) { return false; }
+  static bool isEmpty(const Resampled<Lanes> &, int, int) { return false; }
 
-  Vector next(int y) {
-    // Reuses the rows of texels that the previous pixel row sampled; a magnified copy needs few new ones.
-    const int wanted = copy.rowTaps[y];
-    if (wanted != tap) {
-      lower = wanted == tap + 1 ? upper : sample(wanted);
-      upper = sample(wanted + 1);
-      tap = wanted;
-    }
-    return lerp(lower, upper, Lanes::broadcast(copy.rowFractions[y]));
+  Vector next(int y) const {
+    const typename Lanes::Sum *lower = copy.lower[y] + x;
+    return lerp(Lanes::load(lower), Lanes::load(lower + stripWidth), Lanes::broadcastWide(copy.fractions[y]));
   }
 
-  Vector sample(int texelRow) const {
-    const typename Lanes::Texel *row = copy.texels + texelRow * stride;
-    return copy.columns->narrow ? sampleNarrow(row, *copy.columns, x) : sampleWide(row, *copy.columns, x);
+  /// Adds a row to the sums of the only channel.
+  Vector addedTo(Vector sum, int y) const {
+    const typename Lanes::Sum *lower = copy.lower[y] + x;
+    sum = multiplyAdd(Lanes::load(lower), Lanes::broadcastWide(copy.lowerWeights[y]), sum);
+    return multiplyAdd(Lanes::load(lower + stripWidth), Lanes::broadcastWide(copy.upperWeights[y]), sum);
   }
 
-  const Copy &copy;
-  std::ptrdiff_t stride;
+  const Resampled<Lanes> &copy;
   int x;
-  int tap;
-  Vector lower;
-  Vector upper;
 };
 
 /// The number of rows whose sums stay in registers while the kernel adds several copies to them.
@@ -146,11 +173,16 @@ inline void addBlock(const Copy *copies, int count, std::ptrdiff_t stride, const
 #pragma GCC unroll 4
     for (int c = 0; c < channels; ++c) sums[r][c] = Lanes::load(target.sums[c] + (y + r) * stripWidth + x);
   for (int i = 0; i < count; ++i) {
-    if (Rows::isEmpty(copies[i], x)) continue;
+    if (Rows::isEmpty(copies[i], x, y)) continue;
     Vector tints[channels];
 #pragma GCC unroll 4
     for (int c = 0; c < channels; ++c) tints[c] = Lanes::broadcast(copies[i].tints[c]);
     Rows copyRows(copies[i], stride, x, y);
+    if constexpr (Rows::weighs && channels == 1 && !masked) {
+#pragma GCC unroll 8
+      for (int r = 0; r < rows; ++r) sums[r][0] = copyRows.addedTo(sums[r][0], y + r);
+      continue;
+    }
 #pragma GCC unroll 8
     for (int r = 0; r < rows; ++r) {
       Vector value = copyRows.next(y + r);
@@ -168,6 +200,7 @@ inline void addBlock(const Copy *copies, int count, std::ptrdiff_t stride, const
 template <typename Lanes, typename Rows, int channels, bool masked, typename Copy>
 void addStrip(const Copy *copies, int count, std::ptrdiff_t stride, const typename Lanes::Target &target) {
   constexpr int block = blockRows(channels);
+  static_assert(partRows % block == 0, "a block lies in one part");
   int y = 0;
   for (; y + block <= target.rows; y += block)
     for (int x = 0; x < stripWidth; x += Lanes::lanes)
@@ -175,6 +208,37 @@ void addStrip(const Copy *copies, int count, std::ptrdiff_t stride, const typena
   for (; y < target.rows; ++y)
     for (int x = 0; x < stripWidth; x += Lanes::lanes)
       addBlock<Lanes, Rows, channels, masked, 1>(copies, count, stride, target, x, y);
+}
+
+/// Samples the rows of texels that `rows` rows of a strip need, each once, into rows of stripWidth samples.
+template <typename Lanes, typename Copy>
+inline void resample(const Copy &copy, std::ptrdiff_t stride, int rows, typename Lanes::Sum *samples) {
+  const int *first = copy.texelRows + copy.lowerRows[0];
+  const int count = copy.lowerRows[rows - 1] + 2 - copy.lowerRows[0];
+  if constexpr (shuffles) {
+    if (copy.columns->narrow) {
+      for (int x = 0; x < stripWidth; x += Lanes::lanes) {
+        const auto sampled = narrowSampler(*copy.columns, x);
+        for (int i = 0; i < count; ++i)
+          Lanes::store(samples + i * stripWidth + x, sampled(copy.texels + first[i] * stride));
+      }
+      return;
+    }
+  }
+  for (int i = 0; i < count; ++i) sampleWide(copy.texels + first[i] * stride, *copy.columns, samples + i * stripWidth);
+}
+
+template <typename Lanes, typename Copy>
+inline void prepare(const Copy &copy, int rows, const typename Lanes::Sum *samples, Resampled<Lanes> &strip) {
+  for (int y = 0; y < rows; ++y) strip.lower[y] = samples + (copy.lowerRows[y] - copy.lowerRows[0]) * stripWidth;
+  for (int y = 0; y < rows; ++y) strip.fractions[y] = Lanes::widen(copy.rowFractions[y]);
+  for (int c = 0; c < 4; ++c) strip.tints[c] = copy.tints[c];
+  if constexpr (Lanes::weighs) {
+    for (int y = 0; y < rows; ++y) {
+      strip.upperWeights[y] = copy.rowFractions[y] * copy.tints[0];
+      strip.lowerWeights[y] = (1.0f - copy.rowFractions[y]) * copy.tints[0];
+    }
+  }
 }
 
 template <int number>
@@ -202,6 +266,24 @@ void add(const Copy *copies, int count, std::ptrdiff_t stride, const typename La
       return addTo(Channels<4>());
     default:
       return;
+  }
+}
+
+template <typename Lanes, typename Copy>
+void addScaled(const Copy *copies, int count, std::ptrdiff_t stride, const typename Lanes::Target &target) {
+  using Sum = typename Lanes::Sum;
+  // Every row of the target samples two rows of texels at most. As many copies at once as the nearest cache holds.
+  constexpr int samplesOfCopy = 2 * stripHeight * stripWidth;
+  constexpr int atOnce = 32768 / (samplesOfCopy * static_cast<int>(sizeof(Sum)));
+  alignas(64) Sum samples[atOnce][samplesOfCopy];
+  Resampled<Lanes> strips[atOnce];
+  for (int done = 0; done < count; done += atOnce) {
+    const int now = count - done < atOnce ? count - done : atOnce;
+    for (int i = 0; i < now; ++i) {
+      resample<Lanes>(copies[done + i], stride, target.rows, samples[i]);
+      prepare<Lanes>(copies[done + i], target.rows, samples[i], strips[i]);
+    }
+    add<Lanes, ResampledRows<Lanes>>(strips, now, stride, target);
   }
 }
 
@@ -260,9 +342,10 @@ inline void putFloats(const float *const sums[4], const float constants[4], int 
 constexpr Kernels kernelsNamed(const char *name) {
   return {name,
           add<LevelLanes, UnitRows<LevelLanes>>,
-          add<LevelLanes, ScaledRows<LevelLanes, ScaledLevels>>,
+          addScaled<LevelLanes, ScaledLevels>,
           add<FloatLanes, UnitRows<FloatLanes>>,
-          add<FloatLanes, ScaledRows<FloatLanes, ScaledFloats>>,
+          addScaled<FloatLanes, ScaledFloats>,
+          addScaled<FloatLanes, ScaledMixed>,
           isSaturated,
           putLevels,
           putFloats};

@@ -11,6 +11,12 @@ namespace pyrelux::soft {
 /// The number of neighbouring pixels that a kernel handles together: a strip.
 constexpr int stripWidth = 32;
 constexpr int halfStrip = stripWidth / 2;
+/// The maximum number of rows of a strip that a kernel handles together.
+constexpr int stripHeight = 32;
+/// A strip's parts, for copies that have nothing in some: halves of so many rows each. Part 0 is the first half of the
+/// first rows, part 1 the second half.
+constexpr int partRows = 8;
+constexpr unsigned allParts = 0xFF;
 
 /// The sums of a strip: for each channel that takes part, rows of stripWidth sums. Sums are 16-bit levels, which
 /// saturate far above 255, or floats.
@@ -18,7 +24,7 @@ template <typename Sum>
 struct StripTarget {
   int channels = 0;  ///< the number of entries in use of `sums`
   Sum *sums[4];
-  int rows = 0;
+  int rows = 0;               ///< at most stripHeight
   const Sum *mask = nullptr;  ///< for each pixel of a row all ones (or 1.0f) or zero; null adds to every pixel
 };
 using LevelTarget = StripTarget<std::uint16_t>;
@@ -28,14 +34,14 @@ using FloatTarget = StripTarget<float>;
 /// rows + 1 rows of stripWidth + 1 texels.
 struct UnitLevels {
   const std::int8_t *texels;  ///< levels - 128, from the lower left tap of the strip's first pixel on
-  unsigned halves;            ///< a bit for each half of the strip: whether the copy may have anything there
+  unsigned parts;             ///< a bit for each part of the strip: whether the copy may have anything there
   std::int16_t fractionX;     ///< in 1/32768; a multiple of 1/256
   std::int16_t fractionY;
   std::int16_t tints[4];
 };
 struct UnitFloats {
   const float *texels;
-  unsigned halves;
+  unsigned parts;
   float fractionX;  ///< 0 .. 1
   float fractionY;
   float tints[4];
@@ -55,6 +61,17 @@ struct LevelColumnTable {
   std::uint8_t weights[stripWidth * 2];
 };
 
+/// The same for levels that are added to floats, with exact fractions. Samples are 0 .. 255.
+struct MixedColumnTable {
+  int base;
+  std::uint16_t taps[stripWidth];
+  float fractions[stripWidth];
+  /// As above. Each texel of a pair is followed by a byte that selects zero, which makes it a word.
+  bool narrow;
+  std::uint16_t windows[stripWidth / 8];
+  std::uint8_t pairs[stripWidth * 4];
+};
+
 /// The same for floats, counted from texel 0.
 struct FloatColumnTable {
   std::int32_t taps[stripWidth];
@@ -66,20 +83,20 @@ struct FloatColumnTable {
 };
 
 /// A copy at another size: every column and every row has its own tap and fraction.
-struct ScaledLevels {
-  const std::int8_t *texels;  ///< levels - 128, from texel `columns->base` of row 0 on
-  const LevelColumnTable *columns;
-  const int *rowTaps;                ///< for each row of the target
-  const std::int16_t *rowFractions;  ///< in 1/32768
-  std::int16_t tints[4];
+template <typename TexelType, typename Columns, typename Fraction>
+struct ScaledCopy {
+  using Texel = TexelType;
+
+  const Texel *texels;  ///< from texel `columns->base` of row 0 on; levels - 128, or floats from texel 0 on
+  const Columns *columns;
+  const int *texelRows;  ///< the rows of texels that are sampled, in the order of the target's rows
+  const int *lowerRows;  ///< for each row of the target, the index in texelRows of its lower tap; the next is the upper
+  const Fraction *rowFractions;  ///< for each row of the target; of levels in 1/32768
+  Fraction tints[4];             ///< what is added for each unit of a sample
 };
-struct ScaledFloats {
-  const float *texels;
-  const FloatColumnTable *columns;
-  const int *rowTaps;
-  const float *rowFractions;
-  float tints[4];
-};
+using ScaledLevels = ScaledCopy<std::int8_t, LevelColumnTable, std::int16_t>;
+using ScaledMixed = ScaledCopy<std::int8_t, MixedColumnTable, float>;
+using ScaledFloats = ScaledCopy<float, FloatColumnTable, float>;
 
 struct Kernels {
   const char *name;  ///< its value of PYRELUX_SIMD
@@ -88,6 +105,7 @@ struct Kernels {
   void (*scaledLevels)(const ScaledLevels *, int count, std::ptrdiff_t stride, const LevelTarget &);
   void (*unitFloats)(const UnitFloats *, int count, std::ptrdiff_t stride, const FloatTarget &);
   void (*scaledFloats)(const ScaledFloats *, int count, std::ptrdiff_t stride, const FloatTarget &);
+  void (*scaledMixed)(const ScaledMixed *, int count, std::ptrdiff_t stride, const FloatTarget &);
   /// Whether all sums of a strip's rows have reached 255.
   bool (*isSaturated)(const std::uint16_t *sums, int rows);
   /// Add a row of sums and a constant for each channel to `width` pixels; with `blank` they replace the pixels.

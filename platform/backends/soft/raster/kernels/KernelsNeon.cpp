@@ -21,6 +21,7 @@ inline Words loadTexels(const std::int8_t *from) { return {vreinterpretq_u16_s16
 inline Words loadWords(const std::uint16_t *from) { return {vld1q_u16(from)}; }
 inline void storeWords(std::uint16_t *to, Words words) { vst1q_u16(to, words.v); }
 inline Words broadcastWords(std::int16_t value) { return {vdupq_n_u16(static_cast<std::uint16_t>(value))}; }
+inline Words broadcastPairs(std::uint32_t words) { return {vreinterpretq_u16_u32(vdupq_n_u32(words))}; }
 inline Words operator+(Words a, Words b) { return {vaddq_u16(a.v, b.v)}; }
 inline Words operator-(Words a, Words b) { return {vsubq_u16(a.v, b.v)}; }
 inline Words operator&(Words a, Words b) { return {vandq_u16(a.v, b.v)}; }
@@ -40,12 +41,8 @@ inline Floats broadcastFloats(float value) { return {vdupq_n_f32(value)}; }
 inline Floats operator-(Floats a, Floats b) { return {vsubq_f32(a.v, b.v)}; }
 inline Floats operator*(Floats a, Floats b) { return {vmulq_f32(a.v, b.v)}; }
 inline Floats multiplyAdd(Floats a, Floats b, Floats c) { return {vfmaq_f32(c.v, a.v, b.v)}; }
-inline Floats gatherFloats(const float *row, const std::int32_t *taps) {
-  const float values[4] = {row[taps[0]], row[taps[1]], row[taps[2]], row[taps[3]]};
-  return {vld1q_f32(values)};
-}
 
-#include "NarrowAsWide.h"
+constexpr bool shuffles = false;
 
 #include "KernelLoops.h"
 

@@ -20,6 +20,7 @@ inline Words loadTexels(const std::int8_t *from) { return word(*from); }
 inline Words loadWords(const std::uint16_t *from) { return {*from}; }
 inline void storeWords(std::uint16_t *to, Words words) { *to = words.value; }
 inline Words broadcastWords(std::int16_t value) { return word(value); }
+inline Words broadcastPairs(std::uint32_t words) { return word(static_cast<std::uint16_t>(words)); }
 inline Words operator+(Words a, Words b) { return word(a.value + b.value); }
 inline Words operator-(Words a, Words b) { return word(a.value - b.value); }
 inline Words operator&(Words a, Words b) { return word(a.value & b.value); }
@@ -31,9 +32,8 @@ inline float loadTexels(const float *from) { return *from; }
 inline void storeFloats(float *to, float value) { *to = value; }
 inline float broadcastFloats(float value) { return value; }
 inline float multiplyAdd(float a, float b, float c) { return a * b + c; }
-inline float gatherFloats(const float *row, const std::int32_t *taps) { return row[*taps]; }
 
-#include "NarrowAsWide.h"
+constexpr bool shuffles = false;
 
 #include "KernelLoops.h"
 

@@ -25,6 +25,7 @@ inline Words loadTexels(const std::int8_t *from) {
 inline Words loadWords(const std::uint16_t *from) { return {_mm_loadu_si128(reinterpret_cast<const __m128i *>(from))}; }
 inline void storeWords(std::uint16_t *to, Words words) { _mm_storeu_si128(reinterpret_cast<__m128i *>(to), words.v); }
 inline Words broadcastWords(std::int16_t value) { return {_mm_set1_epi16(value)}; }
+inline Words broadcastPairs(std::uint32_t words) { return {_mm_set1_epi32(static_cast<int>(words))}; }
 inline Words operator+(Words a, Words b) { return {_mm_add_epi16(a.v, b.v)}; }
 inline Words operator-(Words a, Words b) { return {_mm_sub_epi16(a.v, b.v)}; }
 inline Words operator&(Words a, Words b) { return {_mm_and_si128(a.v, b.v)}; }
@@ -47,11 +48,8 @@ inline Floats broadcastFloats(float value) { return {_mm_set1_ps(value)}; }
 inline Floats operator-(Floats a, Floats b) { return {_mm_sub_ps(a.v, b.v)}; }
 inline Floats operator*(Floats a, Floats b) { return {_mm_mul_ps(a.v, b.v)}; }
 inline Floats multiplyAdd(Floats a, Floats b, Floats c) { return {_mm_add_ps(_mm_mul_ps(a.v, b.v), c.v)}; }
-inline Floats gatherFloats(const float *row, const std::int32_t *taps) {
-  return {_mm_setr_ps(row[taps[0]], row[taps[1]], row[taps[2]], row[taps[3]])};
-}
 
-#include "NarrowAsWide.h"
+constexpr bool shuffles = false;
 
 #include "KernelLoops.h"
 

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <cstdlib>
 #include <exception>
 #include <mutex>
@@ -22,6 +24,32 @@ int readThreadCount() {
   if (threads > 0) return static_cast<int>(std::min<long>(threads, maxThreads));
   return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, maxThreads);
 }
+
+std::atomic<std::int64_t> parallelNanoseconds{0};
+
+/// Counts the time that it exists, but for one inside another, or on a thread of the pool.
+class Stopwatch {
+ public:
+  Stopwatch() : isOuter_(depth_++ == 0) {
+    if (isOuter_) begin_ = std::chrono::steady_clock::now();
+  }
+  ~Stopwatch() {
+    --depth_;
+    if (isOuter_) parallelNanoseconds += std::chrono::nanoseconds(std::chrono::steady_clock::now() - begin_).count();
+  }
+  Stopwatch(const Stopwatch &) = delete;
+  Stopwatch &operator=(const Stopwatch &) = delete;
+
+  /// What the calling thread does is counted by another one.
+  static void ignoreThread() { depth_ = 1; }
+
+ private:
+  static thread_local int depth_;
+  bool isOuter_;
+  std::chrono::steady_clock::time_point begin_;
+};
+
+thread_local int Stopwatch::depth_ = 0;
 
 class Pool {
  public:
@@ -78,6 +106,7 @@ class Pool {
   }
 
   void serve() {
+    Stopwatch::ignoreThread();
     long seen = 0;
     std::unique_lock<std::mutex> lock(mutex_);
     for (;;) {
@@ -116,8 +145,11 @@ int threadCount() {
 
 void parallelFor(int count, const std::function<void(int)> &work) {
   static Pool pool;
+  const Stopwatch running;
   if (count > 1 && threadCount() > 1 && pool.run(count, work)) return;
   for (int i = 0; i < count; ++i) work(i);
 }
+
+std::chrono::nanoseconds timeInParallel() { return std::chrono::nanoseconds(parallelNanoseconds); }
 
 }  // namespace pyrelux::soft

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 
 namespace pyrelux::soft {
@@ -14,5 +15,8 @@ int threadCount();
 /// The first call starts the threads, fewer if the system refuses some; unloading the library joins them. If a call
 /// throws, parallelFor() skips the calls that have not begun, waits for the others, and throws the same exception.
 void parallelFor(int count, const std::function<void(int)> &work);
+
+/// The time that callers have spent in parallelFor() so far. What they do elsewhere runs on one core. Thread: any.
+std::chrono::nanoseconds timeInParallel();
 
 }  // namespace pyrelux::soft
