@@ -60,8 +60,9 @@ class CurrentFor {
   CurrentFor &operator=(const CurrentFor &) = delete;
 };
 
-/// GL_MESA_pack_invert's, which not every header has.
+// GL_MESA_pack_invert's and GL_PYRELUX_unpack_invert's, which not every header has.
 constexpr GLenum packInvert = 0x8758;
+constexpr GLenum unpackInvert = 0x7059;
 
 /// The same samples with the rows in the opposite order, in `flipped`.
 template <typename Sample>
@@ -146,6 +147,7 @@ struct FrameRenderer::Resources {
   GLuint input = 0;          ///< shared by both contexts
   GLint largestTexture = 0;
   bool readsInverted = false;  ///< pixels are read back from the upper row on if asked for
+  bool takesInverted = false;  ///< and taken
   int frames = 0;              ///< drawn with these contexts
   /// An input's rows in the other order; kept, as getting fresh memory takes longer than filling it.
   Image::Bytes flippedBytes;
@@ -164,6 +166,7 @@ struct FrameRenderer::Resources {
     fresh->backendId = backendId;
     fresh->largestTexture = largestTexture;
     fresh->readsInverted = readsInverted;
+    fresh->takesInverted = takesInverted;
     return fresh;
   }
 
@@ -181,19 +184,22 @@ struct FrameRenderer::Resources {
     const bool isReady = image.alpha() == Alpha::Premultiplied;
     const Image made = isReady ? Image() : premultiplied(image);
     const Image &source = isReady ? image : made;
-    const bool flip = origin == Origin::BottomLeft;
+    const bool inverts = origin == Origin::BottomLeft && takesInverted;
+    const bool flip = origin == Origin::BottomLeft && !takesInverted;
     if (!input) input = makeRectangleTexture();
     glBindTexture(GL_TEXTURE_RECTANGLE_EXT, input);
     const auto define = [&](GLenum internalFormat, GLenum type, const void *pixels) {
       glTexImage2D(GL_TEXTURE_RECTANGLE_EXT, 0, static_cast<GLint>(internalFormat), image.width(), image.height(), 0,
                    GL_RGBA, type, pixels);
     };
+    if (inverts) glPixelStorei(unpackInvert, 1);
     if (source.isFloat())
       define(GL_RGBA32F_ARB, GL_FLOAT,
              flip ? flippedInto(flippedFloats, source.asFloats(), image.height()) : source.asFloats().data());
     else
       define(GL_RGBA8, GL_UNSIGNED_BYTE,
              flip ? flippedInto(flippedBytes, source.asBytes(), image.height()) : source.asBytes().data());
+    if (inverts) glPixelStorei(unpackInvert, 0);
   }
 
   /// The state that a filter finds: the output drawn into, its centre at the origin of the coordinates.
@@ -234,8 +240,11 @@ FrameRenderer::FrameRenderer(std::int32_t backendId) : resources_(std::make_uniq
   glGetIntegerv(GL_MAX_RECTANGLE_TEXTURE_SIZE_EXT, &resources_->largestTexture);
   if (const GLubyte *text = glGetString(GL_RENDERER)) description_ = reinterpret_cast<const char *>(text);
   const GLubyte *extensions = glGetString(GL_EXTENSIONS);
-  resources_->readsInverted =
-      extensions && std::strstr(reinterpret_cast<const char *>(extensions), "GL_MESA_pack_invert");
+  const auto has = [&](const char *name) {
+    return extensions && std::strstr(reinterpret_cast<const char *>(extensions), name);
+  };
+  resources_->readsInverted = has("GL_MESA_pack_invert");
+  resources_->takesInverted = has("GL_PYRELUX_unpack_invert");
 }
 
 FrameRenderer::~FrameRenderer() {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <string>
 #include <tuple>
@@ -139,6 +140,24 @@ TEST(Upload, OfFloatsKeepsWhatBytesLose) {
   show(screen);
   EXPECT_EQ(valuesAt(0, 0), (Values{100.0f, -3.0f, 1e-6f, 1.0f + 1.0f / 512}));
   EXPECT_EQ(levelsAt(0, 0), (Levels{255, 0, 0, 255}));
+}
+
+TEST(Upload, TakesTheUpperRowFirstIfAskedTo) {
+  const Screen screen(5, 3);
+  EXPECT_NE(std::strstr(reinterpret_cast<const char *>(glGetString(GL_EXTENSIONS)), "GL_PYRELUX_unpack_invert"),
+            nullptr);
+  const auto pixels = pattern(5, 3);
+  std::vector<std::uint8_t> inverted;
+  for (int y = 2; y >= 0; --y) inverted.insert(inverted.end(), pixels.begin() + 20 * y, pixels.begin() + 20 * (y + 1));
+  bindNewTexture();
+  glPixelStorei(GL_UNPACK_INVERT_PYRELUX, 1);
+  store(GL_RGBA8, 5, 3, GL_UNSIGNED_BYTE, inverted.data());
+  show(screen);
+  EXPECT_EQ(screen.bytes(), pixels);
+  glPixelStorei(GL_UNPACK_INVERT_PYRELUX, 0);
+  store(GL_RGBA8, 5, 3, GL_UNSIGNED_BYTE, inverted.data());
+  show(screen);
+  EXPECT_EQ(screen.bytes(), inverted);
 }
 
 TEST(Upload, ReplacesImageAndSize) {

@@ -142,6 +142,8 @@ void SoftContext::PixelStorei(GLenum name, GLint value) {
   if (refusedInside()) return;
   if (name == GL_PACK_INVERT_MESA)
     packInverted_ = value != 0;
+  else if (name == GL_UNPACK_INVERT_PYRELUX)
+    unpackInverted_ = value != 0;
   else if (name != GL_PACK_ALIGNMENT && name != GL_UNPACK_ALIGNMENT)
     fail(GL_INVALID_ENUM);
   else if (value != 1 && value != 2 && value != 4 && value != 8)
@@ -179,7 +181,7 @@ const GLubyte *SoftContext::GetString(GLenum name) {
       text = "1.4 (the part of it that flames need)";
       break;
     case GL_EXTENSIONS:
-      text = "GL_EXT_texture_rectangle GL_MESA_pack_invert";
+      text = "GL_EXT_texture_rectangle GL_MESA_pack_invert GL_PYRELUX_unpack_invert";
       break;
     default:
       fail(GL_INVALID_ENUM);

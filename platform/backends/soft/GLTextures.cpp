@@ -168,7 +168,8 @@ void SoftContext::TexImage2D(GLenum target, GLint level, GLint internalFormat, G
     if (data) {
       const std::size_t stride = clientStride(width, type, unpackAlignment_);
       forRows(height, stride, [&](int y) {
-        const auto *row = static_cast<const std::uint8_t *>(data) + static_cast<std::size_t>(y) * stride;
+        const auto place = static_cast<std::size_t>(unpackInverted_ ? height - 1 - y : y);
+        const auto *row = static_cast<const std::uint8_t *>(data) + place * stride;
         if (type == GL_FLOAT)
           copyInto<float>(*image, y, row);
         else

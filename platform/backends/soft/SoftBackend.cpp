@@ -1,6 +1,9 @@
 #include "SoftBackend.h"
 
+#include "Backends.h"
+#include "Rasteriser.h"
 #include "SoftContext.h"
+#include "ThreadPool.h"
 
 namespace pyrelux::platform {
 
@@ -26,5 +29,9 @@ Backend &softBackend() {
   static SoftBackend backend;
   return backend;
 }
+
+std::string softInstructions() { return soft::rasteriserInstructions(); }
+
+std::chrono::nanoseconds softTimeInParallel() { return soft::timeInParallel(); }
 
 }  // namespace pyrelux::platform

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <mutex>
@@ -24,6 +25,15 @@ enum BackendId : std::int32_t {
 
 /// Empty when the backend can draw here; otherwise one sentence that says why not and what to do. Thread: any.
 PYRELUX_PLATFORM std::string backendUnavailable(std::int32_t backendId);
+
+/// The instructions that the soft backend draws with, as PYRELUX_SIMD names them. Sums of 8 bits are the same with all
+/// of them, and sums of floats may differ in their last bits. The first call, or the first drawing, decides. Thread:
+/// any.
+PYRELUX_PLATFORM std::string softInstructions();
+
+/// The time that drawing with the soft backend has spent in work that is shared among threads, even where there is one
+/// thread only; the rest of a frame runs on one core. Thread: any.
+PYRELUX_PLATFORM std::chrono::nanoseconds softTimeInParallel();
 
 /// Process-wide lock around creating, using and destroying filters and contexts, because filters draw one at a time.
 /// Deliberate: it is here because a process may contain several copies of the host, but only one of this library.

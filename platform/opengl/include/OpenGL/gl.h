@@ -85,6 +85,8 @@ constexpr GLenum GL_RGBA8 = 0x8058;
 constexpr GLenum GL_UNPACK_ALIGNMENT = 0x0CF5;
 constexpr GLenum GL_PACK_ALIGNMENT = 0x0D05;
 constexpr GLenum GL_PACK_INVERT_MESA = 0x8758;
+/// Ours (GL_PYRELUX_unpack_invert): while it is not 0, glTexImage2D takes the upper row first.
+constexpr GLenum GL_UNPACK_INVERT_PYRELUX = 0x7059;
 
 constexpr GLenum GL_VENDOR = 0x1F00;
 constexpr GLenum GL_RENDERER = 0x1F01;
