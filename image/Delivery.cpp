@@ -1,76 +1,119 @@
 #include "Delivery.h"
 
 #include <algorithm>
-#include <array>
-#include <cmath>
+#include <cstddef>
+#include <cstdint>
 
 #include "Dither.h"
+#include "FourPixels.h"
 
 namespace pyrelux {
 
 namespace {
 
-/// Limits a value to 0 .. 1; NaN gives 0.
-float limited(float value) { return std::min(value > 0.0f ? value : 0.0f, 1.0f); }
-
-float brightestOf(const float *pixel) { return limited(std::max({pixel[0], pixel[1], pixel[2]})); }
+FourFloats brightestOf(const FourPixels &pixels) {
+  return limited(larger(larger(pixels.red, pixels.green), pixels.blue));
+}
 
 /// Rounds to the levels of a depth; floats are not rounded.
-class Levels {
- public:
-  Levels(int bits, bool dithers)
-      : largest_(bits < 32 ? static_cast<float>((1 << bits) - 1) : 0.0f), dithers_(dithers && bits <= 8) {}
+struct Levels {
+  float largest;  ///< 0: not rounded
+  bool dithers;
 
-  /// A value in 0 .. 1 rounded to a level, as a fraction of the largest level. Dithering depends on the pixel.
-  float nearest(float value, int x, int y) const {
-    if (largest_ == 0.0f) return value;
-    return std::floor(value * largest_ + (dithers_ ? ditherThreshold(x, y) : 0.5f)) / largest_;
+  Levels(int bits, bool isFloat)
+      : largest(bits < 32 ? static_cast<float>((1 << bits) - 1) : 0.0f), dithers(isFloat && bits <= 8) {}
+
+  /// Values in 0 .. 1 rounded to levels, as fractions of the largest level. Dithering depends on the pixels, which
+  /// begin at (x, y).
+  FourFloats nearest(FourFloats values, int x, int y) const {
+    if (largest == 0.0f) return values;
+    const FourFloats thresholds = dithers ? ditherThresholds(x, y) : allOf(0.5f);
+    const FourIntegers levels = __builtin_convertvector(values * largest + thresholds, FourIntegers);
+    return __builtin_convertvector(levels, FourFloats) / largest;
   }
-
- private:
-  float largest_;
-  bool dithers_;
 };
 
-/// Converts a pixel: its alpha is rounded, its colour is not.
-std::array<float, 4> deliver(const float *pixel, const Delivery &delivery, const Levels &levels, int x, int y) {
-  if (delivery.alpha == AlphaUse::None) return {pixel[0], pixel[1], pixel[2], 1.0f};
-  const float exact = deliveredAlpha(pixel[0], pixel[1], pixel[2], pixel[3], delivery);
-  const float alpha = levels.nearest(exact, x, y);
-  if (delivery.alpha == AlphaUse::Premultiplied) return {pixel[0], pixel[1], pixel[2], alpha};
-  if (alpha == 0.0f) return {};
-  std::array<float, 4> straight{0.0f, 0.0f, 0.0f, alpha};
-  for (std::size_t channel = 0; channel < 3; ++channel)
-    straight[channel] = (delivery.alpha == AlphaUse::Exact ? std::min(pixel[channel], alpha) : pixel[channel]) / alpha;
-  return straight;
+/// The alpha of premultiplied pixels before it is rounded; `use` is not None.
+template <AlphaUse use>
+FourFloats exactAlpha(const FourPixels &pixels, float density) {
+  const FourFloats brightest = brightestOf(pixels);
+  const FourFloats drawn = limited(pixels.alpha);
+  const FourFloats alpha = use == AlphaUse::Straight ? larger(drawn, brightest) : drawn;
+  const FourFloats dense = 1.0f - (1.0f - brightest) * (1.0f - brightest);
+  return alpha + density * larger(dense - alpha, allOf(0.0f));
+}
+
+/// Divides a channel by alpha, or makes it 0 where that is 0.
+template <AlphaUse use>
+FourFloats straightened(FourFloats colour, FourFloats alpha) {
+  if (use == AlphaUse::Exact) colour = alpha < colour ? alpha : colour;
+  const auto isEmpty = alpha <= allOf(0.0f);
+  return (isEmpty ? allOf(0.0f) : colour) / (isEmpty ? allOf(1.0f) : alpha);
+}
+
+/// Converts pixels, which begin at (x, y): their alpha is rounded, their colour is not.
+template <AlphaUse use>
+void deliverPixels(FourPixels &pixels, float density, const Levels &levels, int x, int y) {
+  if constexpr (use == AlphaUse::None) {
+    pixels.alpha = allOf(1.0f);
+  } else {
+    pixels.alpha = levels.nearest(exactAlpha<use>(pixels, density), x, y);
+    if constexpr (use == AlphaUse::Premultiplied) return;
+    pixels.red = straightened<use>(pixels.red, pixels.alpha);
+    pixels.green = straightened<use>(pixels.green, pixels.alpha);
+    pixels.blue = straightened<use>(pixels.blue, pixels.alpha);
+  }
+}
+
+template <AlphaUse use>
+void deliverAll(const float *from, float density, const Levels &levels, int y, int width, float *to) {
+  convertRow(from, width, to, [&](FourPixels &pixels, int x) { deliverPixels<use>(pixels, density, levels, x, y); });
+}
+
+void deliverRowOf(const float *from, const Delivery &delivery, const Levels &levels, int y, int width, float *to) {
+  switch (delivery.alpha) {
+    case AlphaUse::Straight:
+      return deliverAll<AlphaUse::Straight>(from, delivery.density, levels, y, width, to);
+    case AlphaUse::Exact:
+      return deliverAll<AlphaUse::Exact>(from, delivery.density, levels, y, width, to);
+    case AlphaUse::Premultiplied:
+      return deliverAll<AlphaUse::Premultiplied>(from, delivery.density, levels, y, width, to);
+    case AlphaUse::None:
+      return deliverAll<AlphaUse::None>(from, delivery.density, levels, y, width, to);
+  }
 }
 
 }  // namespace
 
 float deliveredAlpha(float red, float green, float blue, float alpha, const Delivery &delivery) {
-  const float pixel[] = {red, green, blue};
-  const float brightest = brightestOf(pixel);
-  float result = limited(alpha);
-  if (delivery.alpha == AlphaUse::None) return 1.0f;
-  if (delivery.alpha == AlphaUse::Straight) result = std::max(result, brightest);
-  const float dense = 1.0f - (1.0f - brightest) * (1.0f - brightest);
-  return result + delivery.density * std::max(dense - result, 0.0f);
+  const float samples[16] = {red, green, blue, alpha};
+  const FourPixels pixels(samples);
+  switch (delivery.alpha) {
+    case AlphaUse::None:
+      return 1.0f;
+    case AlphaUse::Straight:
+      return exactAlpha<AlphaUse::Straight>(pixels, delivery.density)[0];
+    case AlphaUse::Exact:
+    case AlphaUse::Premultiplied:
+      break;
+  }
+  return exactAlpha<AlphaUse::Exact>(pixels, delivery.density)[0];
+}
+
+void deliverRow(const float *from, const Delivery &delivery, int bits, int y, int width, float *to) {
+  deliverRowOf(from, delivery, Levels(bits, true), y, width, to);
 }
 
 Image delivered(const Image &drawn, const Delivery &delivery, int bits) {
   const bool isStraight = delivery.alpha == AlphaUse::Straight || delivery.alpha == AlphaUse::Exact;
-  const bool staysBytes = !drawn.isFloat() && bits <= 8;
   const Levels levels(bits, drawn.isFloat());
-  const Image converted = drawn.isFloat() ? Image() : toFloat(drawn);
-  const float *from = (drawn.isFloat() ? drawn : converted).asFloats().data();
+  const Image from = toFloat(drawn);
   Image result = Image::floats(drawn.width(), drawn.height(), isStraight ? Alpha::Straight : Alpha::Premultiplied);
-  float *to = result.asFloats().data();
-  for (int y = 0; y < drawn.height(); ++y)
-    for (int x = 0; x < drawn.width(); ++x, from += 4, to += 4) {
-      const std::array<float, 4> stored = deliver(from, delivery, levels, x, y);
-      std::copy(stored.begin(), stored.end(), to);
-    }
-  return staysBytes ? toBytes(result) : result;
+  for (int y = 0; y < drawn.height(); ++y) {
+    const std::ptrdiff_t row = std::ptrdiff_t{4} * drawn.width() * y;
+    deliverRowOf(from.asFloats().data() + row, delivery, levels, y, drawn.width(), result.asFloats().data() + row);
+  }
+  return drawn.isFloat() || bits > 8 ? result : toBytes(result);
 }
 
 std::size_t countCut(const Image &drawn, const Delivery &delivery, int bits) {
@@ -79,8 +122,10 @@ std::size_t countCut(const Image &drawn, const Delivery &delivery, int bits) {
   const Image picture = toFloat(drawn);
   std::size_t count = 0;
   for (std::size_t i = 0; i < picture.sampleCount(); i += 4) {
-    const float *const pixel = &picture.asFloats()[i];
-    count += brightestOf(pixel) - deliveredAlpha(pixel[0], pixel[1], pixel[2], pixel[3], delivery) > halfALevel;
+    float samples[16] = {};
+    std::copy_n(&picture.asFloats()[i], 4, samples);
+    const FourPixels pixel(samples);
+    count += brightestOf(pixel)[0] - exactAlpha<AlphaUse::Exact>(pixel, delivery.density)[0] > halfALevel;
   }
   return count;
 }

@@ -40,6 +40,9 @@ float deliveredAlpha(float red, float green, float blue, float alpha, const Deli
 /// Everything else becomes floats, whose colours the caller rounds and limits to 1. StraightBlock.h does the most
 /// frequent case for several pixels at a time.
 Image delivered(const Image &drawn, const Delivery &delivery, int bits);
+/// Row `y` of the same, of a picture of floats: four interleaved samples for each of `width` pixels. `from` and `to`
+/// may be the same.
+void deliverRow(const float *from, const Delivery &delivery, int bits, int y, int width, float *to);
 
 /// The number of pixels that AlphaUse::Exact darkens by more than half a level of `bits`, because their colour, limited
 /// to 1, exceeds alpha.

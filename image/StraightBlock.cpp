@@ -1,6 +1,7 @@
 #include "StraightBlock.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "Dither.h"
 
@@ -8,8 +9,10 @@ namespace pyrelux {
 
 OfBlock<std::uint32_t> deliverStraight(const PixelBlock &premultiplied, int x, int y, bool dithers) {
   OfBlock<float> threshold;
-  for (std::size_t i = 0; i < blockPixels; ++i)
-    threshold[i] = dithers ? ditherThreshold(x + static_cast<int>(i), y) : 0.5f;
+  for (std::size_t i = 0; i < blockPixels; i += 4) {
+    const FourFloats four = dithers ? ditherThresholds(x + static_cast<int>(i), y) : allOf(0.5f);
+    std::memcpy(&threshold[i], &four, sizeof four);
+  }
   OfBlock<std::uint32_t> stored;
   for (std::size_t i = 0; i < blockPixels; ++i) {
     const float red = std::max(premultiplied[0][i], 0.0f);

@@ -3,18 +3,20 @@
 #include <cctype>
 #include <system_error>
 
+#include "StandardStream.h"
+
 namespace pyrelux::media {
 
 void failReading(const std::string &path, const std::string &cause) {
-  throw InputError("cannot read '" + path + "': " + cause);
+  throw InputError("cannot read " + shownName(path) + ": " + cause);
 }
 
 void failWriting(const std::string &path, const std::string &cause) {
-  throw OutputError("cannot write '" + path + "': " + cause);
+  throw OutputError("cannot write " + shownName(path) + ": " + cause);
 }
 
 void failEncoding(const std::string &path, const std::string &cause) {
-  throw EncoderError("cannot write '" + path + "': " + cause);
+  throw EncoderError("cannot write " + shownName(path) + ": " + cause);
 }
 
 std::string systemCause(int errnoValue) {

@@ -15,6 +15,10 @@ class MediaError : public std::runtime_error {
 class InputError : public MediaError {
   using MediaError::MediaError;
 };
+/// A stream has no frame of that number: it ended before.
+class EndOfStream : public InputError {
+  using InputError::InputError;
+};
 /// What is written has no place, no room or no format.
 class OutputError : public MediaError {
   using MediaError::MediaError;

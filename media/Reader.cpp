@@ -9,26 +9,14 @@
 #include "LibraryLog.h"
 #include "MovieReader.h"
 #include "SequenceReader.h"
+#include "StandardStream.h"
 #include "StillDecoder.h"
+#include "StillReader.h"
+#include "StreamReader.h"
 
 namespace pyrelux::media {
 
 namespace {
-
-/// One picture for every frame.
-class StillReader : public Reader {
- public:
-  explicit StillReader(Still still, std::vector<std::string> files = {})
-      : files_(std::move(files)), image_(std::move(still.image)) {
-    info_ = still.info;
-  }
-  Image read(std::int64_t) override { return image_; }
-  std::vector<std::string> files() const override { return files_; }
-
- private:
-  std::vector<std::string> files_;
-  Image image_;
-};
 
 /// A picture that no file holds.
 Still stillOf(Image image) {
@@ -53,6 +41,7 @@ std::unique_ptr<Reader> openFile(const std::string &path, const ReadOptions &opt
 
 std::unique_ptr<Reader> Reader::open(const std::string &path, const ReadOptions &options) {
   silenceLibraries();
+  if (path == standardInput) return openStream(options);
   // A file whose own name looks like a pattern ("take#2.mov") is itself what is meant.
   std::error_code error;
   if (std::filesystem::exists(path, error)) return openFile(path, options);

@@ -42,6 +42,9 @@ struct InputInfo {
   /// numbers; a movie counts from 1.
   std::int64_t firstFrame = 0;
   std::int64_t lastFrame = 0;
+  /// A movie whose length only reading tells: lastFrame is the largest number there is, and reading on past the end
+  /// throws EndOfStream. Its pictures can be read once, forwards.
+  bool isStream = false;
   FrameRate frameRate;  ///< of a movie; 24 otherwise
   bool hasAudio = false;
   bool isInterlaced = false;  ///< its pictures are pairs of fields, which are not the same moment
@@ -50,7 +53,8 @@ struct InputInfo {
   std::vector<std::int64_t> present = {};  ///< the frames of a sequence that there are files for, in ascending order
 };
 
-/// Reads a still, a numbered sequence or a movie. A path with "%04d" (any width) or a run of "#" names a sequence.
+/// Reads a still, a numbered sequence or a movie. A path with "%04d" (any width) or a run of "#" names a sequence, "-"
+/// is standard input: a still, or a stream of pictures or a movie.
 /// Threads: one reader is used by one thread at a time; different readers are independent.
 class Reader {
  public:
@@ -69,7 +73,7 @@ class Reader {
 
   /// The picture of a frame. 8-bit sources come as bytes, deeper ones as floats; without alpha they are opaque. Going
   /// forwards through a movie is cheap, going backwards decodes again. Throws InputError: no such frame, damaged data,
-  /// a size that differs from info().
+  /// a size that differs from info(), going backwards in a stream; EndOfStream.
   virtual Image read(std::int64_t frame) = 0;
 
   /// The files that pictures are read from; none for what is in memory.

@@ -8,8 +8,24 @@
 
 #include "MediaErrors.h"
 #include "RegularFile.h"
+#include "StandardStream.h"
 
 namespace pyrelux::media {
+
+namespace {
+
+std::string readAll(std::FILE *file, const std::string &path, std::size_t mostBytes) {
+  std::string text;
+  char part[65536];
+  while (const std::size_t count = std::fread(part, 1, sizeof part, file)) {
+    text.append(part, count);
+    if (text.size() > mostBytes) failReading(path, "it is longer than " + std::to_string(mostBytes) + " bytes");
+  }
+  if (std::ferror(file)) failReading(path, systemCause(errno));
+  return text;
+}
+
+}  // namespace
 
 bool isUtf8(const std::string &text) {
   try {
@@ -21,20 +37,17 @@ bool isUtf8(const std::string &text) {
 }
 
 std::string readText(const std::string &path, std::size_t mostBytes) {
+  if (path == standardInput) {
+    takeStandardInput();
+    return readAll(stdin, path, mostBytes);
+  }
   requireRegularFile(path);
   struct Close {
     void operator()(std::FILE *file) const { std::fclose(file); }
   };
   const std::unique_ptr<std::FILE, Close> file(std::fopen(path.c_str(), "rb"));
   if (!file) failReading(path, systemCause(errno));
-  std::string text;
-  char part[65536];
-  while (const std::size_t count = std::fread(part, 1, sizeof part, file.get())) {
-    text.append(part, count);
-    if (text.size() > mostBytes) failReading(path, "it is longer than " + std::to_string(mostBytes) + " bytes");
-  }
-  if (std::ferror(file.get())) failReading(path, systemCause(errno));
-  return text;
+  return readAll(file.get(), path, mostBytes);
 }
 
 std::string readUtf8(const std::string &path, std::size_t mostBytes) {

@@ -6,7 +6,8 @@
 /// Small files that are read and written as a whole.
 namespace pyrelux::media {
 
-/// What the file holds. Throws InputError: missing, not permitted, a folder, longer than `mostBytes`.
+/// What the file holds; "-" is standard input. Throws InputError: missing, not permitted, a folder, longer than
+/// `mostBytes`.
 std::string readText(const std::string &path, std::size_t mostBytes);
 
 /// Whether the bytes are UTF-8.

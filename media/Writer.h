@@ -67,7 +67,8 @@ struct Losses {
 
 /// Writes a still, a numbered sequence or a movie, chosen by the path's extension; docs/formats.md lists them all with
 /// their codecs, alpha and depth. Everything is written beside the final name and renamed when it is complete, so that
-/// a partial file never carries the final name. Threads: one writer is used by one thread at a time; different writers
+/// a partial file never carries the final name. To standard output (see StandardStream.h), every frame goes as soon as
+/// the encoder lets it. Threads: one writer is used by one thread at a time; different writers
 /// are independent.
 class Writer {
  public:
@@ -95,6 +96,9 @@ class Writer {
 
   /// Every codec of some extension, by name.
   static std::vector<std::string> codecNames();
+
+  /// The formats that standard output can have: "png", "mov".
+  static std::vector<std::string> streamFormats();
 
   /// Whether the codec is there for more than 8 bits (TIFF, EXR, ProRes 4444). Throws OutputError: unknown extension or
   /// codec.

@@ -5,7 +5,6 @@
 
 extern "C" {
 #include <libavcodec/avcodec.h>
-#include <libavfilter/avfilter.h>
 #include <libavformat/avformat.h>
 #include <libavutil/audio_fifo.h>
 #include <libavutil/dict.h>
@@ -41,7 +40,6 @@ using CodecPtr = std::unique_ptr<AVCodecContext, AddressDeleter<avcodec_free_con
 using DemuxerPtr = std::unique_ptr<AVFormatContext, AddressDeleter<avformat_close_input>>;
 using MuxerPtr = std::unique_ptr<AVFormatContext, Deleter<avformat_free_context>>;
 using IoPtr = std::unique_ptr<AVIOContext, AddressDeleter<avio_closep>>;
-using GraphPtr = std::unique_ptr<AVFilterGraph, AddressDeleter<avfilter_graph_free>>;
 using ResamplerPtr = std::unique_ptr<SwrContext, AddressDeleter<swr_free>>;
 using SampleQueuePtr = std::unique_ptr<AVAudioFifo, Deleter<av_audio_fifo_free>>;
 /// Of an AVIOContext over functions of one's own, with its buffer.

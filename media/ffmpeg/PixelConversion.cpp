@@ -1,6 +1,7 @@
 #include "PixelConversion.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <utility>
@@ -71,43 +72,99 @@ void readComponent(const AVFrame &frame, int component, Image &image, int channe
   }
 }
 
-/// Copies one channel of an image to one component of a frame that is zero there. Floats are dithered to 8 bits, and
-/// rounded to more.
-void writeComponent(AVFrame &frame, int component, const Image &image, int channel) {
-  const AVPixFmtDescriptor &layout = layoutOf(frame);
-  const bool isFloat = layout.flags & AV_PIX_FMT_FLAG_FLOAT;
-  const float largest = isFloat ? 0.0f : static_cast<float>(largestValue(layout.comp[component]));
-  const bool dithers = layout.comp[component].depth <= 8;
-  const auto threshold = [dithers](std::size_t x, int y) {
-    return dithers ? ditherThreshold(static_cast<int>(x), y) : 0.5f;
-  };
-  const std::size_t width = static_cast<std::size_t>(image.width());
-  std::vector<std::uint32_t> row(width);
-  std::size_t sample = static_cast<std::size_t>(channel);
-  for (int y = 0; y < image.height(); ++y) {
-    for (std::size_t x = 0; x < width; ++x, sample += 4) {
-      if (!image.isFloat()) {
-        row[x] = image.asBytes()[sample];
-        continue;
-      }
-      const float value = image.asFloats()[sample];
-      if (isFloat)
-        std::memcpy(&row[x], &value, sizeof value);
-      else  // NaN fails the comparison and becomes 0.
-        row[x] = value > 0.0f ? static_cast<std::uint32_t>(std::min(value, 1.0f) * largest + threshold(x, y)) : 0;
-    }
-    av_write_image_line2(row.data(), frame.data, frame.linesize, &layout, 0, y, component, image.width(),
-                         sizeof row[0]);
+/// The code values of a row of samples for components of certain depths: dithered to 8 bits, rounded to more.
+class CodeValues {
+ public:
+  /// For rows of this width and components of these depths, one for each channel.
+  CodeValues(int width, const std::array<int, 4> &depths)
+      : values_(4 * static_cast<std::size_t>(width)), largest_(values_.size()), thresholds_(values_.size(), 0.5f) {
+    for (std::size_t i = 0; i < values_.size(); ++i) largest_[i] = static_cast<float>((1u << depths[i % 4]) - 1);
+    for (std::size_t c = 0; c < 4; ++c) dithers_[c] = depths[c] <= 8;
+    isDithered_ = std::find(dithers_.begin(), dithers_.end(), true) != dithers_.end();
   }
+
+  /// Four for each pixel, in the order of the samples' channels; valid until the next call.
+  const std::int32_t *row(const float *samples, int y) {
+    if (isDithered_) setThresholds(y);
+    // Suits the compiler's vectoriser.
+    const std::size_t count = values_.size();
+    const float *const largest = largest_.data();
+    const float *const thresholds = thresholds_.data();
+    std::int32_t *const to = values_.data();
+    for (std::size_t i = 0; i < count; ++i) {
+      // NaN fails the comparison and becomes 0.
+      const float positive = samples[i] > 0.0f ? samples[i] : 0.0f;
+      const float limited = positive < 1.0f ? positive : 1.0f;
+      to[i] = static_cast<std::int32_t>(limited * largest[i] + thresholds[i]);
+    }
+    return to;
+  }
+
+ private:
+  void setThresholds(int y) {
+    for (std::size_t x = 0; x < values_.size() / 4; ++x) {
+      const float threshold = ditherThreshold(static_cast<int>(x), y);
+      for (std::size_t c = 0; c < 4; ++c) thresholds_[4 * x + c] = dithers_[c] ? threshold : 0.5f;
+    }
+  }
+
+  // Four for each pixel.
+  std::vector<std::int32_t> values_;
+  std::vector<float> largest_;
+  std::vector<float> thresholds_;
+  std::array<bool, 4> dithers_;
+  bool isDithered_;
+};
+
+std::uint16_t swapped(std::uint16_t word) { return static_cast<std::uint16_t>(word << 8 | word >> 8); }
+
+/// Stores every fourth value in a component whose values have bytes of their own.
+template <typename Word, typename Change>
+void storeEvery(std::uint8_t *to, int step, const std::int32_t *values, int width, Change change) {
+  const auto store = [=](int bytes) {
+    for (int x = 0; x < width; ++x) {
+      const Word word = change(static_cast<Word>(values[4 * x]));
+      std::memcpy(to + x * bytes, &word, sizeof word);
+    }
+  };
+  // A step that is known when it is compiled suits the vectoriser.
+  if (step == sizeof(Word))
+    store(sizeof(Word));
+  else
+    store(step);
 }
 
-FramePtr allocateFrame(AVPixelFormat layout, int width, int height) {
-  FramePtr frame = newFrame();
-  frame->format = layout;
-  frame->width = width;
-  frame->height = height;
-  if (av_frame_get_buffer(frame.get(), 0) < 0) throw std::bad_alloc();
-  return frame;
+/// Whether a component's values have bytes of their own, all of whose bits are theirs.
+bool hasOwnBytes(const AVPixFmtDescriptor &layout, int component) {
+  const AVComponentDescriptor &place = layout.comp[component];
+  return place.shift == 0 && place.depth <= 16 && !(layout.flags & (AV_PIX_FMT_FLAG_BITSTREAM | AV_PIX_FMT_FLAG_FLOAT));
+}
+
+/// Stores a channel of a row's values in a component of the frame's row, which is zero there unless it has bytes of its
+/// own.
+void storeComponent(AVFrame &frame, int component, const std::int32_t *values, int channel, int width, int y) {
+  const AVPixFmtDescriptor &layout = layoutOf(frame);
+  const AVComponentDescriptor &place = layout.comp[component];
+  values += channel;
+  if (hasOwnBytes(layout, component)) {
+    std::uint8_t *to = frame.data[place.plane] + std::ptrdiff_t{frame.linesize[place.plane]} * y + place.offset;
+    const auto same = [](auto word) { return word; };
+    if (place.depth <= 8) return storeEvery<std::uint8_t>(to, place.step, values, width, same);
+    // All supported processors are little-endian.
+    if (layout.flags & AV_PIX_FMT_FLAG_BE) return storeEvery<std::uint16_t>(to, place.step, values, width, swapped);
+    return storeEvery<std::uint16_t>(to, place.step, values, width, same);
+  }
+  std::vector<std::uint32_t> row(static_cast<std::size_t>(width));
+  for (std::size_t x = 0; x < row.size(); ++x) row[x] = static_cast<std::uint32_t>(values[4 * x]);
+  av_write_image_line2(row.data(), frame.data, frame.linesize, &layout, 0, y, component, width, sizeof row[0]);
+}
+
+/// Stores a channel of a row of samples in a component of floats.
+void storeFloats(AVFrame &frame, int component, const float *samples, int channel, int width, int y) {
+  std::vector<std::uint32_t> row(static_cast<std::size_t>(width));
+  for (std::size_t x = 0; x < row.size(); ++x)
+    std::memcpy(&row[x], samples + channel + 4 * static_cast<std::ptrdiff_t>(x), sizeof row[x]);
+  av_write_image_line2(row.data(), frame.data, frame.linesize, &layoutOf(frame), 0, y, component, width, sizeof row[0]);
 }
 
 /// Tells the scaler where in a pixel block the subsampled colour lies. An axis without subsampling is left alone: there
@@ -161,13 +218,79 @@ void clearPlane(AVFrame &frame, int plane) {
   std::memset(frame.data[plane], 0, static_cast<std::size_t>(frame.linesize[plane]) * frame.height);
 }
 
-/// Sets a layout's components from the channels of the same number. No component may be subsampled.
-void writePlain(const Image &image, AVFrame &frame) {
+/// Whether components with bytes of their own fill the plane.
+bool isFilled(const AVPixFmtDescriptor &layout, int plane) {
+  int bytes = 0;
+  int step = 0;
+  for (int component = 0; component < layout.nb_components; ++component) {
+    const AVComponentDescriptor &place = layout.comp[component];
+    if (place.plane != plane) continue;
+    if (!hasOwnBytes(layout, component)) return false;
+    bytes += place.depth <= 8 ? 1 : 2;
+    step = place.step;
+  }
+  return bytes == step;
+}
+
+/// The rows as they are in a frame that may be larger: black right of the picture and below it.
+FloatRows fitted(const FloatRows &rows, const AVFrame &frame) {
+  return {frame.width, frame.height, [&rows, width = frame.width](int y, float *row) {
+            const int inside = y < rows.height ? rows.width : 0;
+            std::fill(row + std::ptrdiff_t{4} * inside, row + std::ptrdiff_t{4} * width, 0.0f);
+            if (inside > 0) rows.fill(y, row);
+          }};
+}
+
+/// Whether every pixel is four bytes of one plane, a byte for each of four components.
+bool isFourBytes(const AVPixFmtDescriptor &layout) {
+  for (int component = 0; component < 4; ++component) {
+    const AVComponentDescriptor &place = layout.comp[component];
+    if (!hasOwnBytes(layout, component) || place.depth != 8 || place.plane != 0 || place.step != 4) return false;
+  }
+  return layout.nb_components == 4;
+}
+
+/// Stores a row's values in such a layout.
+void storeFourBytes(AVFrame &frame, const std::int32_t *values, int width, int y) {
   const AVPixFmtDescriptor &layout = layoutOf(frame);
-  for (int plane = 0; plane < av_pix_fmt_count_planes(static_cast<AVPixelFormat>(frame.format)); ++plane)
-    clearPlane(frame, plane);
-  for (int component = 0; component < layout.nb_components; ++component)
-    writeComponent(frame, component, image, component);
+  std::uint8_t *to = frame.data[0] + std::ptrdiff_t{frame.linesize[0]} * y;
+  int shifts[4];
+  for (int c = 0; c < 4; ++c) shifts[c] = 8 * layout.comp[c].offset;
+  for (int x = 0; x < width; ++x) {
+    std::uint32_t pixel = 0;
+    for (int c = 0; c < 4; ++c) pixel |= static_cast<std::uint32_t>(values[4 * x + c]) << shifts[c];
+    std::memcpy(to + 4 * x, &pixel, sizeof pixel);
+  }
+}
+
+/// Sets a layout's components from `first` on from the channels of the same number. None of them may be subsampled. The
+/// rows have the frame's size.
+void writeComponents(const FloatRows &rows, AVFrame &frame, int first) {
+  const AVPixFmtDescriptor &layout = layoutOf(frame);
+  const bool isFloat = layout.flags & AV_PIX_FMT_FLAG_FLOAT;
+  std::array<int, 4> depths{16, 16, 16, 16};
+  for (int component = first; component < layout.nb_components; ++component) {
+    const int plane = layout.comp[component].plane;
+    if (!isFilled(layout, plane)) clearPlane(frame, plane);
+    if (!isFloat) depths[static_cast<std::size_t>(component)] = layout.comp[component].depth;
+  }
+  CodeValues values(rows.width, depths);
+  std::vector<float> samples(4 * static_cast<std::size_t>(rows.width));
+  for (int y = 0; y < rows.height; ++y) {
+    rows.fill(y, samples.data());
+    if (isFloat) {
+      for (int component = first; component < layout.nb_components; ++component)
+        storeFloats(frame, component, samples.data(), component, rows.width, y);
+      continue;
+    }
+    const std::int32_t *const row = values.row(samples.data(), y);
+    if (first == 0 && isFourBytes(layout)) {
+      storeFourBytes(frame, row, rows.width, y);
+      continue;
+    }
+    for (int component = first; component < layout.nb_components; ++component)
+      storeComponent(frame, component, row, component, rows.width, y);
+  }
 }
 
 /// The scaler serves for colour that is stored for several pixels at once, which it brings to this layout of one for
@@ -191,40 +314,42 @@ void readYuv(const AVFrame &frame, Image &image, const std::string &path) {
   readAlpha(frame, image);
 }
 
-void writeYuv(Image image, AVFrame &frame, const std::string &path) {
+void writeYuv(const FloatRows &rows, AVFrame &frame, const std::string &path) {
   frame.colorspace = AVCOL_SPC_BT709;
   frame.color_range = AVCOL_RANGE_MPEG;
   frame.chroma_location = AVCHROMA_LOC_LEFT;
   FramePtr converted;
   if (isSubsampled(layoutOf(frame))) converted = allocateUnsampled(frame);
   AVFrame &unsampled = converted ? *converted : frame;
-  YuvMatrix(frame).fromRgb(image, layoutOf(unsampled).comp[0].depth);
-  writePlain(image, unsampled);
+  const YuvMatrix matrix(frame);
+  const int depth = layoutOf(unsampled).comp[0].depth;
+  const auto fill = [&](int y, float *row) {
+    rows.fill(y, row);
+    matrix.fromRgb(row, rows.width, depth);
+  };
+  writeComponents({rows.width, rows.height, fill}, unsampled, 0);
   if (!converted) return;
   convert(unsampled, frame, path);
   const AVPixFmtDescriptor &layout = layoutOf(frame);
-  if (!(layout.flags & AV_PIX_FMT_FLAG_ALPHA)) return;
-  const int alpha = layout.nb_components - 1;
-  clearPlane(frame, layout.comp[alpha].plane);
-  writeComponent(frame, alpha, image, 3);
+  if (layout.flags & AV_PIX_FMT_FLAG_ALPHA) writeComponents(rows, frame, layout.nb_components - 1);
 }
 
-/// The image with transparent black on its right and below it.
-Image padded(Image image, int width, int height) {
-  if (image.width() == width && image.height() == height) return image;
-  const auto copyRows = [&image, width](const auto &from, auto &to) {
-    const std::size_t fromRow = static_cast<std::size_t>(image.width()) * 4;
-    const std::size_t toRow = static_cast<std::size_t>(width) * 4;
-    for (std::size_t y = 0; y < static_cast<std::size_t>(image.height()); ++y)
-      std::copy_n(from.begin() + y * fromRow, fromRow, to.begin() + y * toRow);
-  };
-  Image larger =
-      image.isFloat() ? Image::floats(width, height, image.alpha()) : Image::bytes(width, height, image.alpha());
-  if (image.isFloat())
-    copyRows(image.asFloats(), larger.asFloats());
-  else
-    copyRows(image.asBytes(), larger.asBytes());
-  return larger;
+Image imageOf(const FloatRows &rows) {
+  Image image = Image::floats(rows.width, rows.height, Alpha::Straight);
+  for (int y = 0; y < rows.height; ++y) rows.fill(y, image.asFloats().data() + std::ptrdiff_t{4} * rows.width * y);
+  return image;
+}
+
+/// Rows that refer to the image.
+FloatRows rowsOf(const Image &image) {
+  const std::ptrdiff_t samples = std::ptrdiff_t{4} * image.width();
+  return {image.width(), image.height(), [&image, samples](int y, float *row) {
+            if (image.isFloat())
+              std::copy_n(image.asFloats().data() + y * samples, samples, row);
+            else
+              std::transform(image.asBytes().data() + y * samples, image.asBytes().data() + (y + 1) * samples, row,
+                             [](std::uint8_t level) { return static_cast<float>(level) / 255.0f; });
+          }};
 }
 
 /// Floats for luma with differences of colour, whatever their depth.
@@ -276,15 +401,25 @@ Image toImage(const AVFrame &frame, std::optional<Alpha> alpha, const std::strin
   return upright(std::move(image), orientationOf(frame));
 }
 
-FramePtr toFrame(const Image &image, AVPixelFormat layout, int width, int height, const std::string &path) {
-  FramePtr frame = allocateFrame(layout, width, height);
-  if (layout == AV_PIX_FMT_PAL8)
-    writePalette(padded(toBytes(image), width, height), *frame, path);
-  else if (isYuv(layoutOf(*frame)))
-    writeYuv(padded(toFloat(image), width, height), *frame, path);
-  else
-    writePlain(padded(layoutOf(*frame).comp[0].depth == 8 ? image : toFloat(image), width, height), *frame);
+FramePtr allocateFrame(AVPixelFormat layout, int width, int height) {
+  FramePtr frame = newFrame();
+  frame->format = layout;
+  frame->width = width;
+  frame->height = height;
+  if (av_frame_get_buffer(frame.get(), 0) < 0) throw std::bad_alloc();
   return frame;
 }
+
+void setFrame(AVFrame &frame, const FloatRows &picture, const std::string &path) {
+  const FloatRows rows = fitted(picture, frame);
+  if (frame.format == AV_PIX_FMT_PAL8)
+    writePalette(toBytes(imageOf(rows)), frame, path);
+  else if (isYuv(layoutOf(frame)))
+    writeYuv(rows, frame, path);
+  else
+    writeComponents(rows, frame, 0);
+}
+
+void setFrame(AVFrame &frame, const Image &image, const std::string &path) { setFrame(frame, rowsOf(image), path); }
 
 }  // namespace pyrelux::media

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -22,10 +23,22 @@ int bitsPerComponent(const AVFrame &frame);
 /// cannot be converted.
 Image toImage(const AVFrame &frame, std::optional<Alpha> alpha, const std::string &path);
 
-/// A picture of an encoder's layout. `width` and `height` may exceed the image's; the rest, to the right and below, is
-/// black. Colour and alpha are taken as they stand; integer layouts clip to 0 .. 1. A YUV layout gets the BT.709
-/// matrix and limited range, a palette's layout the best one for the picture. Throws MediaError, naming `path`, for a
-/// layout that cannot be converted.
-FramePtr toFrame(const Image &image, AVPixelFormat layout, int width, int height, const std::string &path);
+/// A picture that is made row by row, so that a row is still in the cache when it is converted.
+struct FloatRows {
+  int width;
+  int height;
+  /// Fills row y, counted from the top: four interleaved samples for each pixel.
+  std::function<void(int y, float *row)> fill;
+};
+
+/// Sets a frame of an encoder's layout to a picture; `frame` may be larger: the rest, to the right and below, is black.
+/// Colour and alpha are taken as they stand. Integer layouts clip to 0 .. 1 and round; 8 bits are dithered, which
+/// changes no exact level. A YUV layout gets the BT.709 matrix and limited range, a palette's layout the best one for
+/// the picture. Throws MediaError, naming `path`, for a layout that cannot be converted.
+void setFrame(AVFrame &frame, const FloatRows &rows, const std::string &path);
+void setFrame(AVFrame &frame, const Image &image, const std::string &path);
+
+/// A frame with undefined pixels. Throws std::bad_alloc.
+FramePtr allocateFrame(AVPixelFormat layout, int width, int height);
 
 }  // namespace pyrelux::media

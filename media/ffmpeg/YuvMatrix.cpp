@@ -4,6 +4,7 @@
 #include <cmath>
 #include <vector>
 
+#include "FourPixels.h"
 #include "StandardRange.h"
 
 extern "C" {
@@ -84,11 +85,6 @@ void forEachPixel(Image &image, Convert convert) {
   for (std::size_t sample = 0; sample < samples.size(); sample += 4) convert(&samples[sample]);
 }
 
-float clipped(float value) {
-  // Written so that NaN fails the comparison and becomes 0.
-  return value > 0.0f ? std::min(value, 1.0f) : 0.0f;
-}
-
 }  // namespace
 
 YuvMatrix::YuvMatrix(const AVFrame &frame) : special_(specialSpaceOf(frame)) {
@@ -142,16 +138,17 @@ void YuvMatrix::constantLuminanceToRgb(Image &image, float toLevels) const {
   });
 }
 
-void YuvMatrix::fromRgb(Image &image, int depth) const {
+void YuvMatrix::fromRgb(float *row, int width, int depth) const {
   const float fromLevels = 1.0f / largestLevel(depth);
-  const float greenWeight = 1.0f - redWeight_ - blueWeight_;
-  forEachPixel(image, [=](float *pixel) {
-    const float red = clipped(pixel[0]);
-    const float blue = clipped(pixel[2]);
-    const float luma = redWeight_ * red + greenWeight * clipped(pixel[1]) + blueWeight_ * blue;
-    pixel[0] = (black_ + luma * lumaReach_) * fromLevels;
-    pixel[1] = (neutral + (blue - luma) / (2.0f - 2.0f * blueWeight_) * chromaReach_) * fromLevels;
-    pixel[2] = (neutral + (red - luma) / (2.0f - 2.0f * redWeight_) * chromaReach_) * fromLevels;
+  const float redWeight = redWeight_, blueWeight = blueWeight_, greenWeight = 1.0f - redWeight_ - blueWeight_;
+  const float black = black_, lumaReach = lumaReach_, chromaReach = chromaReach_;
+  convertRow(row, width, row, [=](FourPixels &pixels, int) {
+    const FourFloats red = limited(pixels.red);
+    const FourFloats blue = limited(pixels.blue);
+    const FourFloats luma = redWeight * red + greenWeight * limited(pixels.green) + blueWeight * blue;
+    pixels.red = (black + luma * lumaReach) * fromLevels;
+    pixels.green = (neutral + (blue - luma) / (2.0f - 2.0f * blueWeight) * chromaReach) * fromLevels;
+    pixels.blue = (neutral + (red - luma) / (2.0f - 2.0f * redWeight) * chromaReach) * fromLevels;
   });
 }
 

@@ -21,8 +21,8 @@ class YuvMatrix {
   /// the largest one of `depth` bits. Throws MediaError, naming `path`, for colours that are not known.
   void toRgb(Image &image, int depth, const std::string &path) const;
 
-  /// The reverse. Red, green and blue are clipped to 0 .. 1; NaN becomes 0.
-  void fromRgb(Image &image, int depth) const;
+  /// The reverse, for a row of `width` pixels. Red, green and blue are clipped to 0 .. 1; NaN becomes 0.
+  void fromRgb(float *row, int width, int depth) const;
 
  private:
   void constantLuminanceToRgb(Image &image, float toLevels) const;

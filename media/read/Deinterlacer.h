@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "AvPtr.h"
@@ -12,23 +13,22 @@ namespace pyrelux::media {
 class Deinterlacer {
  public:
   /// `order`: which field comes first in pictures that do not say it. `path` is for messages.
-  Deinterlacer(const std::string &path, AVFieldOrder order) : path_(path), order_(order) {}
+  Deinterlacer(const std::string &path, AVFieldOrder order);
+  ~Deinterlacer();
 
   /// The next picture, which it may change; null once after the last. Throws MediaError: too small, of another size or
-  /// layout than the first.
+  /// layout than the first, or libavfilter is not installed.
   void send(AVFrame *frame);
 
   /// The next whole picture, valid until the next call; null if it needs another or is at the end.
   AVFrame *receive();
 
  private:
-  void open(const AVFrame &frame);
+  class Graph;
 
   std::string path_;
   AVFieldOrder order_;
-  GraphPtr graph_;
-  AVFilterContext *source_ = nullptr;  // the graph's
-  AVFilterContext *sink_ = nullptr;    // the graph's
+  std::unique_ptr<Graph> graph_;  ///< from the first picture on
   std::int64_t count_ = 0;
   FramePtr frame_ = newFrame();
 };

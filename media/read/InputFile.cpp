@@ -8,6 +8,7 @@
 #include "LibraryCause.h"
 #include "MediaErrors.h"
 #include "RegularFile.h"
+#include "StandardStream.h"
 #include "StillStructure.h"
 
 extern "C" {
@@ -21,38 +22,55 @@ namespace {
 /// Scripts and playlists: nothing but the names of other files.
 constexpr const char *playlists = "concat,dash,hls,imf,sdp";
 
-bool endsWith(std::string_view text, std::string_view end) {
-  return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
-}
+constexpr const char *causeEmpty = "it is empty";
 
 }  // namespace
 
+bool isForPictures(const AVInputFormat &demuxer) {
+  constexpr std::string_view end = "_pipe";
+  const std::string_view name = demuxer.name;
+  return name.size() >= end.size() && name.substr(name.size() - end.size()) == end;
+}
+
 InputFile::InputFile(const std::string &path) : path_(path) {
-  requireRegularFile(path);
-  std::error_code error;
-  if (std::filesystem::file_size(path, error) == 0) failReading(path, "it is empty");
+  std::string url = "file:" + path;
+  if (path == standardInput) {
+    takeStandardInput();
+    url = "pipe:0";
+  } else {
+    requireRegularFile(path);
+    std::error_code error;
+    if (std::filesystem::file_size(path, error) == 0) failReading(path, causeEmpty);
+  }
   AVIOContext *io = nullptr;
-  const int result = avio_open2(&io, ("file:" + path).c_str(), AVIO_FLAG_READ, nullptr, nullptr);
+  const int result = avio_open2(&io, url.c_str(), AVIO_FLAG_READ, nullptr, nullptr);
   if (result < 0) failReading(path, libraryCause(result));
   io_.reset(io);
+}
+
+const AVInputFormat *InputFile::probe() {
+  const AVInputFormat *demuxer = nullptr;
+  const int result = av_probe_input_buffer2(io_.get(), &demuxer, "", nullptr, 0, 0);
+  if (result < 0 || !demuxer) {
+    // It is at its first byte again.
+    avio_r8(io_.get());
+    failReading(path_, avio_feof(io_.get()) ? causeEmpty : causeNotDecodable);
+  }
+  if (av_match_name(demuxer->name, playlists)) failReading(path_, causeNotDecodable);
+  return demuxer;
 }
 
 Content InputFile::identify() {
   // Targa is the one picture format without a signature at its start, so here the name has to tell.
   if (av_match_ext(path_.c_str(), "tga")) return {nullptr, AV_CODEC_ID_TARGA};
 
-  const AVInputFormat *demuxer = nullptr;
-  if (av_probe_input_buffer2(io_.get(), &demuxer, "", nullptr, 0, 0) < 0 || !demuxer)
-    failReading(path_, causeNotDecodable);
-  const std::string_view name = demuxer->name;
-  if (av_match_name(demuxer->name, playlists)) failReading(path_, causeNotDecodable);
-
-  if (name == "gif") {
+  const AVInputFormat *demuxer = probe();
+  if (std::string_view(demuxer->name) == "gif") {
     const PacketPtr bytes = readAll();
     const bool isAnimation = countGifPictures(bytes->data, bytes->size).value_or(1) > 1;
     return {demuxer, isAnimation ? AV_CODEC_ID_NONE : AV_CODEC_ID_GIF};
   }
-  if (endsWith(name, "_pipe")) {
+  if (isForPictures(*demuxer)) {
     const DemuxerPtr opened = demux(demuxer);
     return {demuxer, opened->streams[0]->codecpar->codec_id};
   }
@@ -60,7 +78,7 @@ Content InputFile::identify() {
 }
 
 DemuxerPtr InputFile::demux(const AVInputFormat *demuxer) {
-  if (avio_seek(io_.get(), 0, SEEK_SET) < 0) failReading(path_, causeCutOff);
+  if (path_ != standardInput && avio_seek(io_.get(), 0, SEEK_SET) < 0) failReading(path_, causeCutOff);
   // On failure the libraries free what they were given, so that there is nothing to own before.
   AVFormatContext *context = avformat_alloc_context();
   if (!context) throw std::bad_alloc();
@@ -68,6 +86,8 @@ DemuxerPtr InputFile::demux(const AVInputFormat *demuxer) {
   Dictionary options;
   // Keeps demuxers from opening other files, since no protocol has this name.
   options.set("protocol_whitelist", "none");
+  // Of pictures without a known size, so much at a time.
+  if (path_ == standardInput) options.set("frame_size", "65536");
   const int result = avformat_open_input(&context, "", demuxer, options.get());
   if (result < 0) failReading(path_, causeCutOff);
   return DemuxerPtr(context);

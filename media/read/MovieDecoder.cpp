@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
+#include <utility>
 #include <vector>
 
 #include "MediaErrors.h"
@@ -54,8 +55,9 @@ AVStream *findVideo(const AVFormatContext &demuxer) {
   return found == end ? nullptr : *found;
 }
 
-MovieDecoder::MovieDecoder(const std::string &path, const AVInputFormat *demuxer, bool deinterlace)
-    : file_(path), demuxer_(file_.demux(demuxer)) {
+MovieDecoder::MovieDecoder(InputFile file, const AVInputFormat *demuxer, bool deinterlace)
+    : file_(std::move(file)), demuxer_(file_.demux(demuxer)) {
+  const std::string &path = file_.path();
   findStreams(*demuxer_);
   stream_ = findVideo(*demuxer_);
   if (!stream_) failReading(path, causeNotDecodable);

@@ -24,7 +24,9 @@ AVStream *findVideo(const AVFormatContext &demuxer);
 class MovieDecoder {
  public:
   /// Throws MediaError: no video in the file, too large, damaged.
-  MovieDecoder(const std::string &path, const AVInputFormat *demuxer, bool deinterlace = false);
+  MovieDecoder(const std::string &path, const AVInputFormat *demuxer, bool deinterlace = false)
+      : MovieDecoder(InputFile(path), demuxer, deinterlace) {}
+  MovieDecoder(InputFile file, const AVInputFormat *demuxer, bool deinterlace);
 
   /// The next picture, valid until the next call; null after the last one. Throws MediaError: damaged.
   const AVFrame *next();

@@ -60,13 +60,13 @@ Encoder::Encoder(const std::string &path, const Codec &codec, bool isMovie, cons
 }
 
 void Encoder::encode(const Image &image, std::int64_t time, std::int64_t duration, const Sink &sink) {
-  const FramePtr frame = delivery_.frame(image, context_->pix_fmt, context_->width, context_->height);
-  frame->color_primaries = context_->color_primaries;
-  frame->color_trc = context_->color_trc;
-  frame->pts = time;
+  AVFrame &frame = delivery_.frame(image, context_->pix_fmt, context_->width, context_->height);
+  frame.color_primaries = context_->color_primaries;
+  frame.color_trc = context_->color_trc;
+  frame.pts = time;
   durations_[time] = duration;
   ++count_;
-  send(frame.get(), sink);
+  send(&frame, sink);
 }
 
 void Encoder::send(const AVFrame *frame, const Sink &sink) {

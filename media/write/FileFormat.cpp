@@ -8,6 +8,8 @@
 #include "ExrEncoder.h"
 #include "Joined.h"
 #include "MediaErrors.h"
+#include "RawStill.h"
+#include "StandardStream.h"
 #include "TiffEncoder.h"
 
 namespace pyrelux::media {
@@ -55,6 +57,7 @@ Codec prores() {
   codec.layout8 = AV_PIX_FMT_YUVA444P10;
   codec.layout16 = AV_PIX_FMT_YUVA444P10;
   codec.alpha = AlphaUse::Straight;
+  codec.standsAlone = true;
   codec.isDeep = true;
   codec.options = {{"profile", "4444"}, {"alpha_bits", "16"}};
   return codec;
@@ -67,6 +70,7 @@ Codec ffv1() {
   codec.layout8 = AV_PIX_FMT_BGRA;
   codec.layout16 = AV_PIX_FMT_GBRAP16;
   codec.alpha = AlphaUse::Straight;
+  codec.standsAlone = true;
   codec.options = {{"level", "3"}, {"g", "1"}};
   codec.prepare = avoidSmallSlices;
   return codec;
@@ -150,19 +154,83 @@ std::string asCounted(int plays) { return std::to_string(plays); }
 /// GIF counts how often it is repeated.
 std::string asRepeated(int plays) { return std::to_string(plays == 0 ? 0 : plays == 1 ? -1 : plays - 1); }
 
+/// The pixels and nothing else, row by row from the top.
+Codec rgba() {
+  Codec codec;
+  codec.name = "rgba";
+  codec.layout8 = AV_PIX_FMT_RGBA;
+  codec.layout16 = AV_PIX_FMT_RGBA64LE;
+  codec.alpha = AlphaUse::Straight;
+  codec.encodeStill = encodeRaw;
+  return codec;
+}
+
+Codec yuv() {
+  Codec codec;
+  codec.name = "yuv";
+  codec.encoder = "wrapped_avframe";
+  codec.layout8 = AV_PIX_FMT_YUV444P;
+  codec.layout16 = AV_PIX_FMT_YUV444P10;
+  return codec;
+}
+
+FileFormat still(const char *extension, std::vector<Codec> codecs, Stream stream) {
+  FileFormat format{extension, nullptr, std::move(codecs)};
+  format.stream = stream;
+  return format;
+}
+
+FileFormat movie(const char *extension, const char *muxer, std::vector<Codec> codecs) {
+  FileFormat format{extension, muxer, std::move(codecs)};
+  format.stream = Stream::Frames;
+  return format;
+}
+
+/// QuickTime's and MPEG's containers, whose index is at the end of a file. In a stream every fragment has its own.
+FileFormat indexed(const char *extension, std::vector<Codec> codecs, Options options = {}) {
+  FileFormat format = movie(extension, extension + 1, std::move(codecs));
+  format.options = std::move(options);
+  format.streamOptions = {{"movflags", "frag_keyframe+empty_moov+default_base_moof"}};
+  return format;
+}
+
+FileFormat animation(const char *extension, std::vector<Codec> codecs, const char *playsOption,
+                     std::string (*playsValue)(int plays), Stream stream) {
+  FileFormat format{extension, extension + 1, std::move(codecs)};
+  format.playsOption = playsOption;
+  format.playsValue = playsValue;
+  format.stream = stream;
+  return format;
+}
+
+FileFormat onlyStream(FileFormat format) {
+  format.isFile = false;
+  return format;
+}
+
+/// Says that more than 8 bits are meant, which not every reader of the format knows.
+FileFormat yuv4mpeg() {
+  FileFormat format = movie(".y4m", "yuv4mpegpipe", {yuv()});
+  format.streamOptions = {{"strict", "-1"}};
+  return format;
+}
+
 std::vector<FileFormat> makeFormats() {
   return {
-      {".png", nullptr, {png()}},
-      {".tif", nullptr, {tiff()}},
-      {".tiff", nullptr, {tiff()}},
-      {".exr", nullptr, {exr("half", encodeHalfExr), exr("float", encodeFloatExr)}},
-      {".mov", "mov", {prores(), h264(), h265()}},
-      {".mkv", "matroska", {ffv1(), h264(), h265()}},
-      {".mp4", "mp4", {h264(), h265()}, {{"movflags", "+faststart"}}},
-      {".webm", "webm", {vp9()}},
-      {".apng", "apng", {apng()}, {}, "plays", asCounted},
-      {".webp", "webp", {webp("lossy", "0"), webp("lossless", "1")}, {}, "loop", asCounted},
-      {".gif", "gif", {gif()}, {}, "loop", asRepeated},
+      still(".png", {png()}, Stream::Frames),
+      still(".tif", {tiff()}, Stream::OneFrame),
+      still(".tiff", {tiff()}, Stream::OneFrame),
+      still(".exr", {exr("half", encodeHalfExr), exr("float", encodeFloatExr)}, Stream::OneFrame),
+      indexed(".mov", {prores(), h264(), h265()}),
+      movie(".mkv", "matroska", {ffv1(), h264(), h265()}),
+      indexed(".mp4", {h264(), h265()}, {{"movflags", "+faststart"}}),
+      movie(".webm", "webm", {vp9()}),
+      // Their beginnings tell how long they are.
+      animation(".apng", {apng()}, "plays", asCounted, Stream::None),
+      animation(".webp", {webp("lossy", "0"), webp("lossless", "1")}, "loop", asCounted, Stream::None),
+      animation(".gif", {gif()}, "loop", asRepeated, Stream::Frames),
+      onlyStream(yuv4mpeg()),
+      onlyStream(still(".rgba", {rgba()}, Stream::Frames)),
   };
 }
 
@@ -182,16 +250,42 @@ const Codec &FileFormat::codec(const std::string &name, const std::string &path)
   failWriting(path, "the codec '" + name + "' is not one that " + extension + " holds: " + joined(known, " "));
 }
 
-const FileFormat &formatOf(const std::string &path) {
-  const std::string extension = std::filesystem::path(path).extension().string();
+namespace {
+
+const FileFormat *formatNamed(const std::string &extension) {
   std::string lower = extension;
   std::transform(lower.begin(), lower.end(), lower.begin(),
                  [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+  const auto &all = fileFormats();
+  const auto found =
+      std::find_if(all.begin(), all.end(), [&](const FileFormat &format) { return lower == format.extension; });
+  return found == all.end() ? nullptr : &*found;
+}
+
+const FileFormat &formatOfStream(const std::string &path) {
+  const FileFormat *format = formatNamed("." + standardOutputFormat(path));
+  if (format && format->stream != Stream::None) return *format;
+  failWriting(path, "'" + standardOutputFormat(path) +
+                        "' is not one of the formats that it can have: " + joined(streamFormats(), " "));
+}
+
+}  // namespace
+
+std::vector<std::string> streamFormats() {
+  std::vector<std::string> names;
+  for (const FileFormat &format : fileFormats())
+    if (format.stream != Stream::None) names.push_back(format.extension + 1);
+  return names;
+}
+
+const FileFormat &formatOf(const std::string &path) {
+  if (!standardOutputFormat(path).empty()) return formatOfStream(path);
+  const std::string extension = std::filesystem::path(path).extension().string();
+  const FileFormat *format = formatNamed(extension);
+  if (format && format->isFile) return *format;
   std::vector<std::string> known;
-  for (const FileFormat &format : fileFormats()) {
-    if (lower == format.extension) return format;
-    known.push_back(format.extension);
-  }
+  for (const FileFormat &file : fileFormats())
+    if (file.isFile) known.push_back(file.extension);
   const std::string fault =
       extension.empty() ? "it has no extension; it needs one of " : "the extension '" + extension + "' is not one of ";
   failWriting(path, fault + joined(known, " "));

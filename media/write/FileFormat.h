@@ -35,6 +35,7 @@ struct Codec {
   AVPixelFormat layout8 = AV_PIX_FMT_NONE;   ///< of pixels, when 8 bits are asked for
   AVPixelFormat layout16 = AV_PIX_FMT_NONE;  ///< of pixels, when 16 bits are asked for
   AlphaUse alpha = AlphaUse::None;           ///< its custom; where it is not None, all others are possible
+  bool standsAlone = false;                  ///< in a movie, no frame depends on another
   bool isDeep = false;                       ///< drawn with 16 bits unless 8 are asked for
   Options options = {};                      ///< of FFmpeg's encoder
   Knob crf = {};                             ///< constant rate factor: less is better and larger
@@ -53,6 +54,13 @@ struct Codec {
   std::vector<std::uint8_t> (*encodeStill)(const AVFrame &frame, const StillNotes &notes) = nullptr;
 };
 
+/// What standard output can hold of a format, where nothing that is written can be changed.
+enum class Stream {
+  None,      ///< nothing
+  OneFrame,  ///< a still
+  Frames,    ///< a movie, or stills one after the other
+};
+
 /// A kind of file that can be written.
 struct FileFormat {
   const char *extension;
@@ -63,6 +71,9 @@ struct FileFormat {
   const char *playsOption = nullptr;
   /// The option's value for so many times; 0 is for ever.
   std::string (*playsValue)(int plays) = nullptr;
+  Stream stream = Stream::None;
+  Options streamOptions = {};  ///< of the muxer, instead of `options` on standard output
+  bool isFile = true;          ///< otherwise only for standard output
 
   bool isMovie() const { return muxer != nullptr; }
 
@@ -73,7 +84,11 @@ struct FileFormat {
 /// All that can be written. Valid as long as the program runs.
 const std::vector<FileFormat> &fileFormats();
 
-/// By the path's extension, in upper or lower case. Throws OutputError if there is none of it.
+/// The formats that standard output can have: "png", "mov".
+std::vector<std::string> streamFormats();
+
+/// By the path's extension, in upper or lower case, or as standard output is named. Throws OutputError if there is none
+/// of it.
 const FileFormat &formatOf(const std::string &path);
 
 }  // namespace pyrelux::media

@@ -19,6 +19,8 @@
 #include "FramePattern.h"
 #include "LibraryCause.h"
 #include "MediaErrors.h"
+#include "OnDisk.h"
+#include "StandardStream.h"
 
 namespace pyrelux::media {
 
@@ -65,28 +67,6 @@ bool isAbandoned(const std::filesystem::path &file) {
   return isFree;
 }
 
-/// Writes all of the bytes. Returns 0 or an errno value.
-int writeAll(int descriptor, const std::uint8_t *data, int size) {
-  while (size > 0) {
-    const ssize_t count = ::write(descriptor, data, static_cast<std::size_t>(size));
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return errno;
-    data += count;
-    size -= static_cast<int>(count);
-  }
-  return 0;
-}
-
-/// Waits until the file is on the disk. Returns 0 or an errno value.
-int synchronise(int descriptor) {
-  while (::fsync(descriptor) != 0) {
-    // Some file systems have no such call.
-    if (errno == EINVAL || errno == ENOTSUP) return 0;
-    if (errno != EINTR) return errno;
-  }
-  return 0;
-}
-
 }  // namespace
 
 std::vector<std::string> removeLeftovers(const std::string &path, bool isPattern) {
@@ -107,6 +87,7 @@ std::vector<std::string> removeLeftovers(const std::string &path, bool isPattern
 }
 
 void OutputFile::requireWritable(const std::string &path) {
+  if (!standardOutputFormat(path).empty()) return requireStandardOutput();
   std::error_code error;
   const std::filesystem::file_status present = std::filesystem::status(path, error);
   if (std::filesystem::is_directory(present)) failWriting(path, causeFolder);
@@ -122,38 +103,34 @@ void OutputFile::requireWritable(const std::string &path) {
   if (::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0) failWriting(path, systemCause(errno));
 }
 
-OutputFile::OutputFile(const std::string &path) : path_(path), temporaryPath_(temporaryPathFor(path)) {
+OutputFile::OutputFile(const std::string &path) : Output(path), temporaryPath_(temporaryPathFor(path)) {
   requireWritable(path);
   descriptor_ = ::open(temporaryPath_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
   if (descriptor_ < 0) failWriting(path, systemCause(errno));
   lock_ = ::dup(descriptor_);
   // File systems without locks only lose the clearing up.
   if (lock_ >= 0) ::flock(lock_, LOCK_EX | LOCK_NB);
-  constexpr int bufferSize = 1 << 16;
-  auto *buffer = static_cast<unsigned char *>(av_malloc(bufferSize));
-  // Of a type that libraries before and after a change of theirs take.
-  const auto write = [](void *self, auto *data, int size) {
-    const int error = writeAll(static_cast<OutputFile *>(self)->descriptor_, data, size);
-    return error ? AVERROR(error) : size;
-  };
-  if (buffer) io_.reset(avio_alloc_context(buffer, bufferSize, 1, this, nullptr, write, seek));
-  if (io_) return;
-  av_free(buffer);
-  closeDescriptor();
-  std::remove(temporaryPath_.c_str());
-  if (lock_ >= 0) ::close(lock_);
-  throw std::bad_alloc();
+  try {
+    openIo(seek);
+  } catch (const std::bad_alloc &) {
+    discard();
+    throw;
+  }
 }
 
 OutputFile::~OutputFile() {
   io_.reset();
+  discard();
+}
+
+void OutputFile::discard() {
   closeDescriptor();
   if (!isCommitted_) std::remove(temporaryPath_.c_str());
   if (lock_ >= 0) ::close(lock_);
 }
 
-std::int64_t OutputFile::seek(void *self, std::int64_t offset, int whence) {
-  const int descriptor = static_cast<OutputFile *>(self)->descriptor_;
+std::int64_t OutputFile::seek(void *file, std::int64_t offset, int whence) {
+  const int descriptor = *static_cast<int *>(file);
   if (whence == AVSEEK_SIZE) {
     struct stat status = {};
     return ::fstat(descriptor, &status) == 0 ? std::int64_t{status.st_size} : AVERROR(errno);
@@ -164,12 +141,6 @@ std::int64_t OutputFile::seek(void *self, std::int64_t offset, int whence) {
 
 void OutputFile::closeDescriptor() {
   if (descriptor_ >= 0) ::close(std::exchange(descriptor_, -1));
-}
-
-void OutputFile::requireWritten() {
-  if (!io_) return;
-  avio_flush(io_.get());
-  if (io_->error < 0) failWriting(path_, libraryCause(io_->error));
 }
 
 void OutputFile::complete() {
@@ -185,12 +156,7 @@ void OutputFile::commit() {
   complete();
   if (std::rename(temporaryPath_.c_str(), path_.c_str()) != 0) failWriting(path_, systemCause(errno));
   isCommitted_ = true;
-  // A folder that may be written to but not read can't be opened, and the name reaches the disk when the system likes.
-  const int folder = ::open(folderOf(path_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (folder < 0) return;
-  const int error = synchronise(folder);
-  ::close(folder);
-  if (error) failWriting(path_, systemCause(error));
+  if (const int error = synchroniseName(path_)) failWriting(path_, systemCause(error));
 }
 
 }  // namespace pyrelux::media

@@ -1,5 +1,6 @@
 #include "PictureDelivery.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <utility>
 
@@ -68,20 +69,38 @@ AVPixelFormat PictureDelivery::layout(const AVPixelFormat *taken) const {
   return layout;
 }
 
-FramePtr PictureDelivery::frame(const Image &image, AVPixelFormat layout, int width, int height) {
+AVFrame &PictureDelivery::frame(const Image &image, AVPixelFormat layout, int width, int height) {
   if (image.width() != width_ || image.height() != height_)
     failWriting(path_, "a picture of " + sizeText(image.width(), image.height()) + " was given for one of " +
                            sizeText(width_, height_));
-  return toFrame(stored(image, bitsOf(*av_pix_fmt_desc_get(layout))), layout, width, height, path_);
+  AVFrame &frame = freeFrame(layout, width, height);
+  store(image, frame);
+  return frame;
 }
 
-/// The picture with the file's kind of alpha.
-Image PictureDelivery::stored(const Image &image, int bits) {
-  if (image.alpha() == Alpha::Straight && delivery_.alpha == AlphaUse::Straight) return image;
-  const Image drawn = premultiplied(image);
+AVFrame &PictureDelivery::freeFrame(AVPixelFormat layout, int width, int height) {
+  for (const FramePtr &frame : frames_)
+    if (av_frame_is_writable(frame.get()) && frame->format == layout && frame->width == width &&
+        frame->height == height)
+      return *frame;
+  frames_.push_back(allocateFrame(layout, width, height));
+  return *frames_.back();
+}
+
+void PictureDelivery::store(const Image &image, AVFrame &frame) {
+  if (image.alpha() == Alpha::Straight && delivery_.alpha == AlphaUse::Straight) return setFrame(frame, image, path_);
+  const bool isDrawn = image.alpha() == Alpha::Premultiplied;
+  const Image made = isDrawn ? Image() : premultiplied(image);
+  const Image &drawn = isDrawn ? image : made;
+  const int bits = bitsOf(*av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format)));
   losses_.cutPixels += static_cast<std::int64_t>(countCut(drawn, delivery_, bits));
   losses_.pixels += static_cast<std::int64_t>(drawn.sampleCount() / 4);
-  return delivered(drawn, delivery_, bits);
+  if (!drawn.isFloat()) return setFrame(frame, delivered(drawn, delivery_, bits), path_);
+  const auto fill = [&](int y, float *row) {
+    const float *from = drawn.asFloats().data() + std::ptrdiff_t{4} * drawn.width() * y;
+    deliverRow(from, delivery_, bits, y, drawn.width(), row);
+  };
+  setFrame(frame, {drawn.width(), drawn.height(), fill}, path_);
 }
 
 }  // namespace pyrelux::media

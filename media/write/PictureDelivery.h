@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "FileFormat.h"
 #include "Image.h"
@@ -21,9 +22,10 @@ class PictureDelivery {
   /// layouts that an encoder takes, ended by AV_PIX_FMT_NONE; null for all.
   AVPixelFormat layout(const AVPixelFormat *taken) const;
 
-  /// The picture as a frame, which may be larger: its right and bottom are black then. Throws OutputError: another size
-  /// than the output's; EncoderError.
-  FramePtr frame(const Image &image, AVPixelFormat layout, int width, int height);
+  /// The picture as a frame, which may be larger: its right and bottom are black then. This object's, valid until the
+  /// next call; who keeps it longer takes a reference to its buffers. Throws OutputError: another size than the
+  /// output's; EncoderError.
+  AVFrame &frame(const Image &image, AVPixelFormat layout, int width, int height);
 
   /// "pictures of WIDTHxHEIGHT pixels cannot be encoded"
   std::string refusedSize() const;
@@ -31,7 +33,10 @@ class PictureDelivery {
   const Losses &losses() const { return losses_; }
 
  private:
-  Image stored(const Image &image, int bits);
+  /// Sets the frame to the picture with the file's kind of alpha.
+  void store(const Image &image, AVFrame &frame);
+  /// A frame to whose buffers nobody else refers.
+  AVFrame &freeFrame(AVPixelFormat layout, int width, int height);
 
   std::string path_;
   const Codec &codec_;
@@ -40,6 +45,7 @@ class PictureDelivery {
   int bits_;
   Delivery delivery_;
   Losses losses_;
+  std::vector<FramePtr> frames_;  // kept, as getting fresh memory takes longer than filling it
 };
 
 }  // namespace pyrelux::media

@@ -43,8 +43,8 @@ class LibraryStill : public StillEncoder {
   }
 
   void encode(const Image &image, AVIOContext &file) override {
-    const FramePtr frame = delivery_.frame(image, layout_, image.width(), image.height());
-    const std::vector<std::uint8_t> bytes = codec_.encodeStill(*frame, notes_);
+    const AVFrame &frame = delivery_.frame(image, layout_, image.width(), image.height());
+    const std::vector<std::uint8_t> bytes = codec_.encodeStill(frame, notes_);
     // The library takes no more at a time than an int tells.
     constexpr std::size_t most = std::size_t{1} << 30;
     for (std::size_t begin = 0; begin < bytes.size(); begin += most)

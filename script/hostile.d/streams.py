@@ -8,6 +8,8 @@ COMMANDS = [["parameters"], ["parameters", "--json"], ["presets"], ["--help"], [
             ["info"], ["verify", "done.png.manifest.jsonl"],
             ["render", "in.png", "-o", "out.%d.png", "--frames", "1-5", "--progress", "json", *QUICK],
             ["render", "in.png", "-o", "out.mkv", "--frames", "1-5", "--progress", "line", *QUICK],
+            ["render", "in.png", "-o", "-", "--format", "rgba", "--frames", "1-5", *QUICK],
+            ["render", "in.png", "-o", "-", "--format", "mkv", "--frames", "1-5", *QUICK],
             ["render", "missing.png", "-o", "out.png"], ["render", "--nope"]]
 
 

@@ -90,7 +90,7 @@ class ColourTagTest : public MediaTest {
     const Image image = barPicture();
     for (const FileFormat &file : fileFormats()) {
       // Animated WebP, which has no tags and a matrix of its own, is nothing that FFmpeg decodes.
-      if (!file.isMovie() || std::strcmp(file.extension, ".webp") == 0) continue;
+      if (!file.isFile || !file.isMovie() || std::strcmp(file.extension, ".webp") == 0) continue;
       for (const Codec &codec : file.codecs)
         for (const int bits : {8, 16}) {
           const std::string name = std::string("a") + file.extension;

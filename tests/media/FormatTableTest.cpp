@@ -80,7 +80,8 @@ TEST_F(FormatTableTest, HasEveryCodecOfEveryFormatInTheirOrderAndNoOther) {
     for (const std::string &extension : row.extensions) listed.push_back(extension + " " + row.codec);
   std::vector<std::string> known;
   for (const FileFormat &file : fileFormats())
-    for (const Codec &codec : file.codecs) known.push_back(std::string(file.extension) + " " + codec.name);
+    for (const Codec &codec : file.codecs)
+      if (file.isFile) known.push_back(std::string(file.extension) + " " + codec.name);
   EXPECT_EQ(listed, known);
 }
 

@@ -168,7 +168,9 @@ FramePtr blankFrame(AVPixelFormat layout, int width, int height) {
 }
 
 FramePtr frameOf(const Image &image, AVPixelFormat layout) {
-  return toFrame(image, layout, image.width(), image.height(), "test");
+  FramePtr frame = allocateFrame(layout, image.width(), image.height());
+  setFrame(*frame, image, "test");
+  return frame;
 }
 
 FileBytes encodeStill(const std::string &encoder, const AVFrame &frame, const std::string &option) {
