@@ -1,6 +1,7 @@
 #include "Presets.h"
 
 #include <dlfcn.h>
+#include <link.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -24,9 +25,12 @@ constexpr const char *extension = ".json";
 /// for beside the folders above it. Empty if there is none.
 fs::path shippedFolder() {
   Dl_info module = {};
-  if (!dladdr(reinterpret_cast<const void *>(&presetFiles), &module)) return {};
+  void *loaded = nullptr;
+  if (!dladdr1(reinterpret_cast<const void *>(&presetFiles), &module, &loaded, RTLD_DL_LINKMAP)) return {};
+  // A program has no name there, and dladdr has the word it was started by, which says nothing if PATH led to it.
+  const std::string name = static_cast<const link_map *>(loaded)->l_name;
   std::error_code error;
-  fs::path folder = fs::weakly_canonical(module.dli_fname, error).parent_path();
+  fs::path folder = fs::weakly_canonical(name.empty() ? "/proc/self/exe" : name, error).parent_path();
   // A multi-arch plug-in lies four folders deep: lib/ARCHITECTURE/frei0r-1.
   constexpr int maxDepth = 4;
   for (int depth = 0; depth < maxDepth && folder.has_relative_path(); ++depth) {
@@ -77,6 +81,11 @@ std::vector<PresetFile> presetFiles() {
 std::vector<std::string> presetNames() { return namesOf(presetFiles()); }
 
 std::vector<std::string> shippedPresetNames() { return namesOf(filesIn(shippedFolder(), false)); }
+
+std::string ownPresetPath(const std::string &name) {
+  const fs::path folder = ownFolder();
+  return folder.empty() ? std::string() : (folder / (name + extension)).string();
+}
 
 bool isPresetPath(const std::string &nameOrPath) { return fs::path(nameOrPath).extension() == extension; }
 

@@ -28,6 +28,9 @@ std::vector<std::string> presetNames();
 /// The names of those that are shipped, whether the user has replaced them or not.
 std::vector<std::string> shippedPresetNames();
 
+/// Where a preset of the user's own has its file, be it there or not. Empty if the environment names no home.
+std::string ownPresetPath(const std::string &name);
+
 /// Whether a preset is named by its file's path: "looks/warm.json".
 bool isPresetPath(const std::string &nameOrPath);
 

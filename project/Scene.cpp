@@ -183,7 +183,8 @@ SceneField field(const char *key, const char *value, const char *brief, std::str
           [](const Scene &scene) {
             const auto &set = valueIn(scene, member);
             return set ? std::optional<std::string>(format(*set)) : std::nullopt;
-          }};
+          },
+          [](Scene &scene) { valueIn(scene, member).reset(); }};
 }
 
 /// A field that takes one of some words; without a `value`, one that is on or off.
@@ -200,7 +201,8 @@ SceneField choice(const char *key, const char *value, const char *brief, std::st
           [](const Scene &scene) {
             const auto &set = valueIn(scene, member);
             return set ? std::optional<std::string>(wordFor(words(), *set)) : std::nullopt;
-          }};
+          },
+          [](Scene &scene) { valueIn(scene, member).reset(); }};
 }
 
 /// In JSON, a number is as good as its text.

@@ -113,6 +113,8 @@ struct SceneField {
   void (*parse)(Scene &scene, const std::string &text);
   /// The text that parse() takes; nothing if the field is not set.
   std::optional<std::string> (*format)(const Scene &scene);
+  /// The field is not set afterwards.
+  void (*clear)(Scene &scene);
 
   bool isFlag() const { return value.empty(); }
   bool takesOnlyChoices() const;
