@@ -52,4 +52,8 @@ std::string backendName(std::int32_t backendId) {
   return "none";
 }
 
+std::string instructionsOf(std::int32_t backendId) {
+  return backendId == platform::kBackendSoft ? platform::softInstructions() : std::string();
+}
+
 }  // namespace pyrelux::host

@@ -17,4 +17,8 @@ std::int32_t chooseBackend(const std::string &name);
 /// The name of the backend with this id.
 std::string backendName(std::int32_t backendId);
 
+/// What decides the last bits of what a backend draws on float surfaces here, as PYRELUX_SIMD names it; empty where
+/// that is not known. The first call, or the first drawing, decides.
+std::string instructionsOf(std::int32_t backendId);
+
 }  // namespace pyrelux::host

@@ -17,8 +17,8 @@ struct FilterInfo {
   std::string version;
 };
 
-/// Where bundles are looked for: PYRELUX_PLUGIN_PATH (folders separated by ":") when it is set; otherwise the folder
-/// pyrelux beside the platform library, then ~/.local/lib/pyrelux, /usr/local/lib/pyrelux and /usr/lib/pyrelux.
+/// Where bundles are looked for: PYRELUX_PLUGIN_PATH (folders separated by ":") when it is set; otherwise the
+/// platform library's folder, then ~/.local/lib/pyrelux, /usr/local/lib/pyrelux and /usr/lib/pyrelux.
 std::vector<std::string> defaultSearchPath();
 
 /// The filters that the bundles in these folders list in their property lists, in the order of the folders and by name

@@ -101,7 +101,7 @@ std::vector<std::string> defaultSearchPath() {
   // Whoever loads it, the platform library is where it was installed, and the bundles beside it.
   Dl_info library = {};
   if (dladdr(reinterpret_cast<const void *>(&CGLGetCurrentContext), &library))
-    folders.push_back((fs::weakly_canonical(library.dli_fname, error).parent_path() / "pyrelux").string());
+    folders.push_back(fs::weakly_canonical(library.dli_fname, error).parent_path().string());
   if (const char *home = std::getenv("HOME")) folders.push_back((fs::path(home) / ".local/lib/pyrelux").string());
   folders.push_back("/usr/local/lib/pyrelux");
   folders.push_back("/usr/lib/pyrelux");

@@ -2,6 +2,7 @@
 
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 
 #include "Bundles.h"
@@ -30,7 +31,8 @@ class Filter {
   void edit(const ParameterDeclaration &parameter, const ParameterValue &value);
   /// The same for keyframes.
   void editKeyframes(const ParameterDeclaration &parameter, const std::vector<Keyframe> &keyframes);
-  /// The same for all parameters: each gets its keyframes or curve in `parameters`.
+  /// The same for all parameters: each gets its keyframes or curve in `parameters`. Of parameters that are not the
+  /// filter's own it is told nothing.
   void edit(const ParameterSet &parameters);
 
   /// Puts a new filter object in the place of the old one, as if nothing had been rendered yet. It is asked for its
@@ -46,6 +48,7 @@ class Filter {
   template <typename Change>
   void change(const ParameterDeclaration &parameter, Change change);
 
+  friend class CustomView;
   friend class FrameRenderer;
   friend struct FilterState;  ///< how tests look at the object's fields
   struct Objects;
@@ -54,6 +57,7 @@ class Filter {
   std::unique_ptr<Objects> objects_;
   std::unique_ptr<ParameterSet> parameters_;
   std::map<std::string, bool> properties_;
+  std::set<std::uint32_t> declared_;  ///< the ids of its parameters; a host may keep others with them
 };
 
 }  // namespace pyrelux::host

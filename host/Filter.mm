@@ -97,6 +97,7 @@ Filter::Filter(const FilterInfo &info) : info_(info), objects_(std::make_unique<
   for (ParameterDeclaration &declaration : declared.parameters)
     if (const auto key = keys.find(declaration.label); key != keys.end()) declaration.key = key->second;
   properties_ = std::move(declared.properties);
+  for (const ParameterDeclaration &declaration : declared.parameters) declared_.insert(declaration.id);
   parameters_ = std::make_unique<ParameterSet>(std::move(declared.parameters));
   [objects_->retrieval setParameters:parameters_.get()];
 }
@@ -121,7 +122,7 @@ void Filter::change(const ParameterDeclaration &parameter, Change change) {
   const AutoreleasePool pool;
   const std::uint64_t before = parameters_->revision();
   change();
-  if (parameters_->revision() == before) return;
+  if (parameters_->revision() == before || !declared_.count(parameter.id)) return;
   guarded(nameOf(info_), [&] { [objects_->filter parameterChanged:parameter.id]; });
 }
 

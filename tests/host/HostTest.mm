@@ -112,7 +112,7 @@ TEST_P(Host, TakesTheSearchPathFromTheEnvironment) {
   const std::vector<std::string> path = defaultSearchPath();
   setenv("HOME", home.c_str(), 1);
   ASSERT_EQ(path.size(), 4u);
-  // The platform library lies in the build's lib folder, as an installed one does beside its bundles.
+  // The platform library lies beside the bundles, in the build as in an installation.
   EXPECT_TRUE(fs::equivalent(path[0], PYRELUX_TEST_BUNDLES));
   EXPECT_EQ(path[1], "/home/somebody/.local/lib/pyrelux");
   EXPECT_EQ(path[2], "/usr/local/lib/pyrelux");
