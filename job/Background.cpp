@@ -5,6 +5,7 @@
 
 #include "InputSource.h"
 #include "Over.h"
+#include "StandardStream.h"
 #include "ValueError.h"
 
 namespace pyrelux::job {
@@ -12,15 +13,18 @@ namespace pyrelux::job {
 std::optional<Background> Background::open(const RenderRequest &request, RenderListener &listener) {
   if (!request.background) return std::nullopt;
   const BackgroundRequest &wanted = *request.background;
+  const std::string file = wanted.name == media::standardInput ? media::standardInputFile() : wanted.name;
   Background background =
       wanted.colour
           ? Background(*wanted.colour)
-          : Background(openFile(request, wanted.name, {media::InputAlpha::Auto, request.deinterlace, false}, listener));
+          : Background(openFile(request, file, {media::InputAlpha::Auto, request.deinterlace, false}, listener));
   if (wanted.colour && wanted.fit)
     throw ValueError("--over-fit is for a background with a size, and a colour has none");
   if (wanted.isLooped && !background.film())
     throw ValueError("--over-loop is for a sequence or movie, and '" + wanted.name + "' is none");
-  background.name_ = wanted.name;
+  if (background.film() && background.film()->isStream)
+    throw ValueError("a background is read back and forth, and standard input can be read once; give a file");
+  background.name_ = file;
   background.fit_ = wanted.fit.value_or(media::Fit::Cover);
   background.isLooped_ = wanted.isLooped;
   return background;

@@ -156,12 +156,15 @@ SheetResult drawSheet(const SheetRequest &given, RenderListener &listener, const
     throw ValueError("'--pad auto' is for render; give a sheet's room as lengths");
   if (request.density && !request.background) throw ValueError("'--density' is of no use for a sheet without --over");
   const std::vector<Variation> variations = variationsOf(given, defaults);
+  if (request.output == "-") throw ValueError("a sheet goes into a file; give '--output' the name of a .png");
   if (media::Writer::holdsManyFrames(request.output))
     throw ValueError("a sheet is one picture, and '" + request.output + "' is for many; write a .png");
 
   constexpr int inputBits = 16;
   Sources sources(request, inputBits, listener);
   const media::InputInfo &input = sources.info();
+  if (input.isStream)
+    throw ValueError("a sheet goes back and forth in its input, and standard input can be read once; give a file");
   Background *const background = sources.background();
   const std::int64_t usual = sources.isStill() ? usualFrame : std::clamp(usualFrame, input.firstFrame, input.lastFrame);
   const std::int64_t frame = given.frame.value_or(usual);

@@ -10,20 +10,40 @@ namespace pyrelux::job {
 FireDrawer::FireDrawer(host::Filter &filter, host::FrameRenderer &renderer, const Fire &fire,
                        const host::FrameSettings &settings, std::int64_t firstFrame,
                        const host::SequentialRenderer::PreRollListener &preRollListener)
-    : fire_(fire), settings_(settings), renderer_(filter, renderer, firstFrame, fire.time) {
+    : filter_(filter),
+      frameRenderer_(renderer),
+      fire_(fire),
+      settings_(settings),
+      firstFrame_(firstFrame),
+      preRollListener_(preRollListener) {
   filter.parameters() = fire.filterParameters();
-  renderer_.setPreRollListener(preRollListener);
-  if (!fire.loop) return;
-  leadFilter_ = std::make_unique<host::Filter>(filter.info());
-  leadFire_ = fire.lead();
+  begin();
+}
+
+void FireDrawer::edit(const Fire &fire, const host::FrameSettings &settings, std::int64_t firstFrame) {
+  fire_ = fire;
+  settings_ = settings;
+  firstFrame_ = firstFrame;
+  filter_.edit(fire.filterParameters());
+  begin();
+}
+
+void FireDrawer::begin() {
+  renderer_.emplace(filter_, frameRenderer_, firstFrame_, fire_.time);
+  renderer_->setPreRollListener(preRollListener_);
+  lead_.reset();
+  leadFilter_.reset();
+  if (!fire_.loop) return;
+  leadFilter_ = std::make_unique<host::Filter>(filter_.info());
+  leadFire_ = fire_.lead();
   leadFilter_->parameters() = leadFire_->filterParameters();
-  lead_ = std::make_unique<host::SequentialRenderer>(
-      *leadFilter_, renderer, std::min(firstFrame, fire.loop->frames.first - fire.loop->blend), leadFire_->time);
-  lead_->setPreRollListener(preRollListener);
+  lead_.emplace(*leadFilter_, frameRenderer_, std::min(firstFrame_, fire_.loop->frames.first - fire_.loop->blend),
+                leadFire_->time);
+  lead_->setPreRollListener(preRollListener_);
 }
 
 void FireDrawer::draw(std::int64_t frame, const Image &input, Image &output) {
-  drawAlone(renderer_, fire_, frame, input, output);
+  drawAlone(*renderer_, fire_, frame, input, output);
   const double share = fire_.loop ? fire_.loop->shareAt(frame) : 0.0;
   if (share == 0.0) return;
   Image other;

@@ -57,7 +57,9 @@ class FramePool {
       (*frame)->number = number;
       (*frame)->isKept = false;
       (*frame)->error = nullptr;
+      (*frame)->isEnd = false;
       attempt(stages_.read, **frame);
+      if ((*frame)->isEnd) return false;
       toDraw_.push(*frame);
       return !stop_.isRequested();
     });

@@ -19,6 +19,7 @@ struct Frame {
   std::shared_ptr<const Image> back;   ///< the background's picture under it, if it is a file
   std::string sourceFingerprint;       ///< of what it is made from; empty where nobody asks
   bool isKept = false;                 ///< the output has it already, so it is not drawn
+  bool isEnd = false;                  ///< there is none: the input ended before it, and no other is read
   Image output;
   std::exception_ptr error;  ///< why there is no output
 };

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "Matte.h"
+#include "MediaErrors.h"
 
 namespace pyrelux::job {
 
@@ -59,6 +60,7 @@ class FilmReader : public media::Reader {
     info_ = input_->info();
     const std::int64_t count = info_.lastFrame - info_.firstFrame + 1;
     const std::int64_t own = followsTime ? media::frameAtSameTime(count, info_.frameRate, rate) : count;
+    info_.isStream = false;
     info_.firstFrame = 1;
     info_.lastFrame = std::max(own, film.last);
     info_.frameRate = rate;
@@ -67,8 +69,14 @@ class FilmReader : public media::Reader {
   Image read(std::int64_t frame) override {
     const media::InputInfo &from = input_->info();
     if (followsTime_) frame = from.firstFrame + media::frameAtSameTime(frame - 1, info_.frameRate, from.frameRate);
-    if (frame > from.lastFrame) return Image::bytes(info_.width, info_.height, Alpha::Premultiplied);
-    return input_->read(frame);
+    if (frame <= from.lastFrame) {
+      try {
+        return input_->read(frame);
+      } catch (const media::EndOfStream &) {
+        // Nothing burns any more.
+      }
+    }
+    return Image::bytes(info_.width, info_.height, Alpha::Premultiplied);
   }
 
   std::vector<std::string> files() const override { return input_->files(); }

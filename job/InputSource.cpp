@@ -10,6 +10,7 @@
 #include "DrawnInput.h"
 #include "InputReaders.h"
 #include "MediaErrors.h"
+#include "StandardStream.h"
 #include "SvgDrawing.h"
 #include "TextFile.h"
 #include "ValueError.h"
@@ -27,7 +28,8 @@ bool isKept(const RenderRequest &request) { return request.variableRate == Varia
 
 void requirePlaceForTimes(const RenderRequest &request) {
   if (!isKept(request)) return;
-  if (!media::Writer::holdsAudio(request.output))
+  // The pictures of a part wait for the whole, which has the times.
+  if (!request.part && !media::Writer::holdsAudio(request.output))
     throw ValueError("'--vfr keep' is for .mov, .mkv, .mp4 and .webm, and '" + request.output +
                      "' has no place for times; leave it out");
   if (request.scene.frameRate)
@@ -51,6 +53,11 @@ void refuseGaps(const std::string &path, const media::InputInfo &input, const Fr
                    "; choose them with --frames");
 }
 
+void requireFileToKeepTimes(const RenderRequest &request) {
+  if (request.input == media::standardInput && isKept(request))
+    throw ValueError("'--vfr keep' reads a movie twice, and standard input can be read once; give the movie's file");
+}
+
 void requireMovieToDeinterlace(const RenderRequest &request, bool isMovie) {
   if (request.deinterlace && !isMovie) throw ValueError("'--deinterlace' is for movies, and there is none to read");
 }
@@ -61,9 +68,8 @@ void remarkRectangle(const RenderRequest &request, media::Reader &reader, Render
   const media::InputInfo &info = reader.info();
   const bool isOpaqueStill = info.hasAlpha && info.kind == media::InputKind::Still && isOpaque(reader.read(1));
   if (info.hasAlpha && !isOpaqueStill) return;
-  listener.remark("'" + *request.input +
-                  "' has no alpha and burns as a rectangle; --input-alpha luma or key=COLOR makes " +
-                  "one of its colours");
+  listener.remark(media::shownName(*request.input) +
+                  " has no alpha and burns as a rectangle; --input-alpha luma or key=COLOR makes one of its colours");
 }
 
 void requireOneInput(const RenderRequest &request) {
@@ -142,6 +148,7 @@ std::unique_ptr<media::Reader> openInput(const RenderRequest &request, int bits,
                                          RenderListener &listener) {
   requireOneInput(request);
   requirePlaceForTimes(request);
+  requireFileToKeepTimes(request);
   const media::InputInfo *back = background ? background->info() : nullptr;
   const bool hasMovie = back && back->kind == media::InputKind::Movie;
   if (!request.input) {
@@ -179,6 +186,8 @@ FrameList chooseFrames(const RenderRequest &request, const media::InputInfo &inp
       return manyFrames ? film : FrameRange{film.first, film.first};
     }
     if (isStill) return manyFrames ? stillToMovie : stillToStill;
+    // How many there are is not known.
+    if (input.isStream && !manyFrames) return {input.firstFrame, input.firstFrame};
     return {input.firstFrame, input.lastFrame};
   };
   const auto timed = [&](double seconds) -> FrameRange {

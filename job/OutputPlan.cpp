@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "InputSource.h"
+#include "StandardStream.h"
 #include "ValueError.h"
 
 namespace pyrelux::job {
@@ -28,13 +29,17 @@ std::string percentText(std::int64_t part, std::int64_t whole) {
 
 void remarkAudioIsLeftOut(const std::string &source, const std::string &cause, RenderListener &listener,
                           bool isPart = false) {
-  const std::string what = isPart ? "a part of the audio of '" : "the audio of '";
-  listener.remark(what + source + "' is left out: " + cause);
+  const std::string what = isPart ? "a part of the audio of " : "the audio of ";
+  listener.remark(what + media::shownName(source) + " is left out: " + cause);
 }
 
 void chooseAudio(const RenderRequest &request, const media::InputInfo &input, const Background *background,
                  const FrameList &frames, media::OutputFormat &format, RenderListener &listener) {
   const std::string source = audioSource(request, input, background);
+  if (source == media::standardInput) {
+    remarkAudioIsLeftOut(source, "its pictures are read from the same stream", listener);
+    return;
+  }
   if (source.empty() || !media::Writer::holdsAudio(request.output)) return;
   const FrameRate rate = format.frameRate;
   // The frames of a background are chosen by time, so its audio fits any rate.
@@ -54,10 +59,13 @@ void chooseAudio(const RenderRequest &request, const media::InputInfo &input, co
 void requireKnob(const char *option, const std::optional<int> &number, const std::optional<media::NumberRange> &range,
                  const std::string &output, const char *takers) {
   if (!number) return;
-  if (!range) throw ValueError("'" + std::string(option) + "' is of no use for '" + output + "'; it is for " + takers);
+  if (!range)
+    throw ValueError("'" + std::string(option) + "' is of no use for " + media::shownName(output) + "; it is for " +
+                     takers);
   if (*number < range->least || *number > range->most)
-    throw ValueError("'" + std::string(option) + "' can't be " + std::to_string(*number) + ": for '" + output +
-                     "' its range is " + std::to_string(range->least) + ".." + std::to_string(range->most));
+    throw ValueError("'" + std::string(option) + "' can't be " + std::to_string(*number) + ": for " +
+                     media::shownName(output) + " its range is " + std::to_string(range->least) + ".." +
+                     std::to_string(range->most));
 }
 
 }  // namespace
@@ -85,14 +93,15 @@ media::OutputFormat chooseFormat(const RenderRequest &request, const media::Inpu
   requireKnob("--quality", request.quality, media::Writer::qualityRange(request.output, request.codec), request.output,
               "lossy .webp");
   if (request.loopCount && !media::Writer::countsPlays(request.output))
-    throw ValueError("'--loop-count' is of no use for '" + request.output + "'; it is for .apng, .webp and .gif");
+    throw ValueError("'--loop-count' is of no use for " + media::shownName(request.output) +
+                     "; it is for .apng, .webp and .gif");
   format.crf = request.crf;
   format.quality = request.quality;
   format.plays = request.loopCount.value_or(0);
   const bool holdsAlpha = media::Writer::holdsAlpha(request.output, request.codec);
   if (request.alpha) {
     if (!holdsAlpha && *request.alpha != AlphaUse::None)
-      throw ValueError("'--alpha' is of no use for '" + request.output + "', which holds no alpha");
+      throw ValueError("'--alpha' is of no use for " + media::shownName(request.output) + ", which holds no alpha");
     format.alpha = request.alpha;
   }
   if (request.density && !request.background && (!holdsAlpha || format.alpha == AlphaUse::None))

@@ -42,7 +42,8 @@ std::string provenanceOf(const RenderRequest &request, const Background *backgro
   if (request.density) json["density"] = *request.density;
   if (background) {
     const media::Reader *reader = background->reader();
-    json["over"] = {{"name", background->name()},
+    const std::string &asked = request.background->askedAs;
+    json["over"] = {{"name", asked.empty() ? background->name() : asked},
                     {"changed", lastChange(reader ? reader->files() : std::vector<std::string>())}};
     if (request.background->fit) json["over"]["fit"] = wordFor(fitWords(), *request.background->fit);
     if (request.background->isLooped) json["over"]["loop"] = true;

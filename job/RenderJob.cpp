@@ -25,7 +25,7 @@ namespace {
 
 /// Saves all settings that are in force. `parameters`: with the keyframes of a fire that catches and goes out.
 void saveSettings(const RenderRequest &request, const host::ParameterSet &parameters, const media::InputInfo &input,
-                  const FrameList &frames, const FrameRate &rate) {
+                  const FrameList &frames, bool endsWithInput, const FrameRate &rate) {
   if (!request.saveProject) return;
   project::Project project;
   project.scene = request.scene;
@@ -34,7 +34,7 @@ void saveSettings(const RenderRequest &request, const host::ParameterSet &parame
     project.scene.size = std::nullopt;
   else if (!request.scene.canvas && !request.scene.pad)
     project.scene.size = PictureSize{input.width, input.height};
-  project.scene.frames = frames;
+  if (!endsWithInput) project.scene.frames = frames;
   project.scene.frameRate = rate;
   project.parameters = project::parametersInForce(parameters);
   project::saveProject(*request.saveProject, project, parameters.declarations());
@@ -43,10 +43,11 @@ void saveSettings(const RenderRequest &request, const host::ParameterSet &parame
 /// What is done to each frame, and what it takes.
 class Rendering {
  public:
-  Rendering(const RenderRequest &request, Sources &sources, FireDrawer &drawer,
+  Rendering(const RenderRequest &request, Sources &sources, bool endsWithInput, FireDrawer &drawer,
             std::optional<record::Manifest> &manifest, FrameSink &sink)
       : request_(request),
         sources_(sources),
+        endsWithInput_(endsWithInput),
         drawer_(drawer),
         manifest_(manifest),
         sink_(sink),
@@ -59,11 +60,27 @@ class Rendering {
 
   void remarkTouchedBorders(RenderListener &listener) const { borders_.remark(listener); }
 
+  /// Whether the input's end has ended the frames.
+  bool hasEnded() const { return hasEnded_; }
+
   /// Of the picture that is being written.
   const std::string &sourceFingerprint() const { return writtenFingerprint_; }
 
  private:
   void read(Frame &frame) {
+    try {
+      readPicture(frame);
+    } catch (const media::EndOfStream &) {
+      if (!endsWithInput_) throw;
+      frame.isEnd = hasEnded_ = true;
+    }
+  }
+
+  void readPicture(Frame &frame) {
+    if (request_.drawn) {
+      frame.output = request_.drawn(frame.number);
+      return;
+    }
     if (!picture_ || !sources_.isStill()) {
       picture_ = std::make_shared<const Image>(sources_.input().read(frame.number));
       if (manifest_) readFingerprint_ = manifest_->sourceFingerprintOf(*picture_);
@@ -75,12 +92,13 @@ class Rendering {
   }
 
   void draw(Frame &frame) {
+    if (request_.drawn) return;
     drawer_.draw(frame.number, *frame.input, frame.output);
     borders_.look(frame.number, *frame.input, frame.output);
   }
 
   void write(Frame &frame) {
-    if (sources_.background() && !frame.error && !frame.isKept)
+    if (sources_.background() && !request_.drawn && !frame.error && !frame.isKept)
       frame.output = sources_.background()->lay(frame.output, frame.back.get(), density_);
     writtenFingerprint_ = frame.sourceFingerprint;
     sink_.take(frame);
@@ -88,6 +106,8 @@ class Rendering {
 
   const RenderRequest &request_;
   Sources &sources_;
+  bool endsWithInput_;
+  bool hasEnded_ = false;
   FireDrawer &drawer_;
   std::optional<record::Manifest> &manifest_;
   FrameSink &sink_;
@@ -129,17 +149,19 @@ RenderResult RenderJob::run(RenderListener &listener, const StopToken &stop) {
   if (manifest)
     format.publish = [&](const media::NewPicture &picture) { manifest->add(picture, rendering->sourceFingerprint()); };
 
-  listener.started(frames.count());
+  listener.started(plan.endsWithInput ? 0 : plan.part.count());
   const auto writer = media::Writer::open(request.output, format);
-  saveSettings(request, plan.parameters, input, frames, format.frameRate);
+  saveSettings(request, plan.parameters, input, frames, plan.endsWithInput, format.frameRate);
   FireDrawer drawer(filter, frameRenderer, plan.fire, settings, sources.firstFrame(), PreRollWatch(listener, stop));
   FrameSink sink(*writer, isSequence, listener);
-  Rendering stages(request, sources, drawer, manifest, sink);
+  Rendering stages(request, sources, plan.endsWithInput, drawer, manifest, sink);
   rendering = &stages;
-  runPipeline(frames, stages.stages(), stop);
+  runPipeline(plan.part, stages.stages(), stop);
 
-  const RenderResult result{frames.count(), sink.rendered(), sink.kept(), sink.failed()};
-  if (!result.isStopped() || result.done() > 0) sink.finish();
+  RenderResult result{plan.part.count(), sink.rendered(), sink.kept(), sink.failed()};
+  if (plan.endsWithInput) result.frames = result.done();
+  result.isStopped = plan.endsWithInput ? !stages.hasEnded() : result.done() < result.frames;
+  if (!result.isStopped || result.done() > 0) sink.finish();
   listener.finished();
   remarkLosses(format.audioFrom, writer->losses(), listener);
   // An automatic padding has said already where it ends.

@@ -9,12 +9,12 @@
 namespace pyrelux::job {
 
 struct RenderResult {
-  std::int64_t frames = 0;  ///< that were asked for
+  std::int64_t frames = 0;  ///< that were asked for; of a stream all that came, if none were
   std::int64_t rendered = 0;
   std::int64_t kept = 0;
   std::int64_t failed = 0;
+  bool isStopped = false;  ///< the job was ended by its token
   std::int64_t done() const { return rendered + kept + failed; }
-  bool isStopped() const { return done() < frames; }
 };
 
 /// One render from a request to files. Thread: run() on one thread; it starts others for reading and writing. Jobs may

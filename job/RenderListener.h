@@ -23,7 +23,8 @@ class RenderListener {
   /// What draws. `name`: one of host::backendNames(); `description`: of the implementation behind it.
   virtual void backendChosen(const std::string & /*name*/, const std::string & /*description*/) {}
 
-  /// Everything that can be refused was looked at; from here on there may be output that is half-written.
+  /// Everything that can be refused was looked at; from here on there may be output that is half-written. `frames`: 0
+  /// if only the input's end will tell.
   virtual void started(std::int64_t /*frames*/) {}
 
   /// A frame is done with. Frames come in ascending order.

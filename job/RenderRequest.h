@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -8,6 +9,9 @@
 #include "Colour.h"
 #include "Delivery.h"
 #include "Fit.h"
+#include "FrameList.h"
+#include "Image.h"
+#include "Project.h"
 #include "Reader.h"
 #include "Scene.h"
 #include "Settings.h"
@@ -30,10 +34,11 @@ enum class Existing {
 
 /// What the frames are laid over.
 struct BackgroundRequest {
-  std::string name;              ///< as it was asked for: a file's path, or the colour's text
+  std::string name;              ///< a file's path, or the colour's text
   std::optional<Colour> colour;  ///< otherwise `name` is a file
   std::optional<media::Fit> fit;
   bool isLooped = false;
+  std::string askedAs{};  ///< what records call it; empty for its name
 };
 
 /// A render, asked for. What is not there follows from the input, the background, the project or the output, as each
@@ -50,8 +55,9 @@ struct RenderRequest {
   project::Scene scene;
 
   // How it looks: the preset is the weakest, the settings are the strongest.
-  std::optional<std::string> preset;   ///< a name, or a file's path
-  std::optional<std::string> project;  ///< a file's path
+  std::optional<std::string> preset;                ///< a name, or a file's path
+  std::optional<std::string> project;               ///< a file's path
+  std::optional<project::Project> projectInMemory;  ///< in the place of a file
   std::vector<project::Setting> settings;
   std::optional<int> drawBits;  ///< of the drawing, 8 or 16 per channel; otherwise as the parameters say
 
@@ -70,6 +76,12 @@ struct RenderRequest {
   /// Asked when all is known, before anything is written, with what decides every byte of the output, as one line:
   /// whether the output is there already. If it is, all frames count as kept, and nothing is written. Null for a no.
   std::function<bool(const std::string &record)> isThere;
+  /// Those of the frames to render now; otherwise all. What depends on the frames (a fire that goes out, a loop, a
+  /// padding that is automatic) goes by all of them, so that parts that are rendered apart fit together.
+  std::optional<FrameList> part;
+  /// The picture of a frame that was drawn before, laid over the background already: nothing is drawn then. Called on
+  /// one thread, in the order of the frames. Throws media::InputError. Null to draw.
+  std::function<Image(std::int64_t frame)> drawn;
   std::optional<std::string> saveProject;  ///< a file for the settings that are in force
 
   std::string backend = "auto";  ///< one of host::backendNames()

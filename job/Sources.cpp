@@ -8,6 +8,7 @@
 #include "OutputGuard.h"
 #include "Presets.h"
 #include "ProjectFile.h"
+#include "StandardStream.h"
 
 namespace pyrelux::job {
 
@@ -17,7 +18,10 @@ project::Layers SettingsFiles::layers(const RenderRequest &request) const {
 
 SettingsFiles loadSettings(const RenderRequest &request, const std::vector<host::ParameterDeclaration> &declarations) {
   SettingsFiles files;
-  if (request.project) files.project = project::loadProject(*request.project, declarations);
+  if (request.projectInMemory)
+    files.project = request.projectInMemory;
+  else if (request.project)
+    files.project = project::loadProject(*request.project, declarations);
   std::optional<std::string> preset = request.preset;
   if (!preset && files.project) preset = files.project->preset;
   if (preset) files.preset = project::loadPreset(*preset, declarations);
@@ -25,6 +29,7 @@ SettingsFiles loadSettings(const RenderRequest &request, const std::vector<host:
 }
 
 RenderRequest withSettings(RenderRequest request, const SettingsFiles &files) {
+  if (request.input == media::standardInput) request.input = media::standardInputFile();
   if (files.project) {
     project::Scene scene = files.project->scene;
     // What the command line burns comes in the place of the project's text.
@@ -42,12 +47,22 @@ RenderRequest withSettings(RenderRequest request, const SettingsFiles &files) {
 Sources::Sources(const RenderRequest &request, int drawBits, RenderListener &listener)
     : background_(Background::open(request, listener)), input_(openInput(request, drawBits, background(), listener)) {}
 
-void Sources::putIn(const Room &room) { input_ = inRoom(std::move(input_), room); }
+void Sources::putIn(const Room &room) {
+  input_ = inRoom(std::move(input_), room);
+  titleBox_.reset();
+}
 
 PixelBox Sources::titleBox() {
+  if (!titleBox_) titleBox_ = findTitle();
+  return *titleBox_;
+}
+
+PixelBox Sources::findTitle() {
   // Enough to know a movie's title by, and quick to look at.
   constexpr std::int64_t maxLooks = 8;
   if (isStill()) return alphaBox(input_->read(firstFrame()));
+  // A stream's other pictures are not there yet.
+  if (info().isStream) return alphaBox(input_->read(info().firstFrame));
   const std::int64_t count = info().lastFrame - info().firstFrame + 1;
   const std::int64_t looks = std::min(count, maxLooks);
   PixelBox box;

@@ -49,8 +49,8 @@ class Sources {
   /// Puts the input's pictures into a room.
   void putIn(const Room &room);
 
-  /// What of the input burns: the box of the alpha of its picture, or of eight pictures of a movie or sequence. Empty
-  /// for none. Throws media::InputError.
+  /// What of the input burns: the box of the alpha of its picture, or of eight pictures of a movie or sequence, or of a
+  /// stream's first. Empty for none. Throws media::InputError.
   PixelBox titleBox();
 
   /// Null for none.
@@ -61,8 +61,11 @@ class Sources {
   void guardOutput(const RenderRequest &request, const FrameList &frames) const;
 
  private:
+  PixelBox findTitle();
+
   std::optional<Background> background_;
   std::unique_ptr<media::Reader> input_;
+  std::optional<PixelBox> titleBox_;  // once it was looked for
 };
 
 }  // namespace pyrelux::job

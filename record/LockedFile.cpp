@@ -97,7 +97,8 @@ void LockedFile::clear() {
 void LockedFile::append(const std::string &line) {
   const std::uintmax_t before = sizeOf(file_);
   char last = '\n';
-  if (before > 0) pread(file_.number(), &last, 1, static_cast<off_t>(before - 1));
+  if (before > 0 && pread(file_.number(), &last, 1, static_cast<off_t>(before - 1)) < 0)
+    fail(media::systemCause(errno));
   const std::string text = (last == '\n' ? "" : "\n") + line + "\n";
   // In one call, so that it is in one piece where there are no locks.
   const ssize_t count = write(file_.number(), text.data(), text.size());

@@ -36,7 +36,7 @@ TEST_F(RenderJobTest, TellsItsListenerAndPrintsNothing) {
               ElementsAre("backend soft", "started 3", "1 rendered", "2 rendered", "3 rendered", "finished"));
   EXPECT_EQ(result.frames, 3);
   EXPECT_EQ(result.rendered, 3);
-  EXPECT_FALSE(result.isStopped());
+  EXPECT_FALSE(result.isStopped);
   EXPECT_TRUE(fs::exists(path("fire_3.png")));
 }
 
@@ -54,12 +54,12 @@ TEST_F(RenderJobTest, AreStoppedOneByOne) {
   Journal stopped;
   stopped.stopAfter = 2;
   const RenderResult result = RenderJob(request("one_%d.png", "1-500")).run(stopped, stopped.stop);
-  EXPECT_TRUE(result.isStopped());
+  EXPECT_TRUE(result.isStopped);
   EXPECT_GE(result.rendered, 2);
   EXPECT_LE(result.rendered, 2 + framesUnderWay);
   EXPECT_TRUE(fs::exists(path("one_2.png")));
   Journal other;
-  EXPECT_FALSE(RenderJob(request("two_%d.png", "1-4")).run(other, other.stop).isStopped());
+  EXPECT_FALSE(RenderJob(request("two_%d.png", "1-4")).run(other, other.stop).isStopped);
 }
 
 TEST_F(RenderJobTest, StoppedBeforeItBeginsLeavesNothing) {

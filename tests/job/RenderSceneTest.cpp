@@ -35,7 +35,7 @@ class SceneRenders : public JobTest {
 
   std::vector<std::string> render(const RenderRequest &wanted) const {
     Journal journal;
-    EXPECT_FALSE(RenderJob(wanted).run(journal, journal.stop).isStopped());
+    EXPECT_FALSE(RenderJob(wanted).run(journal, journal.stop).isStopped);
     return journal.lines;
   }
 
