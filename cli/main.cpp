@@ -7,9 +7,11 @@
 #include <algorithm>
 #include <exception>
 #include <iostream>
+#include <iterator>
 #include <new>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include "Commands.h"
 #include "ExitCodes.h"
@@ -62,9 +64,19 @@ std::string remedyFor(const std::system_error &error) {
 int run(int argc, char **argv) {
   using namespace pyrelux::cli;
   Program program{"pyrelux", "Sets titles, logos and mattes on fire.", programOptions(), {}};
-  program.commands = {renderCommand(),  sheetCommand(),      parametersCommand(),
-                      presetsCommand(), verifyCommand(),     completionCommand(program),
-                      infoCommand(),    manCommand(program), optionsCommand(program)};
+  program.commands = {renderCommand(),
+                      studioCommand(),
+                      sheetCommand(),
+                      parametersCommand(),
+                      presetsCommand(),
+                      verifyCommand(),
+                      completionCommand(program),
+                      infoCommand(),
+                      manCommand(program),
+                      optionsCommand(program)};
+  std::vector<Command> farm = farmCommands();
+  program.commands.insert(program.commands.begin() + 1, std::make_move_iterator(farm.begin()),
+                          std::make_move_iterator(farm.end()));
   const int exitCode = runCommand(program, argc, argv);
   std::cout.flush();
   if (!std::cout) return fail("cannot write to standard output", outputExit);

@@ -64,7 +64,7 @@ class Batch {
       }
       const job::RenderResult result = job::RenderJob(request).run(listener, listener.stop());
       const int exitCode = reportResult(jobs_.request(index), result, reporting);
-      if (result.isStopped()) return exitCode;
+      if (result.isStopped) return exitCode;
       if (!record.empty() && result.failed == 0) ledger_.add(request.output, record);
       failedRows_ += result.failed > 0;
     } catch (const std::bad_alloc &) {

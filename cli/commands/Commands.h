@@ -12,6 +12,13 @@ namespace pyrelux::cli {
 /// there.
 Command renderCommand();
 
+/// `studio`: serves a page to set the fire up with, until it is interrupted or the page ends it.
+Command studioCommand();
+
+/// `farm-plan`, `farm-submit`, `farm-run`, `farm-status`, `farm-retry`, `farm-merge`, `farm-task`: a render in parts on
+/// many machines.
+std::vector<Command> farmCommands();
+
 /// `sheet`: draws a contact sheet.
 Command sheetCommand();
 
@@ -31,7 +38,7 @@ Command infoCommand();
 /// `completion`: prints what a shell completes from.
 Command completionCommand(const Program &program);
 
-/// `man`: prints the manual page. Hidden: the page is installed, and who builds it knows.
+/// `man`: prints or writes the manual pages. Hidden: the pages are installed, and who builds them knows.
 Command manCommand(const Program &program);
 
 /// `options`: prints the options of all commands as a page of Markdown. Hidden, like `man`.

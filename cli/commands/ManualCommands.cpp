@@ -9,6 +9,7 @@
 #include "ManPage.h"
 #include "OptionsPage.h"
 #include "ParameterList.h"
+#include "TextFile.h"
 
 namespace pyrelux::cli {
 
@@ -28,12 +29,24 @@ Command completionCommand(const Program &program) {
 }
 
 Command manCommand(const Program &program) {
-  const auto print = [&program] {
+  const auto folder = std::make_shared<std::string>();
+  const auto print = [folder, &program] {
     const auto parameters = settableParameters();
-    std::cout << manPage(describe(program, parameters), parameters);
+    const std::vector<ManualPage> pages = manualPages(describe(program, parameters), parameters);
+    if (folder->empty())
+      std::cout << pages.front().text;
+    else
+      for (const ManualPage &page : pages) media::writeText(*folder + "/" + page.name + ".1", page.text);
     return 0;
   };
-  return {"man", "Print the manual page", {}, print, {}, true};
+  return {
+      "man",
+      "Print the program's manual page",
+      {option("--folder", "FOLDER", "Write it and those of the commands", " into this folder, which has to be there")
+           .filling(*folder)},
+      print,
+      {},
+      true};
 }
 
 Command optionsCommand(const Program &program) {

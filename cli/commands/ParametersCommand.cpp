@@ -2,11 +2,13 @@
 #include <iostream>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "Commands.h"
 #include "Filter.h"
 #include "HostError.h"
 #include "OwnParameters.h"
+#include "ParameterHelp.h"
 #include "ParameterList.h"
 #include "ParameterText.h"
 #include "ProjectSchema.h"
@@ -99,10 +101,18 @@ std::string takes(const ParameterDeclaration &parameter) {
 
 std::string parametersHelp() {
   try {
+    const auto parameters = settableParameters();
     std::vector<std::vector<std::string>> rows;
-    for (const ParameterDeclaration &parameter : settableParameters())
+    for (const ParameterDeclaration &parameter : parameters)
       rows.push_back({parameter.slug(), host::formatValue(parameter, parameter.defaultValue), takes(parameter)});
-    return "Parameters for --set, with their defaults and what they take:\n" + tableOf(rows, "  ");
+    std::string help = "Parameters for --set, with their defaults, what they take and what they do:\n";
+    std::istringstream lines(tableOf(rows, "  "));
+    for (const ParameterDeclaration &parameter : parameters) {
+      std::string line;
+      std::getline(lines, line);
+      help += line + "\n      " + project::parameterHelp(parameter) + '\n';
+    }
+    return help;
   } catch (const host::HostError &error) {
     return std::string("Parameters for --set are not known: ") + error.what() + "\n";
   }

@@ -61,8 +61,11 @@ void addBashCommand(std::ostream &script, const Command &command) {
   if (const Options texts = withValue(optionsOf(command), ValueKind::Text); !texts.empty())
     script << "        " << joined(namesOf(texts), " | ") << ") ;;\n";
   script << "        *)\n          if [[ $current == -* ]]; then " << bashOffers(namesOf(optionsOf(command))) << "\n";
-  for (const Option &positional : positionalsOf(command))
-    script << "          else " << (positional.kind == ValueKind::File ? "files=1" : bashOffers(positional)) << "\n";
+  // Only the first is a thing that could be completed: a folder, a file.
+  if (const Options positionals = positionalsOf(command); !positionals.empty()) {
+    const Option &first = positionals.front();
+    script << "          else " << (first.kind == ValueKind::File ? "files=1" : bashOffers(first)) << "\n";
+  }
   script << "          fi ;;\n      esac ;;\n";
 }
 

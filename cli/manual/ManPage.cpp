@@ -1,11 +1,15 @@
 #include "ManPage.h"
 
+#include <algorithm>
+#include <cctype>
+#include <iterator>
 #include <sstream>
 #include <utility>
 
 #include "Description.h"
 #include "ExitCodes.h"
 #include "Joined.h"
+#include "ParameterHelp.h"
 #include "ParameterList.h"
 #include "ParameterText.h"
 
@@ -28,7 +32,7 @@ const Rows environment = {
 
 const Rows files = {
     {"lib/pyrelux/Pyrelux.bundle",
-     "The filter: looked for beside the program's libraries, then in ~/.local/lib/pyrelux, /usr/local/lib/pyrelux and "
+     "The filter: looked for beside the program's library, then in ~/.local/lib/pyrelux, /usr/local/lib/pyrelux and "
      "/usr/lib/pyrelux."},
     {"fire.png.manifest.jsonl",
      "Beside the sequence fire.%04d.png: which pictures were finished, and from what. It is what --resume and 'pyrelux "
@@ -111,27 +115,43 @@ std::string synopsisOf(const Program &program, const Command &command) {
   return line;
 }
 
-void addCommand(std::ostream &page, const Program &program, const Command &command) {
-  page << ".SS \"" << synopsisOf(program, command) << "\"\n" << roff(command.about) << ".\n";
-  for (const Option &positional : positionalsOf(command)) addPositional(page, positional);
-  for (const Option &option : optionsOf(command)) addOption(page, option);
+void addOptions(std::ostream &page, const std::vector<Option> &rows) {
+  std::vector<std::string> groups;
+  for (const Option &row : rows)
+    if (std::find(groups.begin(), groups.end(), row.group) == groups.end()) groups.push_back(row.group);
+  for (const std::string &group : groups) {
+    if (!group.empty()) page << ".SS \"" << roff(group) << "\"\n";
+    for (const Option &row : rows)
+      if (row.group == group) addOption(page, row);
+  }
 }
 
 /// With columns as wide as they have to be; the last is broken into lines where the page ends.
 void addTable(std::ostream &page, const std::vector<host::ParameterDeclaration> &parameters) {
-  page << ".TS\nnokeep;\nL L Lx\nL L Lx.\n" << bold("NAME") << "\t" << bold("DEFAULT") << "\t" << bold("TAKES") << "\n";
+  page << ".TS\nnokeep;\nL L Lx\nL L Lx.\n"
+       << bold("NAME") << "\t" << bold("DEFAULT") << "\t" << bold("WHAT IT DOES, AND TAKES") << "\n";
   for (const host::ParameterDeclaration &parameter : parameters)
     page << roff(parameter.slug()) << "\t" << roff(host::formatValue(parameter, parameter.defaultValue)) << "\tT{\n"
-         << roff(takes(parameter)) << "\nT}\n";
+         << roff(project::parameterHelp(parameter) + " (" + takes(parameter) + ")") << "\nT}\n";
   page << ".TE\n";
 }
 
-}  // namespace
+void addHead(std::ostream &page, const std::string &name, const std::string &about) {
+  std::string title = name;
+  std::transform(title.begin(), title.end(), title.begin(), [](unsigned char c) { return std::toupper(c); });
+  page << "'\\\" t\n.TH " << roff(title) << " 1 \"\" \"pyrelux " << PYRELUX_VERSION
+       << "\" \"User Commands\"\n.SH NAME\n"
+       << roff(name) << " \\- " << roff(about) << "\n.SH SYNOPSIS\n";
+}
 
-std::string manPage(const Program &program, const std::vector<host::ParameterDeclaration> &parameters) {
+std::string reference(const std::string &page) { return bold(page) + "(1)"; }
+
+std::string pageName(const Program &program, const Command &command) { return program.name + "-" + command.name; }
+
+/// The page of the program as a whole; each command has one of its own.
+std::string programPage(const Program &program, const std::vector<host::ParameterDeclaration> &parameters) {
   std::ostringstream page;
-  page << "'\\\" t\n.TH PYRELUX 1 \"\" \"pyrelux " << PYRELUX_VERSION << "\" \"User Commands\"\n"
-       << ".SH NAME\npyrelux \\- sets titles, logos and mattes on fire\n.SH SYNOPSIS\n";
+  addHead(page, program.name, "sets titles, logos and mattes on fire");
   for (const Command &command : program.commands)
     page << synopsisOf(program, command) << (&command == &program.commands.back() ? "\n" : "\n.br\n");
   page
@@ -143,7 +163,8 @@ std::string manPage(const Program &program, const std::vector<host::ParameterDec
       << "\n.SH OPTIONS\n";
   for (const Option &option : program.options) addOption(page, option);
   page << ".SH COMMANDS\n";
-  for (const Command &command : program.commands) addCommand(page, program, command);
+  for (const Command &command : program.commands)
+    addRow(page, reference(pageName(program, command)), command.about + ".");
   page << ".SH PARAMETERS\n"
        << roff(
               "What --set and --vary take by these names; by label, key or id, too, as 'pyrelux parameters' lists "
@@ -158,8 +179,42 @@ std::string manPage(const Program &program, const std::vector<host::ParameterDec
   addRows(page, "ENVIRONMENT", environment);
   addRows(page, "FILES", files);
   addRows(page, "EXAMPLES", examples);
-  page << ".SH \"SEE ALSO\"\n" << bold("ffmpeg") << "(1)\n";
+  page << ".SH \"SEE ALSO\"\n";
+  for (const Command &command : program.commands) page << reference(pageName(program, command)) << ",\n";
+  page << reference("ffmpeg") << "\n";
   return page.str();
+}
+
+std::string commandPage(const Program &program, const Command &command) {
+  std::ostringstream page;
+  // As the others have it: no full stop, and no capital after the dash.
+  std::string about = command.about;
+  about[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(about[0])));
+  addHead(page, pageName(program, command), about);
+  page << synopsisOf(program, command) << "\n";
+  if (const std::vector<Option> positionals = positionalsOf(command); !positionals.empty()) {
+    page << ".SH ARGUMENTS\n";
+    for (const Option &positional : positionals) addPositional(page, positional);
+  }
+  page << ".SH OPTIONS\n";
+  addOptions(page, optionsOf(command));
+  Rows own;
+  const std::string beginning = program.name + " " + command.name + " ";
+  std::copy_if(examples.begin(), examples.end(), std::back_inserter(own),
+               [&](const auto &example) { return std::string(example.first).rfind(beginning, 0) == 0; });
+  if (!own.empty()) addRows(page, "EXAMPLES", own);
+  page << ".SH \"SEE ALSO\"\n"
+       << reference(program.name) << roff(" tells of parameters, exit status, environment and files.") << "\n";
+  return page.str();
+}
+
+}  // namespace
+
+std::vector<ManualPage> manualPages(const Program &program, const std::vector<host::ParameterDeclaration> &parameters) {
+  std::vector<ManualPage> pages{{program.name, programPage(program, parameters)}};
+  for (const Command &command : program.commands)
+    pages.push_back({pageName(program, command), commandPage(program, command)});
+  return pages;
 }
 
 }  // namespace pyrelux::cli

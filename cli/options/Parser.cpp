@@ -84,6 +84,37 @@ void requireKnownFirst(const CLI::App &app, const std::string &first) {
                      "'; see 'pyrelux --help'");
 }
 
+/// Commands that belong together begin with the same word: "farm-plan" may be typed as "farm plan".
+std::vector<std::string> withWholeCommand(const Program &program, const std::vector<std::string> &words) {
+  if (words.empty()) return words;
+  std::vector<std::string> rest;
+  for (const Command &command : program.commands) {
+    if (command.name.rfind(words[0] + "-", 0) != 0) continue;
+    rest.push_back(command.name.substr(words[0].size() + 1));
+    if (words.size() < 2 || words[1] != rest.back()) continue;
+    std::vector<std::string> whole{command.name};
+    whole.insert(whole.end(), words.begin() + 2, words.end());
+    return whole;
+  }
+  if (!rest.empty())
+    throw ValueError("after '" + words[0] + "' comes one of " + joined(rest, ", ") + "; see 'pyrelux --help'");
+  return words;
+}
+
+/// The words after "--" are those of the last positional that takes many, so that no other takes them for its own.
+void takeAfterDashes(const Program &program, std::vector<std::string> &words, Typed &typed) {
+  const auto command = std::find_if(program.commands.begin(), program.commands.end(),
+                                    [&](const Command &one) { return !words.empty() && one.name == words[0]; });
+  if (command == program.commands.end()) return;
+  const auto dashes = std::find(words.begin(), words.end(), "--");
+  for (const Option &row : command->options) {
+    if (!row.isPositional() || !row.isRepeatable || dashes == words.end()) continue;
+    typed[&row] = {dashes + 1, words.end()};
+    words.erase(dashes, words.end());
+    return;
+  }
+}
+
 }  // namespace
 
 Option helpOption() { return option("-h,--help", "", "Print this help and exit").ofKind(ValueKind::None); }
@@ -103,10 +134,15 @@ int runCommand(const Program &program, int argc, char **argv) {
   int exitCode = 0;
   for (const Command &command : program.commands) declareCommand(app, command, typed, exitCode);
 
-  for (int index = 1; index < argc; ++index) requireUtf8(argv[index]);
-  if (argc > 1) requireKnownFirst(app, argv[1]);
+  std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+  for (const std::string &word : words) requireUtf8(word);
+  words = withWholeCommand(program, words);
+  takeAfterDashes(program, words, typed);
+  if (!words.empty()) requireKnownFirst(app, words[0]);
+  // The library takes them from the end.
+  std::reverse(words.begin(), words.end());
   try {
-    app.parse(argc, argv);
+    app.parse(words);
   } catch (const CLI::ParseError &error) {
     if (error.get_exit_code() != 0) throw ValueError(firstLine(error.what()) + "; see 'pyrelux --help'");
     return app.exit(error);

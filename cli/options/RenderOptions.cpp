@@ -103,7 +103,7 @@ std::vector<Option> outputOptions(RenderRequest &request) {
   std::vector<Option> options{
       option("-o,--output", "FILE", "Where to",
              ": .png .tif .exr (%04d or #### for a sequence), .mov .mkv .mp4 .webm (movies), .apng .webp .gif "
-             "(animations)")
+             "(animations), or \"-\", standard output")
           .required()
           .filling(request.output)
           .in(outputGroup),
@@ -164,7 +164,10 @@ void append(std::vector<Option> &options, std::vector<Option> more) {
 
 std::vector<Option> inputOptions(RenderRequest &request) {
   std::vector<Option> options{
-      option("INPUT", "INPUT", "Picture", ", movie, or numbered sequence with %04d or #### in its name")
+      option(
+          "INPUT", "INPUT", "Picture",
+          ", movie, or numbered sequence with %04d or #### in its name; \"-\" is standard input: a picture, pictures "
+          "one after the other, or a movie")
           .filling(request.input)
           .in(inputGroup),
       sceneOption("input-alpha", request).needing("INPUT").in(inputGroup),
@@ -196,7 +199,8 @@ std::vector<Option> lookOptions(RenderRequest &request) {
               .filling(request.preset)
               .in(lookGroup),
           option("--project", "FILE", "A file of settings and keyframes",
-                 ", JSON as docs/project.md tells; it wins over the preset, and the other options win over it. One "
+                 ", JSON as docs/project.md tells, or \"-\", standard input; it wins over the preset, and the other "
+                 "options win over it. One "
                  "that is missing or wrong ends with exit code 3")
               .filling(request.project)
               .in(lookGroup),

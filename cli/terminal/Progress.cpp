@@ -54,15 +54,17 @@ void Progress::advance(std::int64_t frame, job::FrameOutcome outcome) {
   const double secondsLeft = static_cast<double>(frames_ - done_) / rate;
   if (line_) showLine(rate, secondsLeft);
   if (!json_) return;
-  nlohmann::ordered_json object;
+  using json = nlohmann::ordered_json;
+  const bool isKnown = frames_ > 0;
+  json object;
   if (row_ > 0) object["row"] = row_;
   object.update({{"frame", frame},
                  {"end", nameOf(outcome)},
                  {"done", done_},
-                 {"total", frames_},
+                 {"total", isKnown ? json(frames_) : json()},
                  {"seconds", seconds},
                  {"frames_per_second", rate},
-                 {"seconds_left", secondsLeft}});
+                 {"seconds_left", isKnown ? json(secondsLeft) : json()}});
   // At once, for whoever watches.
   std::cout << object.dump() << std::endl;
 }
@@ -72,13 +74,18 @@ void Progress::eraseLine() const {
 }
 
 void Progress::showLine(double rate, double secondsLeft) const {
+  const std::string row = row_ > 0 ? "row " + std::to_string(row_) + " " : "";
+  if (frames_ == 0) {
+    std::fprintf(stderr, "\r\033[K%sframe %lld, %.1f frames/s", row.c_str(), static_cast<long long>(done_), rate);
+    std::fflush(stderr);
+    return;
+  }
   constexpr int cells = 20;
   const auto full = static_cast<int>(done_ * cells / frames_);
   const auto left = static_cast<long>(secondsLeft);
-  std::fprintf(stderr, "\r\033[K%s[%.*s%.*s] frame %lld of %lld, %.1f frames/s, %ld:%02ld left",
-               row_ > 0 ? ("row " + std::to_string(row_) + " ").c_str() : "", full, "####################",
-               cells - full, "--------------------", static_cast<long long>(done_), static_cast<long long>(frames_),
-               rate, left / 60, left % 60);
+  std::fprintf(stderr, "\r\033[K%s[%.*s%.*s] frame %lld of %lld, %.1f frames/s, %ld:%02ld left", row.c_str(), full,
+               "####################", cells - full, "--------------------", static_cast<long long>(done_),
+               static_cast<long long>(frames_), rate, left / 60, left % 60);
   std::fflush(stderr);
 }
 

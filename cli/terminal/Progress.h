@@ -18,6 +18,7 @@ const std::vector<std::string> &progressNames();
 /// Tells how far a render is. Thread: any.
 class Progress {
  public:
+  /// `frames`: 0 if nobody knows.
   Progress(const Reporting &reporting, std::int64_t frames);
   ~Progress();
   Progress(const Progress &) = delete;

@@ -5,6 +5,7 @@
 #include "ExitCodes.h"
 #include "Message.h"
 #include "SignalGuard.h"
+#include "StandardStream.h"
 
 namespace pyrelux::cli {
 
@@ -20,9 +21,13 @@ int reportResult(const job::RenderRequest &request, const job::RenderResult &res
   if (reporting.verbose && request.existing == job::Existing::Resume)
     say(ofFrames(result.kept, result.frames) + " were there already");
   if (result.failed > 0) say(ofFrames(result.failed, result.frames) + " failed");
-  if (result.isStopped()) {
-    const std::string rest = result.done() > 0 ? "; '" + request.output + "' holds what was finished" : "";
-    say("interrupted after " + ofFrames(result.done(), result.frames) + rest);
+  if (result.isStopped) {
+    const std::string rest =
+        result.done() > 0 ? "; " + media::shownName(request.output) + " holds what was finished" : "";
+    // How many a stream would have had, nobody knows.
+    const bool isKnown = result.done() < result.frames;
+    say("interrupted after " +
+        (isKnown ? ofFrames(result.done(), result.frames) : std::to_string(result.done()) + " frames") + rest);
     return exitCodeOf(SignalGuard::signal());
   }
   return result.failed > 0 ? failedExit : 0;

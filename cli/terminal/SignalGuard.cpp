@@ -24,15 +24,16 @@ extern "C" void note(int signal) {
 
 }  // namespace
 
-SignalGuard::SignalGuard(job::StopToken stop) : stop_(std::move(stop)) {
+SignalGuard::SignalGuard(job::StopToken stop, FurtherTerms terms) : stop_(std::move(stop)) {
   noted = 0;
   stopOfGuard = &stop_;
   struct sigaction action = {};
   action.sa_handler = note;
-  // Reads go on; the next signal does what it always does.
-  action.sa_flags = SA_RESTART | SA_RESETHAND;
   for (std::size_t index = 0; index < signals.size(); ++index) {
     sigaction(signals[index], nullptr, &before[index]);
+    // Reads go on; the next signal does what it always does.
+    const bool isForOne = signals[index] != SIGTERM || terms == FurtherTerms::End;
+    action.sa_flags = SA_RESTART | (isForOne ? SA_RESETHAND : 0);
     // What nohup or a shell has told the program to ignore stays ignored.
     if (before[index].sa_handler != SIG_IGN) sigaction(signals[index], &action, nullptr);
   }

@@ -4,11 +4,17 @@
 
 namespace pyrelux::cli {
 
-/// While one of these lives, the first SIGINT, SIGTERM or SIGHUP does not end the program but requests the stop; a
-/// second one ends it as usual. There is one at a time.
+/// While one of these lives, the first SIGINT, SIGTERM or SIGHUP does not end the program but requests the stop; the
+/// same once more ends it as usual. There is one at a time.
 class SignalGuard {
  public:
-  explicit SignalGuard(job::StopToken stop);
+  /// What becomes of further SIGTERMs.
+  enum class FurtherTerms {
+    End,   ///< the program ends
+    Pass,  ///< nothing: whoever sends them sends SIGKILL in the end
+  };
+
+  explicit SignalGuard(job::StopToken stop, FurtherTerms terms = FurtherTerms::End);
   ~SignalGuard();
   SignalGuard(const SignalGuard &) = delete;
   SignalGuard &operator=(const SignalGuard &) = delete;

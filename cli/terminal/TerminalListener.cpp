@@ -20,7 +20,7 @@ void TerminalListener::backendChosen(const std::string &name, const std::string 
 }
 
 void TerminalListener::started(std::int64_t frames) {
-  signals_.emplace(stop_);
+  if (!signals_) signals_.emplace(stop_);
   progress_.emplace(reporting_, frames);
 }
 

@@ -20,6 +20,9 @@ class TerminalListener : public job::RenderListener {
 
   const job::StopToken &stop() const { return stop_; }
 
+  /// Has signals request the stop from now on.
+  void heedSignals(SignalGuard::FurtherTerms terms) { signals_.emplace(stop_, terms); }
+
   void remark(const std::string &text) override;
   void warn(const std::string &text) override;
   void backendChosen(const std::string &name, const std::string &description) override;

@@ -43,6 +43,13 @@ TEST_F(MovieInput, PixelAspectIsThatOfTheOutput) {
   }
 }
 
+TEST_F(MovieInput, NeedsTheLibraryThatDeinterlacesOnlyThen) {
+  // The dynamic linker prints what the program begins with, instead of running it.
+  const Result result = pyrelux({"--version"}, {{"LD_TRACE_LOADED_OBJECTS", "1"}});
+  EXPECT_THAT(result.out,
+              testing::AllOf(testing::HasSubstr("libavformat"), testing::Not(testing::HasSubstr("libavfilter"))));
+}
+
 TEST_F(MovieInput, FieldsAreTold) {
   const std::string remark = "the movie 'fields.mp4' is interlaced; --deinterlace makes whole pictures of its fields";
   saveFilm("fields.mp4", "tinterlace=interleave_top,format=yuv420p",

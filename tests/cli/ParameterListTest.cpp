@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <regex>
 #include <sstream>
 
 #include "CliTest.h"
@@ -171,6 +172,17 @@ TEST_F(ParameterList, AsATableTellsDefaultsAndWhatIsTaken) {
   EXPECT_EQ(ends["source-opacity"], (Words{"0", "0..1"}));
   EXPECT_EQ(ends["source-mode"], (Words{"Cover", "0 Cover, 1 Mix"}));
   EXPECT_EQ(ends["color-depth"], (Words{"8 Bit", "0 8 Bit, 1 16 Bit"}));
+}
+
+TEST_F(ParameterList, OfTheHelpTellsWhatEachDoes) {
+  const Result result = pyrelux({"render", "--help"});
+  expectSuccess(result);
+  for (const Row &row : expectedRows()) {
+    const bool isListed = std::string(row.kind) != "custom";
+    const std::string line = "\n  " + std::string(row.name) + " [^\n]*\n      [A-Z][^\n.]*[a-z ][^\n.]*\\.\n";
+    EXPECT_EQ(std::regex_search(result.out, std::regex(line)), isListed) << row.name;
+  }
+  EXPECT_THAT(result.out, testing::HasSubstr("\n      How fast and how finely the tongues sway.\n"));
 }
 
 TEST_F(ParameterList, NeedsNoOpenGl) {

@@ -82,6 +82,18 @@ TEST_F(Presets, ThatAreNotThereAreRefusedWithThoseThatAre) {
                 {"'bonfyre'", "campfire", "toxic"});
 }
 
+TEST_F(Presets, AreFoundHoweverTheProgramIsStarted) {
+  const std::string listed = pyrelux({"presets"}).out;
+  EXPECT_THAT(listed, HasSubstr("bonfire"));
+  Command command = commandOf({"presets"});
+  const std::filesystem::path program = command.words.front();
+  command.words = {"env", "PATH=" + program.parent_path().string() + ":/usr/bin:/bin", program.filename(), "presets"};
+  EXPECT_EQ(run(command).out, listed);
+  std::filesystem::create_symlink(program, path("link"));
+  command.words = {"./link", "presets"};
+  EXPECT_EQ(run(command).out, listed);
+}
+
 TEST_F(Presets, OfTheUserAreListedAndUsed) {
   std::filesystem::create_directories(path("config/pyrelux/presets"));
   save(path("config/pyrelux/presets/mine.json"),
