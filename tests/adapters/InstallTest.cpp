@@ -53,14 +53,15 @@ TEST_F(Install, IsWhole) {
 }
 
 TEST_F(Install, UsesNothingOfTheBuildTree) {
-  fs::path bundles;
+  fs::path bundle;
   for (const fs::directory_entry &entry : fs::recursive_directory_iterator(path("prefix")))
-    if (entry.path().extension() == ".bundle") bundles = entry.path().parent_path();
-  ASSERT_NE(bundles, "");
-  fs::remove_all(bundles);
+    if (entry.path().extension() == ".bundle") bundle = entry.path();
+  ASSERT_NE(bundle, "");
+  fs::remove_all(bundle);
   const Result result = ffmpeg(plugIns());
   EXPECT_EQ(result.out, decoded("title.png", "rgba"));
-  EXPECT_THAT(result.err, testing::HasSubstr("no filter bundle in " + fs::weakly_canonical(bundles).string()));
+  EXPECT_THAT(result.err,
+              testing::HasSubstr("no filter bundle in " + fs::weakly_canonical(bundle.parent_path()).string()));
 }
 
 /// The run path of a program or library; empty for other files.
@@ -79,7 +80,8 @@ std::string runPathsOf(const fs::path &file) {
 TEST_F(Install, LooksForLibrariesInItsOwnPrefixAlone) {
   int looked = 0;
   for (const fs::directory_entry &entry : fs::recursive_directory_iterator(path("prefix"))) {
-    if (!entry.is_regular_file()) continue;
+    // Of the project's libraries it needs none.
+    if (!entry.is_regular_file() || entry.path().filename() == "libpyrelux-platform.so") continue;
     const std::string runPaths = runPathsOf(entry.path());
     if (runPaths.empty()) continue;
     ++looked;

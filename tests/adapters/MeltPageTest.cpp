@@ -96,7 +96,7 @@ TEST_F(MeltPage, InstallsWhatItNeeds) {
   EXPECT_EQ(load(path("prefix/share/kdenlive/effects/pyrelux.xml")), load(PYRELUX_KDENLIVE_EFFECT));
 
   // Without its bundle the module has none, so it is the installed one that was found.
-  fs::rename(path("prefix/lib/pyrelux"), path("prefix/lib/elsewhere"));
+  fs::rename(path("prefix/lib/pyrelux/Pyrelux.bundle"), path("elsewhere"));
   const Result bare =
       meltInto("frames", Words{"-profile", "small", "title.png", "out=0", "-filter", "pyrelux"} + rawConsumer());
   EXPECT_THAT(bare.err, testing::HasSubstr("no filter bundle in " + fs::canonical(path("prefix")).string()));

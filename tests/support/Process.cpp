@@ -92,7 +92,7 @@ void collect(const Command &command, pid_t program, std::array<std::pair<Descrip
       return channel.second->find(command.signalAfter) != std::string::npos;
     };
     if (hasSignal && std::any_of(channels.begin(), channels.end(), isTold)) {
-      kill(program, command.signal);
+      kill(command.signalsAll ? -program : program, command.signal);
       hasSignal = false;
     }
   }
@@ -135,6 +135,7 @@ void become(const Start &start) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (getppid() != start.parent) return;
   const Command &command = start.command;
+  if (command.signalsAll) setpgid(0, 0);
   const int in = open("/dev/null", O_RDONLY | O_CLOEXEC);
   const int out = command.outputFile.empty() ? start.out : open(command.outputFile.c_str(), O_WRONLY | O_CLOEXEC);
   if (dup2(in, STDIN_FILENO) < 0 || dup2(out, STDOUT_FILENO) < 0 || dup2(start.err, STDERR_FILENO) < 0) return;

@@ -16,7 +16,8 @@ struct Command {
   bool errorsToTerminal = false;   ///< standard error is a pseudo-terminal instead of a pipe
   std::string signalAfter;         ///< once either stream holds this, when not empty, the program gets `signal`
   int signal = 0;
-  std::string outputFile;  ///< standard output goes there instead of into the result, when not empty
+  bool signalsAll = false;  ///< all that it runs get the signal, too, as from a terminal
+  std::string outputFile;   ///< standard output goes there instead of into the result, when not empty
 };
 
 struct Result {
