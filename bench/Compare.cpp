@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -140,6 +141,12 @@ double median(std::vector<double> values) {
   return values[values.size() / 2];
 }
 
+/// The threads that the soft backend draws with.
+int threads() {
+  const char *asked = std::getenv("PYRELUX_THREADS");
+  return asked ? std::atoi(asked) : static_cast<int>(std::thread::hardware_concurrency());
+}
+
 /// Runs both backends by turns: Mesa once, ours a few times, because it is much faster.
 Json measure(const Scene &scene, int rounds) {
   constexpr int oursInARound = 5;
@@ -147,9 +154,15 @@ Json measure(const Scene &scene, int rounds) {
   const auto ours = makeDrawer(scene, platform::kBackendSoft, 0);
   ours->draw();
   std::vector<double> mesaTimes, ourTimes;
+  double all = 0, parallel = 0;
   for (int round = 0; round < rounds; ++round) {
     mesaTimes.push_back(mesa->draw());
-    for (int i = 0; i < oursInARound; ++i) ourTimes.push_back(ours->draw());
+    const auto before = platform::softTimeInParallel();
+    for (int i = 0; i < oursInARound; ++i) {
+      ourTimes.push_back(ours->draw());
+      all += ourTimes.back();
+    }
+    parallel += std::chrono::duration<double, std::milli>(platform::softTimeInParallel() - before).count();
   }
   Json row;
   row["scene"] = scene.name();
@@ -158,6 +171,9 @@ Json measure(const Scene &scene, int rounds) {
   row["soft_ms"] = median(ourTimes);
   row["soft_fastest_ms"] = *std::min_element(ourTimes.begin(), ourTimes.end());
   row["ratio"] = median(mesaTimes) / median(ourTimes);
+  // Of the time that one core would take.
+  const double serial = all - parallel;
+  row["serial_share"] = serial / (serial + parallel * threads());
   return row;
 }
 
@@ -227,7 +243,7 @@ int main(int argc, char **argv) {
     document["rows"] = Json::array();
     std::printf("%s, %u cores\n%s\n%s\n\n", processorName().c_str(), std::thread::hardware_concurrency(),
                 soft.description().c_str(), mesa.description().c_str());
-    std::printf("| scene | Mesa ms | soft ms | ratio |\n|---|---|---|---|\n");
+    std::printf("| scene | Mesa ms | soft ms | ratio | on one core only |\n|---|---|---|---|---|\n");
   }
   for (const Scene &scene : scenes(quick)) {
     if (scene.name().find(only) == std::string::npos) continue;
@@ -236,9 +252,9 @@ int main(int argc, char **argv) {
       row["scene"] = scene.name() + ", " + label;
       row["soft"] = soft.description();
     }
-    std::printf("| %s | %.0f%s | %.1f | %.1f |\n", row["scene"].get<std::string>().c_str(),
+    std::printf("| %s | %.0f%s | %.1f | %.1f | %.1f %% |\n", row["scene"].get<std::string>().c_str(),
                 row["mesa_ms"].get<double>(), row["mesa_scaled"].get<bool>() ? " (scaled from a part)" : "",
-                row["soft_ms"].get<double>(), row["ratio"].get<double>());
+                row["soft_ms"].get<double>(), row["ratio"].get<double>(), 100 * row["serial_share"].get<double>());
     std::fflush(stdout);
     document["rows"].push_back(row);
   }
