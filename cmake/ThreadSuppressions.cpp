@@ -14,6 +14,9 @@ const char *__tsan_default_suppressions() {
          "race:libglib-2.0.so\n"
          // Pango unlocks a mutex that Fontconfig locked.
          "mutex:libpangoft2\n"
-         // Frames are used again once FFmpeg has given them back, by counters that the sanitizer does not see.
+         // FFmpeg's threads wait for one another by counters that the sanitizer does not see, and so do frames that are
+         // used again once FFmpeg has given them back.
+         "race:libavcodec.so\n"
+         "race:libavutil.so\n"
          "race:writeComponents\n";
 }

@@ -161,6 +161,7 @@ TEST_F(ExportQueueTest, TellsWhichFrameFailedAndLeavesNoHalfFile) {
   fs::resize_file(path("in_0003.png"), fs::file_size(path("in_0003.png")) / 2);
   job::RenderRequest broken;
   broken.input = path("in_####.png");
+  broken.scene.size = PictureSize{64, 32};
   broken.output = path("fire.mov");
   broken.backend = "soft";
   const std::size_t before = files();
