@@ -29,6 +29,10 @@ target_compile_options(pyrelux_options INTERFACE
   $<$<COMPILE_LANGUAGE:OBJCXX>:-std=c++17>
   # A fused multiply-add would change the last bit of the path between processors.
   -ffp-contract=off)
+# Sources that are compiled in lots see one another's names, which is no fault of theirs.
+if(CMAKE_UNITY_BUILD)
+  target_compile_options(pyrelux_options INTERFACE -Wno-shadow $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+endif()
 if(PYRELUX_SANITIZER)
   target_compile_options(pyrelux_options INTERFACE
     -fsanitize=${PYRELUX_SANITIZER} -fno-omit-frame-pointer -fno-sanitize-recover=all)

@@ -25,13 +25,13 @@ Colour rgbOf(const std::array<int, 3> &yuv, double weightRed, double weightBlue,
   return {r, g, b};
 }
 
-constexpr int height = 16;
+constexpr int flatHeight = 16;
 
 /// A picture of one YUV colour in a lossless movie with tags, as it is read.
 class ColourTest : public MediaTest {
  protected:
   Image readFlat(AVPixelFormat layout, const std::array<int, 3> &yuv, AVColorSpace matrix, AVColorRange range,
-                 int pictureHeight = height) {
+                 int pictureHeight = flatHeight) {
     FramePtr frame = blankFrame(layout, 16, pictureHeight);
     frame->colorspace = matrix;
     frame->color_range = range;

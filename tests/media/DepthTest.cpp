@@ -9,9 +9,9 @@ extern "C" {
 namespace pyrelux::media::test {
 namespace {
 
-constexpr int width = 64;
+constexpr int levelsAtOnce = 64;
 
-struct Row {
+struct LayoutRow {
   AVPixelFormat layout;
   int depth;
 };
@@ -45,14 +45,14 @@ class Depth : public MediaTest {
 /// Neighbours, from `first` on.
 std::vector<int> levelsFrom(int first) {
   std::vector<int> levels;
-  for (int x = 0; x < width; ++x) levels.push_back(first + x);
+  for (int x = 0; x < levelsAtOnce; ++x) levels.push_back(first + x);
   return levels;
 }
 
 TEST_F(Depth, OfRgbMoviesIsKept) {
-  const Row rows[] = {{AV_PIX_FMT_GBRP10, 10},  {AV_PIX_FMT_GBRP12, 12},  {AV_PIX_FMT_GBRP16, 16},
-                      {AV_PIX_FMT_GBRAP10, 10}, {AV_PIX_FMT_GBRAP12, 12}, {AV_PIX_FMT_GBRAP16, 16}};
-  for (const Row &row : rows) {
+  const LayoutRow rows[] = {{AV_PIX_FMT_GBRP10, 10},  {AV_PIX_FMT_GBRP12, 12},  {AV_PIX_FMT_GBRP16, 16},
+                            {AV_PIX_FMT_GBRAP10, 10}, {AV_PIX_FMT_GBRAP12, 12}, {AV_PIX_FMT_GBRAP16, 16}};
+  for (const LayoutRow &row : rows) {
     SCOPED_TRACE(av_get_pix_fmt_name(row.layout));
     const int largest = (1 << row.depth) - 1;
     // Planes are green, blue, red and alpha.
@@ -70,9 +70,9 @@ TEST_F(Depth, OfRgbMoviesIsKept) {
 }
 
 TEST_F(Depth, OfYuvMoviesIsKept) {
-  const Row rows[] = {{AV_PIX_FMT_YUV444P10, 10}, {AV_PIX_FMT_YUV422P10, 10}, {AV_PIX_FMT_YUV420P10, 10},
-                      {AV_PIX_FMT_YUV444P12, 12}, {AV_PIX_FMT_YUV422P12, 12}, {AV_PIX_FMT_YUV420P12, 12}};
-  for (const Row &row : rows) {
+  const LayoutRow rows[] = {{AV_PIX_FMT_YUV444P10, 10}, {AV_PIX_FMT_YUV422P10, 10}, {AV_PIX_FMT_YUV420P10, 10},
+                            {AV_PIX_FMT_YUV444P12, 12}, {AV_PIX_FMT_YUV422P12, 12}, {AV_PIX_FMT_YUV420P12, 12}};
+  for (const LayoutRow &row : rows) {
     SCOPED_TRACE(av_get_pix_fmt_name(row.layout));
     const int scale = 1 << (row.depth - 8);
     const std::vector<int> levels = levelsFrom(100 * scale);

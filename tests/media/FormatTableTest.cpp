@@ -10,7 +10,7 @@
 namespace pyrelux::media::test {
 namespace {
 
-struct Row {
+struct FormatRow {
   std::vector<std::string> extensions;
   std::string codec;
   std::string bits;
@@ -45,9 +45,9 @@ std::string trimmed(const std::string &cell) {
 }
 
 /// The rows of the table whose first column is an extension.
-std::vector<Row> tableRows() {
+std::vector<FormatRow> tableRows() {
   std::ifstream file(PYRELUX_DOCS "/formats.md");
-  std::vector<Row> rows;
+  std::vector<FormatRow> rows;
   for (std::string line; std::getline(file, line);) {
     if (line.rfind("| `.", 0) != 0) continue;
     std::vector<std::string> cells;
@@ -76,7 +76,7 @@ class FormatTableTest : public MediaTest {
 
 TEST_F(FormatTableTest, HasEveryCodecOfEveryFormatInTheirOrderAndNoOther) {
   std::vector<std::string> listed;
-  for (const Row &row : tableRows())
+  for (const FormatRow &row : tableRows())
     for (const std::string &extension : row.extensions) listed.push_back(extension + " " + row.codec);
   std::vector<std::string> known;
   for (const FileFormat &file : fileFormats())
@@ -86,7 +86,7 @@ TEST_F(FormatTableTest, HasEveryCodecOfEveryFormatInTheirOrderAndNoOther) {
 }
 
 TEST_F(FormatTableTest, TellsAlphaAudioAndDepth) {
-  for (const Row &row : tableRows())
+  for (const FormatRow &row : tableRows())
     for (const std::string &extension : row.extensions) {
       SCOPED_TRACE(extension + " " + row.codec);
       const std::string name = "a" + extension;

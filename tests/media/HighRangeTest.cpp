@@ -200,13 +200,13 @@ class Matrix : public HighRange {
 };
 
 // 12 bits in.
-constexpr double yuvTolerance = 2e-3;
+constexpr double ycgcoTolerance = 2e-3;
 
 TEST_F(Matrix, YCgCo) {
   const Colour rgb = {0.7, 0.4, 0.2};
   const Colour yuv = {rgb[1] / 2 + (rgb[0] + rgb[2]) / 4, rgb[1] / 2 - (rgb[0] + rgb[2]) / 4, (rgb[0] - rgb[2]) / 2};
-  expectNear(readYuv(yuv, AVCOL_SPC_YCGCO, AVCOL_TRC_BT709, AVCOL_PRI_BT709), rgb, yuvTolerance);
-  expectNear(readYuv(yuv, AVCOL_SPC_YCGCO, AVCOL_TRC_UNSPECIFIED, AVCOL_PRI_UNSPECIFIED), rgb, yuvTolerance);
+  expectNear(readYuv(yuv, AVCOL_SPC_YCGCO, AVCOL_TRC_BT709, AVCOL_PRI_BT709), rgb, ycgcoTolerance);
+  expectNear(readYuv(yuv, AVCOL_SPC_YCGCO, AVCOL_TRC_UNSPECIFIED, AVCOL_PRI_UNSPECIFIED), rgb, ycgcoTolerance);
 }
 
 TEST_F(Matrix, ConstantLuminance) {
@@ -221,7 +221,7 @@ TEST_F(Matrix, ConstantLuminance) {
   const Colour yuv = {luma, blue / (blue <= 0 ? 1.9404 : 1.5816), red / (red <= 0 ? 1.7184 : 0.9936)};
   // The primaries of BT.709 keep them from being converted on.
   expectNear(readYuv(yuv, AVCOL_SPC_BT2020_CL, AVCOL_TRC_BT2020_12, AVCOL_PRI_BT709), mapped(light, curve),
-             yuvTolerance);
+             ycgcoTolerance);
 }
 
 TEST_F(Matrix, ICtCpOfPq) {

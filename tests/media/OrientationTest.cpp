@@ -19,7 +19,7 @@ struct Place {
   int y;
 };
 
-struct Row {
+struct OrientationRow {
   const char *name;
   int exif;                   // the number that EXIF has for it
   std::array<int, 4> matrix;  // a, b, c, d
@@ -29,7 +29,7 @@ struct Row {
 constexpr int right = storedWidth - 1;
 constexpr int bottom = storedHeight - 1;
 
-const std::vector<Row> rows = {
+const std::vector<OrientationRow> rows = {
     {"upright",
      1,
      {1, 0, 0, 1},
@@ -87,7 +87,7 @@ void setMatrix(AVFrame &frame, const std::array<int, 4> &matrix, double scale = 
   std::memcpy(data->data, whole, sizeof whole);
 }
 
-void expectUpright(const Image &image, const Image &stored, const Row &row) {
+void expectUpright(const Image &image, const Image &stored, const OrientationRow &row) {
   const bool isTransposed = row.exif >= 5;
   ASSERT_EQ(image.width(), isTransposed ? storedHeight : storedWidth);
   ASSERT_EQ(image.height(), isTransposed ? storedWidth : storedHeight);
@@ -105,7 +105,7 @@ class OrientationTest : public MediaTest {};
 
 TEST_F(OrientationTest, OfAMovieComesFromItsMatrix) {
   const Image stored = straightPicture(storedWidth, storedHeight);
-  for (const Row &row : rows) {
+  for (const OrientationRow &row : rows) {
     SCOPED_TRACE(row.name);
     std::vector<FramePtr> frames;
     for (int frame = 0; frame < 2; ++frame) frames.push_back(frameOf(stored, AV_PIX_FMT_RGBA));
@@ -134,7 +134,7 @@ TEST_F(OrientationTest, OfAJpegComesFromItsExif) {
   }
   const FramePtr frame = frameOf(picture, AV_PIX_FMT_YUV444P);
   const FileBytes plain = encodeStill("mjpeg", *frame);
-  for (const Row &row : rows) {
+  for (const OrientationRow &row : rows) {
     SCOPED_TRACE(row.name);
     const std::uint8_t segment[] = {0xFF,
                                     0xE1,

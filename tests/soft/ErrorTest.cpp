@@ -65,8 +65,6 @@ class SetScreen {
   Screen screen_;
 };
 
-const float nan = std::numeric_limits<float>::quiet_NaN();
-constexpr GLenum rectangle = GL_TEXTURE_RECTANGLE_EXT;
 constexpr GLint linear = 0x2601, repeat = 0x2901, clamp = 0x2900, nearestMipmapNearest = 0x2700;
 
 void image(GLenum target, GLint level, GLenum stored, GLsizei width, GLsizei height, GLint border, GLenum format,

@@ -10,9 +10,6 @@ namespace {
 
 using namespace testing;
 
-const float nan = std::numeric_limits<float>::quiet_NaN();
-const float infinity = std::numeric_limits<float>::infinity();
-
 void setColour(const Values &colour) { glColor4f(colour[0], colour[1], colour[2], colour[3]); }
 void fillWith(const Values &colour) {
   setColour(colour);

@@ -10,9 +10,6 @@ namespace {
 
 using namespace testing;
 
-constexpr GLenum rectangle = GL_TEXTURE_RECTANGLE_EXT;
-constexpr GLenum square = GL_TEXTURE_2D;
-
 /// A rectangle texture of one level, bound.
 GLuint makeLevel(int level) {
   const GLuint name = bindNewTexture();

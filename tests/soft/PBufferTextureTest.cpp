@@ -9,8 +9,6 @@ namespace {
 
 using namespace testing;
 
-constexpr GLenum rectangle = GL_TEXTURE_RECTANGLE_EXT;
-
 CGLError attach(const Screen &to, const Screen &from) {
   return CGLTexImagePBuffer(to.context(), from.pbuffer(), GL_FRONT_LEFT);
 }

@@ -9,8 +9,6 @@ namespace {
 
 using namespace testing;
 
-constexpr GLenum rectangle = GL_TEXTURE_RECTANGLE_EXT;
-
 struct Corner {
   double x, y, s, t;
 };
@@ -111,9 +109,6 @@ TEST_P(OddQuads, AreRefusedWithTheirWholePrimitive) {
   EXPECT_EQ(glGetError(), GL_NO_ERROR);
 }
 
-const double nan = std::numeric_limits<double>::quiet_NaN();
-const double infinity = std::numeric_limits<double>::infinity();
-
 const Odd odds[] = {
     {"Slanted", {{{1, 2, 0, 0}, {9, 2, 5, 0}, {10, 8, 5, 3}, {2, 8, 0, 3}}}},
     {"Rotated", {{{6, 1, 0, 0}, {10, 5, 5, 0}, {6, 9, 5, 3}, {2, 5, 0, 3}}}},
@@ -143,7 +138,7 @@ TEST_F(Quads, FarOffOrWithoutAreaCoverNothing) {
 }
 
 TEST_F(Quads, WithTextureCoordinatesFromAnywhereDoNotCrash) {
-  for (const double far : {1e6, -1e6, 16777216.0, 1e30, -1e30, infinity, -infinity})
+  for (const double far : std::initializer_list<double>{1e6, -1e6, 16777216.0, 1e30, -1e30, infinity, -infinity})
     for (const Box &texture : {Box{0, 0, far, 3}, Box{far, far, 0, 0}, Box{-far, 0, far, 3}, Box{far, far, far, far}}) {
       drawQuad(Box{1, 1, 9, 9}, texture);
       drawQuad(Box{1.1, 1.1, 1.6, 9.9}, texture);

@@ -9,9 +9,6 @@ namespace {
 
 using namespace testing;
 
-constexpr GLenum rectangle = GL_TEXTURE_RECTANGLE_EXT;
-constexpr GLenum square = GL_TEXTURE_2D;
-
 using Row = std::vector<int>;
 
 /// The red of a row of pixels.

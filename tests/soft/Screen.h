@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -14,6 +15,11 @@
 // Small surfaces for drawing through CGL and OpenGL, and functions for what tests draw there.
 
 namespace pyrelux::soft::testing {
+
+constexpr GLenum rectangle = GL_TEXTURE_RECTANGLE_EXT;
+constexpr GLenum square = GL_TEXTURE_2D;
+constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+constexpr float infinity = std::numeric_limits<float>::infinity();
 
 struct ScreenOptions {
   bool floats = false;

@@ -10,7 +10,6 @@ namespace {
 
 using namespace testing;
 
-constexpr GLenum rectangle = GL_TEXTURE_RECTANGLE_EXT;
 constexpr int threadsAtOnce = 4;
 constexpr int rounds = 25;
 

@@ -14,8 +14,6 @@ namespace {
 
 using namespace testing;
 
-constexpr GLenum rectangle = GL_TEXTURE_RECTANGLE_EXT;
-
 void store(GLenum internalFormat, int width, int height, GLenum type, const void *pixels) {
   glTexImage2D(rectangle, 0, static_cast<GLint>(internalFormat), width, height, 0, GL_RGBA, type, pixels);
 }
@@ -107,8 +105,6 @@ TEST(Alignment, OfPackingAndUnpackingAreTwoThings) {
 TEST(Upload, OfFloatsIntoBytesRoundsAndClamps) {
   const Screen screen(2, 1, {true});
   bindNewTexture();
-  const float nan = std::numeric_limits<float>::quiet_NaN();
-  const float infinity = std::numeric_limits<float>::infinity();
   const std::vector<float> values{0.5f, 1.5f, -0.5f, 0.499f / 255, nan, infinity, -infinity, 1.0f};
   for (const GLenum stored : {GL_RGBA, GL_RGBA8}) {
     store(stored, 2, 1, GL_FLOAT, values.data());

@@ -1,23 +1,12 @@
 #include "FrameList.h"
 #include "FrameRate.h"
-#include "ValueError.h"
+#include "Refusal.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace pyrelux {
 namespace {
-
-/// What parsing throws; empty if nothing.
-template <typename Parser>
-std::string refusal(Parser parse, const std::string &text) {
-  try {
-    parse(text);
-  } catch (const ValueError &error) {
-    return error.what();
-  }
-  return {};
-}
 
 struct ValidRange {
   const char *text;

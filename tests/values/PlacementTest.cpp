@@ -1,6 +1,6 @@
 #include "Placement.h"
+#include "Refusal.h"
 #include "Seconds.h"
-#include "ValueError.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,16 +9,6 @@ namespace pyrelux {
 namespace {
 
 using testing::HasSubstr;
-
-template <typename Parse>
-std::string refusal(Parse parse, const std::string &text) {
-  try {
-    parse(text);
-  } catch (const ValueError &error) {
-    return error.what();
-  }
-  return {};
-}
 
 TEST(Placement, IsTheMiddleOrTwoShares) {
   EXPECT_EQ(formatPlacement(parsePlacement("center")), "50,50");
