@@ -23,7 +23,6 @@ export class StudioDocument extends EventTarget {
   #waiting = [];
   #underWay = null;
   #done = [];
-  #steps = 0;
   #armed = new Map();
 
   /** What the program said first; null before. */
@@ -60,12 +59,12 @@ export class StudioDocument extends EventTarget {
 
   /** Whether edits are on their way, which closing the page would lose. */
   get hasUnsent() {
-    return this.#underWay !== null || this.#waiting.length > 0 || this.#steps > 0;
+    return this.#underWay !== null || this.#waiting.length > 0;
   }
 
   /** Whether the document that came last is the answer to this page's own edit, which was "sent" before. */
   get isOwnEdit() {
-    return this.#underWay !== null && this.state.client === this.hello.client;
+    return this.#underWay !== null && !this.#underWay.step && this.state.client === this.hello.client;
   }
 
   /** @param {string} slug @returns {Keyframe[]} those in force; at least one */
@@ -129,7 +128,7 @@ export class StudioDocument extends EventTarget {
     const answer = new Promise((resolve, reject) => {
       for (const { parameter, keyframes } of edits) if (keyframes?.length === 1) this.#armed.set(parameter, keyframes[0].frame);
       const last = this.#waiting[this.#waiting.length - 1];
-      if (last?.gesture.number === gesture.number) {
+      if (last?.gesture?.number === gesture.number) {
         const targets = new Set(edits.map(targetOf));
         last.edits = [...last.edits.filter((edit) => !targets.has(targetOf(edit))), ...edits];
         last.answers.push({ resolve, reject });
@@ -161,20 +160,11 @@ export class StudioDocument extends EventTarget {
     this.edit(this.gesture(`Reset ${this.parameter(slug).label}`), [{ parameter: slug, reset: true }]);
   }
 
-  /** @param {"undo"|"redo"} which */
+  /** After the edits that are on their way. @param {"undo"|"redo"} which */
   step(which) {
-    ++this.#steps;
+    this.#waiting.push({ step: which, edits: [], answers: [] });
+    this.#sendNext();
     this.#changed();
-    this.#connection
-      .request({ type: which })
-      .then(
-        () => this.dispatchEvent(new CustomEvent("sent")),
-        (error) => this.#refuse(error, []),
-      )
-      .finally(() => {
-        --this.#steps;
-        this.#changed();
-      });
   }
 
   *#pending() {
@@ -185,13 +175,13 @@ export class StudioDocument extends EventTarget {
     if (this.#underWay || !this.#waiting.length) return;
     const batch = this.#waiting.shift();
     this.#underWay = batch;
-    const { gesture, edits } = batch;
-    const answer = this.#connection.request({ type: "edit", gesture: gesture.number, name: gesture.name, edits });
+    const { step, gesture, edits } = batch;
+    const answer = this.#connection.request(step ? { type: step } : { type: "edit", gesture: gesture.number, name: gesture.name, edits });
     this.dispatchEvent(new CustomEvent("sent"));
     try {
       const { revision } = await answer;
       // Until the document with the edit is here, the page shows the edit.
-      if (!(this.state?.revision >= revision)) {
+      if (!step && !(this.state?.revision >= revision)) {
         this.#done.push(batch);
         setTimeout(() => this.#forget(batch), 1000);
       }

@@ -1,8 +1,9 @@
-// What needs no browser: keyframes, numbers, and the memory for frames.
+// What needs no browser: keyframes, numbers, the memory for frames, and the order of what is sent.
 
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import { FrameCache } from "../../../studio/page/cache.js";
+import { StudioDocument } from "../../../studio/page/document.js";
 import { progress, replacing, valueAt, withEase, withMoved, withValue } from "../../../studio/page/keyframes.js";
 import { decimalsOf, formatBytes, formatHex, formatNumber, formatRate, parseHex, parseNumber, timecode } from "../../../studio/page/units.js";
 
@@ -154,4 +155,27 @@ test("A picture that is forgotten while it is decoded is closed, and can be deco
   assert.equal(bitmaps.bytes(), 0);
   await cache.decode(picture);
   assert.equal(bitmaps.bytes(), 256);
+});
+
+test("What is undone right after a drag is the drag, also while its last edit waits for the one before", async () => {
+  const sent = [];
+  const connection = new EventTarget();
+  connection.isOpen = true;
+  connection.request = (message) => new Promise((resolve) => sent.push({ message, answer: () => resolve({ revision: sent.length }) }));
+  const document = new StudioDocument(connection);
+  const gesture = document.gesture("Glow");
+  document.edit(gesture, [{ parameter: "glow", value: 1 }]);
+  document.edit(gesture, [{ parameter: "glow", value: 2 }]);
+  document.step("undo");
+  document.edit(document.gesture("Glow"), [{ parameter: "glow", value: 3 }]);
+  for (let count = 1; count <= 4; ++count) {
+    assert.equal(sent.length, count);
+    sent[count - 1].answer();
+    await new Promise((resolve) => setTimeout(resolve));
+  }
+  assert.deepEqual(
+    sent.map(({ message }) => message.edits?.[0].value ?? message.type),
+    [1, 2, "undo", 3],
+  );
+  assert.equal(document.hasUnsent, false);
 });
