@@ -7,6 +7,10 @@
 #include <mutex>
 #include <utility>
 
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
 #include "Desk.h"
 #include "Server.h"
 
@@ -74,12 +78,21 @@ class Post : public ServerListener, public PreviewListener, public Mail {
   Tray &tray_;
 };
 
+/// Pictures of other sizes come and go for hours. Blocks as large as pictures go back to the system at once; from the
+/// heap they would leave holes that blocks of the next size do not fit into.
+void keepLargeBlocksOffTheHeap() {
+#if defined(__GLIBC__)
+  mallopt(M_MMAP_THRESHOLD, 1 << 20);
+#endif
+}
+
 }  // namespace
 
 void runStudio(const StudioOptions &options, const job::StopToken &stop) {
   using Clock = std::chrono::steady_clock;
   constexpr std::chrono::milliseconds look{50};
   constexpr std::chrono::milliseconds betweenExports{200};
+  keepLargeBlocksOffTheHeap();
   Tray tray;
   Post post(tray);
   Server server(options.port, options.root + "/uploads", stateFolder(), ServerLimits(), post);
