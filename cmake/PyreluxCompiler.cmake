@@ -29,7 +29,7 @@ target_compile_options(pyrelux_options INTERFACE
   $<$<COMPILE_LANGUAGE:OBJCXX>:-std=c++17>
   # A fused multiply-add would change the last bit of the path between processors.
   -ffp-contract=off)
-# Sources that are compiled in lots see one another's names, which is no fault of theirs.
+# Sources that are compiled in lots see one another's names. What these warnings find is found where each is compiled alone.
 if(CMAKE_UNITY_BUILD)
   target_compile_options(pyrelux_options INTERFACE -Wno-shadow $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
 endif()
