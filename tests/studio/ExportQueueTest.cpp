@@ -1,8 +1,10 @@
 #include "ExportQueue.h"
 
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -173,6 +175,26 @@ TEST_F(ExportQueueTest, TellsWhichFrameFailedAndLeavesNoHalfFile) {
   EXPECT_EQ(status.state, ExportState::Failed);
   EXPECT_THAT(status.message, HasSubstr("frame 3: cannot read"));
   EXPECT_EQ(files(), before);
+}
+
+TEST_F(ExportQueueTest, TellsThatTheDiskIsFullAndLeavesNoHalfFile) {
+  // A limit on the size of files fails writes as a full disk does.
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+  rlimit usual{};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &usual), 0);
+  rlimit small = usual;
+  small.rlim_cur = 2000;
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+  for (const char *output : {"fire.mov", "fire.mp4", "fire.png"}) {
+    ExportQueue queue([] {});
+    const bool isStill = std::string(output) == "fire.png";
+    const ExportStatus status = waitForEnd(queue, add(queue, output, {1, isStill ? 1 : 8}, 320));
+    EXPECT_EQ(status.state, ExportState::Failed) << output;
+    EXPECT_THAT(status.message, HasSubstr("cannot write")) << output;
+    EXPECT_EQ(files(), 0u) << output;
+  }
+  EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &usual), 0);
+  std::signal(SIGXFSZ, handler);
 }
 
 TEST_F(ExportQueueTest, TellsWhatCantBeBegun) {
