@@ -6,9 +6,9 @@ const char *__tsan_default_suppressions() {
   // The Objective-C runtime sends +initialize with its lock held, and Foundation's classes take locks of their own
   // there; elsewhere they take them in the opposite order. All that reaches both here waits for the filter's turn
   // first.
-  // Pango makes Fontconfig ready on a thread of its own, and waits for it by what the sanitizer does not see.
   return "deadlock:libobjc.so\n"
          "deadlock:libgnustep-base.so\n"
+         // Pango makes Fontconfig ready on a thread of its own, and waits for it by what the sanitizer does not see.
          "called_from_lib:libfontconfig.so\n"
          "race:libfontconfig.so\n"
          "race:libglib-2.0.so\n"

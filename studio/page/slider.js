@@ -55,6 +55,28 @@ function afterKey(event, value, range) {
 }
 
 /**
+ * Keys that move a control's value; Delete, Backspace and a double click take it back to the default.
+ * @param {HTMLElement} node
+ * @param {Sink} sink
+ * @param {() => number} valueNow
+ * @param {Range} range
+ * @param {number} [step] of the arrow keys
+ */
+function takeKeys(node, sink, valueNow, range, step = range.step) {
+  const keyGesture = keyGestures(sink);
+  node.addEventListener("dblclick", () => sink.reset());
+  node.addEventListener("keydown", (event) => {
+    const isReset = event.key === "Delete" || event.key === "Backspace";
+    const moved = isReset ? null : afterKey(event, valueNow(), { ...range, step });
+    if (!isReset && moved === null) return;
+    event.preventDefault();
+    event.stopPropagation();
+    if (isReset) sink.reset();
+    else sink.change(keyGesture(), limit(moved, range));
+  });
+}
+
+/**
  * Adds a drag whose changes are counted, move by move: a modifier that changes on the way changes the pace from there on.
  * @param {PointerEvent} event
  * @param {{value: number, perPixel: number, range: Range, sink: Sink, onEnd?: (moved: boolean) => void, threshold?: number}} drag
@@ -91,7 +113,6 @@ export function makeSlider(range, sink) {
     thumb,
   );
   const span = range.sliderMaximum - range.sliderMinimum;
-  const keyGesture = keyGestures(sink);
   let value = range.sliderMinimum;
 
   node.addEventListener("pointerdown", (event) => {
@@ -109,20 +130,7 @@ export function makeSlider(range, sink) {
     sink.change(token, from);
     dragBy(event, { value: from, perPixel, range: { ...range, minimum: range.sliderMinimum, maximum: range.sliderMaximum }, sink: { ...sink, begin: () => token } });
   });
-  node.addEventListener("dblclick", () => sink.reset());
-  node.addEventListener("keydown", (event) => {
-    if (event.key === "Delete" || event.key === "Backspace") {
-      event.preventDefault();
-      event.stopPropagation();
-      sink.reset();
-      return;
-    }
-    const moved = afterKey(event, value, range);
-    if (moved === null) return;
-    event.preventDefault();
-    event.stopPropagation();
-    sink.change(keyGesture(), limit(moved, range));
-  });
+  takeKeys(node, sink, () => value, range);
 
   const decimals = decimalsOf(range.step) + (range.whole ? 0 : 1);
   return {
@@ -242,7 +250,6 @@ export function makeNumber(range, sink) {
 export function makeDial(range, sink) {
   const hand = element("div", { class: "dial-hand" });
   const node = element("div", { class: "dial", role: "slider", tabindex: 0, "aria-label": range.label, "aria-valuemin": range.minimum, "aria-valuemax": range.maximum }, hand);
-  const keyGesture = keyGestures(sink);
   let value = 0;
 
   node.addEventListener("pointerdown", (event) => {
@@ -265,20 +272,7 @@ export function makeDial(range, sink) {
       },
     });
   });
-  node.addEventListener("dblclick", () => sink.reset());
-  node.addEventListener("keydown", (event) => {
-    if (event.key === "Delete" || event.key === "Backspace") {
-      event.preventDefault();
-      event.stopPropagation();
-      sink.reset();
-      return;
-    }
-    const moved = afterKey(event, value, { ...range, step: 1 });
-    if (moved === null) return;
-    event.preventDefault();
-    event.stopPropagation();
-    sink.change(keyGesture(), limit(moved, range));
-  });
+  takeKeys(node, sink, () => value, range, 1);
   return {
     node,
     set(next) {
