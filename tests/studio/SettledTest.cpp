@@ -179,7 +179,7 @@ TEST_F(Settled, FramesAreTheCommandsForEveryPreset) {
     content_.project.parameters = look.parameters;
     content_.project.timed = look.timed;
     project::Scene scene;
-    scene.size = PictureSize{160, 90};
+    scene.size = PictureSize{96, 54};
     project::fillIn(scene, look.scene, true);
     // What counts from the end of the frames is the same for the same frames.
     scene.frames = FrameRange{1, 12};
