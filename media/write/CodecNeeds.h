@@ -8,7 +8,7 @@
 /// What single encoders need besides their options: the functions that Codec::prepare and Codec::correct point to.
 namespace pyrelux::media {
 
-/// PNG and animated PNG. They have a word for sRGB but none for BT.709, which would become a gamma that makes pictures
+/// Animated PNG. It has a word for sRGB but none for BT.709, which would become a gamma that makes pictures
 /// lighter.
 void declareSrgb(AVCodecContext &encoder, Dictionary &options, const std::string &path);
 

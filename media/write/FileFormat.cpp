@@ -8,6 +8,7 @@
 #include "ExrEncoder.h"
 #include "Joined.h"
 #include "MediaErrors.h"
+#include "PngEncoder.h"
 #include "RawStill.h"
 #include "StandardStream.h"
 #include "TiffEncoder.h"
@@ -19,12 +20,10 @@ namespace {
 Codec png() {
   Codec codec;
   codec.name = "png";
-  codec.encoder = "png";
   codec.layout8 = AV_PIX_FMT_RGBA;
   codec.layout16 = AV_PIX_FMT_RGBA64BE;
   codec.alpha = AlphaUse::Straight;
-  codec.options = {{"pred", "mixed"}};
-  codec.prepare = declareSrgb;
+  codec.encodeStill = encodePng;
   return codec;
 }
 
@@ -118,11 +117,15 @@ Codec vp9() {
 }
 
 Codec apng() {
-  Codec codec = png();
+  Codec codec;
   codec.name = "apng";
   codec.encoder = "apng";
+  codec.layout8 = AV_PIX_FMT_RGBA;
   // Of 16 bits, it would blend parts of frames in a way that its own decoder refuses.
-  codec.layout16 = codec.layout8;
+  codec.layout16 = AV_PIX_FMT_RGBA;
+  codec.alpha = AlphaUse::Straight;
+  codec.options = {{"pred", "mixed"}};
+  codec.prepare = declareSrgb;
   return codec;
 }
 
