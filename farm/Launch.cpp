@@ -13,10 +13,10 @@
 #include <stdexcept>
 #include <thread>
 
+#include "Cores.h"
 #include "FarmFiles.h"
 #include "MediaErrors.h"
 #include "Status.h"
-#include "Task.h"
 
 #if defined(__APPLE__)
 extern char **environ;

@@ -13,6 +13,7 @@
 #include "BackendChoice.h"
 #include "Bundles.h"
 #include "Chunks.h"
+#include "Cores.h"
 #include "FarmFiles.h"
 #include "Filter.h"
 #include "MediaErrors.h"

@@ -2,14 +2,13 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <exception>
 #include <mutex>
-#include <thread>
 #include <utility>
 
 #include "BackendChoice.h"
 #include "Chunks.h"
+#include "Cores.h"
 #include "FarmFiles.h"
 #include "MediaErrors.h"
 #include "RenderJob.h"
@@ -193,11 +192,4 @@ TaskResult runTask(const fs::path &farm, int round, int chunk, job::RenderListen
   record(endOf(result));
   return result;
 }
-
-int coresInUse() {
-  const char *threads = std::getenv("PYRELUX_THREADS");
-  const int asked = threads ? std::atoi(threads) : 0;
-  return asked > 0 ? asked : std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
-}
-
 }  // namespace pyrelux::farm

@@ -38,7 +38,4 @@ std::string pictureName(const Plan &plan);
 TaskResult runTask(const std::filesystem::path &farm, int round, int chunk, job::RenderListener &listener,
                    const job::StopToken &stop);
 
-/// The cores that tasks draw with: PYRELUX_THREADS, or this machine's.
-int coresInUse();
-
 }  // namespace pyrelux::farm

@@ -1,8 +1,10 @@
 #include "FramePipeline.h"
 
-#include <array>
 #include <atomic>
+#include <condition_variable>
 #include <future>
+#include <mutex>
+#include <vector>
 
 #include "BlockingQueue.h"
 
@@ -21,22 +23,22 @@ void attempt(const std::function<void(Frame &)> &stage, Frame &frame) {
 /// The same few frames go round, so that there are never more, and their memory is used again.
 class FramePool {
  public:
-  FramePool(const FrameList &frames, const Stages &stages, const StopToken &stop)
-      : frames_(frames), stages_(stages), stop_(stop) {
+  FramePool(const FrameList &frames, const Stages &stages, const StopToken &stop, int encoders)
+      : frames_(frames), stages_(stages), stop_(stop), slots_(static_cast<std::size_t>(framesUnderWay(encoders))) {
     for (Frame &frame : slots_) toRead_.push(&frame);
   }
 
-  void run() {
+  void run(int encoders) {
     // Ended before they are waited for, whatever is thrown.
     std::future<void> reading;
-    std::future<void> writing;
+    std::vector<std::future<void>> writing;
     const Ending ending{*this};
     reading = std::async(std::launch::async, [this] { readAll(); });
-    writing = std::async(std::launch::async, [this] { writeAll(); });
+    for (int i = 0; i < encoders; ++i) writing.push_back(std::async(std::launch::async, [this] { writeAll(); }));
     drawAll();
     end();
     reading.get();
-    writing.get();
+    for (std::future<void> &each : writing) each.get();
   }
 
  private:
@@ -67,6 +69,7 @@ class FramePool {
   }
 
   void drawAll() {
+    std::int64_t turn = 0;
     while (const auto frame = toDraw_.pop()) {
       if (hasFailed_ || stop_.isRequested()) return;
       if (!(*frame)->error && !(*frame)->isKept) {
@@ -75,37 +78,69 @@ class FramePool {
         if ((*frame)->error && stop_.isRequested()) return;
       }
       (*frame)->input.reset();
+      (*frame)->turn = turn++;
       toWrite_.push(*frame);
     }
   }
 
   void writeAll() {
     while (const auto frame = toWrite_.pop()) {
+      const std::exception_ptr failure = encode(**frame);
+      if (!waitForTurn((*frame)->turn)) return;
       try {
+        if (failure) std::rethrow_exception(failure);
         stages_.write(**frame);
       } catch (...) {
         hasFailed_ = true;
+        endTurn();
         toRead_.close();
         throw;
       }
+      endTurn();
       toRead_.push(*frame);
     }
+  }
+
+  std::exception_ptr encode(Frame &frame) {
+    if (hasFailed_ || frame.error || frame.isKept) return nullptr;
+    try {
+      stages_.encode(frame);
+    } catch (...) {
+      return std::current_exception();
+    }
+    return nullptr;
+  }
+
+  /// Returns once all frames before are written; false if one of them failed.
+  bool waitForTurn(std::int64_t turn) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    turnEnded_.wait(lock, [&] { return hasFailed_ || turn_ == turn; });
+    return !hasFailed_;
+  }
+
+  void endTurn() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    ++turn_;
+    turnEnded_.notify_all();
   }
 
   const FrameList &frames_;
   const Stages &stages_;
   const StopToken &stop_;
-  std::array<Frame, framesUnderWay> slots_;
+  std::vector<Frame> slots_;
   BlockingQueue<Frame *> toRead_;
   BlockingQueue<Frame *> toDraw_;
   BlockingQueue<Frame *> toWrite_;
   std::atomic<bool> hasFailed_{false};
+  std::mutex mutex_;
+  std::condition_variable turnEnded_;
+  std::int64_t turn_ = 0;  // how many are written
 };
 
 }  // namespace
 
-void runPipeline(const FrameList &frames, const Stages &stages, const StopToken &stop) {
-  FramePool(frames, stages, stop).run();
+void runPipeline(const FrameList &frames, const Stages &stages, const StopToken &stop, int encoders) {
+  FramePool(frames, stages, stop, encoders).run(encoders);
 }
 
 }  // namespace pyrelux::job

@@ -19,7 +19,7 @@ void FrameSink::take(const Frame &frame) {
 
 void FrameSink::write(const Frame &frame) {
   try {
-    writer_.write(frame.number, frame.output);
+    frame.store();
   } catch (const media::InputError &) {
     // Of the background, which writers read.
     return takeFailure(frame.number, std::current_exception());

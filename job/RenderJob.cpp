@@ -1,9 +1,11 @@
 #include "RenderJob.h"
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 
 #include "BackendChoice.h"
+#include "Cores.h"
 #include "Filter.h"
 #include "FireDrawer.h"
 #include "FramePipeline.h"
@@ -40,22 +42,26 @@ void saveSettings(const RenderRequest &request, const host::ParameterSet &parame
   project::saveProject(*request.saveProject, project, parameters.declarations());
 }
 
+/// Pictures of a sequence that are encoded at a time. Each has a frame in memory, which is 133 megabytes at 3840x2160.
+constexpr int mostEncoders = 4;
+
 /// What is done to each frame, and what it takes.
 class Rendering {
  public:
   Rendering(const RenderRequest &request, Sources &sources, bool endsWithInput, FireDrawer &drawer,
-            std::optional<record::Manifest> &manifest, FrameSink &sink)
+            std::optional<record::Manifest> &manifest, media::Writer &writer, FrameSink &sink)
       : request_(request),
         sources_(sources),
         endsWithInput_(endsWithInput),
         drawer_(drawer),
         manifest_(manifest),
+        writer_(writer),
         sink_(sink),
         density_(densityOf(request)) {}
 
   Stages stages() {
     return {[this](Frame &frame) { read(frame); }, [this](Frame &frame) { draw(frame); },
-            [this](Frame &frame) { write(frame); }};
+            [this](Frame &frame) { encode(frame); }, [this](Frame &frame) { write(frame); }};
   }
 
   void remarkTouchedBorders(RenderListener &listener) const { borders_.remark(listener); }
@@ -97,11 +103,16 @@ class Rendering {
     borders_.look(frame.number, *frame.input, frame.output);
   }
 
-  void write(Frame &frame) {
-    if (sources_.background() && !request_.drawn && !frame.error && !frame.isKept)
+  void encode(Frame &frame) {
+    if (sources_.background() && !request_.drawn)
       frame.output = sources_.background()->lay(frame.output, frame.back.get(), density_);
+    frame.store = writer_.prepare(frame.number, frame.output);
+  }
+
+  void write(Frame &frame) {
     writtenFingerprint_ = frame.sourceFingerprint;
     sink_.take(frame);
+    frame.store = nullptr;
   }
 
   const RenderRequest &request_;
@@ -110,6 +121,7 @@ class Rendering {
   bool hasEnded_ = false;
   FireDrawer &drawer_;
   std::optional<record::Manifest> &manifest_;
+  media::Writer &writer_;
   FrameSink &sink_;
   float density_;
   std::shared_ptr<const Image> picture_;  // read last
@@ -154,9 +166,9 @@ RenderResult RenderJob::run(RenderListener &listener, const StopToken &stop) {
   saveSettings(request, plan.parameters, input, frames, plan.endsWithInput, format.frameRate);
   FireDrawer drawer(filter, frameRenderer, plan.fire, settings, sources.firstFrame(), PreRollWatch(listener, stop));
   FrameSink sink(*writer, isSequence, listener);
-  Rendering stages(request, sources, plan.endsWithInput, drawer, manifest, sink);
+  Rendering stages(request, sources, plan.endsWithInput, drawer, manifest, *writer, sink);
   rendering = &stages;
-  runPipeline(plan.part, stages.stages(), stop);
+  runPipeline(plan.part, stages.stages(), stop, isSequence ? std::min(coresInUse(), mostEncoders) : 1);
 
   RenderResult result{plan.part.count(), sink.rendered(), sink.kept(), sink.failed()};
   if (plan.endsWithInput) result.frames = result.done();

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "FileFormat.h"
 #include "FramePattern.h"
@@ -26,17 +27,30 @@ bool isStream(const std::string &path) { return !standardOutputFormat(path).empt
 class StillFileWriter : public Writer {
  public:
   StillFileWriter(const std::string &path, const FileFormat &file, const OutputFormat &format)
-      : path_(path),
-        pattern_(path),
-        publish_(format.publish),
-        encoder_(StillEncoder::open(path, file.codec(format.codec, path), format)) {}
+      : path_(path), pattern_(path), publish_(format.publish), encoder_(path, file.codec(format.codec, path), format) {}
 
-  void write(std::int64_t frame, const Image &image) override {
+  void write(std::int64_t frame, const Image &image) override { prepare(frame, image)(); }
+
+  std::function<void()> prepare(std::int64_t frame, const Image &image) override {
+    return [this, frame, bytes = encoder_.encode(image)] { store(frame, bytes); };
+  }
+
+  void finish() override {
+    if (still_)
+      still_->commit();
+    else if (!hasFrames_)
+      failWriting(path_, causeNoFrame);
+  }
+
+  Losses losses() const override { return encoder_.losses(); }
+
+ private:
+  void store(std::int64_t frame, const std::vector<std::uint8_t> &bytes) {
     if (frame < 0) failWriting(path_, "the frame number " + std::to_string(frame) + " is negative");
     if (still_) failWriting(path_, "it can hold one frame only");
     const std::string path = pattern_.path(frame);
     auto output = std::make_unique<OutputFile>(path);
-    encoder_->encode(image, *output->io());
+    output->write(bytes);
     if (pattern_.isNumbered()) {
       output->complete();
       if (publish_)
@@ -50,20 +64,10 @@ class StillFileWriter : public Writer {
     }
   }
 
-  void finish() override {
-    if (still_)
-      still_->commit();
-    else if (!hasFrames_)
-      failWriting(path_, causeNoFrame);
-  }
-
-  Losses losses() const override { return encoder_->losses(); }
-
- private:
   std::string path_;
   FramePattern pattern_;
   std::function<void(const NewPicture &)> publish_;
-  std::unique_ptr<StillEncoder> encoder_;
+  StillEncoder encoder_;
   std::unique_ptr<OutputFile> still_;
   bool hasFrames_ = false;
 };
@@ -72,10 +76,10 @@ class StillFileWriter : public Writer {
 class StillStreamWriter : public Writer {
  public:
   StillStreamWriter(const std::string &path, const FileFormat &file, const OutputFormat &format)
-      : path_(path), output_(path), encoder_(StillEncoder::open(path, file.codec(format.codec, path), format)) {}
+      : path_(path), output_(path), encoder_(path, file.codec(format.codec, path), format) {}
 
   void write(std::int64_t, const Image &image) override {
-    encoder_->encode(image, *output_.io());
+    output_.write(encoder_.encode(image));
     output_.requireWritten();
     hasFrames_ = true;
   }
@@ -85,12 +89,12 @@ class StillStreamWriter : public Writer {
     output_.commit();
   }
 
-  Losses losses() const override { return encoder_->losses(); }
+  Losses losses() const override { return encoder_.losses(); }
 
  private:
   std::string path_;
   OutputStream output_;
-  std::unique_ptr<StillEncoder> encoder_;
+  StillEncoder encoder_;
   bool hasFrames_ = false;
 };
 
@@ -160,6 +164,10 @@ std::optional<NumberRange> Writer::qualityRange(const std::string &path, const s
 }
 
 bool Writer::countsPlays(const std::string &path) { return formatOf(path).playsOption != nullptr; }
+
+std::function<void()> Writer::prepare(std::int64_t frame, const Image &image) {
+  return [this, frame, &image] { write(frame, image); };
+}
 
 bool Writer::holdsAlpha(const std::string &path, const std::string &codec) {
   return formatOf(path).codec(codec, path).alpha != AlphaUse::None;

@@ -68,8 +68,8 @@ struct Losses {
 /// Writes a still, a numbered sequence or a movie, chosen by the path's extension; docs/formats.md lists them all with
 /// their codecs, alpha and depth. Everything is written beside the final name and renamed when it is complete, so that
 /// a partial file never carries the final name. To standard output (see StandardStream.h), every frame goes as soon as
-/// the encoder lets it. Threads: one writer is used by one thread at a time; different writers
-/// are independent.
+/// the encoder lets it. Threads: one writer is used by one thread at a time, but for prepare(); different writers are
+/// independent.
 class Writer {
  public:
   /// Throws InputError: audioFrom cannot be read; OutputError: unknown extension or codec, unwritable folder, a folder
@@ -127,6 +127,10 @@ class Writer {
   /// pattern of a sequence and finds the frame's time in OutputFormat::times; movies take frames in ascending order.
   /// Throws OutputError and EncoderError.
   virtual void write(std::int64_t frame, const Image &image) = 0;
+
+  /// Does what of write() needs no other frame, and returns the rest, to be called in the frames' order while `image`
+  /// is there. Threads: several at once, also while the rest of other frames is done. Throws as write() does.
+  virtual std::function<void()> prepare(std::int64_t frame, const Image &image);
 
   /// Completes the output and gives it its final name. Throws OutputError: disk full; EncoderError.
   virtual void finish() = 0;

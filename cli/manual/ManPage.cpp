@@ -27,7 +27,8 @@ const Rows environment = {
      "What the soft renderer computes with: scalar, sse2, avx2, avx512 or neon; otherwise the best that "
      "the processor has. 'pyrelux info' tells which."},
     {"PYRELUX_THREADS",
-     "How many threads the soft renderer draws with, 1 or more; otherwise one for each processor core."},
+     "How many threads the soft renderer draws with, 1 or more, and how many pictures of a sequence are encoded at the "
+     "same time, up to 4; otherwise one for each processor core."},
 };
 
 const Rows files = {

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <new>
 
@@ -31,14 +32,21 @@ void Output::openIo(Seek seek) {
   constexpr int bufferSize = 1 << 16;
   auto *buffer = static_cast<unsigned char *>(av_malloc(bufferSize));
   // Of a type that libraries before and after a change of theirs take.
-  const auto write = [](void *descriptor, auto *data, int size) {
+  const auto deliver = [](void *descriptor, auto *data, int size) {
     const int error = writeAll(*static_cast<int *>(descriptor), data, size);
     return error ? AVERROR(error) : size;
   };
-  if (buffer) io_.reset(avio_alloc_context(buffer, bufferSize, 1, &descriptor_, nullptr, write, seek));
+  if (buffer) io_.reset(avio_alloc_context(buffer, bufferSize, 1, &descriptor_, nullptr, deliver, seek));
   if (io_) return;
   av_free(buffer);
   throw std::bad_alloc();
+}
+
+void Output::write(const std::vector<std::uint8_t> &bytes) {
+  // The library takes no more at a time than an int tells.
+  constexpr std::size_t most = std::size_t{1} << 30;
+  for (std::size_t begin = 0; begin < bytes.size(); begin += most)
+    avio_write(io_.get(), &bytes[begin], static_cast<int>(std::min(most, bytes.size() - begin)));
 }
 
 void Output::requireWritten() {

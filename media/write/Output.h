@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "AvPtr.h"
 
@@ -18,6 +19,9 @@ class Output {
 
   /// The name to give to the libraries.
   virtual std::string url() const = 0;
+
+  /// Adds bytes. requireWritten() tells of what does not arrive.
+  void write(const std::vector<std::uint8_t> &bytes);
 
   /// Throws MediaError if anything written has not arrived: a full disk, a program that reads no more.
   void requireWritten();

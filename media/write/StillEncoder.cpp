@@ -1,71 +1,47 @@
 #include "StillEncoder.h"
 
-#include <algorithm>
-#include <cstdint>
-#include <vector>
+#include <utility>
 
-#include "Encoder.h"
 #include "MediaErrors.h"
-#include "PictureDelivery.h"
 #include "PictureSize.h"
 
 namespace pyrelux::media {
 
-namespace {
+StillEncoder::StillEncoder(const std::string &path, const Codec &codec, const OutputFormat &format)
+    : path_(path), codec_(codec), format_(format) {
+  deliveries_.push_back(std::make_unique<PictureDelivery>(path, codec, format));
+  if (std::int64_t{format.width} * format.height > maximumPixels) failEncoding(path, deliveries_[0]->refusedSize());
+}
 
-/// By FFmpeg, whose packets are whole files.
-class PacketStill : public StillEncoder {
- public:
-  PacketStill(const std::string &path, const Codec &codec, const OutputFormat &format)
-      : encoder_(path, codec, false, format, options_) {}
+std::vector<std::uint8_t> StillEncoder::encode(const Image &image) {
+  std::unique_ptr<PictureDelivery> delivery = takeDelivery();
+  const StillNotes notes{path_, delivery->alpha(), format_.pixelAspect, format_.record};
+  const AVFrame &frame = delivery->frame(image, delivery->layout(nullptr), image.width(), image.height());
+  std::vector<std::uint8_t> bytes = codec_.encodeStill(frame, notes);
+  giveBack(std::move(delivery));
+  return bytes;
+}
 
-  void encode(const Image &image, AVIOContext &file) override {
-    encoder_.encode(image, count_++, 1, [&file](AVPacket &packet) { avio_write(&file, packet.data, packet.size); });
+Losses StillEncoder::losses() const {
+  Losses all;
+  for (const auto &delivery : deliveries_) {
+    all.cutPixels += delivery->losses().cutPixels;
+    all.pixels += delivery->losses().pixels;
   }
+  return all;
+}
 
-  const Losses &losses() const override { return encoder_.losses(); }
+std::unique_ptr<PictureDelivery> StillEncoder::takeDelivery() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  if (deliveries_.empty()) return std::make_unique<PictureDelivery>(path_, codec_, format_);
+  std::unique_ptr<PictureDelivery> delivery = std::move(deliveries_.back());
+  deliveries_.pop_back();
+  return delivery;
+}
 
- private:
-  Dictionary options_;
-  Encoder encoder_;
-  std::int64_t count_ = 0;
-};
-
-/// By the library that the codec names.
-class LibraryStill : public StillEncoder {
- public:
-  LibraryStill(const std::string &path, const Codec &codec, const OutputFormat &format)
-      : codec_(codec),
-        delivery_(path, codec, format),
-        layout_(delivery_.layout(nullptr)),
-        notes_{path, delivery_.alpha(), format.pixelAspect, format.record} {
-    if (std::int64_t{format.width} * format.height > maximumPixels) failEncoding(path, delivery_.refusedSize());
-  }
-
-  void encode(const Image &image, AVIOContext &file) override {
-    const AVFrame &frame = delivery_.frame(image, layout_, image.width(), image.height());
-    const std::vector<std::uint8_t> bytes = codec_.encodeStill(frame, notes_);
-    // The library takes no more at a time than an int tells.
-    constexpr std::size_t most = std::size_t{1} << 30;
-    for (std::size_t begin = 0; begin < bytes.size(); begin += most)
-      avio_write(&file, &bytes[begin], static_cast<int>(std::min(most, bytes.size() - begin)));
-  }
-
-  const Losses &losses() const override { return delivery_.losses(); }
-
- private:
-  const Codec &codec_;
-  PictureDelivery delivery_;
-  AVPixelFormat layout_;
-  StillNotes notes_;
-};
-
-}  // namespace
-
-std::unique_ptr<StillEncoder> StillEncoder::open(const std::string &path, const Codec &codec,
-                                                 const OutputFormat &format) {
-  if (codec.encodeStill) return std::make_unique<LibraryStill>(path, codec, format);
-  return std::make_unique<PacketStill>(path, codec, format);
+void StillEncoder::giveBack(std::unique_ptr<PictureDelivery> delivery) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  deliveries_.push_back(std::move(delivery));
 }
 
 }  // namespace pyrelux::media

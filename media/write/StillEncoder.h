@@ -1,28 +1,41 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <vector>
 
 #include "FileFormat.h"
 #include "Image.h"
+#include "PictureDelivery.h"
 #include "Writer.h"
 
 namespace pyrelux::media {
 
-/// Turns pictures into the files of stills, by FFmpeg or by the library of the codec.
+/// Turns pictures into the files of stills. Thread: any, several at once.
 class StillEncoder {
  public:
-  /// `codec` must outlive it. Throws OutputError: a size or frame rate that nothing has; EncoderError: no such encoder,
-  /// a size that it refuses.
-  static std::unique_ptr<StillEncoder> open(const std::string &path, const Codec &codec, const OutputFormat &format);
+  /// `codec` must outlive it. Throws OutputError: a size or frame rate that nothing has; EncoderError: a size above
+  /// what is read.
+  StillEncoder(const std::string &path, const Codec &codec, const OutputFormat &format);
 
-  virtual ~StillEncoder() = default;
+  /// All bytes of a picture's file. Throws MediaError.
+  std::vector<std::uint8_t> encode(const Image &image);
 
-  /// Writes all bytes of a picture's file. Throws MediaError.
-  virtual void encode(const Image &image, AVIOContext &file) = 0;
+  /// Of the pictures encoded so far. Not while others are.
+  Losses losses() const;
 
-  /// Of the pictures encoded so far.
-  virtual const Losses &losses() const = 0;
+ private:
+  std::unique_ptr<PictureDelivery> takeDelivery();
+  void giveBack(std::unique_ptr<PictureDelivery> delivery);
+
+  std::string path_;
+  const Codec &codec_;
+  OutputFormat format_;
+  std::mutex mutex_;
+  /// Those that nobody uses, kept with their memory: one for each thread that has encoded.
+  std::vector<std::unique_ptr<PictureDelivery>> deliveries_;
 };
 
 }  // namespace pyrelux::media

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
+#include <future>
 #include <mutex>
 #include <numeric>
 #include <stdexcept>
@@ -78,7 +80,7 @@ TEST(Pipeline, ASlowWriterHoldsTheReaderUp) {
     furthest = std::max(furthest, lastRead - frame.number);
   };
   runPipeline(FrameRange{1, 40}, stages, never);
-  EXPECT_EQ(furthest, framesUnderWay - 1);
+  EXPECT_EQ(furthest, framesUnderWay(1) - 1);
 }
 
 TEST(Pipeline, StagesWorkAtTheSameTime) {
@@ -156,7 +158,56 @@ TEST(Pipeline, AWriterThatFailsEndsIt) {
   };
   EXPECT_THROW(runPipeline(FrameRange{1, 1000}, stages, never), std::runtime_error);
   EXPECT_EQ(journal.written, upTo(3));
-  EXPECT_LE(journal.read.size(), 3u + framesUnderWay);
+  EXPECT_LE(journal.read.size(), 3u + framesUnderWay(1));
+}
+
+TEST(Pipeline, EncodesSeveralFramesAtATimeAndWritesThemInOrder) {
+  // Of every three frames, the last is encoded first.
+  std::mutex mutex;
+  std::condition_variable changed;
+  std::vector<std::int64_t> encoded;
+  Journal journal;
+  Stages stages = journal.stages();
+  stages.encode = [&](Frame &frame) {
+    std::unique_lock<std::mutex> lock(mutex);
+    const bool isLast = frame.number % 3 == 0;
+    EXPECT_TRUE(changed.wait_for(lock, std::chrono::seconds(60), [&] {
+      return isLast || std::find(encoded.begin(), encoded.end(), frame.number + 1) != encoded.end();
+    })) << frame.number;
+    encoded.push_back(frame.number);
+    changed.notify_all();
+  };
+  runPipeline(FrameRange{1, 12}, stages, never, 3);
+  EXPECT_THAT(encoded, ElementsAre(3, 2, 1, 6, 5, 4, 9, 8, 7, 12, 11, 10));
+  EXPECT_EQ(journal.written, upTo(12));
+}
+
+TEST(Pipeline, AFailureToEncodeEndsItWhenItIsTheFramesTurn) {
+  std::promise<void> hasFailed;
+  Journal journal;
+  Stages stages = journal.stages();
+  stages.encode = [&](Frame &frame) {
+    if (frame.number == 1) hasFailed.get_future().wait();
+    if (frame.number != 2) return;
+    hasFailed.set_value();
+    throw std::runtime_error("too large");
+  };
+  EXPECT_THROW(runPipeline(FrameRange{1, 1000}, stages, never, 3), std::runtime_error);
+  EXPECT_EQ(journal.written, upTo(1));
+}
+
+TEST(Pipeline, OnlyWhatIsDrawnIsEncoded) {
+  std::vector<std::int64_t> encoded;
+  Journal journal;
+  Stages stages = journal.stages();
+  stages.read = [](Frame &frame) {
+    frame.isKept = frame.number == 2;
+    if (frame.number == 3) throw std::runtime_error("unreadable");
+  };
+  stages.encode = [&encoded](Frame &frame) { encoded.push_back(frame.number); };
+  runPipeline(FrameRange{1, 4}, stages, never);
+  EXPECT_THAT(encoded, ElementsAre(1, 4));
+  EXPECT_EQ(journal.written, upTo(4));
 }
 
 TEST(Pipeline, WhatIsDrawnWhenItIsStoppedIsWritten) {
