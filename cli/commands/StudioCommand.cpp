@@ -17,7 +17,7 @@
 #include "Studio.h"
 #include "ValueError.h"
 
-extern char **environ;
+extern char **environ;  // NOLINT(readability-redundant-declaration): macOS declares none
 
 namespace pyrelux::cli {
 

@@ -40,6 +40,7 @@ Option sceneOption(const std::string &key, RenderRequest &request) {
     }
   };
   Option row = option("--" + key, field.value, field.brief, field.details);
+  // NOLINTBEGIN(bugprone-use-after-move): these change the row where it is.
   if (field.isFlag())
     std::move(row).ofKind(ValueKind::None);
   else if (field.takesOnlyChoices())
@@ -47,6 +48,7 @@ Option sceneOption(const std::string &key, RenderRequest &request) {
   else if (!field.choices.empty())
     std::move(row).suggesting(field.choices);
   return std::move(row).calling(fill);
+  // NOLINTEND(bugprone-use-after-move)
 }
 
 job::BackgroundRequest parseBackground(const std::string &text) {

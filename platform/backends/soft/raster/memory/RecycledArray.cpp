@@ -24,10 +24,9 @@ constexpr std::size_t maxKeptBlocks = 16;
 void useHugePages(std::byte *block, std::size_t bytes) {
 #if defined(MADV_HUGEPAGE)
   constexpr std::uintptr_t page = std::uintptr_t{2} << 20;
-  const auto begin = (reinterpret_cast<std::uintptr_t>(block) + page - 1) / page * page;
-  const auto end = (reinterpret_cast<std::uintptr_t>(block) + bytes) / page * page;
+  const std::size_t before = (page - reinterpret_cast<std::uintptr_t>(block) % page) % page;
   // Without them it goes on as before.
-  if (end > begin) madvise(reinterpret_cast<void *>(begin), end - begin, MADV_HUGEPAGE);
+  if (bytes >= before + page) madvise(block + before, (bytes - before) / page * page, MADV_HUGEPAGE);
 #else
   static_cast<void>(block), static_cast<void>(bytes);
 #endif
