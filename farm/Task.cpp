@@ -192,4 +192,5 @@ TaskResult runTask(const fs::path &farm, int round, int chunk, job::RenderListen
   record(endOf(result));
   return result;
 }
+
 }  // namespace pyrelux::farm

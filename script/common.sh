@@ -6,8 +6,8 @@ program_packages=(
   g++ gobjc++ cmake ninja-build pkg-config
   libgnustep-base-dev libgnustep-gui-dev
   libegl-dev libegl1 libegl-mesa0 libgl1-mesa-dri
-  libavfilter-dev libavformat-dev libavcodec-dev libavutil-dev libswresample-dev libswscale-dev libdeflate-dev libtiff-dev libopenexr-dev
-  libimath-dev libzimg-dev
+  libavfilter-dev libavformat-dev libavcodec-dev libavutil-dev libswresample-dev libswscale-dev
+  libdeflate-dev libtiff-dev libopenexr-dev libimath-dev libzimg-dev
   libpango1.0-dev libcairo2-dev librsvg2-dev librsvg2-bin fonts-dejavu-core libimagequant-dev
   libfftw3-dev
   frei0r-plugins-dev libmlt-dev
@@ -18,7 +18,8 @@ program_packages=(
 # What the tests and benchmarks need besides: a second compiler, the frameworks, a backend for AppKit's buttons, programs
 # that look at what ours writes, and the shells that complete its command lines.
 test_packages=(
-  clang clang-format libgtest-dev libgmock-dev libbenchmark-dev libwebp-dev zlib1g-dev python3-jsonschema gnustep-back0.29-cairo ffmpeg melt
+  clang clang-format libgtest-dev libgmock-dev libbenchmark-dev libwebp-dev zlib1g-dev python3-jsonschema
+  gnustep-back0.29-cairo ffmpeg melt
   gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad parallel
   slurmctld slurmd slurm-client munge
   groff-base zsh fish appstream desktop-file-utils shared-mime-info libglib2.0-bin

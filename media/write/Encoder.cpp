@@ -26,8 +26,7 @@ void tagColours(AVCodecContext &context, const AVPixFmtDescriptor &layout) {
 
 }  // namespace
 
-Encoder::Encoder(const std::string &path, const Codec &codec, bool isMovie, const OutputFormat &format,
-                 Dictionary &options)
+Encoder::Encoder(const std::string &path, const Codec &codec, const OutputFormat &format, Dictionary &options)
     : path_(path), codec_(codec), delivery_(path, codec, format) {
   const AVCodec *encoder = avcodec_find_encoder_by_name(codec.encoder);
   if (!encoder) failEncoding(path, "the installed FFmpeg lacks the encoder '" + std::string(codec.encoder) + "'");
@@ -46,11 +45,9 @@ Encoder::Encoder(const std::string &path, const Codec &codec, bool isMovie, cons
   // Exact for every ratio that video knows.
   constexpr int largestTerm = 10000;
   if (format.pixelAspect != 1.0) context_->sample_aspect_ratio = av_d2q(format.pixelAspect, largestTerm);
-  if (isMovie) {
-    context_->thread_count = 0;
-    context_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-    tagColours(*context_, layout);
-  }
+  context_->thread_count = 0;
+  context_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+  tagColours(*context_, layout);
   for (const auto &[name, value] : codec.options) options.set(name, value);
   if (format.crf && codec.crf.option) options.set(codec.crf.option, std::to_string(*format.crf).c_str());
   if (format.quality && codec.quality.option)

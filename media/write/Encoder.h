@@ -16,10 +16,10 @@ class Encoder {
  public:
   using Sink = std::function<void(AVPacket &)>;
 
-  /// A movie's packets belong into a container. `codec` must outlive this. `options` gives what the encoder does not
+  /// For a container. `codec` must outlive this. `options` gives what the encoder does not
   /// know back. Throws OutputError: a size or frame rate that nothing has; EncoderError: no such encoder, a size that
   /// it refuses.
-  Encoder(const std::string &path, const Codec &codec, bool isMovie, const OutputFormat &format, Dictionary &options);
+  Encoder(const std::string &path, const Codec &codec, const OutputFormat &format, Dictionary &options);
 
   /// Encodes a picture as the next one, of that time and duration in units of context().time_base. `sink` gets the
   /// packets that are ready. Throws MediaError.

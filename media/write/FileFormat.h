@@ -50,7 +50,7 @@ struct Codec {
   /// `isFlushing`: it will be given no more.
   void (*correct)(AVPacket &packet, std::int64_t pictures, bool isFlushing) = nullptr;
   /// The bytes of a still's file that holds a frame of the layout, by a library other than FFmpeg; null for FFmpeg's
-  /// encoder. Throws EncoderError.
+  /// encoder. Thread: any, several at once. Throws EncoderError.
   std::vector<std::uint8_t> (*encodeStill)(const AVFrame &frame, const StillNotes &notes) = nullptr;
 };
 

@@ -23,7 +23,7 @@ std::unique_ptr<Output> openOutput(const std::string &path) {
 MovieWriter::MovieWriter(const std::string &path, const FileFormat &file, const OutputFormat &format)
     : path_(path),
       output_(openOutput(path)),
-      encoder_(path, file.codec(format.codec, path), true, format, options_),
+      encoder_(path, file.codec(format.codec, path), format, options_),
       times_(format.times) {
   AVFormatContext *muxer = nullptr;
   require(avformat_alloc_output_context2(&muxer, nullptr, file.muxer, output_->url().c_str()));

@@ -117,7 +117,14 @@ INSTANTIATE_TEST_SUITE_P(Layouts, PngTest,
 
 TEST(PngChunks, SayWhatIsKnown) {
   const FramePtr frame = blankFrame(AV_PIX_FMT_RGBA, 4, 4);
-  EXPECT_EQ(typesOf(encodePng(*frame, 1.0, PngEffort::Usual)), "IHDR sRGB cHRM gAMA IDAT IEND ");
+  const FileBytes square = encodePng(*frame, 1.0, PngEffort::Usual);
+  EXPECT_EQ(typesOf(square), "IHDR sRGB cHRM gAMA IDAT IEND ");
+  // Relative colorimetric; the primaries and the white of sRGB, and 1 / 2.2, in 1/100000.
+  EXPECT_EQ(chunksOf(square).at(1).data, FileBytes{1});
+  const std::array<std::uint32_t, 8> primaries{31270, 32900, 64000, 33000, 30000, 60000, 15000, 6000};
+  for (std::size_t i = 0; i < primaries.size(); ++i)
+    EXPECT_EQ(numberAt(chunksOf(square).at(2).data, 4 * i), primaries[i]);
+  EXPECT_EQ(numberAt(chunksOf(square).at(3).data, 0), 45455u);
   const FileBytes wide = encodePng(*frame, 16.0 / 15.0, PngEffort::Usual);
   EXPECT_EQ(typesOf(wide), "IHDR pHYs sRGB cHRM gAMA IDAT IEND ");
   EXPECT_EQ(chunksOf(wide).at(1).data, (FileBytes{0, 0, 0, 16, 0, 0, 0, 15, 0}));

@@ -5,7 +5,9 @@
 #include <csignal>
 #include <filesystem>
 #include <functional>
+#include <future>
 #include <set>
+#include <vector>
 
 #include "Encoder.h"
 #include "FileFormat.h"
@@ -102,14 +104,14 @@ TEST_F(WriterTest, KnowsWhatCodecsHold) {
 }
 
 TEST_F(WriterTest, MissingEncoder) {
-  Codec codec = formatOf("a.png").codec("", "a.png");
+  Codec codec = formatOf("a.mkv").codec("", "a.mkv");
   codec.encoder = "none";
   Dictionary options;
-  EXPECT_THROW(Encoder("a.png", codec, false, {4, 4, 8, {}}, options), EncoderError);
+  EXPECT_THROW(Encoder("a.mkv", codec, {4, 4, 8, {}}, options), EncoderError);
   EXPECT_EQ(messageOf([&] {
-              Encoder("a.png", codec, false, {4, 4, 8, {}}, options);
+              Encoder("a.mkv", codec, {4, 4, 8, {}}, options);
             }),
-            "cannot write 'a.png': the installed FFmpeg lacks the encoder 'none'");
+            "cannot write 'a.mkv': the installed FFmpeg lacks the encoder 'none'");
 }
 
 TEST_F(WriterTest, WhatItWritesIsNotLeftOver) {
@@ -258,6 +260,31 @@ TEST_F(WriterTest, TwoWritersOfOneNameDoNotMix) {
   first->finish();
   expectSame(Reader::open(path("x.mkv"))->read(3), toBytes(delivered(flat(4, 4, 1, 0, 0, 1), {}, 32)));
   EXPECT_EQ(names(), std::vector<std::string>{"x.mkv"});
+}
+
+TEST_F(WriterTest, SequencesAreEncodedBySeveralThreadsAndWrittenInTurn) {
+  constexpr int frames = 24;
+  const auto pictureOf = [](int frame) { return flat(64, 48, static_cast<float>(frame) / frames, 0.5f, 0, 0.5f); };
+  for (const char *name : {"f_%d.png", "f_%d.tif", "f_%d.exr"}) {
+    std::vector<Image> pictures;
+    for (int frame = 0; frame < frames; ++frame) pictures.push_back(pictureOf(frame));
+    const auto alone = Writer::open(path(std::string("one_") + name), {64, 48, 8, {}});
+    const auto writer = Writer::open(path(std::string("many_") + name), {64, 48, 8, {}});
+    std::vector<std::future<std::function<void()>>> rests;
+    for (int frame = 0; frame < frames; ++frame)
+      rests.push_back(std::async(std::launch::async, [&, frame] {
+        return writer->prepare(frame, pictures[static_cast<std::size_t>(frame)]);
+      }));
+    for (int frame = 0; frame < frames; ++frame) {
+      alone->write(frame, pictures[static_cast<std::size_t>(frame)]);
+      const std::string expected = Writer::pathOf(path(std::string("many_") + name), frame);
+      EXPECT_FALSE(std::filesystem::exists(expected));
+      rests[static_cast<std::size_t>(frame)].get()();
+      EXPECT_EQ(load(expected), load(Writer::pathOf(path(std::string("one_") + name), frame))) << expected;
+    }
+    EXPECT_EQ(writer->losses().pixels, frames * 64 * 48);
+    EXPECT_EQ(writer->losses().cutPixels, alone->losses().cutPixels);
+  }
 }
 
 TEST_F(WriterTest, TheTemporaryNameCannotBeGuessed) {
