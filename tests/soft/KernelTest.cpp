@@ -201,12 +201,7 @@ TEST_P(KernelTest, ScaledLevelsAreTheSameToTheBit) {
       for (int i = 8 * group; i < 8 * group + 8; ++i) {
         const int inside = upTo(reach);
         table.taps[i] = static_cast<std::uint16_t>(table.windows[group] + inside);
-        const int fraction = upTo(7) ? upTo(255) : 0;
-        table.fractions[i] = static_cast<std::uint8_t>(fraction);
-        table.pairs[2 * i] = static_cast<std::uint8_t>(inside);
-        table.pairs[2 * i + 1] = static_cast<std::uint8_t>(fraction ? inside + 1 : inside);
-        table.weights[2 * i] = static_cast<std::uint8_t>(fraction ? 256 - fraction : 255);
-        table.weights[2 * i + 1] = static_cast<std::uint8_t>(fraction ? fraction : 1);
+        table.fractions[i] = static_cast<std::uint8_t>(upTo(7) ? upTo(255) : 0);
       }
     }
     RowTaps taps;
@@ -299,9 +294,9 @@ TEST_P(KernelTest, ScaledFloatsAreTheSameWithinRounding) {
 }
 
 TEST_P(KernelTest, ScaledLevelsOnFloatsAreTheExactSums) {
-  std::vector<std::int8_t> texels(512 * 64 + 64);
+  std::vector<std::uint8_t> texels(512 * 64 + 64);
   for (int round = 0; round < 200; ++round) {
-    for (auto &texel : texels) texel = texelOf(round % 3 ? upTo(255) : 255 * upTo(1));
+    for (auto &texel : texels) texel = static_cast<std::uint8_t>(round % 3 ? upTo(255) : 255 * upTo(1));
     // Narrow tables at first, then such as no shuffle reaches.
     const int reach = round % 2 ? 14 : 200;
     MixedColumnTable table{};
@@ -310,10 +305,7 @@ TEST_P(KernelTest, ScaledLevelsOnFloatsAreTheExactSums) {
       if (i % 8 == 0) table.windows[i / 8] = static_cast<std::uint16_t>(upTo(200));
       const int inside = upTo(reach);
       table.taps[i] = static_cast<std::uint16_t>(table.windows[i / 8] + inside);
-      table.fractions[i] = upTo(7) ? unit() : 0.0f;
-      table.pairs[4 * i] = static_cast<std::uint8_t>(inside);
-      table.pairs[4 * i + 2] = static_cast<std::uint8_t>(inside + 1);
-      table.pairs[4 * i + 1] = table.pairs[4 * i + 3] = 0x80;
+      table.fractions[i] = static_cast<std::uint16_t>(i % 8 ? upTo(mixedUnit) : upTo(1) * mixedUnit);
     }
     RowTaps taps;
     std::vector<int> lowest;
@@ -327,7 +319,7 @@ TEST_P(KernelTest, ScaledLevelsOnFloatsAreTheExactSums) {
         static_cast<std::size_t>(1 + upTo(5)),
         {texels.data(), &table, taps.texelRows.data(), taps.lowerRows.data(), rowFractions, {}});
     for (ScaledMixed &copy : copies)
-      for (float &tint : copy.tints) tint = unit() / 255;
+      for (float &tint : copy.tints) tint = unit() / (255 * mixedUnit);
     float mask[stripWidth];
     for (auto &m : mask) m = static_cast<float>(upTo(1));
     for (int channels = 1; channels <= 4; ++channels) {
@@ -337,8 +329,8 @@ TEST_P(KernelTest, ScaledLevelsOnFloatsAreTheExactSums) {
         for (int i = 0; i < stripWidth * rows; ++i) {
           const int x = i % stripWidth, y = i / stripWidth;
           const auto sample = [&](int texelRow) {
-            const std::int8_t *tap = texels.data() + 512 * texelRow + table.taps[x];
-            return tap[0] + 128.0 + static_cast<double>(table.fractions[x]) * (tap[1] - tap[0]);
+            const std::uint8_t *tap = texels.data() + 512 * texelRow + table.taps[x];
+            return static_cast<double>(tap[0] * mixedUnit + table.fractions[x] * (tap[1] - tap[0]));
           };
           const int lower = lowest[static_cast<std::size_t>(y)];
           const double value = sample(lower) + rowFractions[y] * (sample(lower + 1) - sample(lower));
@@ -347,7 +339,8 @@ TEST_P(KernelTest, ScaledLevelsOnFloatsAreTheExactSums) {
           for (const int texelRow : {lower, lower + 1})
             for (const int column : {0, 1})
               largest =
-                  std::max(largest, texels[static_cast<std::size_t>(512 * texelRow + table.taps[x] + column)] + 128.0);
+                  std::max<double>(largest, texels[static_cast<std::size_t>(512 * texelRow + table.taps[x] + column)]);
+          largest *= mixedUnit;
           double sum = 0, size = c;
           for (const ScaledMixed &copy : copies) {
             sum += value * static_cast<double>(copy.tints[c]);

@@ -125,20 +125,40 @@ TEST_P(RandomScenes, OtherPassesAreTheReferenceToTheByte) {
 
 INSTANTIATE_TEST_SUITE_P(Starts, RandomScenes, ::testing::Range(1, 61));
 
+TEST_P(RandomScenes, WideFlamesOnFloatsAreTheReferenceWithinAStepOfPositions) {
+  for (const int width : {511, 512, 1500}) {
+    Pixels reference = makePicture(random, Picture::Noise, Samples::Float, width, 9);
+    auto fast = std::make_shared<Pixels>(reference);
+    const int quads = between(random, 1, 12);
+    Pass pass = flame(Samples::Byte, reference, quads);
+    pass.texture = std::make_shared<Pixels>(makePicture(random, Picture::Noise, Samples::Byte, width, 9));
+    pass.quads.clear();
+    for (int i = 0; i < quads; ++i) pass.quads.push_back(makeQuad(random, *pass.texture, reference));
+    drawBoth({pass}, reference, fast);
+    // Each copy's position may be off by half a step of 1/32767 texel, between texels that differ by 1 at most.
+    const double steps = width < 512 ? 0 : 1.0 / 65534;
+    const Difference difference = firstDifference(
+        reference, *fast, [&](double value) { return (value + 1) * 6e-8 * 6 * (quads + 1) + steps * quads; });
+    ASSERT_EQ(difference.x, -1) << difference << " at " << width << ", start " << GetParam();
+  }
+}
+
 TEST(Rasteriser, CopiesAtAboutHalfTheirSizeAreTheReference) {
   // There, the texels of neighbouring pixels just fit into one load of a kernel, or just do not.
   Random random(11);
-  const auto texture = std::make_shared<Pixels>(makePicture(random, Picture::Noise, Samples::Byte, 400, 20));
+  const auto texture = std::make_shared<Pixels>(makePicture(random, Picture::Noise, Samples::Byte, 1100, 20));
   for (const Samples samples : {Samples::Byte, Samples::Float})
     for (double texels = 1.8; texels < 2.4; texels += 0.007) {
       Pass pass;
       pass.texture = texture;
       pass.blend = Blend::Add;
-      pass.quads = {{makeAxis(3, 3 + 400 / texels, 0, 400, 250), makeAxis(0, 15, 0, 20, 16), {0.9f, 0.7f, 0.5f, 1.0f}}};
-      Pixels reference(samples, 250, 16);
+      pass.quads = {
+          {makeAxis(3, 3 + 1100 / texels, 0, 1100, 640), makeAxis(0, 15, 0, 20, 16), {0.9f, 0.7f, 0.5f, 1.0f}}};
+      Pixels reference(samples, 640, 16);
       auto fast = std::make_shared<Pixels>(reference);
       drawBoth({pass}, reference, fast);
-      const double slack = samples == Samples::Byte ? 0.0 : 1e-6;
+      // On floats, half a step of a position.
+      const double slack = samples == Samples::Byte ? 0.0 : 1e-6 + 1.0 / 65534;
       const Difference difference = firstDifference(reference, *fast, [&](double) { return slack; });
       ASSERT_EQ(difference.x, -1) << difference << " at " << texels << " texels in a pixel";
     }

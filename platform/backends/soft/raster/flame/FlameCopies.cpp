@@ -16,9 +16,21 @@ std::int64_t positionInside(const Axis &axis, int pixel) {
   return axis.position(std::clamp(pixel, axis.first, axis.end - 1));
 }
 
-/// Fills what tables of levels have in common: base, taps, windows and whether they are narrow.
-template <typename ColumnTable>
-void fillTaps(const int (&taps)[stripWidth], ColumnTable &table) {
+/// A position's lower texel, and its fraction in the units of a table.
+Tap tapFor(std::int64_t position, const LevelColumnTable &) { return tapAt(position); }
+Tap tapFor(std::int64_t position, const MixedColumnTable &) {
+  const std::int64_t fraction = position & (Axis::one - 1);
+  return {FloatAccumulator::texel(position), static_cast<int>((fraction * mixedUnit + Axis::one / 2) >> 32)};
+}
+
+template <typename Fraction>
+void fillTable(const Axis &axis, int strip, ColumnTable<Fraction> &table) {
+  int taps[stripWidth];
+  for (int i = 0; i < stripWidth; ++i) {
+    const Tap tap = tapFor(positionInside(axis, strip * stripWidth + i), table);
+    taps[i] = tap.texel;
+    table.fractions[i] = static_cast<Fraction>(tap.fraction);
+  }
   table.base = *std::min_element(taps, taps + stripWidth);
   table.narrow = true;
   for (int group = 0; group < stripWidth / 8; ++group) {
@@ -27,42 +39,6 @@ void fillTaps(const int (&taps)[stripWidth], ColumnTable &table) {
     table.narrow = table.narrow && *high + 1 - *low < 16;
   }
   for (int i = 0; i < stripWidth; ++i) table.taps[i] = static_cast<std::uint16_t>(taps[i] - table.base);
-}
-
-void fillTable(const Axis &axis, int strip, LevelColumnTable &table) {
-  int taps[stripWidth];
-  for (int i = 0; i < stripWidth; ++i) {
-    const Tap tap = tapAt(positionInside(axis, strip * stripWidth + i));
-    taps[i] = tap.texel;
-    table.fractions[i] = static_cast<std::uint8_t>(tap.fraction);
-  }
-  fillTaps(taps, table);
-  for (int i = 0; i < stripWidth; ++i) {
-    const int inWindow = table.taps[i] - table.windows[i / 8];
-    const int fraction = table.fractions[i];
-    table.pairs[2 * i] = static_cast<std::uint8_t>(inWindow);
-    // A weight of 256 does not fit a byte, so a fraction of 0 takes the same texel twice.
-    table.pairs[2 * i + 1] = static_cast<std::uint8_t>(fraction ? inWindow + 1 : inWindow);
-    table.weights[2 * i] = static_cast<std::uint8_t>(fraction ? 256 - fraction : 255);
-    table.weights[2 * i + 1] = static_cast<std::uint8_t>(fraction ? fraction : 1);
-  }
-}
-
-void fillTable(const Axis &axis, int strip, MixedColumnTable &table) {
-  int taps[stripWidth];
-  for (int i = 0; i < stripWidth; ++i) {
-    const std::int64_t position = positionInside(axis, strip * stripWidth + i);
-    taps[i] = FloatAccumulator::texel(position);
-    table.fractions[i] = FloatAccumulator::fraction(position);
-  }
-  fillTaps(taps, table);
-  constexpr std::uint8_t zero = 0x80;
-  for (int i = 0; i < stripWidth; ++i) {
-    const int inWindow = table.taps[i] - table.windows[i / 8];
-    table.pairs[4 * i] = static_cast<std::uint8_t>(inWindow);
-    table.pairs[4 * i + 2] = static_cast<std::uint8_t>(inWindow + 1);
-    table.pairs[4 * i + 1] = table.pairs[4 * i + 3] = zero;
-  }
 }
 
 void fillTable(const Axis &axis, int strip, FloatColumnTable &table) {

@@ -81,7 +81,7 @@ bool isFlame(const Pass &pass) { return pass.texture && pass.filter == Filter::L
 void addFlame(const Pass &pass, Pixels &target, bool blank) {
   if (target.samples() == Samples::Byte)
     addFlameOf<ByteAccumulator>(pass, target, blank);
-  else if (pass.texture->samples() == Samples::Byte)
+  else if (MixedAccumulator::suits(*pass.texture))
     addFlameOf<MixedAccumulator>(pass, target, blank);
   else
     addFlameOf<FloatAccumulator>(pass, target, blank);

@@ -173,6 +173,7 @@ TexturePlanes::TexturePlanes(const Pixels &texture, unsigned wanted)
   for (std::size_t c = 0; c < 4; ++c) {
     if (planeOf_[c] != static_cast<int>(c)) continue;
     if (wanted & Levels) levels_[c] = RecycledArray<std::int8_t>(size);
+    if (wanted & Bytes) bytes_[c] = RecycledArray<std::uint8_t>(size);
     if (wanted & Floats) floats_[c] = RecycledArray<float>(size);
   }
   occupancy_.resize(width_, height_);
@@ -206,6 +207,9 @@ void TexturePlanes::fillRows(const Pixels &texture, unsigned wanted, int first, 
       if (wanted & Levels)
         spread(row, width_, c, levels_[plane].data() + at(0, y), marginRight,
                [](auto sample) { return static_cast<std::int8_t>(asLevel(sample) - 128); });
+      if (wanted & Bytes)
+        spread(row, width_, c, bytes_[plane].data() + at(0, y), marginRight,
+               [](auto sample) { return asLevel(sample); });
       if (wanted & Floats)
         spread(row, width_, c, floats_[plane].data() + at(0, y), marginRight,
                [](auto sample) { return asFloat(sample); });

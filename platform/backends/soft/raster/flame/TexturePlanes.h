@@ -89,7 +89,8 @@ class TexturePlanes {
 
   enum Wanted : unsigned {
     Levels = 1,  ///< levels - 128, as signed bytes
-    Floats = 2,
+    Bytes = 2,   ///< levels, as unsigned bytes
+    Floats = 4,
   };
 
   /// `wanted` is a combination of Wanted: the kinds of planes to make. Thread: uses the pool.
@@ -110,6 +111,9 @@ class TexturePlanes {
   /// The texel at (x, y), which may lie in the margins. The planes of that kind were wanted.
   const std::int8_t *levels(int plane, int x, int y) const {
     return levels_[static_cast<std::size_t>(plane)].data() + at(x, y);
+  }
+  const std::uint8_t *bytes(int plane, int x, int y) const {
+    return bytes_[static_cast<std::size_t>(plane)].data() + at(x, y);
   }
   const float *floats(int plane, int x, int y) const {
     return floats_[static_cast<std::size_t>(plane)].data() + at(x, y);
@@ -134,6 +138,7 @@ class TexturePlanes {
   std::array<int, 4> planeOf_{0, 1, 2, 3};
   std::array<Facts, 4> facts_;
   std::array<RecycledArray<std::int8_t>, 4> levels_;
+  std::array<RecycledArray<std::uint8_t>, 4> bytes_;
   std::array<RecycledArray<float>, 4> floats_;
   Occupancy occupancy_;
 };

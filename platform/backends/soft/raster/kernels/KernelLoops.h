@@ -23,11 +23,10 @@ inline void sampleWide(const std::int8_t *row, const LevelColumnTable &columns, 
     samples[i] = static_cast<std::uint16_t>(level + 128);
   }
 }
-inline void sampleWide(const std::int8_t *row, const MixedColumnTable &columns, float *samples) {
+inline void sampleWide(const std::uint8_t *row, const MixedColumnTable &columns, float *samples) {
   for (int i = 0; i < stripWidth; ++i) {
-    const std::int8_t *tap = row + columns.taps[i];
-    const float lower = static_cast<float>(tap[0] + 128), step = static_cast<float>(tap[1] - tap[0]);
-    samples[i] = lower + columns.fractions[i] * step;
+    const std::uint8_t *tap = row + columns.taps[i];
+    samples[i] = static_cast<float>(tap[0] * mixedUnit + columns.fractions[i] * (tap[1] - tap[0]));
   }
 }
 inline void sampleWide(const float *row, const FloatColumnTable &columns, float *samples) {
@@ -67,7 +66,7 @@ struct FloatLanes {
   using WideFraction = float;
   using Target = FloatTarget;
   static constexpr int lanes = floatLanes;
-  static constexpr bool weighs = true;  ///< sums are not rounded, so tint and fraction can be multiplied beforehand
+  static constexpr bool weighs = true;  ///< sums are not rounded, see Weighed
 
   static Floats load(const float *from) { return loadFloats(from); }
   static void store(float *to, Floats floats) { storeFloats(to, floats); }
@@ -84,7 +83,6 @@ struct FloatLanes {
 template <typename Lanes>
 struct UnitRows {
   using Vector = typename Lanes::Vector;
-  static constexpr bool weighs = false;
 
   template <typename Copy>
   UnitRows(const Copy &copy, std::ptrdiff_t rowStride, int x, int y)
@@ -121,21 +119,40 @@ struct UnitRows {
 /// A strip of a copy at another size, after the rows of texels were sampled at its columns.
 template <typename Lanes>
 struct Resampled {
-  using Sum = typename Lanes::Sum;
-  using Wide = typename Lanes::WideFraction;
+  template <typename Copy>
+  void prepare(const Copy &copy, int rows, const typename Lanes::Sum *samples) {
+    for (int y = 0; y < rows; ++y) lower[y] = samples + (copy.lowerRows[y] - copy.lowerRows[0]) * stripWidth;
+    for (int y = 0; y < rows; ++y) fractions[y] = Lanes::widen(copy.rowFractions[y]);
+    for (int c = 0; c < 4; ++c) tints[c] = copy.tints[c];
+  }
 
-  const Sum *lower[stripHeight];  ///< for each row of the target, its lower row of samples; the upper one follows it
-  Wide fractions[stripHeight];
-  Wide lowerWeights[stripHeight];  ///< of the two rows of samples, in the only channel; only if Lanes::weighs
-  Wide upperWeights[stripHeight];
+  const typename Lanes::Sum *lower[stripHeight];  ///< for each row of the target, its lower row of samples; the upper
+                                                  ///< one follows it
+  typename Lanes::WideFraction fractions[stripHeight];
   typename Lanes::Fraction tints[4];
 };
 
-/// Its rows, from column x on.
+/// The same in one channel, when sums are not rounded: then the tint can be multiplied by the fractions beforehand.
+template <typename Lanes>
+struct Weighed {
+  template <typename Copy>
+  void prepare(const Copy &copy, int rows, const typename Lanes::Sum *samples) {
+    for (int y = 0; y < rows; ++y) lower[y] = samples + (copy.lowerRows[y] - copy.lowerRows[0]) * stripWidth;
+    for (int y = 0; y < rows; ++y) {
+      upperWeights[y] = copy.rowFractions[y] * copy.tints[0];
+      lowerWeights[y] = (1.0f - copy.rowFractions[y]) * copy.tints[0];
+    }
+  }
+
+  const typename Lanes::Sum *lower[stripHeight];
+  typename Lanes::Fraction lowerWeights[stripHeight];
+  typename Lanes::Fraction upperWeights[stripHeight];
+};
+
+/// A resampled strip's rows, from column x on.
 template <typename Lanes>
 struct ResampledRows {
   using Vector = typename Lanes::Vector;
-  static constexpr bool weighs = Lanes::weighs;
 
   ResampledRows(const Resampled<Lanes> &of, std::ptrdiff_t, int fromX, int) : copy(of), x(fromX) {}
 
@@ -144,13 +161,6 @@ struct ResampledRows {
   Vector next(int y) const {
     const typename Lanes::Sum *lower = copy.lower[y] + x;
     return lerp(Lanes::load(lower), Lanes::load(lower + stripWidth), Lanes::broadcastWide(copy.fractions[y]));
-  }
-
-  /// Adds a row to the sums of the only channel.
-  Vector addedTo(Vector sum, int y) const {
-    const typename Lanes::Sum *lower = copy.lower[y] + x;
-    sum = multiplyAdd(Lanes::load(lower), Lanes::broadcastWide(copy.lowerWeights[y]), sum);
-    return multiplyAdd(Lanes::load(lower + stripWidth), Lanes::broadcastWide(copy.upperWeights[y]), sum);
   }
 
   const Resampled<Lanes> &copy;
@@ -178,11 +188,6 @@ inline void addBlock(const Copy *copies, int count, std::ptrdiff_t stride, const
 #pragma GCC unroll 4
     for (int c = 0; c < channels; ++c) tints[c] = Lanes::broadcast(copies[i].tints[c]);
     Rows copyRows(copies[i], stride, x, y);
-    if constexpr (Rows::weighs && channels == 1 && !masked) {
-#pragma GCC unroll 8
-      for (int r = 0; r < rows; ++r) sums[r][0] = copyRows.addedTo(sums[r][0], y + r);
-      continue;
-    }
 #pragma GCC unroll 8
     for (int r = 0; r < rows; ++r) {
       Vector value = copyRows.next(y + r);
@@ -210,35 +215,29 @@ void addStrip(const Copy *copies, int count, std::ptrdiff_t stride, const typena
       addBlock<Lanes, Rows, channels, masked, 1>(copies, count, stride, target, x, y);
 }
 
-/// Samples the rows of texels that `rows` rows of a strip need, each once, into rows of stripWidth samples.
+/// Samples the rows of texels that `rows` rows of a strip need, each once, into rows of stripWidth samples. Returns the
+/// number of rows sampled.
 template <typename Lanes, typename Copy>
-inline void resample(const Copy &copy, std::ptrdiff_t stride, int rows, typename Lanes::Sum *samples) {
+inline int resample(const Copy &copy, std::ptrdiff_t stride, int rows, typename Lanes::Sum *samples) {
   const int *first = copy.texelRows + copy.lowerRows[0];
   const int count = copy.lowerRows[rows - 1] + 2 - copy.lowerRows[0];
   if constexpr (shuffles) {
     if (copy.columns->narrow) {
-      for (int x = 0; x < stripWidth; x += Lanes::lanes) {
-        const auto sampled = narrowSampler(*copy.columns, x);
-        for (int i = 0; i < count; ++i)
-          Lanes::store(samples + i * stripWidth + x, sampled(copy.texels + first[i] * stride));
+      // All columns of a row one after another: its texels are in the nearest cache then.
+      constexpr int vectors = stripWidth / Lanes::lanes;
+      using Sampler = decltype(narrowSampler(*copy.columns, 0));
+      Sampler samplers[vectors];
+      for (int v = 0; v < vectors; ++v) samplers[v] = narrowSampler(*copy.columns, v * Lanes::lanes);
+      for (int i = 0; i < count; ++i) {
+        const auto *row = copy.texels + first[i] * stride;
+#pragma GCC unroll 8
+        for (int v = 0; v < vectors; ++v) Lanes::store(samples + i * stripWidth + v * Lanes::lanes, samplers[v](row));
       }
-      return;
+      return count;
     }
   }
   for (int i = 0; i < count; ++i) sampleWide(copy.texels + first[i] * stride, *copy.columns, samples + i * stripWidth);
-}
-
-template <typename Lanes, typename Copy>
-inline void prepare(const Copy &copy, int rows, const typename Lanes::Sum *samples, Resampled<Lanes> &strip) {
-  for (int y = 0; y < rows; ++y) strip.lower[y] = samples + (copy.lowerRows[y] - copy.lowerRows[0]) * stripWidth;
-  for (int y = 0; y < rows; ++y) strip.fractions[y] = Lanes::widen(copy.rowFractions[y]);
-  for (int c = 0; c < 4; ++c) strip.tints[c] = copy.tints[c];
-  if constexpr (Lanes::weighs) {
-    for (int y = 0; y < rows; ++y) {
-      strip.upperWeights[y] = copy.rowFractions[y] * copy.tints[0];
-      strip.lowerWeights[y] = (1.0f - copy.rowFractions[y]) * copy.tints[0];
-    }
-  }
+  return count;
 }
 
 template <int number>
@@ -269,22 +268,82 @@ void add(const Copy *copies, int count, std::ptrdiff_t stride, const typename La
   }
 }
 
-template <typename Lanes, typename Copy>
-void addScaled(const Copy *copies, int count, std::ptrdiff_t stride, const typename Lanes::Target &target) {
+template <typename Lanes>
+void addStrips(const Resampled<Lanes> *copies, int count, const typename Lanes::Target &target) {
+  add<Lanes, ResampledRows<Lanes>>(copies, count, 0, target);
+}
+
+/// Adds rows y .. y + rows - 1 of copies to the sums of their channel, in each row `vectors` vectors from x on.
+template <typename Lanes, int rows, int vectors>
+inline void addWeighed(const Weighed<Lanes> *copies, int count, typename Lanes::Sum *sums, int x, int y) {
+  using Vector = typename Lanes::Vector;
+  Vector block[rows][vectors];
+  typename Lanes::Sum *const first = sums + y * stripWidth + x;
+#pragma GCC unroll 8
+  for (int r = 0; r < rows; ++r)
+#pragma GCC unroll 8
+    for (int v = 0; v < vectors; ++v) block[r][v] = Lanes::load(first + r * stripWidth + v * Lanes::lanes);
+  for (int i = 0; i < count; ++i) {
+#pragma GCC unroll 8
+    for (int r = 0; r < rows; ++r) {
+      const typename Lanes::Sum *lower = copies[i].lower[y + r] + x;
+      const Vector lowerWeight = Lanes::broadcast(copies[i].lowerWeights[y + r]);
+      const Vector upperWeight = Lanes::broadcast(copies[i].upperWeights[y + r]);
+#pragma GCC unroll 8
+      for (int v = 0; v < vectors; ++v) {
+        const typename Lanes::Sum *at = lower + v * Lanes::lanes;
+        block[r][v] = multiplyAdd(Lanes::load(at), lowerWeight, block[r][v]);
+        block[r][v] = multiplyAdd(Lanes::load(at + stripWidth), upperWeight, block[r][v]);
+      }
+    }
+  }
+#pragma GCC unroll 8
+  for (int r = 0; r < rows; ++r)
+#pragma GCC unroll 8
+    for (int v = 0; v < vectors; ++v) Lanes::store(first + r * stripWidth + v * Lanes::lanes, block[r][v]);
+}
+
+template <typename Lanes>
+void addStrips(const Weighed<Lanes> *copies, int count, const typename Lanes::Target &target) {
+  constexpr int inStrip = stripWidth / Lanes::lanes;
+  constexpr int vectors = inStrip < 4 ? inStrip : 4;
+  constexpr int rows = (vectorRegisters >= 32 ? 16 : 8) / vectors;
+  int y = 0;
+  for (; y + rows <= target.rows; y += rows)
+    for (int x = 0; x < stripWidth; x += vectors * Lanes::lanes)
+      addWeighed<Lanes, rows, vectors>(copies, count, target.sums[0], x, y);
+  for (; y < target.rows; ++y)
+    for (int x = 0; x < stripWidth; x += vectors * Lanes::lanes)
+      addWeighed<Lanes, 1, vectors>(copies, count, target.sums[0], x, y);
+}
+
+template <typename Lanes, typename Strip, typename Copy>
+void addResampled(const Copy *copies, int count, std::ptrdiff_t stride, const typename Lanes::Target &target) {
   using Sum = typename Lanes::Sum;
   // Every row of the target samples two rows of texels at most. As many copies at once as the nearest cache holds.
   constexpr int samplesOfCopy = 2 * stripHeight * stripWidth;
-  constexpr int atOnce = 32768 / (samplesOfCopy * static_cast<int>(sizeof(Sum)));
-  alignas(64) Sum samples[atOnce][samplesOfCopy];
-  Resampled<Lanes> strips[atOnce];
-  for (int done = 0; done < count; done += atOnce) {
-    const int now = count - done < atOnce ? count - done : atOnce;
-    for (int i = 0; i < now; ++i) {
-      resample<Lanes>(copies[done + i], stride, target.rows, samples[i]);
-      prepare<Lanes>(copies[done + i], target.rows, samples[i], strips[i]);
+  constexpr int space = 20480 / static_cast<int>(sizeof(Sum));
+  constexpr int atOnce = 8;
+  alignas(64) Sum samples[space];
+  Strip strips[atOnce];
+  for (int done = 0; done < count;) {
+    int now = 0;
+    for (int used = 0; now < atOnce && done + now < count && used + samplesOfCopy <= space; ++now) {
+      const Copy &copy = copies[done + now];
+      strips[now].prepare(copy, target.rows, samples + used);
+      used += resample<Lanes>(copy, stride, target.rows, samples + used) * stripWidth;
     }
-    add<Lanes, ResampledRows<Lanes>>(strips, now, stride, target);
+    addStrips(strips, now, target);
+    done += now;
   }
+}
+
+template <typename Lanes, typename Copy>
+void addScaled(const Copy *copies, int count, std::ptrdiff_t stride, const typename Lanes::Target &target) {
+  if constexpr (Lanes::weighs) {
+    if (target.channels == 1 && !target.mask) return addResampled<Lanes, Weighed<Lanes>>(copies, count, stride, target);
+  }
+  addResampled<Lanes, Resampled<Lanes>>(copies, count, stride, target);
 }
 
 // The loops below suit the compiler's vectoriser.

@@ -47,30 +47,22 @@ struct UnitFloats {
   float tints[4];
 };
 
-/// The places along a row where a strip of a copy at another size samples. Taps count from texel `base`, the lowest.
-struct LevelColumnTable {
-  int base;
+/// The places along a row where a strip of a copy at another size samples. Kept small, because a frame reads megabytes
+/// of tables; what shuffles need follows from it.
+template <typename Fraction>
+struct ColumnTable {
+  int base;  ///< taps count from this texel, the lowest
   std::uint16_t taps[stripWidth];
-  std::uint8_t fractions[stripWidth];
-  /// The table is narrow when the texels of each group of eight pixels lie within a window of 16. Then, for each group,
-  /// `windows` has the window's start; for each pixel, `pairs` has its two texels in the window and `weights` their
-  /// weights, which sum to 256.
+  Fraction fractions[stripWidth];
+  /// The table is narrow when the texels of each group of eight pixels lie within a window of 16.
   bool narrow;
-  std::uint16_t windows[stripWidth / 8];
-  std::uint8_t pairs[stripWidth * 2];
-  std::uint8_t weights[stripWidth * 2];
+  std::uint16_t windows[stripWidth / 8];  ///< the lowest tap of each group
 };
-
-/// The same for levels that are added to floats, with exact fractions. Samples are 0 .. 255.
-struct MixedColumnTable {
-  int base;
-  std::uint16_t taps[stripWidth];
-  float fractions[stripWidth];
-  /// As above. Each texel of a pair is followed by a byte that selects zero, which makes it a word.
-  bool narrow;
-  std::uint16_t windows[stripWidth / 8];
-  std::uint8_t pairs[stripWidth * 4];
-};
+using LevelColumnTable = ColumnTable<std::uint8_t>;  ///< fractions in 1/256
+/// For levels that are added to floats. Fractions are in 1/mixedUnit, and samples are levels times mixedUnit: the
+/// largest number for which both weights are signed words.
+using MixedColumnTable = ColumnTable<std::uint16_t>;
+constexpr int mixedUnit = 32767;
 
 /// The same for floats, counted from texel 0.
 struct FloatColumnTable {
@@ -95,7 +87,7 @@ struct ScaledCopy {
   Fraction tints[4];             ///< what is added for each unit of a sample
 };
 using ScaledLevels = ScaledCopy<std::int8_t, LevelColumnTable, std::int16_t>;
-using ScaledMixed = ScaledCopy<std::int8_t, MixedColumnTable, float>;
+using ScaledMixed = ScaledCopy<std::uint8_t, MixedColumnTable, float>;  ///< texels are levels
 using ScaledFloats = ScaledCopy<float, FloatColumnTable, float>;
 
 struct Kernels {

@@ -63,28 +63,43 @@ struct NarrowLevels {
   __m256i weights;
 };
 inline NarrowLevels narrowSampler(const LevelColumnTable &columns, int x) {
-  return {{columns.windows[x / 8], columns.windows[x / 8 + 1]},
-          _mm256_loadu_si256(reinterpret_cast<const __m256i *>(columns.pairs + 2 * x)),
-          _mm256_loadu_si256(reinterpret_cast<const __m256i *>(columns.weights + 2 * x))};
+  const std::uint16_t low = columns.windows[x / 8], high = columns.windows[x / 8 + 1];
+  const __m256i taps = _mm256_sub_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(columns.taps + x)),
+                                        _mm256_set_m128i(_mm_set1_epi16(high), _mm_set1_epi16(low)));
+  const __m256i fractions =
+      _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(columns.fractions + x)));
+  // A weight of 256 does not fit a byte, so a fraction of 0 takes the same texel twice, by 255 and by 1.
+  const __m256i whole = _mm256_cmpeq_epi16(fractions, _mm256_setzero_si256());
+  const __m256i next = _mm256_add_epi16(_mm256_add_epi16(taps, _mm256_set1_epi16(1)), whole);
+  const __m256i weights = _mm256_sub_epi16(fractions, whole);
+  return {{low, high},
+          _mm256_or_si256(taps, _mm256_slli_epi16(next, 8)),
+          _mm256_or_si256(_mm256_sub_epi16(_mm256_set1_epi16(256), weights), _mm256_slli_epi16(weights, 8))};
 }
 
 struct NarrowMixed {
-  Floats operator()(const std::int8_t *row) const {
+  Floats operator()(const std::uint8_t *row) const {
     const __m256i window = _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(row + first)));
-    // The other sign bit adds the 128 again. Each lane gets a pair of words, the lower texel first.
-    const __m256i levels = _mm256_shuffle_epi8(_mm256_xor_si256(window, _mm256_set1_epi8(-128)), pairs);
-    const __m256i lower = _mm256_and_si256(levels, _mm256_set1_epi32(0xFFFF));
-    const __m256i step = _mm256_madd_epi16(levels, _mm256_set1_epi32(0x0001FFFF));
-    return multiplyAdd({_mm256_cvtepi32_ps(step)}, {fractions}, {_mm256_cvtepi32_ps(lower)});
+    // Each lane gets a pair of words, the lower texel first.
+    return {_mm256_cvtepi32_ps(_mm256_madd_epi16(_mm256_shuffle_epi8(window, pairs), weights))};
   }
 
   std::ptrdiff_t first;
   __m256i pairs;
-  __m256 fractions;
+  __m256i weights;
 };
 inline NarrowMixed narrowSampler(const MixedColumnTable &columns, int x) {
-  return {columns.windows[x / 8], _mm256_loadu_si256(reinterpret_cast<const __m256i *>(columns.pairs + 4 * x)),
-          _mm256_loadu_ps(columns.fractions + x)};
+  const std::uint16_t first = columns.windows[x / 8];
+  const __m128i taps = _mm_sub_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(columns.taps + x)),
+                                     _mm_set1_epi16(static_cast<short>(first)));
+  const __m256i wide = _mm256_cvtepu16_epi32(taps);
+  // The bytes of each lane: the tap, zero, the next tap, zero.
+  const __m256i pairs = _mm256_add_epi32(_mm256_or_si256(wide, _mm256_slli_epi32(wide, 16)),
+                                         _mm256_set1_epi32(static_cast<int>(0x80018000)));
+  const __m256i fractions =
+      _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i *>(columns.fractions + x)));
+  return {first, pairs,
+          _mm256_or_si256(_mm256_sub_epi32(_mm256_set1_epi32(mixedUnit), fractions), _mm256_slli_epi32(fractions, 16))};
 }
 
 struct NarrowFloats {

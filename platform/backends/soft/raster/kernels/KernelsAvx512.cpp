@@ -44,7 +44,10 @@ inline Floats multiplyAdd(Floats a, Floats b, Floats c) { return {_mm512_fmadd_p
 
 constexpr bool shuffles = true;
 
-inline __m128i windowAt(const std::int8_t *texel) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(texel)); }
+template <typename Texel>
+inline __m128i windowAt(const Texel *texel) {
+  return _mm_loadu_si128(reinterpret_cast<const __m128i *>(texel));
+}
 
 struct NarrowLevels {
   Words operator()(const std::int8_t *row) const {
@@ -62,34 +65,56 @@ struct NarrowLevels {
   __m512i weights;
 };
 inline NarrowLevels narrowSampler(const LevelColumnTable &columns, int) {
-  return {{columns.windows[0], columns.windows[1], columns.windows[2], columns.windows[3]},
-          _mm512_loadu_si512(columns.pairs),
-          _mm512_loadu_si512(columns.weights)};
+  const std::uint16_t *const windows = columns.windows;
+  std::uint64_t four;
+  __builtin_memcpy(&four, windows, sizeof four);
+  // Each group of eight lanes gets its window.
+  const __m512i groups = _mm512_set_epi64(0x0003000300030003, 0x0003000300030003, 0x0002000200020002,
+                                          0x0002000200020002, 0x0001000100010001, 0x0001000100010001, 0, 0);
+  const __m512i taps =
+      _mm512_sub_epi16(_mm512_loadu_si512(columns.taps),
+                       _mm512_permutexvar_epi16(groups, _mm512_set1_epi64(static_cast<long long>(four))));
+  const __m512i fractions =
+      _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(columns.fractions)));
+  // A weight of 256 does not fit a byte, so a fraction of 0 takes the same texel twice, by 255 and by 1.
+  const __m512i whole = _mm512_movm_epi16(_mm512_cmpeq_epi16_mask(fractions, _mm512_setzero_si512()));
+  const __m512i next = _mm512_add_epi16(_mm512_add_epi16(taps, _mm512_set1_epi16(1)), whole);
+  const __m512i weights = _mm512_sub_epi16(fractions, whole);
+  return {{windows[0], windows[1], windows[2], windows[3]},
+          _mm512_or_si512(taps, _mm512_slli_epi16(next, 8)),
+          _mm512_or_si512(_mm512_sub_epi16(_mm512_set1_epi16(256), weights), _mm512_slli_epi16(weights, 8))};
 }
 
-// Masked, because the unmasked forms make g++ 12 warn about its own header.
-inline Floats floatsOf(__m512i integers) { return {_mm512_maskz_cvtepi32_ps(0xFFFF, integers)}; }
-
 struct NarrowMixed {
-  Floats operator()(const std::int8_t *row) const {
+  Floats operator()(const std::uint8_t *row) const {
     const __m512i low = _mm512_castsi256_si512(_mm256_broadcastsi128_si256(windowAt(row + windows[0])));
     const __m256i high = _mm256_broadcastsi128_si256(windowAt(row + windows[1]));
     const __m512i window = _mm512_maskz_inserti64x4(0xFF, low, high, 1);
-    // The other sign bit adds the 128 again. Each lane gets a pair of words, the lower texel first.
-    const __m512i levels = _mm512_shuffle_epi8(_mm512_xor_si512(window, _mm512_set1_epi8(-128)), pairs);
-    const __m512i lower = _mm512_and_si512(levels, _mm512_set1_epi32(0xFFFF));
-    const __m512i step = _mm512_madd_epi16(levels, _mm512_set1_epi32(0x0001FFFF));
-    return multiplyAdd(floatsOf(step), {fractions}, floatsOf(lower));
+    // Each lane gets a pair of words, the lower texel first. Masked, because the unmasked form makes g++ 12 warn about
+    // its own header.
+    const __m512i samples = _mm512_madd_epi16(_mm512_shuffle_epi8(window, pairs), weights);
+    return {_mm512_maskz_cvtepi32_ps(0xFFFF, samples)};
   }
 
   std::ptrdiff_t windows[2];
   __m512i pairs;
-  __m512 fractions;
+  __m512i weights;
 };
 inline NarrowMixed narrowSampler(const MixedColumnTable &columns, int x) {
-  return {{columns.windows[x / 8], columns.windows[x / 8 + 1]},
-          _mm512_loadu_si512(columns.pairs + 4 * x),
-          _mm512_loadu_ps(columns.fractions + x)};
+  const std::uint16_t low = columns.windows[x / 8], high = columns.windows[x / 8 + 1];
+  const __m256i taps = _mm256_sub_epi16(
+      _mm256_loadu_si256(reinterpret_cast<const __m256i *>(columns.taps + x)),
+      _mm256_set_m128i(_mm_set1_epi16(static_cast<short>(high)), _mm_set1_epi16(static_cast<short>(low))));
+  const __m512i wide = _mm512_maskz_cvtepu16_epi32(0xFFFF, taps);
+  // The bytes of each lane: the tap, zero, the next tap, zero.
+  const __m512i pairs = _mm512_add_epi32(_mm512_or_si512(wide, _mm512_maskz_slli_epi32(0xFFFF, wide, 16)),
+                                         _mm512_set1_epi32(static_cast<int>(0x80018000)));
+  const __m512i fractions =
+      _mm512_maskz_cvtepu16_epi32(0xFFFF, _mm256_loadu_si256(reinterpret_cast<const __m256i *>(columns.fractions + x)));
+  return {{low, high},
+          pairs,
+          _mm512_or_si512(_mm512_sub_epi32(_mm512_set1_epi32(mixedUnit), fractions),
+                          _mm512_maskz_slli_epi32(0xFFFF, fractions, 16))};
 }
 
 struct NarrowFloats {
