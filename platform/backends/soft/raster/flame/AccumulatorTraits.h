@@ -56,7 +56,9 @@ struct ByteAccumulator {
   static void add(const ScaledLevels *copies, int count, std::ptrdiff_t stride, const LevelTarget &target) {
     kernels().scaledLevels(copies, count, stride, target);
   }
-  static bool isSaturated(const Sum *sums, int rows) { return kernels().isSaturated(sums, rows); }
+  /// The columns of a strip's part.
+  static int partColumns() { return kernels().levelColumns; }
+  static bool isSaturated(const LevelTarget &target) { return kernels().isSaturated(target); }
   static void put(const Sum *const sums[4], const Sum constants[4], int width, bool blank, std::uint8_t *pixels) {
     kernels().putLevels(sums, constants, width, blank, pixels);
   }
@@ -101,7 +103,8 @@ struct FloatAccumulator {
   static void add(const ScaledFloats *copies, int count, std::ptrdiff_t stride, const FloatTarget &target) {
     kernels().scaledFloats(copies, count, stride, target);
   }
-  static bool isSaturated(const Sum *, int) { return false; }
+  static int partColumns() { return halfStrip; }
+  static bool isSaturated(const FloatTarget &) { return false; }
   static void put(const Sum *const sums[4], const Sum constants[4], int width, bool blank, float *pixels) {
     kernels().putFloats(sums, constants, width, blank, pixels);
   }

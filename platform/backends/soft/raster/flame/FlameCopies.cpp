@@ -126,7 +126,7 @@ void Flame<Traits>::add(const Quad &quad, const std::array<bool, 4> &mask) {
 
 template <typename Traits>
 typename Flame<Traits>::Bounds Flame<Traits>::boundsOf(const Copy<Traits> &copy) const {
-  Bounds all{copy.x.first, copy.x.end, copy.y.first, copy.y.end};
+  Bounds all{copy.x.first, copy.x.end, copy.y.first, copy.y.end, copy.isUnit, copy.shiftX, copy.shiftY};
   if (!copy.isUnit || copy.hasConstants) return all;
   const Occupancy::Box &box = planes.occupancy().box();
   // Pixels beside the texture sample its edges.

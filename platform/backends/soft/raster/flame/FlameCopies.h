@@ -7,6 +7,7 @@
 
 #include "AccumulatorTraits.h"
 #include "Pass.h"
+#include "TileParts.h"
 
 // A flame's quads, prepared for adding up.
 
@@ -74,17 +75,19 @@ struct PlaneGroup {
 /// The copies that are added up together.
 template <typename Traits>
 struct Flame {
+  /// What tells whether a copy has anything in a tile.
   struct Bounds {
-    int x0, x1, y0, y1;
+    int x0, x1, y0, y1;  ///< the pixels where it may add something
+    bool isUnit;         ///< as Copy's
+    int shiftX, shiftY;
   };
 
-  explicit Flame(const TexturePlanes &texturePlanes) : planes(texturePlanes) {}
+  explicit Flame(const TexturePlanes &texturePlanes) : planes(texturePlanes), parts(texturePlanes.occupancy()) {}
 
   /// Whether the kernels can draw the quad: no tap lies outside the planes' margins.
   bool reaches(const Quad &quad) const;
   /// Adds a copy for the quad, unless it would change nothing. `mask` has the channels that are written.
   void add(const Quad &quad, const std::array<bool, 4> &mask);
-  /// The pixels of a copy where it may add something.
   Bounds boundsOf(const Copy<Traits> &copy) const;
   /// Completes the copies after the last add(). Thread: uses the pool.
   void prepare();
@@ -92,8 +95,9 @@ struct Flame {
   void clear();
 
   const TexturePlanes &planes;
+  const TileParts parts;
   std::vector<Copy<Traits>> copies;
-  /// The pixels where each copy may add something; contiguous, because every tile searches them.
+  /// For each copy; contiguous, because every tile searches them.
   std::vector<Bounds> bounds;
   std::vector<PlaneGroup> groups;
   unsigned channels = 0;        ///< a bit for each channel that any copy changes

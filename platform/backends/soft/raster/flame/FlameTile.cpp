@@ -14,6 +14,18 @@ void prefetch(const Value &value) {
     __builtin_prefetch(reinterpret_cast<const char *>(&value) + offset);
 }
 
+constexpr unsigned allParts = (1u << partsOfStrip) - 1;
+constexpr unsigned firstHalves = allParts & 0x55555555u;
+
+/// All parts of the strips that have a pixel from `first` to `end` - 1 of the tile.
+std::uint32_t stripsBetween(int first, int end) {
+  const int before = first / stripWidth * partsOfStrip, after = 32 - ((end - 1) / stripWidth + 1) * partsOfStrip;
+  return ~0u << before & ~0u >> after;
+}
+
+/// From a strip's first pixel to a part's.
+std::ptrdiff_t offsetOf(int part, std::ptrdiff_t stride) { return part / 2 * partRows * stride + part % 2 * halfStrip; }
+
 }  // namespace
 
 template <typename Traits>
@@ -34,62 +46,35 @@ void FlameTile<Traits>::findParts() {
   for (std::size_t i = 0; i < flame_.bounds.size(); ++i) {
     const auto &bounds = flame_.bounds[i];
     if (bounds.x0 >= x1_ || bounds.x1 <= x0_ || bounds.y0 >= y1_ || bounds.y1 <= y0_) continue;
+    std::uint32_t parts = ~0u;
+    if (bounds.isUnit) parts = flame_.parts.at(x0_ + bounds.shiftX, y0_ + bounds.shiftY);
+    if (parts == 0) continue;
     const Copy<Traits> &copy = flame_.copies[i];
     const int x0 = std::max(copy.x.first, x0_), x1 = std::min(copy.x.end, x1_);
     const int y0 = std::max(copy.y.first, y0_), y1 = std::min(copy.y.end, y1_);
     if (x0 >= x1 || y0 >= y1) continue;
-    const TapRange rows = copy.rowRange(y0, y1 - 1);
-    Part part{&copy, x0, x1, y0, y1, flame_.planes.occupancy().band(rows.low, rows.high)};
-    if (copy.isUnit) {
-      findStripParts(part);
-      if (part.parts == 0) continue;
-    } else if (!isFull_ && part.isEmpty(x0, x1)) {
-      continue;
-    }
-    if (copy.hasConstants) noteConstants(part);
+    parts &= stripsBetween(x0 - x0_, x1 - x0_);
+    if (!bounds.isUnit && !isFull_) parts &= occupiedStrips(copy, x0, x1, y0, y1);
+    if (parts == 0) continue;
+    if (copy.hasConstants) noteConstants({&copy, x0, x1, y0, y1, parts});
     if ((flame_.channels & ~full_) == 0) return;
-    if (copy.channels != 0) parts_.push_back(part);
+    if (copy.channels != 0) parts_.push_back({&copy, x0, x1, y0, y1, parts});
   }
 }
 
 template <typename Traits>
-void FlameTile<Traits>::findStripParts(Part &part) const {
-  const Copy<Traits> &copy = *part.copy;
-  const int left = x0_ + copy.shiftX, bottom = part.y0 + copy.shiftY;
-  constexpr int blocks = stripHeight / partRows, cell = Occupancy::cellWidth;
-  static_assert(Occupancy::cellHeight == partRows && halfStrip == 2 * cell && width / cell + 1 < 25);
-  const bool isInside =
-      left >= 0 && left + width < flame_.planes.width() && bottom >= 0 && bottom + stripHeight < flame_.planes.height();
-  if (isFull_ || !isInside) {
-    for (int strip = 0; strip < strips; ++strip)
-      for (int half = 0; half < 2; ++half) {
-        const int begin = x0_ + strip * stripWidth + half * halfStrip;
-        const int from = std::max(part.x0, begin), to = std::min(part.x1, begin + halfStrip);
-        if (from < to && (isFull_ || !part.isEmpty(from, to))) part.parts |= 0x55u << (8 * strip + half);
-      }
-    return;
+std::uint32_t FlameTile<Traits>::occupiedStrips(const Copy<Traits> &copy, int x0, int x1, int y0, int y1) const {
+  const TapRange rows = copy.rowRange(y0, y1 - 1);
+  const Occupancy::Band band = flame_.planes.occupancy().band(rows.low, rows.high);
+  std::uint32_t parts = 0;
+  for (int strip = 0; strip < strips; ++strip) {
+    const int left = x0_ + strip * stripWidth;
+    const int from = std::max(x0, left), to = std::min(x1, left + stripWidth);
+    if (from >= to) continue;
+    const TapRange columns = copy.columnRange(from, to - 1);
+    if (band.any(columns.low, columns.high)) parts |= allParts << partsOfStrip * strip;
   }
-  // The rows of a block lie in two rows of cells, and the columns of a half in three columns.
-  std::uint32_t cells[blocks + 1];
-  for (int row = 0; row <= blocks; ++row)
-    cells[row] = flame_.planes.occupancy().cellsFrom(left / cell, bottom / Occupancy::cellHeight + row);
-  for (int block = 0; block < blocks; ++block) {
-    const std::uint32_t rows = cells[block] | cells[block + 1];
-    const std::uint32_t halves = rows | rows >> 1 | rows >> 2;
-    for (int strip = 0; strip < strips; ++strip) {
-      const std::uint32_t both = (halves >> 4 * strip & 1) | (halves >> (4 * strip + 1) & 2);
-      part.parts |= both << (8 * strip + 2 * block);
-    }
-  }
-}
-
-template <typename Traits>
-bool FlameTile<Traits>::hasAnything(const Part &part, int strip) const {
-  const int left = x0_ + strip * stripWidth;
-  const int from = std::max(part.x0, left), to = std::min(part.x1, left + stripWidth);
-  if (from >= to) return false;
-  if (part.copy->isUnit) return (part.parts >> 8 * strip & allParts) != 0;
-  return isFull_ || !part.isEmpty(from, to);
+  return parts;
 }
 
 template <typename Traits>
@@ -133,34 +118,59 @@ void FlameTile<Traits>::addNotedConstants() {
 
 template <typename Traits>
 void FlameTile<Traits>::addGroup(int strip, const PlaneGroup &group) {
-  const int left = x0_ + strip * stripWidth;
-  int units = 0, scaled = 0;
+  const int left = x0_ + strip * stripWidth, right = std::min(left + stripWidth, x1_);
+  const auto target = targetOf(strip, group, y0_, y1_);
+  const bool joinHalves = Traits::partColumns() == stripWidth;
+  const unsigned all = ((1u << (y1_ - y0_ + partRows - 1) / partRows * 2) - 1) & (joinHalves ? firstHalves : allParts);
+  unsigned open = all;  // the parts that are not saturated
   for (const Part &part : parts_) {
-    if (!(part.copy->channels & group.bits)) continue;
-    if (!hasAnything(part, strip)) continue;
-    const bool isWhole = part.x0 <= left && part.x1 >= left + stripWidth && part.y0 == y0_ && part.y1 == y1_;
+    unsigned wanted = part.parts >> partsOfStrip * strip & allParts;
+    if (wanted == 0 || !(part.copy->channels & group.bits)) continue;
+    const bool isWhole = part.x0 <= left && part.x1 >= right && part.y0 == y0_ && part.y1 == y1_;
     if (!isWhole) {
       addAlone(strip, group, part);
       continue;
     }
-    if (part.copy->isUnit)
-      units_[units++] = unitSource(strip, group, part);
-    else
-      scaled_[scaled++] = scaledSource(strip, group, part);
-    if (units < maxAtOnce && scaled < maxAtOnce) continue;
-    addSources(strip, group, units_, units);
-    addSources(strip, group, scaled_, scaled);
-    units = scaled = 0;
-    if (isSaturated(strip, group)) return;
+    if (!part.copy->isUnit) {
+      scaled_.push(scaledSource(strip, group, part));
+      if (scaled_.isFull() && saturates(scaled_, target)) open = 0;
+    } else {
+      if (joinHalves) wanted |= wanted >> 1;
+      wanted &= open;
+      if (wanted == 0) continue;
+      const auto source = unitSource(strip, group, part);
+      if (wanted == all) {
+        units_.push(source);
+        if (units_.isFull() && saturates(units_, target)) open = 0;
+      } else {
+        for (; wanted; wanted &= wanted - 1) {
+          const int number = __builtin_ctz(wanted);
+          auto &queue = unitsOfPart_[number];
+          queue.push(source);
+          queue.sources[queue.count - 1].texels += offsetOf(number, flame_.planes.stride());
+          if (queue.isFull() && saturates(queue, partOf(target, number))) open &= ~(1u << number);
+        }
+      }
+    }
+    if (open == 0) break;
   }
-  addSources(strip, group, units_, units);
-  addSources(strip, group, scaled_, scaled);
+  flush(units_, target);
+  flush(scaled_, target);
+  for (int number = 0; number < partsOfStrip; ++number) flush(unitsOfPart_[number], partOf(target, number));
 }
 
 template <typename Traits>
 template <typename Source>
-void FlameTile<Traits>::addSources(int strip, const PlaneGroup &group, const Source *sources, int count) {
-  if (count > 0) Traits::add(sources, count, flame_.planes.stride(), targetOf(strip, group, y0_, y1_));
+void FlameTile<Traits>::flush(Queue<Source> &queue, const typename Traits::Target &target) {
+  if (queue.count > 0) Traits::add(queue.sources, queue.count, flame_.planes.stride(), target);
+  queue.count = 0;
+}
+
+template <typename Traits>
+template <typename Source>
+bool FlameTile<Traits>::saturates(Queue<Source> &queue, const typename Traits::Target &target) {
+  flush(queue, target);
+  return Traits::isSaturated(target);
 }
 
 template <typename Traits>
@@ -185,7 +195,6 @@ typename Traits::UnitCopy FlameTile<Traits>::unitSource(int strip, const PlaneGr
   typename Traits::UnitCopy source;
   source.texels =
       Traits::texels(flame_.planes, group.plane, x0_ + strip * stripWidth + copy.shiftX, part.y0 + copy.shiftY);
-  source.parts = part.parts >> 8 * strip & allParts;
   source.fractionX = copy.fractionX;
   source.fractionY = copy.fractionY;
   for (int i = 0; i < group.count; ++i) source.tints[i] = copy.tints[group.channels[i]];
@@ -208,18 +217,20 @@ typename Traits::ScaledCopy FlameTile<Traits>::scaledSource(int strip, const Pla
 }
 
 template <typename Traits>
-bool FlameTile<Traits>::isSaturated(int strip, const PlaneGroup &group) const {
-  for (int i = 0; i < group.count; ++i)
-    if (!Traits::isSaturated(sums_[group.channels[i]][strip], y1_ - y0_)) return false;
-  return true;
-}
-
-template <typename Traits>
 typename Traits::Target FlameTile<Traits>::targetOf(int strip, const PlaneGroup &group, int y0, int y1) {
   typename Traits::Target target;
   target.channels = group.count;
   for (int i = 0; i < group.count; ++i) target.sums[i] = sumsOf(group.channels[i], strip) + (y0 - y0_) * stripWidth;
   target.rows = y1 - y0;
+  return target;
+}
+
+template <typename Traits>
+typename Traits::Target FlameTile<Traits>::partOf(const typename Traits::Target &strip, int part) const {
+  typename Traits::Target target = strip;
+  for (int i = 0; i < strip.channels; ++i) target.sums[i] += offsetOf(part, stripWidth);
+  target.columns = Traits::partColumns();
+  target.rows = std::min(partRows, strip.rows - part / 2 * partRows);
   return target;
 }
 

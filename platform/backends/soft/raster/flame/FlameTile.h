@@ -8,8 +8,8 @@ namespace pyrelux::soft {
 template <typename Traits>
 class FlameTile {
  public:
-  static constexpr int width = 128;
-  static constexpr int height = stripHeight;
+  static constexpr int width = tileWidth;
+  static constexpr int height = tileHeight;
 
   /// The tile has the pixels x0 <= x < x1, y0 <= y < y1, at most width x height of them; x0 is a multiple of
   /// stripWidth. Keeps a reference to the flame.
@@ -28,43 +28,52 @@ class FlameTile {
   /// The maximum number of copies in one call of a kernel: as many as share texels in the cache.
   static constexpr int maxAtOnce = 8;
 
-  /// The part of a copy that lies in the tile, and the texture rows that it samples.
+  /// The part of a copy that lies in the tile.
   struct Part {
     const Copy<Traits> *copy;
     int x0, x1, y0, y1;
-    Occupancy::Band band;
-    /// For a copy at its own size, eight bits for each strip: a Unit…::parts.
-    std::uint32_t parts = 0;
+    std::uint32_t parts;  ///< as TileParts::at() gives them: where the copy may have anything
+  };
 
-    bool isEmpty(int from, int to) const {
-      const TapRange columns = copy->columnRange(from, to - 1);
-      return !band.any(columns.low, columns.high);
-    }
+  /// Copies that wait to be added together.
+  template <typename Source>
+  struct Queue {
+    int count = 0;
+    Source sources[maxAtOnce];
+
+    bool isFull() const { return count == maxAtOnce; }
+    void push(const Source &source) { sources[count++] = source; }
   };
 
   void findParts();
-  /// Sets part.parts.
-  void findStripParts(Part &part) const;
-  bool hasAnything(const Part &part, int strip) const;
+  /// All parts of the strips where a copy at another size may have anything.
+  std::uint32_t occupiedStrips(const Copy<Traits> &copy, int x0, int x1, int y0, int y1) const;
   void noteConstants(const Part &part);
   void addNotedConstants();
   void addGroup(int strip, const PlaneGroup &group);
   /// Adds a part that does not fill the strip.
   void addAlone(int strip, const PlaneGroup &group, const Part &part);
+  /// Adds what waits to the target.
   template <typename Source>
-  void addSources(int strip, const PlaneGroup &group, const Source *sources, int count);
+  void flush(Queue<Source> &queue, const typename Traits::Target &target);
+  /// The same. Returns whether adding more would not change the target.
+  template <typename Source>
+  bool saturates(Queue<Source> &queue, const typename Traits::Target &target);
   typename Traits::UnitCopy unitSource(int strip, const PlaneGroup &group, const Part &part) const;
   typename Traits::ScaledCopy scaledSource(int strip, const PlaneGroup &group, const Part &part) const;
-  bool isSaturated(int strip, const PlaneGroup &group) const;
+  /// Rows y0 .. y1 - 1 of a strip.
   typename Traits::Target targetOf(int strip, const PlaneGroup &group, int y0, int y1);
+  /// The part of a strip's target with this number.
+  typename Traits::Target partOf(const typename Traits::Target &strip, int part) const;
   Sum *sumsOf(int channel, int strip);
 
   const Flame<Traits> &flame_;
   bool isFull_;  ///< whether the texture has no empty cells, so that no part can be skipped
   int x0_, y0_, x1_, y1_;
   std::vector<Part> parts_;
-  typename Traits::UnitCopy units_[maxAtOnce];
-  typename Traits::ScaledCopy scaled_[maxAtOnce];
+  Queue<typename Traits::UnitCopy> units_;  ///< for a whole strip
+  Queue<typename Traits::UnitCopy> unitsOfPart_[partsOfStrip];
+  Queue<typename Traits::ScaledCopy> scaled_;
   unsigned used_[strips] = {};  ///< a bit for each channel whose sums_ are initialised
   unsigned full_ = 0;           ///< a bit for each channel that is saturated in the whole tile
   Sum constants_[4] = {};       ///< constants of copies that cover the whole tile

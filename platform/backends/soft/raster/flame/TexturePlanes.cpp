@@ -135,33 +135,31 @@ std::ptrdiff_t strideFor(int width) {
 void Occupancy::resize(int width, int height) {
   columns_ = (width + cellWidth - 1) / cellWidth;
   rows_ = (height + cellHeight - 1) / cellHeight;
-  cells_.assign(static_cast<std::size_t>(columns_ + 1) * static_cast<std::size_t>(rows_ + 1), 0);
+  marks_.assign(static_cast<std::size_t>(columns_) * static_cast<std::size_t>(rows_), 0);
 }
 
 void Occupancy::finish() {
-  bitStride_ = columns_ / 8 + 4;
-  bits_.assign(static_cast<std::size_t>(bitStride_ * rows_), 0);
+  sums_.assign(static_cast<std::size_t>(columns_ + 1) * static_cast<std::size_t>(rows_ + 1), 0);
   box_ = {columns_, rows_, 0, 0};
-  for (int row = 0; row < rows_; ++row) {
+  for (int y = 0; y < rows_; ++y) {
     std::int32_t sum = 0;
     for (int column = 0; column < columns_; ++column) {
-      if (cells_[index(column, row)]) {
-        bits_[static_cast<std::size_t>(row * bitStride_ + column / 8)] |= static_cast<std::uint8_t>(1u << column % 8);
-        box_ = {std::min(box_.x0, column), std::min(box_.y0, row), std::max(box_.x1, column + 1), row + 1};
+      if (row(y)[column]) {
+        box_ = {std::min(box_.x0, column), std::min(box_.y0, y), std::max(box_.x1, column + 1), y + 1};
+        ++sum;
       }
-      sum += cells_[index(column, row)];
-      cells_[index(column, row)] = cells_[index(column, row - 1)] + sum;
+      sums_[index(column, y)] = sums_[index(column, y - 1)] + sum;
     }
   }
-  full_ = cells_.back() == columns_ * rows_;
+  full_ = sums_.back() == columns_ * rows_;
   box_ = {box_.x0 * cellWidth, box_.y0 * cellHeight, box_.x1 * cellWidth, box_.y1 * cellHeight};
 }
 
 Occupancy::Band Occupancy::band(int y0, int y1) const {
   const auto clampRow = [&](int y) { return std::clamp(y / cellHeight, 0, rows_ - 1); };
   Band band;
-  band.before_ = cells_.data() + index(-1, clampRow(y0) - 1);
-  band.last_ = cells_.data() + index(-1, clampRow(y1));
+  band.before_ = sums_.data() + index(-1, clampRow(y0) - 1);
+  band.last_ = sums_.data() + index(-1, clampRow(y1));
   band.lastTexel_ = columns_ * cellWidth - 1;
   return band;
 }

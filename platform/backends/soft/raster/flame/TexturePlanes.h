@@ -19,8 +19,8 @@ class Occupancy {
 
   void resize(int width, int height);
   /// Marks the cell of a texel as not empty.
-  void mark(int x, int y) { cells_[index(x / cellWidth, y / cellHeight)] = 1; }
-  /// Turns the marks into prefix sums. Call it once, after the last mark().
+  void mark(int x, int y) { marks_[static_cast<std::size_t>(y / cellHeight * columns_ + x / cellWidth)] = 1; }
+  /// Sums the marks up. Call it once, after the last mark().
   void finish();
   /// Whether no cell is empty.
   bool isFull() const { return full_; }
@@ -50,13 +50,10 @@ class Occupancy {
   };
   const Box &box() const { return box_; }
 
-  /// For 25 cells of a row from `column` on, a bit each, the lowest for the first: whether it is not empty. Column and
-  /// row are the texture's.
-  std::uint32_t cellsFrom(int column, int row) const {
-    std::uint32_t bits;
-    std::memcpy(&bits, &bits_[static_cast<std::size_t>(row * bitStride_ + column / 8)], sizeof bits);
-    return bits >> (column % 8);
-  }
+  /// The cells of a row, a byte each: 1 if the cell is not empty, else 0.
+  int columns() const { return columns_; }
+  int rows() const { return rows_; }
+  const std::uint8_t *row(int row) const { return &marks_[static_cast<std::size_t>(row * columns_)]; }
 
   /// Whether texels x0 .. x1, y0 .. y1 (both included; clamped to the texture) may be other than zero.
   bool any(int x0, int y0, int x1, int y1) const { return band(y0, y1).any(x0, x1); }
@@ -71,10 +68,8 @@ class Occupancy {
   int rows_ = 0;
   bool full_ = false;
   Box box_{};
-  int bitStride_ = 0;  ///< bytes
-  std::vector<std::uint8_t>
-      bits_;  ///< a bit for each cell; rows end with so many zeros that a word can be read from any
-  std::vector<std::int32_t> cells_;  ///< preceded by a row and a column of zeros
+  std::vector<std::uint8_t> marks_;
+  std::vector<std::int32_t> sums_;  ///< prefix sums of the marks, preceded by a row and a column of zeros
 };
 
 /// A texture in the form that the kernels read: one plane for each channel, with the edge texels repeated in margins

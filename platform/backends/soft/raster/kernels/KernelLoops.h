@@ -92,13 +92,6 @@ struct UnitRows {
         fractionY(Lanes::broadcast(copy.fractionY)),
         lower(sample()) {}
 
-  /// Whether the vectors at x of some rows from y on, which share a part's rows, lie where the copy has nothing.
-  template <typename Copy>
-  static bool isEmpty(const Copy &copy, int x, int y) {
-    const unsigned wanted = Lanes::lanes <= halfStrip ? 1u << (x / halfStrip) : 3u;
-    return !(copy.parts >> (y / partRows * 2) & wanted);
-  }
-
   Vector next(int) {
     row += stride;
     const Vector upper = sample();
@@ -156,8 +149,6 @@ struct ResampledRows {
 
   ResampledRows(const Resampled<Lanes> &of, std::ptrdiff_t, int fromX, int) : copy(of), x(fromX) {}
 
-  static bool isEmpty(const Resampled<Lanes> &, int, int) { return false; }
-
   Vector next(int y) const {
     const typename Lanes::Sum *lower = copy.lower[y] + x;
     return lerp(Lanes::load(lower), Lanes::load(lower + stripWidth), Lanes::broadcastWide(copy.fractions[y]));
@@ -183,7 +174,6 @@ inline void addBlock(const Copy *copies, int count, std::ptrdiff_t stride, const
 #pragma GCC unroll 4
     for (int c = 0; c < channels; ++c) sums[r][c] = Lanes::load(target.sums[c] + (y + r) * stripWidth + x);
   for (int i = 0; i < count; ++i) {
-    if (Rows::isEmpty(copies[i], x, y)) continue;
     Vector tints[channels];
 #pragma GCC unroll 4
     for (int c = 0; c < channels; ++c) tints[c] = Lanes::broadcast(copies[i].tints[c]);
@@ -205,13 +195,12 @@ inline void addBlock(const Copy *copies, int count, std::ptrdiff_t stride, const
 template <typename Lanes, typename Rows, int channels, bool masked, typename Copy>
 void addStrip(const Copy *copies, int count, std::ptrdiff_t stride, const typename Lanes::Target &target) {
   constexpr int block = blockRows(channels);
-  static_assert(partRows % block == 0, "a block lies in one part");
   int y = 0;
   for (; y + block <= target.rows; y += block)
-    for (int x = 0; x < stripWidth; x += Lanes::lanes)
+    for (int x = 0; x < target.columns; x += Lanes::lanes)
       addBlock<Lanes, Rows, channels, masked, block>(copies, count, stride, target, x, y);
   for (; y < target.rows; ++y)
-    for (int x = 0; x < stripWidth; x += Lanes::lanes)
+    for (int x = 0; x < target.columns; x += Lanes::lanes)
       addBlock<Lanes, Rows, channels, masked, 1>(copies, count, stride, target, x, y);
 }
 
@@ -348,10 +337,22 @@ void addScaled(const Copy *copies, int count, std::ptrdiff_t stride, const typen
 
 // The loops below suit the compiler's vectoriser.
 
-inline bool isSaturated(const std::uint16_t *sums, int rows) {
-  std::uint16_t smallest = 255;
-  for (int i = 0; i < rows * stripWidth; ++i) smallest = sums[i] < smallest ? sums[i] : smallest;
-  return smallest == 255;
+inline bool isSaturated(const LevelTarget &target) {
+  for (int c = 0; c < target.channels; ++c) {
+    const std::uint16_t *const sums = target.sums[c];
+    if (sums[0] < 255) return false;  // most often
+    std::uint16_t smallest[halfStrip];
+    for (std::uint16_t &level : smallest) level = 255;
+    for (int y = 0; y < target.rows; ++y)
+      for (int x = 0; x < target.columns; x += halfStrip)
+        for (int i = 0; i < halfStrip; ++i) {
+          const std::uint16_t sum = sums[y * stripWidth + x + i];
+          smallest[i] = sum < smallest[i] ? sum : smallest[i];
+        }
+    for (const std::uint16_t level : smallest)
+      if (level < 255) return false;
+  }
+  return true;
 }
 
 template <bool blank>
@@ -400,6 +401,7 @@ inline void putFloats(const float *const sums[4], const float constants[4], int 
 /// The instruction set's kernels under its name.
 constexpr Kernels kernelsNamed(const char *name) {
   return {name,
+          wordLanes > halfStrip ? stripWidth : halfStrip,
           add<LevelLanes, UnitRows<LevelLanes>>,
           addScaled<LevelLanes, ScaledLevels>,
           add<FloatLanes, UnitRows<FloatLanes>>,

@@ -16,14 +16,15 @@ constexpr int stripHeight = 32;
 /// A strip's parts, for copies that have nothing in some: halves of so many rows each. Part 0 is the first half of the
 /// first rows, part 1 the second half.
 constexpr int partRows = 8;
-constexpr unsigned allParts = 0xFF;
+constexpr int partsOfStrip = 2 * stripHeight / partRows;
 
-/// The sums of a strip: for each channel that takes part, rows of stripWidth sums. Sums are 16-bit levels, which
-/// saturate far above 255, or floats.
+/// The sums of a strip or of its part: for each channel that takes part, rows of stripWidth sums. Sums are 16-bit
+/// levels, which saturate far above 255, or floats.
 template <typename Sum>
 struct StripTarget {
   int channels = 0;  ///< the number of entries in use of `sums`
   Sum *sums[4];
+  int columns = stripWidth;   ///< or Kernels::levelColumns, or halfStrip; copies at another size need all
   int rows = 0;               ///< at most stripHeight
   const Sum *mask = nullptr;  ///< for each pixel of a row all ones (or 1.0f) or zero; null adds to every pixel
 };
@@ -31,17 +32,15 @@ using LevelTarget = StripTarget<std::uint16_t>;
 using FloatTarget = StripTarget<float>;
 
 /// A copy at its own size: neighbouring pixels sample neighbouring texels, all with the same fractions. A kernel reads
-/// rows + 1 rows of stripWidth + 1 texels.
+/// rows + 1 rows of columns + 1 texels.
 struct UnitLevels {
-  const std::int8_t *texels;  ///< levels - 128, from the lower left tap of the strip's first pixel on
-  unsigned parts;             ///< a bit for each part of the strip: whether the copy may have anything there
+  const std::int8_t *texels;  ///< levels - 128, from the lower left tap of the target's first pixel on
   std::int16_t fractionX;     ///< in 1/32768; a multiple of 1/256
   std::int16_t fractionY;
   std::int16_t tints[4];
 };
 struct UnitFloats {
   const float *texels;
-  unsigned parts;
   float fractionX;  ///< 0 .. 1
   float fractionY;
   float tints[4];
@@ -92,14 +91,16 @@ using ScaledFloats = ScaledCopy<float, FloatColumnTable, float>;
 
 struct Kernels {
   const char *name;  ///< its value of PYRELUX_SIMD
+  int levelColumns;  ///< the fewest columns of a target of levels: halfStrip, or stripWidth where a vector holds as
+                     ///< many
   /// Add `count` copies, whose rows of texels are `stride` texels apart. One call is faster than several.
   void (*unitLevels)(const UnitLevels *, int count, std::ptrdiff_t stride, const LevelTarget &);
   void (*scaledLevels)(const ScaledLevels *, int count, std::ptrdiff_t stride, const LevelTarget &);
   void (*unitFloats)(const UnitFloats *, int count, std::ptrdiff_t stride, const FloatTarget &);
   void (*scaledFloats)(const ScaledFloats *, int count, std::ptrdiff_t stride, const FloatTarget &);
   void (*scaledMixed)(const ScaledMixed *, int count, std::ptrdiff_t stride, const FloatTarget &);
-  /// Whether all sums of a strip's rows have reached 255.
-  bool (*isSaturated)(const std::uint16_t *sums, int rows);
+  /// Whether all sums of a target have reached 255.
+  bool (*isSaturated)(const LevelTarget &);
   /// Add a row of sums and a constant for each channel to `width` pixels; with `blank` they replace the pixels.
   void (*putLevels)(const std::uint16_t *const sums[4], const std::uint16_t constants[4], int width, bool blank,
                     std::uint8_t *pixels);
