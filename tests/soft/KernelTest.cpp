@@ -90,7 +90,6 @@ TEST_P(KernelTest, UnitLevelsAreTheSameToTheBit) {
     std::vector<UnitLevels> copies(static_cast<std::size_t>(1 + upTo(6)));
     for (UnitLevels &copy : copies) {
       copy.texels = texels.data() + upTo(40);
-      copy.parts = allParts;
       copy.fractionX = static_cast<std::int16_t>(upTo(255) << 7);
       copy.fractionY = static_cast<std::int16_t>(upTo(255) << 7);
       fillTints(copy.tints);
@@ -107,46 +106,90 @@ TEST_P(KernelTest, UnitLevelsAreTheSameToTheBit) {
 TEST_P(KernelTest, SumsSaturateInsteadOfWrapping) {
   std::vector<std::int8_t> texels(stride * (rows + 2), texelOf(255));
   Sums<std::uint16_t> sums(1, nullptr);
-  const UnitLevels copy{texels.data(), allParts, 77 << 7, 200 << 7, {32767, 0, 0, 0}};
+  const UnitLevels copy{texels.data(), 77 << 7, 200 << 7, {32767, 0, 0, 0}};
   for (int i = 0; i < 300; ++i) GetParam()->unitLevels(&copy, 1, stride, sums.target);
   EXPECT_EQ(sums.planes[0][100], 0xFFFF);
 }
 
-TEST_P(KernelTest, CopiesThatShowNothingInAPartMayBeLeftOutThere) {
-  // All zero but the second half of the first rows.
-  std::vector<std::int8_t> levels(stride * (rows + 2), texelOf(0));
-  std::vector<float> floats(levels.size(), 0.0f);
-  for (std::size_t i = 0; i < stride * partRows; ++i)
-    if (i % stride >= halfStrip + 1) levels[i] = texelOf(200), floats[i] = 0.5f;
-  const UnitLevels levelCopies[2] = {{levels.data(), 2, 50 << 7, 99 << 7, {32767}},
-                                     {levels.data() + halfStrip + 1, allParts, 0, 0, {20000}}};
-  Sums<std::uint16_t> levelSums(1, nullptr);
-  GetParam()->unitLevels(levelCopies, 2, stride, levelSums.target);
-  const UnitFloats floatCopies[2] = {{floats.data(), 2, 0.25f, 0.125f, {1.0f}},
-                                     {floats.data() + halfStrip + 1, allParts, 0.0f, 0.0f, {0.5f}}};
-  Sums<float> floatSums(1, nullptr);
-  GetParam()->unitFloats(floatCopies, 2, stride, floatSums.target);
-  // What the second copy adds is the same in both halves, and all that the first has.
-  for (const int x : {0, halfStrip - 1}) {
-    EXPECT_EQ(levelSums.planes[0][static_cast<std::size_t>(x)], 122) << x;
-    EXPECT_FLOAT_EQ(floatSums.planes[0][static_cast<std::size_t>(x)], 0.25f) << x;
-  }
-  for (const int x : {halfStrip + 2, stripWidth - 1}) {
-    EXPECT_EQ(levelSums.planes[0][static_cast<std::size_t>(x)], 322) << x;
-    EXPECT_FLOAT_EQ(floatSums.planes[0][static_cast<std::size_t>(x)], 0.75f) << x;
-  }
+TEST_P(KernelTest, APartOfAStripGetsWhatTheStripWouldGetThere) {
+  std::vector<std::int8_t> levels(stride * (rows + 2));
+  std::vector<float> floats(levels.size());
+  for (auto &level : levels) level = texelOf(upTo(255));
+  for (auto &value : floats) value = unit();
+  const UnitLevels levelCopy{levels.data(), 50 << 7, 99 << 7, {32767, 20000}};
+  const UnitFloats floatCopy{floats.data(), 0.25f, 0.125f, {1.0f, 0.5f}};
+  const Sums<std::uint16_t> noLevels(2, nullptr);
+  const Sums<float> noFloats(2, nullptr);
+  Sums<std::uint16_t> wholeLevels(2, nullptr);
+  Sums<float> wholeFloats(2, nullptr);
+  GetParam()->unitLevels(&levelCopy, 1, stride, wholeLevels.target);
+  GetParam()->unitFloats(&floatCopy, 1, stride, wholeFloats.target);
+  const int first = 1 * stripWidth;  // one row up
+  const auto check = [&](const auto &before, const auto &whole, int columns, auto add) {
+    for (int x = 0; x < stripWidth; x += columns) {
+      auto part = before;
+      for (int c = 0; c < 2; ++c) part.target.sums[c] = part.planes[c].data() + first + x;
+      part.target.columns = columns;
+      part.target.rows = 5;
+      add(part.target, stride + x);
+      for (int c = 0; c < 2; ++c)
+        for (int i = 0; i < stripWidth * rows; ++i) {
+          const int column = i % stripWidth - x, row = i / stripWidth - 1;
+          const bool inside = column >= 0 && column < columns && row >= 0 && row < 5;
+          const auto at = static_cast<std::size_t>(i);
+          ASSERT_EQ(part.planes[c][at], (inside ? whole : before).planes[c][at])
+              << c << " " << i << " from column " << x;
+        }
+    }
+  };
+  check(noLevels, wholeLevels, GetParam()->levelColumns, [&](const LevelTarget &target, int offset) {
+    UnitLevels copy = levelCopy;
+    copy.texels += offset;
+    GetParam()->unitLevels(&copy, 1, stride, target);
+  });
+  check(noFloats, wholeFloats, halfStrip, [&](const FloatTarget &target, int offset) {
+    UnitFloats copy = floatCopy;
+    copy.texels += offset;
+    GetParam()->unitFloats(&copy, 1, stride, target);
+  });
 }
 
-TEST_P(KernelTest, AStripIsSaturatedWhenItsLastSumIs) {
-  std::vector<std::uint16_t> sums(stripWidth * rows, 255);
-  sums[7] = 0xFFFF;
-  EXPECT_TRUE(GetParam()->isSaturated(sums.data(), rows));
-  for (const int at : {0, 40, stripWidth * rows - 1}) {
-    std::vector<std::uint16_t> almost = sums;
-    almost[static_cast<std::size_t>(at)] = 254;
-    EXPECT_FALSE(GetParam()->isSaturated(almost.data(), rows)) << at;
-    EXPECT_EQ(GetParam()->isSaturated(almost.data(), 1), at >= stripWidth) << at;
-  }
+TEST_P(KernelTest, ATargetIsSaturatedWhenItsLastSumIs) {
+  Sums<std::uint16_t> sums(2, nullptr);
+  LevelTarget all = sums.target;
+  for (int c = 0; c < 2; ++c) std::fill(sums.planes[c].begin(), sums.planes[c].end(), std::uint16_t{255});
+  sums.planes[0][7] = 0xFFFF;
+  EXPECT_TRUE(GetParam()->isSaturated(all));
+  LevelTarget firstHalf = all;
+  firstHalf.columns = halfStrip;
+  LevelTarget firstRow = all;
+  firstRow.rows = 1;
+  for (int c = 0; c < 2; ++c)
+    for (const int at : {0, 17, 40, stripWidth * rows - 1}) {
+      std::uint16_t &sum = sums.planes[c][static_cast<std::size_t>(at)];
+      sum = 254;
+      EXPECT_FALSE(GetParam()->isSaturated(all)) << at;
+      EXPECT_EQ(GetParam()->isSaturated(firstRow), at >= stripWidth) << at;
+      EXPECT_EQ(GetParam()->isSaturated(firstHalf), at % stripWidth >= halfStrip) << at;
+      sum = 255;
+    }
+}
+
+TEST_P(KernelTest, PixelsOfFloatsAreCleared) {
+  // Rows as a surface has them, and such as do not begin with a cache line.
+  for (const int begin : {0, 4})
+    for (const int width : {1, 3, 8, 60}) {
+      constexpr int rowFloats = 256;
+      alignas(64) float pixels[4 * rowFloats];
+      std::fill(std::begin(pixels), std::end(pixels), 0.5f);
+      const int fromRowToRow = rowFloats + begin;
+      GetParam()->clearFloats(pixels + begin, width, 3, fromRowToRow);
+      for (int i = 0; i < 4 * rowFloats; ++i) {
+        const int row = (i - begin + fromRowToRow) / fromRowToRow - 1, column = i - begin - row * fromRowToRow;
+        const bool isCleared = row >= 0 && row < 3 && column < 4 * width;
+        ASSERT_EQ(pixels[i], isCleared ? 0.0f : 0.5f) << begin << " " << width << " " << i;
+      }
+    }
 }
 
 TEST_P(KernelTest, LevelsArePutTogetherAndCut) {
@@ -240,7 +283,6 @@ TEST_P(KernelTest, UnitFloatsAreTheSameWithinRounding) {
     std::vector<UnitFloats> copies(static_cast<std::size_t>(1 + upTo(3)));
     for (UnitFloats &copy : copies) {
       copy.texels = texels.data() + upTo(40);
-      copy.parts = allParts;
       copy.fractionX = unit();
       copy.fractionY = unit();
       fillTints(copy.tints);

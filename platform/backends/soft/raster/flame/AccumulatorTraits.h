@@ -62,6 +62,9 @@ struct ByteAccumulator {
   static void put(const Sum *const sums[4], const Sum constants[4], int width, bool blank, std::uint8_t *pixels) {
     kernels().putLevels(sums, constants, width, blank, pixels);
   }
+  static void clear(std::uint8_t *pixels, int width, int rows, std::ptrdiff_t stride) {
+    for (int y = 0; y < rows; ++y) std::fill_n(pixels + y * stride, 4 * width, std::uint8_t{0});
+  }
   static std::uint8_t *row(Pixels &target, int y) { return target.byteRow(y); }
 };
 
@@ -107,6 +110,9 @@ struct FloatAccumulator {
   static bool isSaturated(const FloatTarget &) { return false; }
   static void put(const Sum *const sums[4], const Sum constants[4], int width, bool blank, float *pixels) {
     kernels().putFloats(sums, constants, width, blank, pixels);
+  }
+  static void clear(float *pixels, int width, int rows, std::ptrdiff_t stride) {
+    kernels().clearFloats(pixels, width, rows, stride);
   }
   static float *row(Pixels &target, int y) { return target.floatRow(y); }
 };

@@ -249,19 +249,19 @@ void FlameTile<Traits>::writeTo(Pixels &target, bool blank) const {
   // Channels whose sums are not initialised use a row of zeros.
   static constexpr Sum zeros[stripWidth] = {};
   const bool anyConstant = std::any_of(constants_, constants_ + 4, [](Sum constant) { return constant != Sum(0); });
+  const auto isEmpty = [&](int x) { return !used_[(x - x0_) / stripWidth] && !anyConstant; };
+  for (int x = x0_, end; blank && x < x1_; x = end + stripWidth) {
+    for (end = x; end < x1_ && isEmpty(end);) end += stripWidth;
+    const int count = std::min(end, x1_) - x;
+    Traits::clear(Traits::row(target, y0_) + 4 * x, count, y1_ - y0_, std::ptrdiff_t{4} * target.width());
+  }
   for (int y = y0_; y < y1_; ++y)
     for (int x = x0_; x < x1_; x += stripWidth) {
+      if (isEmpty(x)) continue;
       const int strip = (x - x0_) / stripWidth;
-      const int count = std::min(stripWidth, x1_ - x);
-      const bool any = used_[strip] || anyConstant;
-      if (!any && !blank) continue;
       const Sum *rows[4];
       for (int c = 0; c < 4; ++c) rows[c] = used_[strip] >> c & 1 ? sums_[c][strip] + (y - y0_) * stripWidth : zeros;
-      auto *pixels = Traits::row(target, y) + 4 * x;
-      if (any)
-        Traits::put(rows, constants_, count, blank, pixels);
-      else
-        std::fill_n(pixels, 4 * count, 0);
+      Traits::put(rows, constants_, std::min(stripWidth, x1_ - x), blank, Traits::row(target, y) + 4 * x);
     }
 }
 

@@ -13,8 +13,8 @@ namespace pyrelux::soft {
 constexpr int tileWidth = 128;
 constexpr int tileHeight = stripHeight;
 
-/// Tells in which parts of a tile a copy at its own size may have anything, for every place of the texture. Looking that
-/// up is what a frame of many copies does most often, so all answers are prepared.
+/// Tells in which parts of a tile a copy at its own size may have anything, for every place of the texture. Looking
+/// that up is what a frame of many copies does most often, so all answers are prepared.
 class TileParts {
  public:
   explicit TileParts(const Occupancy &occupancy);
@@ -31,8 +31,8 @@ class TileParts {
  private:
   static constexpr int cellShift = 3;
   static_assert(Occupancy::cellWidth == 1 << cellShift && Occupancy::cellHeight == 1 << cellShift);
-  /// Beyond so many cells, a tile reads nothing but the texture's edge. The first part of a tile reads three columns and
-  /// two rows of cells, because it need not begin with a cell, and reads a texel more than it has pixels.
+  /// Beyond so many cells, a tile reads nothing but the texture's edge. The first part of a tile reads three columns
+  /// and two rows of cells, because it need not begin with a cell, and reads a texel more than it has pixels.
   static constexpr int marginX = tileWidth / Occupancy::cellWidth + 1;
   static constexpr int marginY = tileHeight / Occupancy::cellHeight + 1;
 

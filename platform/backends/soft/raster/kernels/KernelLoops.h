@@ -6,7 +6,8 @@
 //  - For Words: loadTexels (widens signed bytes), loadWords, storeWords, broadcastWords, broadcastPairs (the
 //    words of a 32-bit number by turns), + - &, addSaturated (unsigned), multiplyRounded: (a * b + 2^14) >> 15.
 //  - For Floats: loadTexels (forces the load into a register; compilers would load again what crosses two cache lines),
-//    loadFloats, storeFloats, broadcastFloats, - *, multiplyAdd(a, b, c): a * b + c.
+//    loadFloats, storeFloats, streamFloats (stores to an aligned address past the caches, if it can; other threads
+//    see it after finishStreams), broadcastFloats, - *, multiplyAdd(a, b, c): a * b + c.
 //  - shuffles: whether it picks texels out of a window. Then narrowSampler(columns, x) returns, for each kind of table,
 //  an
 //    object that holds the table of the lanes from pixel x on, and samples them from a row of texels when called.
@@ -398,6 +399,18 @@ inline void putFloats(const float *const sums[4], const float constants[4], int 
     putFloatsLoop<false>(sums[0], sums[1], sums[2], sums[3], constants, width, pixels);
 }
 
+inline void clearFloats(float *pixels, int width, int rows, std::ptrdiff_t stride) {
+  constexpr int lineFloats = 16;  // of a cache line
+  const auto isAligned = [](std::uintptr_t bytes) { return bytes % (lineFloats * sizeof(float)) == 0; };
+  const bool streams = isAligned(reinterpret_cast<std::uintptr_t>(pixels)) && isAligned(stride * sizeof(float));
+  const int streamed = streams ? 4 * width / lineFloats * lineFloats : 0;
+  for (int y = 0; y < rows; ++y, pixels += stride) {
+    for (int i = 0; i < streamed; i += floatLanes) streamFloats(pixels + i, broadcastFloats(0.0f));
+    for (int i = streamed; i < 4 * width; ++i) pixels[i] = 0.0f;
+  }
+  if (streamed > 0) finishStreams();
+}
+
 /// The instruction set's kernels under its name.
 constexpr Kernels kernelsNamed(const char *name) {
   return {name,
@@ -409,5 +422,6 @@ constexpr Kernels kernelsNamed(const char *name) {
           addScaled<FloatLanes, ScaledMixed>,
           isSaturated,
           putLevels,
-          putFloats};
+          putFloats,
+          clearFloats};
 }

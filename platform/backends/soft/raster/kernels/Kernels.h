@@ -105,6 +105,9 @@ struct Kernels {
   void (*putLevels)(const std::uint16_t *const sums[4], const std::uint16_t constants[4], int width, bool blank,
                     std::uint8_t *pixels);
   void (*putFloats)(const float *const sums[4], const float constants[4], int width, bool blank, float *pixels);
+  /// Sets `width` pixels of each row to 0, past the caches if the processor can: a surface of floats is larger than
+  /// they are. Rows are `stride` floats apart.
+  void (*clearFloats)(float *pixels, int width, int rows, std::ptrdiff_t stride);
 };
 
 /// The kernels in use: those that PYRELUX_SIMD names (scalar, sse2, avx2, avx512, neon) if the processor runs them,

@@ -41,6 +41,8 @@ inline Floats loadTexels(const float *from) {
   return floats;
 }
 inline void storeFloats(float *to, Floats floats) { _mm256_storeu_ps(to, floats.v); }
+inline void streamFloats(float *to, Floats floats) { _mm256_stream_ps(to, floats.v); }
+inline void finishStreams() { _mm_sfence(); }
 inline Floats broadcastFloats(float value) { return {_mm256_set1_ps(value)}; }
 inline Floats operator-(Floats a, Floats b) { return {_mm256_sub_ps(a.v, b.v)}; }
 inline Floats operator*(Floats a, Floats b) { return {_mm256_mul_ps(a.v, b.v)}; }

@@ -37,6 +37,8 @@ inline Floats loadTexels(const float *from) {
   return floats;
 }
 inline void storeFloats(float *to, Floats floats) { _mm512_storeu_ps(to, floats.v); }
+inline void streamFloats(float *to, Floats floats) { _mm512_stream_ps(to, floats.v); }
+inline void finishStreams() { _mm_sfence(); }
 inline Floats broadcastFloats(float value) { return {_mm512_set1_ps(value)}; }
 inline Floats operator-(Floats a, Floats b) { return {_mm512_sub_ps(a.v, b.v)}; }
 inline Floats operator*(Floats a, Floats b) { return {_mm512_mul_ps(a.v, b.v)}; }

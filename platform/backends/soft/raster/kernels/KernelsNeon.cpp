@@ -37,6 +37,8 @@ inline Floats loadTexels(const float *from) {
   return floats;
 }
 inline void storeFloats(float *to, Floats floats) { vst1q_f32(to, floats.v); }
+inline void streamFloats(float *to, Floats floats) { storeFloats(to, floats); }
+inline void finishStreams() {}
 inline Floats broadcastFloats(float value) { return {vdupq_n_f32(value)}; }
 inline Floats operator-(Floats a, Floats b) { return {vsubq_f32(a.v, b.v)}; }
 inline Floats operator*(Floats a, Floats b) { return {vmulq_f32(a.v, b.v)}; }

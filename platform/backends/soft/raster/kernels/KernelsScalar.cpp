@@ -30,6 +30,8 @@ inline Words multiplyRounded(Words a, Words b) { return word((asSigned(a) * asSi
 inline float loadFloats(const float *from) { return *from; }
 inline float loadTexels(const float *from) { return *from; }
 inline void storeFloats(float *to, float value) { *to = value; }
+inline void streamFloats(float *to, float value) { *to = value; }
+inline void finishStreams() {}
 inline float broadcastFloats(float value) { return value; }
 inline float multiplyAdd(float a, float b, float c) { return a * b + c; }
 
