@@ -1,5 +1,7 @@
 #include "Image.h"
 
+#include "VectorClones.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -90,6 +92,7 @@ void makeOpaque(Image &image) {
     fill(image.asBytes(), std::uint8_t{255});
 }
 
+PYRELUX_VECTOR_CLONES
 void premultiply(const std::uint8_t *straight, std::uint8_t *premultiplied, std::size_t pixels) {
   // Two channels at once, in whole numbers: with t = colour * alpha + 128, (t + t / 256) / 256 is colour * alpha / 255
   // rounded to nearest. The quotient never lies halfway between two levels.

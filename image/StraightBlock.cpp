@@ -4,9 +4,11 @@
 #include <cstring>
 
 #include "Dither.h"
+#include "VectorClones.h"
 
 namespace pyrelux {
 
+PYRELUX_VECTOR_CLONES
 OfBlock<std::uint32_t> deliverStraight(const PixelBlock &premultiplied, int x, int y, bool dithers) {
   OfBlock<float> threshold;
   for (std::size_t i = 0; i < blockPixels; i += 4) {
