@@ -67,7 +67,8 @@ void deliverPixels(FourPixels &pixels, float density, const Levels &levels, int 
 
 template <AlphaUse use>
 void deliverAll(const float *from, float density, const Levels &levels, int y, int width, float *to) {
-  convertRow(from, width, to, [&](FourPixels &pixels, int x) { deliverPixels<use>(pixels, density, levels, x, y); });
+  convertRow<use != AlphaUse::None>(
+      from, width, to, [&](FourPixels &pixels, int x) { deliverPixels<use>(pixels, density, levels, x, y); });
 }
 
 void deliverRowOf(const float *from, const Delivery &delivery, const Levels &levels, int y, int width, float *to) {

@@ -54,12 +54,27 @@ struct FourPixels {
   }
 };
 
+/// Whether the samples of four pixels are all 0, and none is -0.
+inline bool areZero(const float *samples) {
+  FourIntegers pixels[4];
+  std::memcpy(pixels, samples, sizeof pixels);
+  const FourIntegers any = pixels[0] | pixels[1] | pixels[2] | pixels[3];
+  std::uint64_t halves[2];
+  std::memcpy(halves, &any, sizeof halves);
+  return (halves[0] | halves[1]) == 0;
+}
+
 /// Calls `convert(FourPixels &, x)` for all pixels of a row, four by four, and stores what it makes of them. `from` and
-/// `to` may be the same.
-template <typename Convert>
+/// `to` may be the same. With `keepsZero`, `convert` would make nothing but zeros of zeros and need not see them, which
+/// are most of a title's pixels.
+template <bool keepsZero = false, typename Convert>
 void convertRow(const float *from, int width, float *to, Convert convert) {
   int x = 0;
   for (; x + 4 <= width; x += 4) {
+    if (keepsZero && areZero(from + 4 * x)) {
+      std::memset(to + 4 * x, 0, 16 * sizeof *to);
+      continue;
+    }
     FourPixels pixels(from + 4 * x);
     convert(pixels, x);
     pixels.store(to + 4 * x);
