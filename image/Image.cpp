@@ -1,15 +1,36 @@
 #include "Image.h"
 
-#include "VectorClones.h"
+#include <sys/mman.h>
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <utility>
+
+#include "VectorClones.h"
 
 namespace pyrelux {
 
 namespace {
+
+/// Sets the number of samples. Asks for large pages for a large picture, where the system has them: one of 4 KB at a
+/// time takes longer than to draw it.
+template <typename Samples>
+void setCount(Samples &samples, std::size_t count) {
+#if defined(MADV_HUGEPAGE)
+  if (samples.capacity() < count) {
+    samples.clear();
+    samples.reserve(count);
+    constexpr std::uintptr_t page = std::uintptr_t{2} << 20;
+    const auto begin = (reinterpret_cast<std::uintptr_t>(samples.data()) + page - 1) / page * page;
+    const auto end = reinterpret_cast<std::uintptr_t>(samples.data() + samples.capacity()) / page * page;
+    // Without them it goes on as before.
+    if (begin < end) madvise(reinterpret_cast<void *>(begin), end - begin, MADV_HUGEPAGE);
+  }
+#endif
+  samples.resize(count);
+}
 
 float fromByte(std::uint8_t value) { return static_cast<float>(value) / 255.0f; }
 
@@ -48,11 +69,15 @@ Image::Image(int width, int height, Alpha alpha, std::variant<Bytes, Floats> sam
     : width_(width), height_(height), alpha_(alpha), samples_(std::move(samples)) {}
 
 Image Image::bytes(int width, int height, Alpha alpha) {
-  return Image(width, height, alpha, Bytes(static_cast<std::size_t>(width) * height * 4));
+  Bytes samples;
+  setCount(samples, static_cast<std::size_t>(width) * height * 4);
+  return Image(width, height, alpha, std::move(samples));
 }
 
 Image Image::floats(int width, int height, Alpha alpha) {
-  return Image(width, height, alpha, Floats(static_cast<std::size_t>(width) * height * 4));
+  Floats samples;
+  setCount(samples, static_cast<std::size_t>(width) * height * 4);
+  return Image(width, height, alpha, std::move(samples));
 }
 
 void Image::reshape(int width, int height, Alpha alpha, bool floatSamples) {
@@ -65,7 +90,7 @@ void Image::reshape(int width, int height, Alpha alpha, bool floatSamples) {
     else
       samples_ = Bytes();
   }
-  std::visit([this](auto &samples) { samples.resize(sampleCount()); }, samples_);
+  std::visit([this](auto &samples) { setCount(samples, sampleCount()); }, samples_);
 }
 
 Image toFloat(const Image &image) {

@@ -199,7 +199,7 @@ SheetResult drawSheet(const SheetRequest &given, RenderListener &listener, const
     FireDrawer drawer(filter, frameRenderer, fire, settings, sources.firstFrame(), PreRollWatch(listener, stop));
     Image picture;
     try {
-      drawer.draw(cell.frame, sources.input().read(cell.frame), picture);
+      drawer.draw(cell.frame, *sources.input().share(cell.frame), picture);
     } catch (const host::HostError &) {
       // What is stopped half-way is no failure.
       if (!stop.isRequested()) throw;

@@ -67,7 +67,7 @@ std::string recordOfAll(const media::OutputFormat &format, const FrameList &fram
                                  {"audio", format.audioFrom}};
   const std::vector<std::string> files = sources.input().files();
   if (files.empty())
-    json["picture"] = record::Fingerprint().add(sources.input().read(frames.first())).text();
+    json["picture"] = record::Fingerprint().add(*sources.input().share(frames.first())).text();
   else
     json["input"] = {files, lastChange(files)};
   return json.dump(-1, ' ', true);

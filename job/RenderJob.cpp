@@ -88,7 +88,7 @@ class Rendering {
       return;
     }
     if (!picture_ || !sources_.isStill()) {
-      picture_ = std::make_shared<const Image>(sources_.input().read(frame.number));
+      picture_ = sources_.input().share(frame.number);
       if (manifest_) readFingerprint_ = manifest_->sourceFingerprintOf(*picture_);
     }
     frame.input = picture_;

@@ -60,14 +60,14 @@ PixelBox Sources::titleBox() {
 PixelBox Sources::findTitle() {
   // Enough to know a movie's title by, and quick to look at.
   constexpr std::int64_t maxLooks = 8;
-  if (isStill()) return alphaBox(input_->read(firstFrame()));
+  if (isStill()) return alphaBox(*input_->share(firstFrame()));
   // A stream's other pictures are not there yet.
-  if (info().isStream) return alphaBox(input_->read(info().firstFrame));
+  if (info().isStream) return alphaBox(*input_->share(info().firstFrame));
   const std::int64_t count = info().lastFrame - info().firstFrame + 1;
   const std::int64_t looks = std::min(count, maxLooks);
   PixelBox box;
   for (std::int64_t look = 0; look < looks; ++look)
-    box = around(box, alphaBox(input_->read(info().firstFrame + look * count / looks)));
+    box = around(box, alphaBox(*input_->share(info().firstFrame + look * count / looks)));
   return box;
 }
 

@@ -75,6 +75,8 @@ class Reader {
   /// forwards through a movie is cheap, going backwards decodes again. Throws InputError: no such frame, damaged data,
   /// a size that differs from info(), going backwards in a stream; EndOfStream.
   virtual Image read(std::int64_t frame) = 0;
+  /// The same for callers that do not change it: of a still it is always the same picture, and no copy.
+  virtual std::shared_ptr<const Image> share(std::int64_t frame) { return std::make_shared<const Image>(read(frame)); }
 
   /// The files that pictures are read from; none for what is in memory.
   virtual std::vector<std::string> files() const = 0;

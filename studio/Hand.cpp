@@ -58,7 +58,7 @@ std::shared_ptr<const Image> Preview::Hand::input(const Plan &plan, std::int64_t
   } else if (width == plan.info.width && height == plan.info.height) {
     const std::lock_guard<std::mutex> lock(plan.open->mutex);
     // Converted once, and not for each frame.
-    picture = std::make_shared<const Image>(premultiplied(plan.open->sources.input().read(frame)));
+    picture = std::make_shared<const Image>(premultiplied(*plan.open->sources.input().share(frame)));
   } else {
     picture = std::make_shared<const Image>(
         media::resized(*input(plan, frame, plan.info.width, plan.info.height, false), width, height));
