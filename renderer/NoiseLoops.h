@@ -10,18 +10,17 @@
 /// library's error may pass the middle, and less 0.005, by which the sum may be wrong.
 constexpr double safeDistance = 0.5 - 0.05 - 0.005;
 
-/// Arguments from here on are the library's: 2^22. Below, a multiple of pi/2 times what the first double lacks of pi
-/// stays under 2^-32.
+/// Arguments from here on are the library's: 2^22. Below, what the first double lacks of pi comes to less than 2^-32 in
+/// the multiple that is subtracted, and what both doubles lack to less than 2^-88.
 constexpr double farArgument = 4194304.0;
 
-/// Nearer to a multiple of pi than this, 2^-30, are the library's, too, and so are zeros. Thus the first double of the
-/// reduced argument outweighs the parts that are added to it.
-constexpr double nearMultiple = 0x1p-30;
+/// Nearer to a multiple of pi than this, 2^-20, are the library's, too, and so are zeros. Thus what is lacking stays
+/// under 2^-68 of the reduced argument.
+constexpr double nearMultiple = 0x1p-20;
 
-// Pi is the sum of three doubles but for 2^-163.
+// Pi is the sum of two doubles but for 2^-108.
 constexpr double piFirst = 0x1.921fb54442d18p+1;
 constexpr double piSecond = 0x1.1a62633145c07p-53;
-constexpr double piThird = -0x1.f1976b7ed8fbcp-109;
 constexpr double inversePi = 0x1.45f306dc9c883p-2;
 
 // sin(r) / r = 1 + z (s3 + z (s5 + z (s7 + … z s19))), where z is the square of r, up to r = pi/2. s3 to s7 are
@@ -60,8 +59,8 @@ inline Pair multiplyAdd(Pair a, Pair b, double c) {
 /// The sine, or the cosine, of x. Lanes of `known` are -1 where it is the library's, 0 where it need not be.
 template <bool cosine>
 inline Doubles wave(Doubles x, Words *known) {
-  // Adding 1.5 times 2^52 leaves a whole number in the lowest bits. A cosine is a sine a quarter of a turn further on, so
-  // its multiples of pi lie between the whole ones.
+  // Adding 1.5 times 2^52 leaves a whole number in the lowest bits. A cosine is a sine a quarter of a turn further on,
+  // so its multiples of pi lie between the whole ones.
   constexpr double toWhole = 0x1.8p52;
   const Doubles halfTurns =
       cosine ? multiplyAdd(x, all(inversePi), all(0.5)) + toWhole : multiplyAdd(x, all(inversePi), all(toWhole));
@@ -73,7 +72,6 @@ inline Doubles wave(Doubles x, Words *known) {
   Pair r;
   r.first = multiplyAdd(-multiple, all(piSecond), most);
   r.rest = multiplyAdd(-multiple, all(piSecond), most - r.first);
-  r.rest = multiplyAdd(-multiple, all(piThird), r.rest);
   if (cosine) r.rest += x - multiplyAdd(multiple, all(piFirst), most);
 
   Pair z;
