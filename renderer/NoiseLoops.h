@@ -11,11 +11,11 @@
 constexpr double safeDistance = 0.5 - 0.05 - 0.005;
 
 /// Arguments from here on are the library's: 2^22. Below, what the first double lacks of pi comes to less than 2^-32 in
-/// the multiple that is subtracted, and what both doubles lack to less than 2^-88.
+/// the multiple that is subtracted, and what both doubles lack to less than 2^-87.
 constexpr double farArgument = 4194304.0;
 
 /// Nearer to a multiple of pi than this, 2^-20, are the library's, too, and so are zeros. Thus what is lacking stays
-/// under 2^-68 of the reduced argument.
+/// under 2^-67 of the reduced argument.
 constexpr double nearMultiple = 0x1p-20;
 
 // Pi is the sum of two doubles but for 2^-108.
