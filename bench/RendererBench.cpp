@@ -2,11 +2,14 @@
 
 #include <benchmark/benchmark.h>
 
+#include <vector>
+
 #include "Backends.h"
 #include "ColourRamp.h"
 #include "Contexts.h"
 #include "FlamePath.h"
 #include "FlameQuads.h"
+#include "NoiseSets.h"
 #include "Snapshots.h"
 
 namespace {
@@ -39,5 +42,26 @@ void noiseOfTenOctaves(benchmark::State &state) {
   for (auto _ : state) benchmark::DoNotOptimize(noise(x += 0.1, 10, -1, 1));
 }
 BENCHMARK(noiseOfTenOctaves);
+
+/// One tongue's steps, with each set of instructions that the processor has. Argument: which.
+void noiseOfATongue(benchmark::State &state) {
+  int count = 0;
+  const NoiseSet *const *sets = availableNoise(count);
+  if (state.range(0) >= count) {
+    state.SkipWithError("not of this processor");
+    return;
+  }
+  const NoiseSet &set = *sets[state.range(0)];
+  state.SetLabel(set.name);
+  std::vector<double> x(301), sums(301);
+  double start = 0;
+  for (auto _ : state) {
+    if (start > 1e4) start = 0;
+    for (double &value : x) value = start += 0.1;
+    set.sums(x.data(), 301, 10, sums.data());
+    benchmark::DoNotOptimize(sums.data());
+  }
+}
+BENCHMARK(noiseOfATongue)->DenseRange(0, 2)->Unit(benchmark::kMicrosecond);
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "NoiseSets.h"
 #include "NumericHelpers.h"
 #include "ParameterIds.h"
 
@@ -26,9 +27,12 @@ void fill(CommonSteps &common, const Snapshot &s, double turbulencePhase) {
     common.stepScaleY[entry] = scale;
     common.stepRotation[entry] = 0.0;
     common.reach[entry] = t * s.length * (1.0 - s.turbAmount / 4.0);
-    common.turbulence[entry] = noise(t * (0.5 - s.turbWavelength) * 10.0 - turbulencePhase, 20.0, -3.0, 3.0);
+    common.turbulence[entry] = t * (0.5 - s.turbWavelength) * 10.0 - turbulencePhase;
     common.count = entry + 1;
   }
+  noiseSet().sums(common.turbulence, common.count, 20.0, common.turbulence);
+  for (int entry = 0; entry < common.count; ++entry)
+    common.turbulence[entry] = noiseFrom(common.turbulence[entry], -3.0, 3.0);
 }
 
 }  // namespace
@@ -64,16 +68,27 @@ Tongue FlamePath::tongue(double index) const {
   const double turbulence = s_.turbAmount * tongue.tongueTurbulence;
   // Deliberate: tongue 0 has no spread and always points along the direction.
   const double spreads = index == 0.0 ? 0.0 : 1.0;
+  const NoiseSet &set = noiseSet();
+  double wiggle[CommonSteps::capacity];
+  for (int entry = 0; entry < common_.count; ++entry)
+    wiggle[entry] = wigglePhase_ + (index * 300.0 - common_.stepPos[entry] * 20.0) * s_.wiggleTurbulence;
+  set.sums(wiggle, common_.count, 10.0, wiggle);
+
+  double angle[CommonSteps::capacity];
   for (int entry = 0; entry < common_.count; ++entry) {
     const double t = common_.stepPos[entry];
-    // Deliberate: strong turbulence makes the distance negative; the copy then lies on the opposite side.
-    const double distance = common_.reach[entry] * (1.0 + turbulence * common_.turbulence[entry]);
     // Deliberate: always t; called only to consume one random value per step.
     const double r = rnd(t, t);
-    const double wiggle = noise(wigglePhase_ + (index * 300.0 - t * 20.0) * s_.wiggleTurbulence, 10.0, -t, t);
-    const double angle = s_.direction + tongue.tongueSpread * r * spreads + wiggle * s_.wiggleAmount;
-    tongue.stepOffsetX[entry] = std::sin(angle) * distance;
-    tongue.stepOffsetY[entry] = std::cos(angle) * distance;
+    angle[entry] = s_.direction + tongue.tongueSpread * r * spreads + noiseFrom(wiggle[entry], -t, t) * s_.wiggleAmount;
+  }
+  set.sines(angle, common_.count, tongue.stepOffsetX);
+  set.cosines(angle, common_.count, tongue.stepOffsetY);
+
+  for (int entry = 0; entry < common_.count; ++entry) {
+    // Deliberate: strong turbulence makes the distance negative; the copy then lies on the opposite side.
+    const double distance = common_.reach[entry] * (1.0 + turbulence * common_.turbulence[entry]);
+    tongue.stepOffsetX[entry] = tongue.stepOffsetX[entry] * distance;
+    tongue.stepOffsetY[entry] = tongue.stepOffsetY[entry] * distance;
   }
   return tongue;
 }

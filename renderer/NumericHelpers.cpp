@@ -13,7 +13,7 @@ thread_local std::int32_t generator = startInPlaceOfZero;
 
 }  // namespace
 
-double noise(double x, double octaves, double lo, double hi) {
+double noiseSum(double x, double octaves) {
   double sum = 0.0;
   for (double k = 2.0; k <= octaves; k += 1.0) {
     const double weight = 1.0 / (4.0 + k);
@@ -21,8 +21,12 @@ double noise(double x, double octaves, double lo, double hi) {
     const double argument = (k + 4.0) * (x / 7.0) + (2.0 * k) * std::cos(inner);
     sum = sum + weight * std::sin(argument);
   }
-  return (sum / 2.0 + 0.5) * (hi - lo) + lo;
+  return sum;
 }
+
+double noiseFrom(double sum, double lo, double hi) { return (sum / 2.0 + 0.5) * (hi - lo) + lo; }
+
+double noise(double x, double octaves, double lo, double hi) { return noiseFrom(noiseSum(x, octaves), lo, hi); }
 
 void seedGenerator(std::int32_t start) { generator = start == 0 ? startInPlaceOfZero : start; }
 

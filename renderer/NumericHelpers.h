@@ -13,6 +13,10 @@ constexpr double pi = 3.141592653589793;
 /// midpoint. The curve repeats after 420 pi in x.
 double noise(double x, double octaves, double lo, double hi);
 
+/// The two halves of noise(): the sum of sines, and its mapping. NoiseSets.h has the sums of many x.
+double noiseSum(double x, double octaves);
+double noiseFrom(double sum, double lo, double hi);
+
 /// Seeds the calling thread's random generator: the same seed gives the same draws. The generator is the minimal
 /// standard one (Park and Miller, 1988): x = 16807 x mod (2^31 - 1). A seed of 0 becomes 123459876, because the
 /// generator can't leave 0.

@@ -62,6 +62,34 @@ TEST(FlamePath, ATonguesDrawsComeFromItsIndex) {
   }
 }
 
+TEST(FlamePath, OffsetsAreThoseOfTheStepsOneByOne) {
+  // To the bit: however many steps are computed at a time, frames do not depend on the processor.
+  Snapshot s = defaultSnapshot();
+  s.tongues = 4.0;
+  s.wiggleTurbulence = 0.13;
+  for (const double steps : {1.0, 40.0, 300.0}) {
+    s.steps = steps;
+    Phases phases;
+    const std::vector<WholeTongue> tongues = tonguesOf(s, 7.0, phases);
+    for (const WholeTongue &tongue : tongues) {
+      seedGenerator(static_cast<std::int32_t>(tongue.index));
+      for (int draw = 0; draw < 3; ++draw) nextGeneratorValue();
+      for (int j = 0; j < tongue.count; ++j) {
+        const double t = tongue.stepPos[j];
+        const double turbulence = noise(t * (0.5 - s.turbWavelength) * 10.0 - phases.turbulence, 20.0, -3.0, 3.0);
+        EXPECT_EQ(tongue.turbulence[j], turbulence);
+        const double wiggle =
+            noise(phases.wiggle + (tongue.index * 300.0 - t * 20.0) * s.wiggleTurbulence, 10.0, -t, t);
+        const double spread = tongue.tongueSpread * rnd(t, t) * (tongue.index == 0.0 ? 0.0 : 1.0);
+        const double angle = s.direction + spread + wiggle * s.wiggleAmount;
+        const double distance = tongue.reach[j] * (1.0 + s.turbAmount * tongue.tongueTurbulence * turbulence);
+        EXPECT_EQ(tongue.stepOffsetX[j], std::sin(angle) * distance);
+        EXPECT_EQ(tongue.stepOffsetY[j], std::cos(angle) * distance);
+      }
+    }
+  }
+}
+
 TEST(FlamePath, TenStepsAreElevenCopiesDownToTheSource) {
   Snapshot s = defaultSnapshot();
   s.steps = 10.0;
