@@ -48,8 +48,9 @@ void rotate2DPoint(double *x, double *y, double angleDeg, double centreX, double
   const double a = (-angleDeg) / 180.0 * pi;
   const double dx = *x - centreX;
   const double dy = (*y - centreY) / aspect;
-  const double cosine = std::cos(a);
-  const double sine = std::sin(a);
+  // What the library gives for 0 as well; flames ask for nothing else, four times for each copy.
+  const double cosine = a == 0.0 ? 1.0 : std::cos(a);
+  const double sine = a == 0.0 ? a : std::sin(a);
   const double nx = dx * cosine - dy * sine;
   const double ny = dx * sine + dy * cosine;
   *x = nx + centreX;

@@ -24,7 +24,8 @@ const Rows environment = {
     {"PYRELUX_PLUGIN_PATH", "Folders to look for the filter's bundle in, parted by colons, instead of the usual ones."},
     {"XDG_CONFIG_HOME", "The folder to look for pyrelux/presets in, instead of ~/.config."},
     {"PYRELUX_SIMD",
-     "What the soft renderer computes with: scalar, sse2, avx2, avx512 or neon; otherwise the best that "
+     "What the soft renderer and the flame's path compute with: scalar, sse2, avx2, avx512 or neon; otherwise the best "
+     "that "
      "the processor has. 'pyrelux info' tells which."},
     {"PYRELUX_THREADS",
      "How many threads the soft renderer draws with, 1 or more, and how many pictures of a sequence are encoded at the "
