@@ -25,8 +25,7 @@ const Rows environment = {
     {"XDG_CONFIG_HOME", "The folder to look for pyrelux/presets in, instead of ~/.config."},
     {"PYRELUX_SIMD",
      "What the soft renderer and the flame's path compute with: scalar, sse2, avx2, avx512 or neon; otherwise the best "
-     "that "
-     "the processor has. 'pyrelux info' tells which."},
+     "that the processor has. 'pyrelux info' tells which."},
     {"PYRELUX_THREADS",
      "How many threads the soft renderer draws with, 1 or more, and how many pictures of a sequence are encoded at the "
      "same time, up to 4; otherwise one for each processor core."},
