@@ -12,6 +12,7 @@
 #include "Orientation.h"
 #include "Palette.h"
 #include "StandardRange.h"
+#include "VectorClones.h"
 #include "YuvMatrix.h"
 
 extern "C" {
@@ -84,6 +85,7 @@ class CodeValues {
   }
 
   /// Four for each pixel, in the order of the samples' channels; valid until the next call.
+  PYRELUX_VECTOR_CLONES
   const std::int32_t *row(const float *samples, int y) {
     if (isDithered_) setThresholds(y);
     // Suits the compiler's vectoriser.
@@ -120,7 +122,8 @@ std::uint16_t swapped(std::uint16_t word) { return static_cast<std::uint16_t>(wo
 
 /// Stores every fourth value in a component whose values have bytes of their own.
 template <typename Word, typename Change>
-void storeEvery(std::uint8_t *to, int step, const std::int32_t *values, int width, Change change) {
+PYRELUX_VECTOR_CLONES void storeEvery(std::uint8_t *to, int step, const std::int32_t *values, int width,
+                                      Change change) {
   const auto store = [=](int bytes) {
     for (int x = 0; x < width; ++x) {
       const Word word = change(static_cast<Word>(values[4 * x]));
@@ -251,6 +254,7 @@ bool isFourBytes(const AVPixFmtDescriptor &layout) {
 }
 
 /// Stores a row's values in such a layout.
+PYRELUX_VECTOR_CLONES
 void storeFourBytes(AVFrame &frame, const std::int32_t *values, int width, int y) {
   const AVPixFmtDescriptor &layout = layoutOf(frame);
   std::uint8_t *to = frame.data[0] + std::ptrdiff_t{frame.linesize[0]} * y;
