@@ -119,13 +119,14 @@ void FlameTile<Traits>::addNotedConstants() {
 template <typename Traits>
 void FlameTile<Traits>::addGroup(int strip, const PlaneGroup &group) {
   const int left = x0_ + strip * stripWidth, right = std::min(left + stripWidth, x1_);
-  const auto target = targetOf(strip, group, y0_, y1_);
+  typename Traits::Target target;  // once there is anything to add
   const bool joinHalves = Traits::partColumns() == stripWidth;
   const unsigned all = ((1u << (y1_ - y0_ + partRows - 1) / partRows * 2) - 1) & (joinHalves ? firstHalves : allParts);
   unsigned open = all;  // the parts that are not saturated
   for (const Part &part : parts_) {
     unsigned wanted = part.parts >> partsOfStrip * strip & allParts;
     if (wanted == 0 || !(part.copy->channels & group.bits)) continue;
+    if (target.rows == 0) target = targetOf(strip, group, y0_, y1_);
     const bool isWhole = part.x0 <= left && part.x1 >= right && part.y0 == y0_ && part.y1 == y1_;
     if (!isWhole) {
       addAlone(strip, group, part);
