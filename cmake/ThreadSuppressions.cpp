@@ -9,9 +9,12 @@ const char *__tsan_default_suppressions() {
   return "deadlock:libobjc.so\n"
          "deadlock:libgnustep-base.so\n"
          // Pango makes Fontconfig ready on a thread of its own, and waits for it by what the sanitizer does not see.
+         // That thread may be the last to let go of a title's fonts, with what HarfBuzz has of them.
          "called_from_lib:libfontconfig.so\n"
          "race:libfontconfig.so\n"
          "race:libglib-2.0.so\n"
+         "race:libharfbuzz.so\n"
+         "race:libpangoft2\n"
          // Pango unlocks a mutex that Fontconfig locked.
          "mutex:libpangoft2\n"
          // FFmpeg's threads wait for one another by counters that the sanitizer does not see, and so do frames that are
