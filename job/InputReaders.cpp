@@ -20,7 +20,7 @@ class RoomReader : public media::Reader {
   }
 
   Image read(std::int64_t frame) override {
-    const Image picture = media::resized(input_->read(frame), room_.width, room_.height);
+    const Image picture = media::resized(*input_->share(frame), room_.width, room_.height);
     return media::placed(picture, room_.frame.width, room_.frame.height, room_.left, room_.top);
   }
 
@@ -40,9 +40,9 @@ class MatteReader : public media::Reader {
   }
 
   Image read(std::int64_t frame) override {
-    const Image picture = input_->read(frame);
+    const std::shared_ptr<const Image> picture = input_->share(frame);
     const bool isKeyed = matte_.kind == project::InputMatte::Kind::Key;
-    return isKeyed ? keyMatte(picture, matte_.key, matte_.softness) : lumaMatte(picture);
+    return isKeyed ? keyMatte(*picture, matte_.key, matte_.softness) : lumaMatte(*picture);
   }
 
   std::vector<std::string> files() const override { return input_->files(); }

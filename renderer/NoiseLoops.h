@@ -1,10 +1,20 @@
-// Included in the midst of a set's file, which defines the vectors: Doubles and Words of `lanes` lanes, all(), load(),
-// store() and multiplyAdd(), which rounds once.
+// Included in the midst of a set's file, which defines Doubles, a vector, and its multiplyAdd(), which rounds once.
 //
 // A sine is computed as a sum of two doubles that is known to 0.005 of the last place. It is rounded to one double only
 // where any library that errs by less than 0.55 of the last place gives that double, too: where the sum lies more than
 // 0.055 from the middle between two doubles. The C library computes the others, about one in nine, and whatever the
 // reduction is not made for. So what is returned is the C library's, to the bit.
+
+constexpr int lanes = sizeof(Doubles) / sizeof(double);
+using Words = long long __attribute__((vector_size(sizeof(Doubles))));
+
+inline Doubles all(double value) { return value - Doubles{}; }
+inline Doubles load(const double *from) {
+  Doubles values;
+  __builtin_memcpy(&values, from, sizeof values);
+  return values;
+}
+inline void store(double *to, Doubles values) { __builtin_memcpy(to, &values, sizeof values); }
 
 /// How far the sum may lie from the double it is rounded to, in units of the last place: 0.5 less 0.05, by which the
 /// library's error may pass the middle, and less 0.005, by which the sum may be wrong.

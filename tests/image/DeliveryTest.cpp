@@ -86,6 +86,27 @@ TEST(Delivery, NoneIsThePictureOverBlack) {
               (Image::Floats{0.5f, 0.25f, 0.0f, 1.0f}));
 }
 
+TEST(Delivery, NothingStaysNothingBesideFire) {
+  // Rows are converted four pixels at a time: here all, some and none of them burn.
+  constexpr int width = 14;
+  Image::Floats samples(4 * width);
+  for (const int pixel : {5, 8, 9, 10, 11}) std::fill_n(samples.begin() + 4 * pixel, 4, 0.5f);
+  for (const AlphaUse kind : allKinds)
+    for (const int bits : {8, 16, 32}) {
+      const Image result = delivered(floats(width, samples), {kind, 0.5f}, bits);
+      for (int i = 0; i < 4 * width; ++i) {
+        const auto at = static_cast<std::size_t>(i);
+        const float got = bits == 8 ? toFloat(result).asFloats()[at] : result.asFloats()[at];
+        const bool isOpaque = kind == AlphaUse::None && i % 4 == 3;
+        if (samples[at] != 0.0f && !isOpaque) {
+          ASSERT_GT(got, 0.4f) << bits << " " << i;
+        } else {
+          ASSERT_EQ(got, isOpaque ? 1.0f : 0.0f) << bits << " " << i;
+        }
+      }
+    }
+}
+
 TEST(Delivery, OverBlackStraightIsThePremultipliedPictureLimitedToOne) {
   const Image drawn = flames();
   for (const int bits : {8, 10, 16})

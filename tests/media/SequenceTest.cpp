@@ -39,6 +39,18 @@ TEST_F(Sequence, WritesAndReadsEveryStyleOfPattern) {
                                                "d10.png", "d11.png", "d8.png", "d9.png"}));
 }
 
+TEST_F(Sequence, SharesThePictureOfEachFrameAndAStillItsOnly) {
+  writeFrames("a.%d.png", 8, 9);
+  const auto sequence = Reader::open(path("a.%d.png"));
+  for (const int frame : {8, 9, 8}) EXPECT_EQ(redOf(*sequence->share(frame)), frame);
+  const auto still = Reader::open(path("a.8.png"));
+  const auto shared = still->share(0);
+  EXPECT_EQ(redOf(*shared), 8);
+  EXPECT_EQ(still->share(5), shared) << "no copy";
+  still->read(0).asBytes()[0] = 1;
+  EXPECT_EQ(redOf(*shared), 8) << "what is read is one";
+}
+
 TEST_F(Sequence, OfExr) {
   const auto writer = Writer::open(path("a.%d.exr"), {5, 3, 16, {}});
   for (int frame = 0; frame < 3; ++frame) writer->write(frame, flat(5, 3, static_cast<float>(frame) * 2.0f, 0, 0, 0));
